@@ -1,0 +1,84 @@
+// Vector arithmetic on triples of doubles.
+//
+// Every expression is evaluated as it is written, components in the order x, y, z: node numbers hang on
+// ties that the last bit decides, so nothing here may be reassociated or contracted.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+
+namespace drape {
+
+struct Vec3 {
+    double x, y, z;
+};
+
+// Element `index` (1-based) of a packed array of triples.
+inline Vec3 load(const double* triples, std::int64_t index = 1) {
+    const double* p = triples + 3 * (index - 1);
+    return {p[0], p[1], p[2]};
+}
+
+inline void store(double* triples, const Vec3& v, std::int64_t index = 1) {
+    double* p = triples + 3 * (index - 1);
+    p[0] = v.x;
+    p[1] = v.y;
+    p[2] = v.z;
+}
+
+inline Vec3 operator+(const Vec3& a, const Vec3& b) {
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+inline Vec3 operator-(const Vec3& a, const Vec3& b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+inline Vec3 operator-(const Vec3& a) {
+    return {-a.x, -a.y, -a.z};
+}
+inline Vec3 operator*(double s, const Vec3& v) {
+    return {s * v.x, s * v.y, s * v.z};
+}
+inline Vec3 operator/(const Vec3& v, double s) {
+    return {v.x / s, v.y / s, v.z / s};
+}
+
+// Dot product.
+inline double prosca(const Vec3& a, const Vec3& b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
+// Squared length.
+inline double vor(const Vec3& v) {
+    return prosca(v, v);
+}
+
+// Squared distance of two points.
+inline double cadis(const Vec3& a, const Vec3& b) {
+    return vor(a - b);
+}
+
+// Cross product, not normalised.
+inline Vec3 parvis(const Vec3& a, const Vec3& b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
+// Scalar triple product a . (b x c), positive for a right-handed triple.
+inline double promix(const Vec3& a, const Vec3& b, const Vec3& c) {
+    return prosca(a, parvis(b, c));
+}
+
+// Brings v to unit length; a zero vector stays as it is.
+inline void devor(Vec3& v) {
+    const double length = std::sqrt(vor(v));
+    if (length != 0.0)
+        v = v / length;
+}
+
+// The cross product at unit length, or as it comes out where it has no length.
+inline Vec3 unitNormal(const Vec3& a, const Vec3& b) {
+    const Vec3 c = parvis(a, b);
+    const double length = std::sqrt(vor(c));
+    return length > 0.0 ? c / length : c;
+}
+
+} // namespace drape
