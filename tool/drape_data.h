@@ -66,4 +66,10 @@ struct Measures {
     std::array<double, 4> patternExtent{}; // min x, min y, max x, max y of the flat pattern
 };
 
+// A closed curve on the mould and where it lands on the flat pattern, point for point.
+struct CurveResult {
+    std::vector<Point> points;
+    std::vector<std::array<double, 2>> flat;
+};
+
 } // namespace tool
