@@ -1,0 +1,90 @@
+"""Installs the library to a scratch prefix, moves it, and builds and runs the examples against what is there.
+
+By find_package and by pkg-config, as C, C++ and Fortran programs, and from Python: what a host's build meets.
+"""
+import argparse
+import os
+import pathlib
+import shlex
+import shutil
+import subprocess
+import sys
+
+EXPECTED = {
+    "flat_square": "status 0: ",
+    "flat_square_fortran": "status 0: ",
+    "pyramid": "status 0: ",
+    "python": "status 0: ",
+}
+
+
+def run(*command, **options):
+    done = subprocess.run([str(c) for c in command], capture_output=True, text=True, **options)
+    if done.returncode != 0:
+        sys.exit(f"{' '.join(map(str, command))}\nended with {done.returncode}\n{done.stdout}{done.stderr}")
+    return done.stdout
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    for option in ("source", "scratch", "cmake", "generator", "c", "cxx", "kind"):
+        parser.add_argument("--" + option, required=True)
+    options = parser.parse_args()
+    source, scratch = pathlib.Path(options.source), pathlib.Path(options.scratch)
+    shutil.rmtree(scratch, ignore_errors=True)
+    compilers = ["-G", options.generator, f"-DCMAKE_C_COMPILER={options.c}", f"-DCMAKE_CXX_COMPILER={options.cxx}"]
+
+    # The library with everything optional off.
+    build, first, prefix = scratch / "build", scratch / "installed-here", scratch / "prefix"
+    shared = "ON" if options.kind == "shared" else "OFF"
+    run(options.cmake, "-S", source, "-B", build, *compilers, "-DCMAKE_BUILD_TYPE=Release",
+        f"-DBUILD_SHARED_LIBS={shared}", f"-DCMAKE_INSTALL_PREFIX={first}", "-DCMAKE_INSTALL_LIBDIR=lib")
+    run(options.cmake, "--build", build, "-j", os.cpu_count())
+    run(options.cmake, "--install", build)
+    first.rename(prefix)
+
+    for file in ("include/drape.h", "include/drape.f90", "lib/pkgconfig/drape.pc", "lib/cmake/drape/drapeConfig.cmake",
+                 "lib/libdrape.so" if options.kind == "shared" else "lib/libdrape.a"):
+        if not (prefix / file).exists():
+            sys.exit(f"{file} isn't installed")
+    if (source / "tool" / "drape.1").exists() and not (prefix / "share/man/man1/drape.1").exists():
+        sys.exit("the man page isn't installed")
+
+    said = {}
+
+    # By find_package.
+    examples = scratch / "by-find-package"
+    run(options.cmake, "-S", source / "examples", "-B", examples, *compilers, f"-DCMAKE_PREFIX_PATH={prefix}")
+    run(options.cmake, "--build", examples)
+    for name in ("flat_square", "pyramid", "flat_square_fortran"):
+        said[name, "find_package"] = run(examples / name)
+
+    # By pkg-config, each with the compiler of its language.
+    environment = dict(os.environ, PKG_CONFIG_PATH=str(prefix / "lib/pkgconfig"), LD_LIBRARY_PATH=str(prefix / "lib"))
+    static = ["--static"] if options.kind == "static" else []
+    flags = shlex.split(run("pkg-config", *static, "--cflags", "--libs", "drape", env=environment))
+    by_hand = scratch / "by-pkg-config"
+    by_hand.mkdir()
+    for name, compiler, sources in (
+            ("flat_square", options.c, [source / "examples/flat_square.c"]),
+            ("pyramid", options.cxx, [source / "examples/pyramid.cpp"]),
+            ("flat_square_fortran", "gfortran", [prefix / "include/drape.f90", source / "examples/flat_square.f90"])):
+        run(compiler, *sources, *flags, "-o", by_hand / name, cwd=by_hand)
+        said[name, "pkg-config"] = run(by_hand / name, env=environment)
+
+    if options.kind == "shared":
+        library = prefix / "lib/libdrape.so"
+        said["python", "ctypes"] = run(sys.executable, source / "examples/flat_square.py",
+                                       env=dict(os.environ, DRAPE_LIBRARY=str(library)))
+
+    for (name, road), text in said.items():
+        print(f"{name} by {road}: {text.strip()}")
+        if not text.startswith(EXPECTED[name]):
+            sys.exit("that isn't a good run")
+    squares = {text for (name, _), text in said.items() if name != "pyramid"}
+    if len(squares) != 1:
+        sys.exit("the same square came out differently")
+
+
+if __name__ == "__main__":
+    main()
