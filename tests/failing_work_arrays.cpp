@@ -1,0 +1,89 @@
+// A work-array layer that counts what is held and refuses one request.
+//
+// It takes the place of services/work_arrays.cpp when the test is linked, and each array is a heap block of
+// exactly the length asked for, so that a sanitizer sees every step outside it.
+#include "failing_work_arrays.h"
+
+#include "drape.h"
+#include "services/work_arrays.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <map>
+
+namespace {
+
+std::map<std::int32_t, void*> blocks;
+std::int32_t lastHandle = 0;
+std::int64_t requests = 0;
+std::int64_t refused = 0;
+unsigned char filling = 0;
+
+template <class T>
+std::int32_t take(const T* base, std::int32_t count, std::int32_t& handle, std::int64_t& offset,
+                  std::int32_t& status) {
+    if (count < 0) {
+        status = DRAPE_BAD_ARRAY_SIZE;
+        return 1;
+    }
+    if (++requests == refused) {
+        status = DRAPE_NO_MEMORY;
+        return 1;
+    }
+    const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(T);
+    void* block = std::malloc(bytes > 0 ? bytes : 1);
+    if (bytes > 0)
+        std::memset(block, filling, bytes);
+    handle = ++lastHandle;
+    blocks[handle] = block;
+    offset = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(block) -
+                                       reinterpret_cast<std::uintptr_t>(base)) /
+             std::int64_t{sizeof(T)};
+    return 0;
+}
+
+} // namespace
+
+std::int32_t giali4(const std::int32_t* base, const std::int32_t* count, std::int32_t* handle,
+                    std::int64_t* offset, std::int32_t* status) {
+    return take(base, *count, *handle, *offset, *status);
+}
+
+std::int32_t gialr8(const double* base, const std::int32_t* count, std::int32_t* handle, std::int64_t* offset,
+                    std::int32_t* status) {
+    return take(base, *count, *handle, *offset, *status);
+}
+
+std::int32_t giares(const std::int32_t* handle, std::int32_t* status) {
+    const auto held = blocks.find(*handle);
+    if (held == blocks.end()) {
+        *status = DRAPE_UNKNOWN_HANDLE;
+        return 1;
+    }
+    std::free(held->second);
+    blocks.erase(held);
+    return 0;
+}
+
+void crcmac(void* target, const std::int32_t* byteCount, const std::int32_t* fillValue) {
+    if (*byteCount > 0)
+        std::memset(target, *fillValue, static_cast<std::size_t>(*byteCount));
+}
+
+namespace drape_test {
+
+void beginRequests(std::int64_t failing, unsigned char fill) {
+    requests = 0;
+    refused = failing;
+    filling = fill;
+}
+
+std::int64_t requestsMade() {
+    return requests;
+}
+
+std::int64_t arraysHeld() {
+    return static_cast<std::int64_t>(blocks.size());
+}
+
+} // namespace drape_test

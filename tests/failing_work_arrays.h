@@ -1,0 +1,15 @@
+// What a test asks of the work-array layer that stands in for the library's own.
+#pragma once
+
+#include <cstdint>
+
+namespace drape_test {
+
+// Starts counting anew: request number `failing` (from 1, 0 for none) is refused, and what is handed out is
+// filled with `fill`, since an operation may not rely on what it finds in an array.
+void beginRequests(std::int64_t failing, unsigned char fill);
+
+std::int64_t requestsMade();
+std::int64_t arraysHeld();
+
+} // namespace drape_test

@@ -1,0 +1,172 @@
+// Memory that runs out at every possible moment: each request for a work array is refused in turn, and the
+// operation must end with the layer's code, give back all that it holds, and leave the process as good as new.
+#include "failing_work_arrays.h"
+#include "height_field.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+using namespace drape_test;
+
+// A dome with a notch: its run takes every kind of work array, those of a repair too.
+Surface notchedDome() {
+    return heightField(
+        12, 12,
+        [](double x, double y) {
+            const double r2 = (x - 6.0) * (x - 6.0) + (y - 6.0) * (y - 6.0);
+            return r2 < 25.0 ? std::sqrt(49.0 - r2) - std::sqrt(24.0) : 0.0;
+        },
+        [](int x, int y) { return !(x == 8 && y < 4) && !(x < 3 && y == 9); });
+}
+
+Settings onTop() {
+    Settings settings;
+    const double top[3] = {6.1, 5.8, std::sqrt(49.0 - 0.05) - std::sqrt(24.0)};
+    std::copy(top, top + 3, settings.seed);
+    settings.stepA = settings.stepB = 0.9;
+    return settings;
+}
+
+Curve ringOn(const Surface&, int points) {
+    Curve curve;
+    for (int k = 0; k < points; ++k) {
+        const double angle = 6.283185307179586 * k / points;
+        const double x = 6.0 + 3.0 * std::cos(angle), y = 6.0 + 3.0 * std::sin(angle);
+        curve.points.insert(curve.points.end(), {x, y, std::sqrt(49.0 - 9.0) - std::sqrt(24.0)});
+        curve.directions.insert(curve.directions.end(), {0.0, 0.0, 1.0});
+    }
+    return curve;
+}
+
+std::uint64_t digestOf(const Grid& grid) {
+    Digest digest;
+    digest.add(grid);
+    return digest.value();
+}
+
+TEST(WorkArrayFaults, EveryRefusedRequestEndsTheRunWithItsCodeAndNothingIsLeft) {
+    const Surface surface = notchedDome();
+    beginRequests(0, 0x00);
+    const Grid whole = run(surface, onTop());
+    ASSERT_EQ(whole.status, DRAPE_OK);
+    ASSERT_GT(whole.count, 100);
+    const std::int64_t total = requestsMade();
+    ASSERT_GT(total, 10);
+    ASSERT_EQ(arraysHeld(), 0);
+
+    for (std::int64_t failing = 1; failing <= total; ++failing) {
+        beginRequests(failing, 0xA5);
+        const Grid partial = run(surface, onTop());
+        ASSERT_EQ(partial.status, DRAPE_NO_MEMORY) << "request " << failing << " of " << total;
+        ASSERT_EQ(partial.result, 0);
+        ASSERT_EQ(arraysHeld(), 0) << "request " << failing;
+        ASSERT_LE(partial.count, whole.count);
+        // What was made before the failure is what the whole run makes, node for node.
+        for (std::size_t i = 0; i < 3 * static_cast<std::size_t>(partial.count); ++i)
+            ASSERT_EQ(partial.nodePos[i], whole.nodePos[i]) << "request " << failing;
+    }
+
+    beginRequests(0, 0x00);
+    EXPECT_EQ(digestOf(run(surface, onTop())), digestOf(whole));
+}
+
+TEST(WorkArrayFaults, WhatAnArrayHoldsWhenItIsTakenHasNoPartInTheResult) {
+    const Surface surface = notchedDome();
+    beginRequests(0, 0x00);
+    const std::uint64_t zeros = digestOf(run(surface, onTop()));
+    for (const unsigned char fill : {0x01, 0x7F, 0xA5, 0xFF}) {
+        beginRequests(0, fill);
+        EXPECT_EQ(digestOf(run(surface, onTop())), zeros) << int{fill};
+    }
+}
+
+TEST(WorkArrayFaults, TransferOfACurve) {
+    const Surface surface = notchedDome();
+    beginRequests(0, 0x00);
+    const Grid grid = run(surface, onTop());
+    ASSERT_EQ(grid.status, DRAPE_OK);
+    const Curve curve = ringOn(surface, 41);
+
+    beginRequests(0, 0x00);
+    Curve whole = curve;
+    transfer(grid, whole);
+    ASSERT_EQ(whole.status, DRAPE_OK);
+    const std::int64_t total = requestsMade();
+    ASSERT_GE(total, 1);
+
+    for (std::int64_t failing = 1; failing <= total; ++failing) {
+        beginRequests(failing, 0xA5);
+        Curve refused = curve;
+        transfer(grid, refused);
+        ASSERT_EQ(refused.status, DRAPE_NO_MEMORY) << "request " << failing << " of " << total;
+        ASSERT_EQ(refused.result, 1);
+        ASSERT_EQ(arraysHeld(), 0);
+    }
+
+    beginRequests(0, 0xA5);
+    Curve again = curve;
+    transfer(grid, again);
+    EXPECT_EQ(again.flat, whole.flat);
+    EXPECT_EQ(arraysHeld(), 0);
+}
+
+TEST(WorkArrayFaults, RotationOfACurveAndLevelOrdering) {
+    Curve curve = ringOn({}, 5);
+    const std::vector<double> before = curve.points;
+    const std::int32_t step = 2, count = 5;
+    std::int32_t status = 0;
+    beginRequests(1, 0xA5);
+    EXPECT_EQ(uzftrt(&step, &count, curve.points.data(), curve.directions.data(), &status), 1);
+    EXPECT_EQ(status, DRAPE_NO_MEMORY);
+    EXPECT_EQ(curve.points, before);
+    EXPECT_EQ(arraysHeld(), 0);
+
+    const std::int32_t none = 0, start = 1, items = 3;
+    std::vector<std::int32_t> inDegree = {0, 1, 1}, order(3, 0);
+    const std::vector<std::int32_t> successorCount = {1, 1, 0}, successors = {2, 3};
+    std::int32_t ordered = 0;
+    const auto level = [&] {
+        return gz0zorc(&none, &none, &start, &items, inDegree.data(), successorCount.data(), successors.data(),
+                       &ordered, order.data(), &status);
+    };
+    beginRequests(1, 0xA5);
+    EXPECT_EQ(level(), 1);
+    EXPECT_EQ(status, DRAPE_NO_MEMORY);
+    EXPECT_EQ(arraysHeld(), 0);
+    beginRequests(0, 0xA5);
+    EXPECT_EQ(level(), 0);
+    EXPECT_EQ(order, (std::vector<std::int32_t>{1, 2, 3}));
+    EXPECT_EQ(arraysHeld(), 0);
+}
+
+TEST(WorkArrayFaults, TenThousandRunsNeitherLeakNorDrift) {
+    const Surface surface = heightField(
+        4, 4, [](double x, double y) { return 0.05 * x * y; }, [](int x, int y) { return !(x == 1 && y < 2); });
+    Settings settings;
+    settings.seed[0] = 2.7;
+    settings.seed[1] = 2.6;
+    settings.seed[2] = 0.35;
+    settings.capacity = 200;
+    Settings tooSmall = settings;
+    tooSmall.capacity = 9;
+
+    beginRequests(0, 0xA5);
+    const std::uint64_t first = digestOf(run(surface, settings));
+    const std::int64_t each = requestsMade();
+    for (int i = 1; i < 10000; ++i) {
+        beginRequests(0, 0xA5);
+        // Every third run fails on the way, with the node store full.
+        if (i % 3 == 0)
+            ASSERT_EQ(run(surface, tooSmall).status, DRAPE_NODES_FULL);
+        beginRequests(0, 0xA5);
+        ASSERT_EQ(digestOf(run(surface, settings)), first) << "run " << i;
+        ASSERT_EQ(requestsMade(), each) << "run " << i;
+        ASSERT_EQ(arraysHeld(), 0);
+    }
+}
+
+} // namespace
