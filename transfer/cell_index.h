@@ -1,0 +1,44 @@
+// A packed hierarchy of boxes over the cells of a grid, for many searches on one grid.
+#pragma once
+
+#include "services/work_arrays.h"
+#include "transfer/cell_search.h"
+
+namespace drape {
+
+class CellIndex {
+public:
+    // False if there is no memory for it or a coordinate is out of the range in which its bounds hold; the
+    // plain scan has to serve then.
+    bool build(const GridView& grid);
+
+    // Whether `rank` can answer for this point.
+    bool serves(const Vec3& p) const;
+
+    // The same ranking as rankCells, place by place.
+    void rank(const GridView& grid, const Vec3& p, std::int32_t count, std::int32_t* ranks) const;
+
+    void release(std::int32_t& status);
+
+private:
+    // Eight-fold branching: ten levels hold more cells than an int32 can number.
+    static constexpr std::int32_t branching = 8;
+    static constexpr std::int32_t mostLevels = 11;
+
+    struct Ranking;
+
+    bool sortCells(const GridView& grid, const Vec3& low, const Vec3& high);
+    bool buildBoxes(const GridView& grid, double margin);
+    void visit(const GridView& grid, std::int32_t level, std::int64_t box, Ranking& ranking) const;
+    std::int64_t membersOf(std::int32_t level) const;
+
+    WorkArray<std::int32_t> cells_; // complete cells, neighbours in space close together
+    WorkArray<double> boxes_;       // level after level, the lowest first
+    std::int64_t cellCount_ = 0;
+    std::int64_t boxCount_[mostLevels] = {};
+    std::int64_t firstBox_[mostLevels] = {};
+    std::int32_t levelCount_ = 0;
+    std::int32_t lowestCells_[longestRanking] = {};
+};
+
+} // namespace drape
