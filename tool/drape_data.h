@@ -19,6 +19,7 @@ struct Mould {
     std::vector<std::int32_t> fan;                // triangles around each vertex, 1-based
     std::vector<std::int32_t> flagged;            // per vertex, 1 on the boundary loop that the library walks
     std::vector<std::vector<std::int32_t>> loops; // boundary loops, 0-based vertices, walked one first
+    std::vector<std::int32_t> sourceFaces;        // per triangle, its 1-based face in the file, 0 if not from it
 
     std::size_t triangleCount() const { return corners.size() / 3; }
     const Point& corner(std::size_t triangle, int k) const {
@@ -64,6 +65,9 @@ struct Measures {
     double shareBeyondLocking = 0.0;       // 0 to 1, of the cells on the surface
     double patternArea = 0.0;              // flat, in the mould's unit squared
     std::array<double, 4> patternExtent{}; // min x, min y, max x, max y of the flat pattern
+    std::size_t cellsOnSurface = 0;
+    double mouldArea = 0.0;
+    double coveredShare = 0.0; // 0 to 1, area of the cells on the surface against the mould's
 };
 
 // A closed curve on the mould and where it lands on the flat pattern, point for point.

@@ -29,7 +29,8 @@ std::string outputHelp();
 // for the user; then no file is left behind and an older one stays as it was.
 void writeOutput(const std::string& path, const Scene& scene);
 
-// Puts `bytes` at `path`, whole or not at all: a temporary file in the same folder takes its place at the end.
+// Puts `bytes` at `path`, whole or not at all: a temporary file in the same folder takes its place at the
+// end.
 void writeWhole(const std::string& path, const std::string& bytes);
 
 // One per kind of file; each gives the bytes of the file.

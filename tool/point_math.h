@@ -1,0 +1,35 @@
+// Arithmetic on points and directions, just what the program's own geometry needs.
+#pragma once
+
+#include "drape_data.h"
+
+#include <cmath>
+
+namespace tool::vec {
+
+inline Point add(const Point& a, const Point& b) { return {a[0] + b[0], a[1] + b[1], a[2] + b[2]}; }
+inline Point subtract(const Point& a, const Point& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
+inline Point scale(const Point& a, double s) { return {a[0] * s, a[1] * s, a[2] * s}; }
+inline double dot(const Point& a, const Point& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+inline Point cross(const Point& a, const Point& b) {
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+inline double length(const Point& a) {
+    return std::sqrt(dot(a, a));
+}
+inline double distance(const Point& a, const Point& b) {
+    return length(subtract(a, b));
+}
+inline Point mix(const Point& a, const Point& b, double t) {
+    return {a[0] + t * (b[0] - a[0]), a[1] + t * (b[1] - a[1]), a[2] + t * (b[2] - a[2])};
+}
+// A zero vector stays what it is.
+inline Point unit(const Point& a) {
+    const double l = length(a);
+    return l > 0.0 ? scale(a, 1.0 / l) : a;
+}
+inline bool isFinite(const Point& a) {
+    return std::isfinite(a[0]) && std::isfinite(a[1]) && std::isfinite(a[2]);
+}
+
+} // namespace tool::vec
