@@ -107,13 +107,13 @@ inline Grid run(const Surface& surface, const Settings& settings) {
     const std::int32_t reserved = 0, triCount = surface.triCount(), vertCount = surface.vertCount(),
                        vertTriCount = surface.vertTriCount();
     grid.result =
-        gzprp2(settings.seed, settings.warp, settings.weft, &settings.stepA, &settings.stepB, grid.link3.data(),
-               grid.link1.data(), grid.link2.data(), grid.link4.data(), grid.nodeI.data(), grid.nodeJ.data(),
-               grid.nodeStatus.data(), grid.nodeTri.data(), grid.nodePos.data(), grid.nodeFlat.data(),
-               grid.nodeNormal.data(), &settings.capacity, &reserved, &triCount, &vertCount, &vertTriCount,
-               surface.vertTriStart.data(), surface.vertTriList.data(), surface.triVerts.data(),
-               surface.vertPos.data(), surface.vertBoundary.data(), &grid.count, &settings.tolerance,
-               &settings.byGridLine, &grid.status);
+        gzprp2(settings.seed, settings.warp, settings.weft, &settings.stepA, &settings.stepB,
+               grid.link3.data(), grid.link1.data(), grid.link2.data(), grid.link4.data(), grid.nodeI.data(),
+               grid.nodeJ.data(), grid.nodeStatus.data(), grid.nodeTri.data(), grid.nodePos.data(),
+               grid.nodeFlat.data(), grid.nodeNormal.data(), &settings.capacity, &reserved, &triCount,
+               &vertCount, &vertTriCount, surface.vertTriStart.data(), surface.vertTriList.data(),
+               surface.triVerts.data(), surface.vertPos.data(), surface.vertBoundary.data(), &grid.count,
+               &settings.tolerance, &settings.byGridLine, &grid.status);
     return grid;
 }
 
@@ -131,11 +131,10 @@ inline void transfer(const Grid& grid, Curve& curve) {
     const std::int32_t spare = 0, pointCount = curve.count();
     const double spareReal = 0.0;
     curve.flat.assign(static_cast<std::size_t>(2 * pointCount), 0.0);
-    curve.result =
-        gzfttc(grid.link3.data(), grid.link1.data(), grid.link2.data(), grid.link4.data(), &spare, &spare,
-               grid.nodeStatus.data(), grid.nodePos.data(), grid.nodeFlat.data(), &spareReal, &grid.count,
-               curve.points.data(), curve.directions.data(), &pointCount, curve.flat.data(), &curve.low,
-               &curve.high, &curve.status);
+    curve.result = gzfttc(grid.link3.data(), grid.link1.data(), grid.link2.data(), grid.link4.data(), &spare,
+                          &spare, grid.nodeStatus.data(), grid.nodePos.data(), grid.nodeFlat.data(),
+                          &spareReal, &grid.count, curve.points.data(), curve.directions.data(), &pointCount,
+                          curve.flat.data(), &curve.low, &curve.high, &curve.status);
 }
 
 // FNV-1a over the bytes of what it is fed.
@@ -154,8 +153,8 @@ public:
         add(&grid.count, 1);
         add(&grid.status, 1);
         const auto n = static_cast<std::size_t>(grid.count);
-        for (const auto* array : {&grid.link3, &grid.link1, &grid.link2, &grid.link4, &grid.nodeI, &grid.nodeJ,
-                                  &grid.nodeStatus, &grid.nodeTri})
+        for (const auto* array : {&grid.link3, &grid.link1, &grid.link2, &grid.link4, &grid.nodeI,
+                                  &grid.nodeJ, &grid.nodeStatus, &grid.nodeTri})
             add(array->data(), n);
         add(grid.nodePos.data(), 3 * n);
         add(grid.nodeFlat.data(), 2 * n);

@@ -1,5 +1,6 @@
 // Memory that runs out at every possible moment: each request for a work array is refused in turn, and the
-// operation must end with the layer's code, give back all that it holds, and leave the process as good as new.
+// operation must end with the layer's code, give back all that it holds, and leave the process as good as
+// new.
 #include "failing_work_arrays.h"
 #include "height_field.h"
 
@@ -130,8 +131,8 @@ TEST(WorkArrayFaults, RotationOfACurveAndLevelOrdering) {
     const std::vector<std::int32_t> successorCount = {1, 1, 0}, successors = {2, 3};
     std::int32_t ordered = 0;
     const auto level = [&] {
-        return gz0zorc(&none, &none, &start, &items, inDegree.data(), successorCount.data(), successors.data(),
-                       &ordered, order.data(), &status);
+        return gz0zorc(&none, &none, &start, &items, inDegree.data(), successorCount.data(),
+                       successors.data(), &ordered, order.data(), &status);
     };
     beginRequests(1, 0xA5);
     EXPECT_EQ(level(), 1);
@@ -145,7 +146,8 @@ TEST(WorkArrayFaults, RotationOfACurveAndLevelOrdering) {
 
 TEST(WorkArrayFaults, TenThousandRunsNeitherLeakNorDrift) {
     const Surface surface = heightField(
-        4, 4, [](double x, double y) { return 0.05 * x * y; }, [](int x, int y) { return !(x == 1 && y < 2); });
+        4, 4, [](double x, double y) { return 0.05 * x * y; },
+        [](int x, int y) { return !(x == 1 && y < 2); });
     Settings settings;
     settings.seed[0] = 2.7;
     settings.seed[1] = 2.6;

@@ -46,12 +46,14 @@ void runs() {
         report("dome", i, run(smooth, turned(random, 9.3, 10.2, dome(9.3, 10.2))));
 
         const double tilt = random.between(-0.4, 0.4);
-        const Surface saddle = heightField(
-            18, 14, [tilt](double x, double y) { return 0.04 * (x - 9) * (x - 9) - 0.03 * (y - 7) * (y - 7) + tilt * x; });
+        const Surface saddle = heightField(18, 14, [tilt](double x, double y) {
+            return 0.04 * (x - 9) * (x - 9) - 0.03 * (y - 7) * (y - 7) + tilt * x;
+        });
         report("saddle", i, run(saddle, turned(random, 8.6, 7.1, tilt * 8.6)));
 
         const double roughness = random.between(0.0, 0.35);
-        const Surface jagged = heightField(16, 16, [&](double, double) { return random.between(0.0, roughness); });
+        const Surface jagged =
+            heightField(16, 16, [&](double, double) { return random.between(0.0, roughness); });
         report("jagged", i, run(jagged, turned(random, 8.4, 7.7, 0.1)));
 
         const int deep = 3 + random.below(8);

@@ -1,0 +1,81 @@
+"""Writes the seed inputs of the fuzz targets to corpus/: small sound cases, and each kind of damage by itself.
+
+The bytes are in the order in which the targets read them; what is left out reads as 0, the harmless choice.
+"""
+import pathlib
+
+HERE = pathlib.Path(__file__).resolve().parent / "corpus"
+
+FLAT, DOME, SADDLE, SLOPE = range(4)
+
+
+def mould(columns=5, rows=5, bumps=0, shape=FLAT, missing=None, heights=()):
+    squares = [(columns - 5) % 7, (rows - 5) % 7]
+    holes = [0]
+    if missing is not None:
+        present = [[(i, j) in missing for i in range(columns)] for j in range(rows)]
+        bits = [bit for row in present for bit in row]
+        bits += [False] * (-len(bits) % 8)
+        holes = [1] + [sum(bits[k + b] << b for b in range(8)) for k in range(0, len(bits), 8)]
+    return bytes(squares + [bumps, shape] + holes + list(heights))
+
+
+def settings(x=0, y=0, z=0, turn=0, smaller=0, longer=0, fine=0, by_line=0, less_room=0):
+    return bytes([x, y, z, turn, smaller, longer, fine, by_line, less_room])
+
+
+def write(target, name, *parts):
+    folder = HERE / target
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / name).write_bytes(b"".join(parts))
+
+
+NOTCH = {(1, 0), (1, 1), (1, 2)}
+HOLE = {(3, 3), (4, 3)}
+TEETH = {(0, 0), (2, 0), (4, 0), (1, 6), (3, 6), (5, 6)}
+RUN, TWICE = bytes([0, 0]), bytes([0, 7])
+
+write("drape_run", "plate", b"")
+write("drape_run", "plate_twice", TWICE, mould(), settings())
+write("drape_run", "dome", RUN, mould(7, 7, shape=DOME), settings(z=60, turn=90, by_line=1))
+write("drape_run", "saddle_fine", RUN, mould(7, 6, shape=SADDLE), settings(turn=30, smaller=255, fine=1))
+write("drape_run", "slope_long_cells", RUN, mould(7, 7, shape=SLOPE), settings(longer=255))
+write("drape_run", "notch", TWICE, mould(7, 7, missing=NOTCH), settings(x=90, y=120, smaller=120))
+write("drape_run", "hole", RUN, mould(7, 7, missing=HOLE), settings(smaller=160))
+write("drape_run", "teeth", RUN, mould(7, 7, missing=TEETH), settings(x=40, turn=120, by_line=1))
+write("drape_run", "bumps", RUN, mould(6, 6, bumps=3, heights=[(37 * k) % 256 for k in range(49)]), settings(turn=77))
+write("drape_run", "one_square", RUN, mould(1, 1), settings(smaller=255))
+write("drape_run", "little_room", RUN, mould(7, 7), settings(less_room=255, smaller=255))
+for which, name in enumerate(("flag", "triangle", "list_start", "list", "twin_vertex", "position")):
+    write("drape_run", "bent_" + name, bytes([1, 0]), mould(), settings(), bytes([1, which, 0, 9, 3, 4]))
+write("drape_run", "three_triangles_on_an_edge", bytes([1, 0]), mould(), settings(), bytes([0, 2, 0, 5, 0, 8, 0, 31, 0, 2]))
+write("drape_run", "bent_step", bytes([1, 0]), mould(), settings(), bytes([2, 0, 9, 2]))
+write("drape_run", "store_of_four", bytes([1, 0]), mould(), settings(), bytes([3, 4]))
+
+
+def curve(points, radius, low=41, high=40, wobble=()):
+    offsets = list(wobble) or [0] * (2 * points)
+    return bytes([points, radius] + offsets + [low, high])
+
+
+write("curve_transfer", "ring", bytes([0]), curve(16, 90), mould(), settings())
+write("curve_transfer", "ring_on_dome", bytes([0]), curve(23, 120), mould(7, 7, shape=DOME), settings(z=40, smaller=128))
+write("curve_transfer", "free_passes", bytes([0]), curve(17, 60, low=41, high=63), mould(7, 7), settings(smaller=200))
+write("curve_transfer", "odd_and_wide", bytes([0]), curve(7, 255), mould(3, 3), settings())
+write("curve_transfer", "no_points", b"")
+write("curve_transfer", "bent_links", bytes([4]), curve(12, 80), mould(), settings(),
+      bytes([0, 0, 9, 1, 0, 0, 3, 0, 0, 4, 3, 0, 0, 7, 0, 0, 0, 8, 2, 0, 0, 2, 0, 0, 5, 1, 1, 4]))
+write("curve_transfer", "bent_numbers", bytes([3]), curve(12, 80), mould(), settings(),
+      bytes([1, 0, 0, 4, 2, 0, 0, 6, 6, 0, 2, 3, 1, 1, 0, 5, 3]))
+
+write("triangle_point", "right_triangles", bytes([0] * 6 + [144, 0] + [0] * 3 + [144, 0] + [0] * 10 + [160, 0, 132, 0]))
+write("triangle_point", "flat", b"")
+write("triangle_point", "not_a_number", bytes([2] * 21))
+write("triangle_point", "huge", bytes([8, 9, 8, 0, 8, 9, 5, 0, 8] + [144, 7] * 12))
+
+write("level_order", "chain", bytes([0, 7, 0, 0]), bytes([0, 1, 0, 1, 0, 1, 0, 2, 0, 1, 0, 3] * 8))
+write("level_order", "cycle", bytes([0, 3, 0, 0]), bytes([0, 1, 0, 1, 0, 1, 0, 2, 0, 1, 0, 3, 0, 1, 0, 0]))
+write("level_order", "wide", bytes([0, 20, 0, 0]), bytes([0, 6, 0, 1, 0, 2, 0, 3, 0, 4, 0, 5, 0, 6] * 20))
+write("level_order", "nowhere", bytes([0, 9, 2, 0]), bytes([0, 2, 1, 4, 1, 5, 1, 5, 7, 30] * 6))
+write("level_order", "start_out_of_range", bytes([1, 9, 5, 0]))
+write("level_order", "no_items", bytes([0, 9, 0, 15, 1]))
