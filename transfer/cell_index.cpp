@@ -7,6 +7,8 @@
 // it doesn't leave out is measured exactly, so the ranking is that of the plain scan.
 #include "transfer/cell_index.h"
 
+#include "drape.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -23,6 +25,9 @@ constexpr double boundFloor = 1e-300;
 
 // A mean of four coordinates is off by a few units in the last place of the largest of them.
 constexpr double meanSlack = 1e-14;
+
+// A work array for the sorting has three elements per cell.
+constexpr std::int64_t mostCells = std::numeric_limits<std::int32_t>::max() / 3;
 
 constexpr std::int32_t bitsPerAxis = 10;
 constexpr std::int32_t stepsPerAxis = 1 << bitsPerAxis;
@@ -169,7 +174,8 @@ struct CellIndex::Ranking {
     }
 };
 
-bool CellIndex::build(const GridView& grid) {
+bool CellIndex::build(const GridView& grid, std::int32_t& status) {
+    status = DRAPE_OK;
     Box extent = emptyBox();
     double largest = 0.0;
     cellCount_ = 0;
@@ -189,16 +195,15 @@ bool CellIndex::build(const GridView& grid) {
             lowestCells_[cellCount_] = cell;
         ++cellCount_;
     }
-    return cellCount_ > 0 && sortCells(grid, extent.low, extent.high) &&
-           buildBoxes(grid, meanSlack * largest);
+    return cellCount_ > 0 && cellCount_ <= mostCells && sortCells(grid, extent.low, extent.high, status) &&
+           buildBoxes(grid, meanSlack * largest, status);
 }
 
 // Morton order on a lattice over the cells' means. The lattice decides how tight the boxes get, and nothing
 // else: cells that fall on one point of it stay in the order of their numbers.
-bool CellIndex::sortCells(const GridView& grid, const Vec3& low, const Vec3& high) {
-    std::int32_t unreported = 0;
+bool CellIndex::sortCells(const GridView& grid, const Vec3& low, const Vec3& high, std::int32_t& status) {
     WorkArray<std::int32_t> scratch;
-    if (!cells_.take(cellCount_, unreported) || !scratch.take(3 * cellCount_, unreported))
+    if (!cells_.take(cellCount_, status) || !scratch.take(3 * cellCount_, status))
         return false;
     std::int32_t* cells = cells_.data();
     std::int32_t* codes = scratch.data();
@@ -223,10 +228,11 @@ bool CellIndex::sortCells(const GridView& grid, const Vec3& low, const Vec3& hig
     sortByDigit(cellCount_, 0, otherCodes, otherCells, codes, cells);
     sortByDigit(cellCount_, bitsPerAxis, codes, cells, otherCodes, otherCells);
     sortByDigit(cellCount_, 2 * bitsPerAxis, otherCodes, otherCells, codes, cells);
-    return true;
+    scratch.release(status);
+    return status == DRAPE_OK;
 }
 
-bool CellIndex::buildBoxes(const GridView& grid, double margin) {
+bool CellIndex::buildBoxes(const GridView& grid, double margin, std::int32_t& status) {
     std::int64_t members = cellCount_;
     std::int64_t total = 0;
     levelCount_ = 0;
@@ -238,8 +244,7 @@ bool CellIndex::buildBoxes(const GridView& grid, double margin) {
         ++levelCount_;
     } while (members > 1);
 
-    std::int32_t unreported = 0;
-    if (!boxes_.take(boxSize * total, unreported))
+    if (!boxes_.take(boxSize * total, status))
         return false;
     for (std::int32_t level = 0; level < levelCount_; ++level)
         for (std::int64_t i = 0; i < boxCount_[level]; ++i) {

@@ -8,9 +8,9 @@ namespace drape {
 
 class CellIndex {
 public:
-    // False if there is no memory for it or a coordinate is out of the range in which its bounds hold; the
-    // plain scan has to serve then.
-    bool build(const GridView& grid);
+    // False if the plain scan has to serve: a work array is refused, which leaves its code in `status`, or
+    // the grid is out of the range in which the bounds hold, which leaves 0.
+    bool build(const GridView& grid, std::int32_t& status);
 
     // Whether `rank` can answer for this point.
     bool serves(const Vec3& p) const;
@@ -27,8 +27,8 @@ private:
 
     struct Ranking;
 
-    bool sortCells(const GridView& grid, const Vec3& low, const Vec3& high);
-    bool buildBoxes(const GridView& grid, double margin);
+    bool sortCells(const GridView& grid, const Vec3& low, const Vec3& high, std::int32_t& status);
+    bool buildBoxes(const GridView& grid, double margin, std::int32_t& status);
     void visit(const GridView& grid, std::int32_t level, std::int64_t box, Ranking& ranking) const;
     std::int64_t membersOf(std::int32_t level) const;
 

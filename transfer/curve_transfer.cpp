@@ -90,8 +90,9 @@ bool findStart(GlobalSearch& search, const Curve& curve, Start& start, std::int3
     const std::int64_t limit = curve.count % 2 == 0 ? curve.count / 2 : curve.count;
     for (std::int64_t tries = 0; tries < limit;) {
         start.cell = wellDeterminedCell(search, load(curve.points));
-        if (start.cell != 0)
-            return true;
+        status = search.status();
+        if (start.cell != 0 || status != DRAPE_OK)
+            return status == DRAPE_OK;
         const std::int64_t taken =
             tries < triesByTurning ? 1 : triesToNextStart(search, curve, limit - tries);
         tries += taken;
@@ -171,7 +172,19 @@ void restoreOrder(double* pairs, std::int64_t count, std::int64_t rotation) {
     std::rotate(pairs, pairs + 2 * back, pairs + 2 * count);
 }
 
-// The whole road with its one work array, which holds a cell per point and the marks behind them.
+// Carries point after point and puts the flat positions into the curve's own order.
+void transferPoints(Transfer& transfer, const Start& start, std::int32_t& status) {
+    std::int32_t cell = start.cell;
+    for (std::int64_t i = 1; i <= transfer.curve.count; ++i) {
+        cell = transferPoint(transfer, i, cell);
+        status = transfer.search.status();
+        if (status != DRAPE_OK)
+            return;
+    }
+    restoreOrder(transfer.flatOut, transfer.curve.count, start.rotation);
+}
+
+// The whole road with its work array, which holds a cell per point and the marks behind them.
 void transferCurve(GlobalSearch& search, const double* nodeFlat, const Curve& curve, double* flatOut,
                    std::int32_t low, std::int32_t high, std::int32_t& status) {
     const std::int32_t nodeCount = search.grid().nodeCount;
@@ -180,12 +193,9 @@ void transferCurve(GlobalSearch& search, const double* nodeFlat, const Curve& cu
         return;
     Start start;
     if (findStart(search, curve, start, status)) {
-        Transfer transfer = {
-            search, nodeFlat, curve, flatOut, work.data(), {work.data() + curve.count, nodeCount}, low, high};
-        std::int32_t cell = start.cell;
-        for (std::int64_t i = 1; i <= curve.count; ++i)
-            cell = transferPoint(transfer, i, cell);
-        restoreOrder(flatOut, curve.count, start.rotation);
+        const CellMarks marks(work.data() + curve.count, nodeCount);
+        Transfer transfer = {search, nodeFlat, curve, flatOut, work.data(), marks, low, high};
+        transferPoints(transfer, start, status);
     }
     search.release(status);
     work.release(status);

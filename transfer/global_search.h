@@ -12,7 +12,11 @@ public:
 
     const GridView& grid() const { return grid_; }
 
+    // Always answers, even if the index is refused its memory.
     void rank(const Vec3& p, std::int32_t count, std::int32_t* ranks);
+
+    // The code of such a refusal, else 0.
+    std::int32_t status() const { return status_; }
 
     void release(std::int32_t& status) { index_.release(status); }
 
@@ -23,6 +27,7 @@ private:
     CellIndex index_;
     Index state_ = Index::NotAskedFor;
     std::int32_t scans_ = 0;
+    std::int32_t status_ = 0;
 };
 
 } // namespace drape
