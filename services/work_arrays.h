@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 extern "C" {
 
@@ -56,10 +57,14 @@ public:
         const auto request = static_cast<std::int32_t>(
             count > std::numeric_limits<std::int32_t>::max() || count < 0 ? -1 : count);
         handle_ = 0;
-        if (request_(&base_, &request, &handle_, &offset_, &status) == 1) {
+        std::int64_t offset = 0;
+        if (request_(&base_, &request, &handle_, &offset, &status) == 1) {
             handle_ = 0;
             return false;
         }
+        // The address is worked out on integers, since the block is no part of `base_`.
+        data_ = reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(&base_) +
+                                     static_cast<std::uintptr_t>(offset) * sizeof(T));
         return true;
     }
 
@@ -75,10 +80,11 @@ public:
 
     bool held() const { return handle_ != 0; }
 
-    // The address is worked out on integers, since the block is no part of `base_`.
-    T* data() const {
-        return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(&base_) +
-                                    static_cast<std::uintptr_t>(offset_) * sizeof(T));
+    T* data() const { return data_; }
+
+    void swap(WorkArray& other) {
+        std::swap(handle_, other.handle_);
+        std::swap(data_, other.data_);
     }
 
 private:
@@ -93,7 +99,7 @@ private:
 
     T base_ = 0;
     std::int32_t handle_ = 0;
-    std::int64_t offset_ = 0;
+    T* data_ = nullptr;
 };
 
 } // namespace drape

@@ -1,0 +1,181 @@
+// The run: from the caller's mesh and seed to the finished grid.
+//
+// The run takes its work arrays, registers the model, walks the boundary, builds the indices that make its
+// searches independent of the size of the mesh, stores the seed and opens one front in each direction. Then
+// the front loop does the rest. The caller keeps all nodes made, whatever ends the run.
+#include "run/front_loop.h"
+#include "run/input_check.h"
+#include "run/model.h"
+#include "services/work_arrays.h"
+#include "surface/boundary_chain.h"
+#include "surface/boundary_tree.h"
+#include "surface/point_triangle.h"
+#include "surface/surface_search.h"
+#include "surface/triangle_bounds.h"
+
+namespace drape {
+namespace {
+
+// Everything that a run holds beyond the caller's arrays.
+struct RunArrays {
+    WorkArray<std::int32_t> fronts;
+    WorkArray<std::int32_t> boundaryEdges;
+    WorkArray<double> boundaryNormals;
+    WorkArray<std::int32_t> foundList, marks, fansDone;
+    TriangleBounds triangleBounds;
+    BoundaryTree boundaryTree;
+    SearchScratch scratch;
+
+    // Whatever is written there is written before it is read, so none of these needs clearing.
+    bool takeTables(std::int32_t nodeCapacity, std::int32_t vertCount, std::int32_t& status) {
+        return fronts.take(std::int64_t{nodeCapacity} * DRAPE_FRONT_FIELDS, status) &&
+               boundaryEdges.take(3 * std::int64_t{vertCount}, status) &&
+               boundaryNormals.take(3 * std::int64_t{vertCount}, status);
+    }
+
+    bool takeScratch(const SurfaceMesh& mesh, std::int32_t& status) {
+        if (!foundList.take(mesh.triCount, status) || !marks.take(mesh.triCount, status) ||
+            !fansDone.take(mesh.vertCount, status))
+            return false;
+        clear(marks.data(), mesh.triCount);
+        clear(fansDone.data(), mesh.vertCount);
+        scratch.foundList = foundList.data();
+        scratch.marks = marks.data();
+        scratch.fansDone = fansDone.data();
+        return true;
+    }
+
+    // The last failing release wins.
+    void release(std::int32_t& status) {
+        fronts.release(status);
+        boundaryEdges.release(status);
+        boundaryNormals.release(status);
+        foundList.release(status);
+        marks.release(status);
+        fansDone.release(status);
+        triangleBounds.release(status);
+        boundaryTree.release(status);
+    }
+};
+
+bool buildIndices(RunArrays& arrays, std::int32_t& status) {
+    if (!arrays.takeScratch(model.mesh, status) ||
+        !arrays.triangleBounds.build(model.mesh, model.tolerance, status) ||
+        !arrays.boundaryTree.build(model.mesh, model.tolerance, status))
+        return false;
+    model.runScratch = &arrays.scratch;
+    model.triangleBounds = &arrays.triangleBounds;
+    model.boundaryTree = &arrays.boundaryTree;
+    return true;
+}
+
+// The first of the triangles nearest to the seed.
+std::int32_t seedTriangle(const TriangleBounds& bounds) {
+    const SurfaceMesh& mesh = model.mesh;
+    std::int32_t nearest = 0;
+    double best = 0.0;
+    for (std::int32_t t = 1; t <= mesh.triCount; ++t) {
+        if (t > 1 && bounds.distanceBelow(t, model.seedPoint) >= best)
+            continue;
+        const double distance = distanceToTriangle(model.seedPoint, mesh.corner(t, 0), mesh.corner(t, 1),
+                                                   mesh.corner(t, 2), model.tolerance)
+                                    .distance;
+        if (t == 1 || best > distance) {
+            nearest = t;
+            best = distance;
+        }
+    }
+    return nearest;
+}
+
+bool storeSeed(const TriangleBounds& bounds, std::int32_t& status) {
+    const SurfaceMesh& mesh = model.mesh;
+    const std::int32_t triangle = seedTriangle(bounds);
+    const Vec3 b = mesh.corner(triangle, 1);
+    const Vec3 normal = unitNormal(b - mesh.corner(triangle, 0), mesh.corner(triangle, 2) - b);
+    *model.nodeCount = 0;
+    if (!storeNode(model.seedPoint, normal, triangle, 0, {}, {}, status))
+        return false;
+    model.setStatus(1, DRAPE_NODE_OPEN);
+    return true;
+}
+
+void openSeedFronts() {
+    *model.frontCount = 4;
+    for (std::int32_t d = 1; d <= 4; ++d) {
+        FrontRecord front;
+        front.direction = d;
+        front.firstNode = 1;
+        front.length = 1;
+        model.front(d) = front;
+    }
+}
+
+// A finished grid knows open and closed nodes only.
+void closeMarkedNodes() {
+    for (std::int32_t n = 1; n <= *model.nodeCount; ++n) {
+        std::int32_t& status = model.nodeStatus[n - 1];
+        if (status == DRAPE_NODE_ACROSS_GAP || status == DRAPE_NODE_CUT)
+            status = DRAPE_NODE_CLOSED;
+    }
+}
+
+LoopEnd runOnModel(RunArrays& arrays, const std::int32_t* vertBoundary, std::int32_t& status) {
+    if (!walkBoundary(model.mesh, vertBoundary, model.mesh.boundaryCount, arrays.boundaryEdges.data(),
+                      arrays.boundaryNormals.data(), status) ||
+        !buildIndices(arrays, status) || !storeSeed(arrays.triangleBounds, status))
+        return LoopEnd::stopped;
+    openSeedFronts();
+    const LoopEnd end = runFrontLoop(status);
+    if (end == LoopEnd::tableEmpty)
+        closeMarkedNodes();
+    return end;
+}
+
+} // namespace
+} // namespace drape
+
+using namespace drape;
+
+extern "C" int32_t gzprp2(const double* seedPoint, const double* seedDirA, const double* seedDirB,
+                          const double* stepA, const double* stepB, int32_t* link3, int32_t* link1,
+                          int32_t* link2, int32_t* link4, int32_t* nodeI, int32_t* nodeJ, int32_t* nodeStatus,
+                          int32_t* nodeTri, double* nodePos, double* nodeFlat, double* nodeNormal,
+                          const int32_t* nodeCapacity, const int32_t*, const int32_t* triCount,
+                          const int32_t* vertCount, const int32_t* vertTriCount, const int32_t* vertTriStart,
+                          const int32_t* vertTriList, const int32_t* triVerts, const double* vertPos,
+                          const int32_t* vertBoundary, int32_t* nodeCount, const double* tolerance,
+                          const int32_t* pivotByGridLine, int32_t* status) {
+    *status = DRAPE_OK;
+    SurfaceMesh mesh;
+    mesh.triCount = *triCount;
+    mesh.vertCount = *vertCount;
+    mesh.vertTriCount = *vertTriCount;
+    mesh.vertTriStart = vertTriStart;
+    mesh.vertTriList = vertTriList;
+    mesh.triVerts = triVerts;
+    mesh.vertPos = vertPos;
+    *status = checkRunInput(seedPoint, seedDirA, seedDirB, *stepA, *stepB, *tolerance, *nodeCapacity, mesh);
+    if (*status != DRAPE_OK) {
+        *nodeCount = 0;
+        return 0;
+    }
+
+    RunArrays arrays;
+    LoopEnd end = LoopEnd::stopped;
+    if (arrays.takeTables(*nodeCapacity, *vertCount, *status)) {
+        std::int32_t frontCount = 0;
+        const std::int32_t boundaryRoom = *vertCount;
+        npinco(seedPoint, seedDirA, seedDirB, stepA, stepB, arrays.fronts.data(), &frontCount, link3, link1,
+               link2, link4, nodeI, nodeJ, nodeStatus, nodeTri, nodePos, nodeFlat, nodeNormal, nodeCapacity,
+               nodeCount, triCount, vertCount, vertTriCount, vertTriStart, vertTriList, triVerts, vertPos,
+               &boundaryRoom, arrays.boundaryEdges.data(), arrays.boundaryNormals.data(), pivotByGridLine,
+               tolerance);
+        end = runOnModel(arrays, vertBoundary, *status);
+        model = Model{};
+    }
+    if (end == LoopEnd::passArrayHeld)
+        return 1;
+    arrays.release(*status);
+    return 0;
+}

@@ -1,0 +1,54 @@
+// Input check: every index that a run will follow is looked at once, so that nothing after this has to doubt
+// the mesh.
+#include "run/input_check.h"
+
+#include <cmath>
+
+namespace drape {
+namespace {
+
+bool allFinite(const double* values, std::int64_t count) {
+    for (std::int64_t k = 0; k < count; ++k)
+        if (!std::isfinite(values[k]))
+            return false;
+    return true;
+}
+
+bool allWithin(const std::int32_t* values, std::int64_t count, std::int32_t low, std::int32_t high) {
+    for (std::int64_t k = 0; k < count; ++k)
+        if (values[k] < low || values[k] > high)
+            return false;
+    return true;
+}
+
+bool ascendingWithin(const std::int32_t* values, std::int64_t count, std::int32_t low, std::int32_t high) {
+    for (std::int64_t k = 0; k < count; ++k) {
+        if (values[k] < low || values[k] > high)
+            return false;
+        low = values[k];
+    }
+    return true;
+}
+
+bool isStep(double value) {
+    return std::isfinite(value) && value > 0.0;
+}
+
+} // namespace
+
+std::int32_t checkRunInput(const double* seedPoint, const double* seedDirA, const double* seedDirB,
+                           double stepA, double stepB, double tolerance, std::int32_t nodeCapacity,
+                           const SurfaceMesh& mesh) {
+    const bool counts =
+        mesh.triCount >= 1 && mesh.vertCount >= 3 && mesh.vertTriCount >= 1 && nodeCapacity >= 4;
+    const bool lengths = isStep(stepA) && isStep(stepB) && std::isfinite(tolerance) && tolerance >= 0.0;
+    if (!counts || !lengths || !allFinite(seedPoint, 3) || !allFinite(seedDirA, 3) || !allFinite(seedDirB, 3))
+        return DRAPE_BAD_ARGUMENT;
+    const bool fits = allWithin(mesh.triVerts, 3 * std::int64_t{mesh.triCount}, 1, mesh.vertCount) &&
+                      ascendingWithin(mesh.vertTriStart, mesh.vertCount, 0, mesh.vertTriCount) &&
+                      allWithin(mesh.vertTriList, mesh.vertTriCount, 1, mesh.triCount) &&
+                      allFinite(mesh.vertPos, 3 * std::int64_t{mesh.vertCount});
+    return fits ? DRAPE_OK : DRAPE_BAD_MESH;
+}
+
+} // namespace drape

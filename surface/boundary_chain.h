@@ -1,0 +1,13 @@
+// The surface boundary as one closed chain of edges.
+#pragma once
+
+#include "run/model.h"
+
+namespace drape {
+
+// Walks the boundary loop through the lowest flagged vertex of `mesh`. `boundaryCount` holds the room in
+// `edges` and `normals` and becomes the number of edges. False with status 3, 4 or a work-array code.
+bool walkBoundary(const SurfaceMesh& mesh, const std::int32_t* vertBoundary, std::int32_t& boundaryCount,
+                  std::int32_t* edges, double* normals, std::int32_t& status);
+
+} // namespace drape

@@ -1,0 +1,115 @@
+// Building the box tree over the boundary chain.
+#include "surface/boundary_tree.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace drape {
+namespace {
+
+constexpr double ENDLESS = std::numeric_limits<double>::infinity();
+constexpr Box EMPTY_BOX{{ENDLESS, ENDLESS, ENDLESS}, {-ENDLESS, -ENDLESS, -ENDLESS}};
+constexpr Box WHOLE_SPACE{{-ENDLESS, -ENDLESS, -ENDLESS}, {ENDLESS, ENDLESS, ENDLESS}};
+
+// Rounding of a distance to a triangle, in shares of what it is worked out from.
+constexpr double RELATIVE_MARGIN = 1e-9;
+constexpr double SLIVER_RATIO = 1e-3;
+
+Vec3 lower(const Vec3& a, const Vec3& b) {
+    return {std::min(a.x, b.x), std::min(a.y, b.y), std::min(a.z, b.z)};
+}
+Vec3 upper(const Vec3& a, const Vec3& b) {
+    return {std::max(a.x, b.x), std::max(a.y, b.y), std::max(a.z, b.z)};
+}
+Box joined(const Box& a, const Box& b) {
+    return {lower(a.low, b.low), upper(a.high, b.high)};
+}
+
+// The box of a triangle, widened by what its exact distance may fall short of the true one: the overhang of
+// the edge tests. Slivers, whose distances can't be bounded, get the whole space.
+Box boxOf(const SurfaceMesh& mesh, std::int32_t triangle, double tolerance) {
+    const Vec3 a = mesh.corner(triangle, 0);
+    const Vec3 b = mesh.corner(triangle, 1);
+    const Vec3 c = mesh.corner(triangle, 2);
+    const double ab = vor(b - a);
+    const double bc = vor(c - b);
+    const double ca = vor(a - c);
+    const double longest = std::sqrt(std::max(ab, std::max(bc, ca)));
+    const double shortest = std::sqrt(std::min(ab, std::min(bc, ca)));
+    const double height = std::sqrt(vor(parvis(b - a, c - a))) / longest;
+    const double margin = tolerance / shortest + RELATIVE_MARGIN * longest;
+    if (!(height > SLIVER_RATIO * longest) || !(margin < ENDLESS))
+        return WHOLE_SPACE;
+    const Vec3 widening{margin, margin, margin};
+    return {lower(a, lower(b, c)) - widening, upper(a, upper(b, c)) + widening};
+}
+
+double gap(double low, double high, double value) {
+    return value < low ? low - value : (value > high ? value - high : 0.0);
+}
+
+} // namespace
+
+BoundaryTree::EdgeRun BoundaryTree::edgesOf(std::int64_t leaf) const {
+    const auto first = static_cast<std::int32_t>((leaf - leafCount_) * EDGES_PER_LEAF + 1);
+    return {first, std::min(first + (EDGES_PER_LEAF - 1), edgeCount_)};
+}
+
+double BoundaryTree::distanceBelow(std::int64_t node, const Vec3& point) const {
+    const Box& box = boxes_[node];
+    const Vec3 d{gap(box.low.x, box.high.x, point.x), gap(box.low.y, box.high.y, point.y),
+                 gap(box.low.z, box.high.z, point.z)};
+    const double distance = std::sqrt(vor(d)) * (1.0 - RELATIVE_MARGIN);
+    return distance == distance ? distance : 0.0;
+}
+
+void BoundaryTree::fillLeaf(const SurfaceMesh& mesh, std::int64_t leaf, double tolerance) {
+    boxes_[leaf] = EMPTY_BOX;
+    if ((leaf - leafCount_) * EDGES_PER_LEAF >= edgeCount_)
+        return;
+    const EdgeRun run = edgesOf(leaf);
+    for (std::int32_t e = run.first; e <= run.last; ++e) {
+        const BoundaryEdge edge = mesh.boundaryEdge(e);
+        const Vec3 p = mesh.vertex(edge.start);
+        const Vec3 q = mesh.vertex(edge.end);
+        const Box own{lower(p, q), upper(p, q)};
+        boxes_[leaf] = joined(boxes_[leaf], joined(own, boxOf(mesh, edge.triangle, tolerance)));
+    }
+}
+
+bool BoundaryTree::build(const SurfaceMesh& mesh, double tolerance, std::int32_t& status) {
+    edgeCount_ = mesh.boundaryCount;
+    leafCount_ = 1;
+    while (leafCount_ * EDGES_PER_LEAF < edgeCount_)
+        leafCount_ *= 2;
+    constexpr std::int64_t doubles = sizeof(Box) / sizeof(double);
+    if (!block_.take(2 * leafCount_ * doubles, status) || !firstEdge_.take(mesh.triCount, status))
+        return false;
+    boxes_ = reinterpret_cast<Box*>(block_.data());
+    for (std::int64_t leaf = leafCount_; leaf < 2 * leafCount_; ++leaf)
+        fillLeaf(mesh, leaf, tolerance);
+    for (std::int64_t node = leafCount_ - 1; node >= 1; --node)
+        boxes_[node] = joined(boxes_[2 * node], boxes_[2 * node + 1]);
+
+    clear(firstEdge_.data(), mesh.triCount);
+    for (std::int32_t e = edgeCount_; e >= 1; --e)
+        firstEdge_.data()[mesh.boundaryEdge(e).triangle - 1] = e;
+    return true;
+}
+
+void BoundaryTree::release(std::int32_t& status) {
+    block_.release(status);
+    firstEdge_.release(status);
+}
+
+std::int32_t firstBoundaryEdgeOf(std::int32_t triangle) {
+    if (model.boundaryTree != nullptr)
+        return model.boundaryTree->firstEdgeOf(triangle);
+    for (std::int32_t e = 1; e <= model.mesh.boundaryCount; ++e)
+        if (model.mesh.boundaryEdge(e).triangle == triangle)
+            return e;
+    return 0;
+}
+
+} // namespace drape

@@ -1,0 +1,68 @@
+// Bounding spheres: how large the safety margins have to be.
+#include "surface/triangle_bounds.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace drape {
+namespace {
+
+// Triangles whose height is below this share of their longest side count as slivers.
+constexpr double SLIVER_RATIO = 1e-3;
+// Rounding of the exact tests, in shares of the triangle's size and of its distance from the origin; both
+// lie some thousand times above what double precision loses on a triangle that is no sliver.
+constexpr double SIZE_MARGIN = 1e-9;
+constexpr double OFFSET_MARGIN = 1e-13;
+// Lengths outside this range can overflow or vanish when they are squared.
+constexpr double LARGEST_LENGTH = 1e100;
+constexpr double SMALLEST_LENGTH = 1e-100;
+
+float roundedUp(double value) {
+    return std::nextafter(static_cast<float>(value), std::numeric_limits<float>::infinity());
+}
+
+double largestCoordinate(const Vec3& v) {
+    return std::max(std::fabs(v.x), std::max(std::fabs(v.y), std::fabs(v.z)));
+}
+
+} // namespace
+
+TriangleBounds::Sphere TriangleBounds::boundOf(const Vec3& a, const Vec3& b, const Vec3& c,
+                                               double tolerance) {
+    constexpr float endless = std::numeric_limits<float>::infinity();
+    const Vec3 centre = (a + b + c) / 3.0;
+    const double ab = vor(b - a);
+    const double bc = vor(c - b);
+    const double ca = vor(a - c);
+    const double longest = std::sqrt(std::max(ab, std::max(bc, ca)));
+    const double shortest = std::sqrt(std::min(ab, std::min(bc, ca)));
+    const double height = std::sqrt(vor(parvis(b - a, c - a))) / longest;
+    const double offset =
+        std::max(largestCoordinate(a), std::max(largestCoordinate(b), largestCoordinate(c)));
+    const bool bounded = height > SLIVER_RATIO * longest && shortest > SMALLEST_LENGTH &&
+                         offset < LARGEST_LENGTH && tolerance < LARGEST_LENGTH;
+    if (!bounded)
+        return {0.0, 0.0, 0.0, endless, endless};
+    const double radius = std::sqrt(std::max(cadis(a, centre), std::max(cadis(b, centre), cadis(c, centre))));
+    // An edge test lets a foot hang over a corner by tolerance / edge length.
+    const double slack = tolerance / shortest + SIZE_MARGIN * radius + OFFSET_MARGIN * offset;
+    return {centre.x, centre.y, centre.z, roundedUp(radius * (1.0 + SIZE_MARGIN)), roundedUp(slack)};
+}
+
+bool TriangleBounds::build(const SurfaceMesh& mesh, double tolerance, std::int32_t& status) {
+    if (!block_.take(4 * std::int64_t{mesh.triCount}, status))
+        return false;
+    spheres_ = reinterpret_cast<Sphere*>(block_.data());
+    for (std::int32_t t = 1; t <= mesh.triCount; ++t)
+        spheres_[t - 1] = boundOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2), tolerance);
+    return true;
+}
+
+double TriangleBounds::distanceBelow(std::int32_t triangle, const Vec3& point) const {
+    const Sphere& s = spheres_[triangle - 1];
+    const double distance = std::sqrt(cadis(point, {s.x, s.y, s.z}));
+    return distance * (1.0 - RELATIVE_MARGIN) - static_cast<double>(s.radius) - static_cast<double>(s.slack);
+}
+
+} // namespace drape
