@@ -7,10 +7,18 @@
 
 namespace tool::vec {
 
-inline Point add(const Point& a, const Point& b) { return {a[0] + b[0], a[1] + b[1], a[2] + b[2]}; }
-inline Point subtract(const Point& a, const Point& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
-inline Point scale(const Point& a, double s) { return {a[0] * s, a[1] * s, a[2] * s}; }
-inline double dot(const Point& a, const Point& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+inline Point add(const Point& a, const Point& b) {
+    return {a[0] + b[0], a[1] + b[1], a[2] + b[2]};
+}
+inline Point subtract(const Point& a, const Point& b) {
+    return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+inline Point scale(const Point& a, double s) {
+    return {a[0] * s, a[1] * s, a[2] * s};
+}
+inline double dot(const Point& a, const Point& b) {
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
 inline Point cross(const Point& a, const Point& b) {
     return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
 }
@@ -27,6 +35,18 @@ inline Point mix(const Point& a, const Point& b, double t) {
 inline Point unit(const Point& a) {
     const double l = length(a);
     return l > 0.0 ? scale(a, 1.0 / l) : a;
+}
+inline Point operator+(const Point& a, const Point& b) {
+    return add(a, b);
+}
+inline Point operator-(const Point& a, const Point& b) {
+    return subtract(a, b);
+}
+inline Point operator*(double s, const Point& a) {
+    return scale(a, s);
+}
+inline double areaOf(const Point& a, const Point& b, const Point& c) {
+    return 0.5 * length(cross(b - a, c - a));
 }
 inline bool isFinite(const Point& a) {
     return std::isfinite(a[0]) && std::isfinite(a[1]) && std::isfinite(a[2]);
