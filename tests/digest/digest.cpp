@@ -64,7 +64,7 @@ void runs() {
 
         const Surface toothed = heightField(
             16, 16, [](double, double) { return 0.0; },
-            [](int x, int y) { return (y > 1 && y < 14) || (x + y) % 2 == 0; });
+            [](int x, int y) { return (y > 1 && y < 14) || (y > 1 ? x % 3 == 0 : x % 2 == 0); });
         report("toothed", i, run(toothed, turned(random, 7.9, 8.3, 0.0)));
 
         const Surface holed = heightField(

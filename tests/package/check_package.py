@@ -47,8 +47,6 @@ def main():
                  "lib/libdrape.so" if options.kind == "shared" else "lib/libdrape.a"):
         if not (prefix / file).exists():
             sys.exit(f"{file} isn't installed")
-    if (source / "tool" / "drape.1").exists() and not (prefix / "share/man/man1/drape.1").exists():
-        sys.exit("the man page isn't installed")
 
     said = {}
 

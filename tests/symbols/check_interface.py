@@ -73,7 +73,8 @@ def main():
     if "libstdc++" in section or "libc++" in section:
         faults.append("the shared library needs a C++ run-time library: a C host would have to link one")
 
-    codes = {value for name, value in constants(header[header.index("DRAPE_OK"):]).items()}
+    enumeration = header[header.index("DRAPE_OK ="):]
+    codes = set(constants("    " + enumeration[:enumeration.index("}")]).values())
     table = pathlib.Path(options.status_codes).read_text()
     compare("status code", codes, "drape.h", {int(c) for c in re.findall(r"^\| (\d+) \|", table, flags=re.M)},
             "docs/status-codes.md")
