@@ -4,6 +4,7 @@
 #include "drape_data.h"
 
 #include <string>
+#include <vector>
 
 namespace tool {
 

@@ -1,0 +1,23 @@
+// The closed chains of edges along which a surface ends. The longest one is the outline that the cloth ends
+// at; the others are holes.
+#pragma once
+
+#include "mesh.h"
+
+namespace tool {
+
+struct Loop {
+    std::vector<std::int32_t> vertices; // 0-based, in the sense of the triangles' windings
+    double length = 0.0;
+};
+
+// All loops, the longest first. The mesh must be manifold.
+std::vector<Loop> boundaryLoops(const TriangleMesh& mesh);
+
+// Centre of a loop's vertices, to name it by.
+Point centreOf(const Loop& loop, const TriangleMesh& mesh);
+
+// Closes all loops but the longest with triangles, so that the cloth runs on over the holes.
+TriangleMesh withHolesFilled(TriangleMesh mesh, const std::vector<Loop>& loops);
+
+} // namespace tool
