@@ -1,0 +1,104 @@
+// Two roads to one result: a run with its indices, and the same run taken operation by operation without
+// them, must agree in every bit of every array, on smooth moulds and on torn ones.
+#include "plain_run.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace drape_test;
+
+// A small random mould: any outline that a random mask leaves, any slope, sizes of cell and mesh apart, and
+// triangles of all shapes.
+Surface randomSurface(Random& random) {
+    const int columns = 3 + random.below(9), rows = 3 + random.below(9);
+    const double torn = random.unit() < 0.6 ? random.between(0.0, 0.25) : 0.0;
+    std::vector<std::string> lines(static_cast<std::size_t>(rows),
+                                   std::string(static_cast<std::size_t>(columns), '#'));
+    for (auto& line : lines)
+        for (auto& square : line)
+            square = random.unit() < torn ? '.' : '#';
+    if (random.unit() < 0.5) { // a notch or slit from an edge inwards
+        const auto column = static_cast<std::size_t>(random.below(columns));
+        for (int j = random.below(rows); j < rows; ++j)
+            lines[static_cast<std::size_t>(j)][column] = '.';
+    }
+    lines[static_cast<std::size_t>(rows / 2)][static_cast<std::size_t>(columns / 2)] = '#';
+    const double bend = random.between(-0.08, 0.08), twist = random.between(-0.08, 0.08),
+                 wave = random.between(0.0, 0.6);
+    Surface surface = picture(lines, 1, [=](double x, double y) {
+        return bend * (x * x + y * y) + twist * x * y + wave / (1.0 + x * x + y * y);
+    });
+    if (random.unit() < 0.6)
+        makeIrregular(surface, random.between(0.0, 0.3), random, random.unit() < 0.5);
+    if (random.unit() < 0.3) {
+        for (int k = 0; k < 6; ++k)
+            splitTriangle(surface, 1 + random.below(surface.triCount()), random.between(0.0, 0.5),
+                          random.unit() < 0.5 ? random.between(0.0, 1e-4) : random.between(0.0, 0.5));
+        joinUp(surface);
+    }
+    return surface;
+}
+
+Settings randomSettings(const Surface& surface, Random& random) {
+    const auto triangle = 3 * static_cast<std::size_t>(random.below(surface.triCount()));
+    Settings settings;
+    double left = 1.0;
+    std::fill(settings.seed, settings.seed + 3, 0.0);
+    for (std::size_t k = 0; k < 3; ++k) {
+        const double share = k < 2 ? left * random.unit() : left;
+        left -= share;
+        const auto v = static_cast<std::size_t>(surface.triVerts[triangle + k] - 1);
+        for (std::size_t c = 0; c < 3; ++c)
+            settings.seed[c] += share * surface.vertPos[3 * v + c];
+    }
+    const double tolerances[] = {0.0, 1e-9, 1e-6, 1e-3, 1e-2, 0.05};
+    settings.stepA = random.between(0.4, 1.6);
+    settings.stepB = random.unit() < 0.5 ? settings.stepA : random.between(0.4, 1.6);
+    settings.tolerance = tolerances[random.below(6)];
+    settings.byGridLine = random.below(2);
+    settings.capacity = random.unit() < 0.1 ? 4 + random.below(60) : 1500;
+    turn(settings, random.between(0.0, 90.0));
+    return settings;
+}
+
+TEST(Roads, RandomSurfacesGiveTheSameBitsOnBothRoads) {
+    Random random(20);
+    int finished = 0, repaired = 0, cornered = 0;
+    long nodes = 0;
+    for (int k = 0; k < 600; ++k) {
+        const Surface surface = randomSurface(random);
+        const Settings settings = randomSettings(surface, random);
+        const PlainResult plain = plainRun(surface, settings);
+        const Grid fast = drape(surface, settings);
+        ASSERT_EQ(firstDifference(fast, plain.grid), "") << "surface " << k;
+        finished += fast.status == DRAPE_OK ? 1 : 0;
+        nodes += fast.count;
+        for (const int count : plain.repairs)
+            repaired += count;
+        for (const int count : plain.corners)
+            cornered += count;
+    }
+    // The surfaces are worth the comparison only while they bring runs to their end and into repairs.
+    EXPECT_GT(finished, 200);
+    EXPECT_GT(repaired, 100);
+    EXPECT_GT(cornered, 50);
+    EXPECT_GT(nodes, 30000);
+    RecordProperty("finished", finished);
+}
+
+TEST(Roads, FineMeshesUnderLongCellsGiveTheSameBits) {
+    for (const double step : {0.7, 1.3})
+        for (const double tolerance : {0.0, 1e-3}) {
+            for (const Surface& surface :
+                 {squareMould(5.0, 40, doubleDomeHeight(5.0)), dome(5.0, 40, 2), slitPlate(12, 0.4, 7)}) {
+                Settings settings = seededAt(surface, 2.03, 1.04, step, 17.0);
+                settings.tolerance = tolerance;
+                for (settings.byGridLine = 0; settings.byGridLine < 2; ++settings.byGridLine)
+                    ASSERT_EQ(firstDifference(drape(surface, settings), plainRun(surface, settings).grid),
+                              "");
+            }
+        }
+}
+
+} // namespace
