@@ -81,6 +81,9 @@ inline void retie(Surface& surface, ByteSource& bytes) {
     for (int k = bytes.below(4); k >= 0; --k)
         surface.triVerts[bytes.index(surface.triVerts.size())] =
             1 + static_cast<std::int32_t>(bytes.index(static_cast<std::size_t>(surface.vertCount())));
+    for (std::int32_t& vertex : surface.triVerts) // an earlier change may have left a number of no vertex
+        if (vertex < 1 || vertex > surface.vertCount())
+            vertex = 1;
     linkUp(surface);
 }
 
