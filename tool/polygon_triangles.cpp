@@ -1,7 +1,10 @@
-// The best shaped ear goes first, so quads split along the diagonal that gives the better triangles.
+// The best shaped ear goes first, so quads split along the diagonal that gives the better triangles. That
+// costs the cube of the corners, so larger polygons take any ear, and those beyond all measure a plain fan.
 #include "polygon_triangles.h"
 
 #include "point_math.h"
+
+#include <algorithm>
 
 namespace tool {
 
@@ -9,6 +12,9 @@ using namespace vec;
 namespace {
 
 using Ring = std::vector<std::int32_t>;
+
+constexpr std::size_t mostForBestEar = 100;
+constexpr std::size_t mostForEars = 3000;
 
 Point meanNormal(const Ring& ring, const std::vector<Point>& positions) {
     Point sum{};
@@ -54,10 +60,12 @@ std::vector<Triangle> trianglesOf(const std::vector<std::int32_t>& polygon, cons
     std::vector<Triangle> triangles;
     Ring ring = polygon;
     const Point normal = ring.size() > 3 ? meanNormal(ring, positions) : Point{};
+    std::size_t start = 0;
     while (ring.size() > 3) {
         std::size_t best = 0;
         double quality = -2.0;
-        for (std::size_t i = 0; i < ring.size(); ++i) {
+        for (std::size_t step = 0; step < ring.size() && polygon.size() <= mostForEars; ++step) {
+            const std::size_t i = (start + step) % ring.size();
             // A quad's ear leaves a triangle whose shape counts as much.
             double q = earQuality(ring, i, positions, normal);
             if (ring.size() == 4) {
@@ -67,7 +75,11 @@ std::vector<Triangle> trianglesOf(const std::vector<std::int32_t>& polygon, cons
                 quality = q;
                 best = i;
             }
+            if (quality > 0.0 && polygon.size() > mostForBestEar) {
+                break;
+            }
         }
+        start = best;
         const std::size_t n = ring.size();
         triangles.push_back({ring[(best + n - 1) % n], ring[best], ring[(best + 1) % n]});
         ring.erase(ring.begin() + static_cast<std::ptrdiff_t>(best));

@@ -1,0 +1,167 @@
+// The library compares its tolerance with lengths here and with areas there, so the same mould in metres and
+// in millimetres would be draped differently. The program therefore hands it the mould in a unit near the cell
+// length. The factor is a power of two, which changes no digit of any coordinate.
+#include "drape_run.h"
+
+#include "drape.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace tool {
+namespace {
+
+constexpr std::int32_t fewestNodes = 1000;
+
+double scaleFor(const Choice& choice) {
+    return std::exp2(-std::round(std::log2(std::sqrt(choice.stepA * choice.stepB))));
+}
+
+// Room for every array of a run.
+void makeRoom(Grid& grid, std::int32_t capacity) {
+    const auto n = static_cast<std::size_t>(capacity);
+    for (auto* array : {&grid.link1, &grid.link2, &grid.link3, &grid.link4, &grid.i, &grid.j, &grid.triangle}) {
+        array->assign(n, 0);
+    }
+    // A run that ends with a code can leave its last row without statuses; such nodes aren't part of the cloth.
+    grid.nodeStatus.assign(n, DRAPE_NODE_CLOSED);
+    grid.position.assign(3 * n, 0.0);
+    grid.flat.assign(2 * n, 0.0);
+    grid.normal.assign(3 * n, 0.0);
+}
+
+void cutToSize(Grid& grid) {
+    const auto n = static_cast<std::size_t>(std::max(grid.count, 0));
+    for (auto* array : {&grid.link1, &grid.link2, &grid.link3, &grid.link4, &grid.i, &grid.j, &grid.triangle,
+                        &grid.nodeStatus}) {
+        array->resize(n);
+        // A run that was stopped while it took a row back can leave links to nodes that are gone.
+        if (array != &grid.i && array != &grid.j && array != &grid.triangle && array != &grid.nodeStatus) {
+            std::replace_if(
+                array->begin(), array->end(), [&](std::int32_t m) { return m < 0 || m > grid.count; }, 0);
+        }
+    }
+    grid.position.resize(3 * n);
+    grid.flat.resize(2 * n);
+    grid.normal.resize(3 * n);
+}
+
+// Shows on a terminal how many nodes stand, from a thread of its own, since the run is a single call.
+class ProgressLine {
+public:
+    ProgressLine(std::int32_t& nodes, double expected, bool wanted) {
+        if (wanted) {
+            thread_ = std::thread([this, &nodes, expected] { watch(nodes, expected); });
+        }
+    }
+    ~ProgressLine() {
+        if (thread_.joinable()) {
+            {
+                const std::lock_guard<std::mutex> hold(mutex_);
+                done_ = true;
+            }
+            wake_.notify_one();
+            thread_.join();
+        }
+    }
+    ProgressLine(const ProgressLine&) = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+private:
+    void watch(std::int32_t& nodes, double expected) {
+        const auto start = std::chrono::steady_clock::now();
+        std::unique_lock<std::mutex> hold(mutex_);
+        bool shown = false;
+        auto pause = std::chrono::milliseconds(1000);
+        while (!wake_.wait_for(hold, pause, [this] { return done_; })) {
+            const int seconds = static_cast<int>(
+                std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - start).count());
+            const std::int32_t count = std::atomic_ref<std::int32_t>(nodes).load(std::memory_order_relaxed);
+            std::fprintf(stderr, "\rdrape: %d nodes of about %.0f, %d s ", count, expected, seconds);
+            std::fflush(stderr);
+            shown = true;
+            pause = std::chrono::milliseconds(250);
+        }
+        if (shown) {
+            std::fprintf(stderr, "\r\033[K");
+        }
+    }
+
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    bool done_ = false;
+    std::thread thread_;
+};
+
+void callLibrary(const Mould& mould, const Choice& choice, Grid& grid, bool talkative) {
+    const double scale = scaleFor(choice);
+    const auto scaled = [scale](Point p) { return Point{scale * p[0], scale * p[1], scale * p[2]}; };
+    std::vector<Point> positions(mould.positions.size());
+    std::transform(mould.positions.begin(), mould.positions.end(), positions.begin(), scaled);
+    const Point seed = scaled(choice.seed);
+    const double stepA = scale * choice.stepA;
+    const double stepB = scale * choice.stepB;
+    const double tolerance = scale * choice.tolerance;
+    const std::int32_t reserved = 0;
+    const auto triangles = static_cast<std::int32_t>(mould.triangleCount());
+    const auto vertices = static_cast<std::int32_t>(mould.positions.size());
+    const auto fanLength = static_cast<std::int32_t>(mould.fan.size());
+    const std::int32_t byGridLine = choice.pivotByGridLine ? 1 : 0;
+    makeRoom(grid, choice.nodeCapacity);
+    grid.count = 0;
+    {
+        const ProgressLine line(grid.count, expectedCells(mould, choice), talkative);
+        gzprp2(seed.data(), choice.warp.data(), choice.weft.data(), &stepA, &stepB, grid.link3.data(),
+               grid.link1.data(), grid.link2.data(), grid.link4.data(), grid.i.data(), grid.j.data(),
+               grid.nodeStatus.data(), grid.triangle.data(), grid.position.data(), grid.flat.data(),
+               grid.normal.data(), &choice.nodeCapacity, &reserved, &triangles, &vertices, &fanLength,
+               mould.fanStart.data(), mould.fan.data(), mould.corners.data(), positions.front().data(),
+               mould.flagged.data(), &grid.count, &tolerance, &byGridLine, &grid.status);
+    }
+    cutToSize(grid);
+    for (double& value : grid.position) {
+        value /= scale;
+    }
+    for (double& value : grid.flat) {
+        value /= scale;
+    }
+}
+
+double perimeterOf(const Mould& mould) {
+    double sum = 0.0;
+    for (const auto& loop : mould.loops) {
+        for (std::size_t i = 0; i < loop.size(); ++i) {
+            const Point& a = mould.positions[static_cast<std::size_t>(loop[i])];
+            const Point& b = mould.positions[static_cast<std::size_t>(loop[(i + 1) % loop.size()])];
+            sum += std::hypot(b[0] - a[0], b[1] - a[1], b[2] - a[2]);
+        }
+    }
+    return sum;
+}
+
+} // namespace
+
+Grid runDrape(const Mould& mould, Choice& choice, std::int32_t mostNodes, bool talkative) {
+    // Rows that leave the mould cost a node or two per cell of its outline beyond the cells themselves.
+    const double rim = 8.0 * perimeterOf(mould) / std::min(choice.stepA, choice.stepB);
+    const double wanted = 2.0 * expectedCells(mould, choice) + rim + fewestNodes;
+    choice.nodeCapacity = static_cast<std::int32_t>(std::clamp(wanted, 4.0, static_cast<double>(mostNodes)));
+    Grid grid;
+    while (true) {
+        callLibrary(mould, choice, grid, talkative);
+        const bool full = grid.status == DRAPE_NODES_FULL || grid.status == DRAPE_FRONTS_FULL ||
+                          (grid.status == DRAPE_NODE_NOT_COPIED && grid.count == choice.nodeCapacity);
+        if (!full || choice.nodeCapacity >= mostNodes) {
+            return grid;
+        }
+        choice.nodeCapacity = static_cast<std::int32_t>(
+            std::min<std::int64_t>(std::int64_t{4} * choice.nodeCapacity, mostNodes));
+    }
+}
+
+} // namespace tool

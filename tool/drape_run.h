@@ -1,0 +1,19 @@
+// One drape: the call of the library, with arrays of a fitting size and a word on progress meanwhile.
+#pragma once
+
+#include "drape_data.h"
+#include "log.h"
+
+namespace tool {
+
+// Fills `choice.nodeCapacity` in. Runs again with more room if the nodes don't suffice, up to `mostNodes`.
+// `talkative` shows the progress on stderr when the run takes over a second.
+Grid runDrape(const Mould& mould, Choice& choice, std::int32_t mostNodes, bool talkative);
+
+// Cells that a mould of this area will take, roughly.
+double expectedCells(const Mould& mould, const Choice& choice);
+
+// Cells, shear, pattern and cover of a grid, finished or not.
+Measures measure(const Mould& mould, const Grid& grid, double lockingAngle);
+
+} // namespace tool

@@ -1,0 +1,77 @@
+// All triangles are tried: one look at each is cheap beside a drape.
+#include "surface_point.h"
+
+#include "point_math.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace tool {
+
+using namespace vec;
+
+namespace {
+
+Point nearestOnEdge(const Point& a, const Point& b, const Point& p) {
+    const Point ab = b - a;
+    const double square = dot(ab, ab);
+    const double t = square > 0.0 ? std::clamp(dot(p - a, ab) / square, 0.0, 1.0) : 0.0;
+    return mix(a, b, t);
+}
+
+Point nearestOnTriangle(const Point& a, const Point& b, const Point& c, const Point& p) {
+    const Point n = cross(b - a, c - a);
+    const bool inside = dot(cross(b - a, p - a), n) >= 0.0 && dot(cross(c - b, p - b), n) >= 0.0 &&
+                        dot(cross(a - c, p - c), n) >= 0.0 && dot(n, n) > 0.0;
+    if (inside) {
+        return p - (dot(p - a, n) / dot(n, n)) * n;
+    }
+    Point best = nearestOnEdge(a, b, p);
+    for (const Point& q : {nearestOnEdge(b, c, p), nearestOnEdge(c, a, p)}) {
+        if (distance(q, p) < distance(best, p)) {
+            best = q;
+        }
+    }
+    return best;
+}
+
+} // namespace
+
+SurfacePoint nearestSurfacePoint(const TriangleMesh& mesh, const Point& point) {
+    SurfacePoint nearest;
+    nearest.distance = std::numeric_limits<double>::infinity();
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        const Point q = nearestOnTriangle(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2), point);
+        const double d = distance(q, point);
+        if (d < nearest.distance) {
+            nearest = {q, t, d};
+        }
+    }
+    return nearest;
+}
+
+Point normalOf(const TriangleMesh& mesh, std::size_t triangle) {
+    const Point& a = mesh.corner(triangle, 0);
+    return unit(cross(mesh.corner(triangle, 1) - a, mesh.corner(triangle, 2) - a));
+}
+
+double areaOf(const TriangleMesh& mesh) {
+    double sum = 0.0;
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        sum += vec::areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
+    }
+    return sum;
+}
+
+Point centroidOf(const TriangleMesh& mesh) {
+    Point sum{};
+    double weight = 0.0;
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        const double area = vec::areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
+        sum = sum + (area / 3.0) * (mesh.corner(t, 0) + mesh.corner(t, 1) + mesh.corner(t, 2));
+        weight += area;
+    }
+    return (1.0 / weight) * sum;
+}
+
+} // namespace tool

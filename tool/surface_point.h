@@ -1,0 +1,24 @@
+// The point of a surface nearest to a point in space.
+#pragma once
+
+#include "mesh.h"
+
+namespace tool {
+
+struct SurfacePoint {
+    Point position{};
+    std::size_t triangle = 0;
+    double distance = 0.0; // from the point asked for
+};
+
+SurfacePoint nearestSurfacePoint(const TriangleMesh& mesh, const Point& point);
+
+// Unit normal of a triangle, in the sense of its winding.
+Point normalOf(const TriangleMesh& mesh, std::size_t triangle);
+
+double areaOf(const TriangleMesh& mesh);
+
+// Mean of the surface, each part weighing by its area.
+Point centroidOf(const TriangleMesh& mesh);
+
+} // namespace tool
