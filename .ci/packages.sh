@@ -1,0 +1,25 @@
+# Sourced by demo.sh and test.sh: installs Debian packages, and only those that are missing.
+
+TOOL_PACKAGES=(cmake ninja-build g++ pkg-config libassimp-dev libcgal-dev libcli11-dev nlohmann-json3-dev
+               libpugixml-dev libcairo2-dev fonts-dejavu-core python3)
+
+TEST_PACKAGES=("${TOOL_PACKAGES[@]}" clang libclang-rt-dev gfortran binutils valgrind libgtest-dev
+               libbenchmark-dev)
+
+ensure_packages() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+    done
+    if [ ${#missing[@]} -eq 0 ]; then
+        return 0
+    fi
+    echo "Installing ${missing[*]}"
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        as_root=(sudo)
+    fi
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -q </dev/null
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -q -y --no-install-recommends "${missing[@]}" </dev/null
+}
