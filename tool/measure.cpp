@@ -4,6 +4,7 @@
 #include "drape_run.h"
 
 #include "drape.h"
+#include "grid_access.h"
 #include "point_math.h"
 
 #include <algorithm>
@@ -15,16 +16,11 @@ using namespace vec;
 
 namespace {
 
-Point positionOf(const Grid& grid, std::int32_t node) {
-    const auto n = 3 * static_cast<std::size_t>(node);
-    return {grid.position[n], grid.position[n + 1], grid.position[n + 2]};
-}
-
 double shearOf(const Grid& grid, const std::array<std::int32_t, 4>& nodes) {
-    const Point a = positionOf(grid, nodes[0]);
-    const Point b = positionOf(grid, nodes[1]);
-    const Point c = positionOf(grid, nodes[2]);
-    const Point d = positionOf(grid, nodes[3]);
+    const Point a = nodePosition(grid, nodes[0]);
+    const Point b = nodePosition(grid, nodes[1]);
+    const Point c = nodePosition(grid, nodes[2]);
+    const Point d = nodePosition(grid, nodes[3]);
     const Point warp = unit((b - a) + (c - d));
     const Point weft = unit((d - a) + (c - b));
     const double sine = std::clamp(std::abs(dot(warp, weft)), 0.0, 1.0);
@@ -65,8 +61,8 @@ void count(const Grid& grid, const Cell& cell, Measures& sums) {
     const auto flat = [&](std::size_t k, std::size_t axis) {
         return grid.flat[2 * static_cast<std::size_t>(cell.nodes[k]) + axis];
     };
-    const Point diagonal1 = positionOf(grid, cell.nodes[2]) - positionOf(grid, cell.nodes[0]);
-    const Point diagonal2 = positionOf(grid, cell.nodes[3]) - positionOf(grid, cell.nodes[1]);
+    const Point diagonal1 = nodePosition(grid, cell.nodes[2]) - nodePosition(grid, cell.nodes[0]);
+    const Point diagonal2 = nodePosition(grid, cell.nodes[3]) - nodePosition(grid, cell.nodes[1]);
     sums.coveredShare += 0.5 * length(cross(diagonal1, diagonal2));
     sums.patternArea += 0.5 * std::abs((flat(2, 0) - flat(0, 0)) * (flat(3, 1) - flat(1, 1)) -
                                        (flat(3, 0) - flat(1, 0)) * (flat(2, 1) - flat(0, 1)));

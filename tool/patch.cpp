@@ -51,9 +51,9 @@ std::vector<std::vector<std::size_t>> trianglesAround(const TriangleMesh& mesh) 
     return around;
 }
 
-} // namespace
+using Start = std::pair<std::int32_t, double>; // vertex and its distance
 
-std::vector<double> distancesAlong(const TriangleMesh& mesh, const SurfacePoint& from) {
+std::vector<double> runFront(const TriangleMesh& mesh, const std::vector<Start>& starts) {
     const auto around = trianglesAround(mesh);
     std::vector<double> reached(mesh.positions.size(), unreached);
     using Step = std::pair<double, std::size_t>;
@@ -64,8 +64,8 @@ std::vector<double> distancesAlong(const TriangleMesh& mesh, const SurfacePoint&
             open.emplace(d, v);
         }
     };
-    for (const std::int32_t v : mesh.triangles[from.triangle]) {
-        improve(static_cast<std::size_t>(v), distance(mesh.positions[static_cast<std::size_t>(v)], from.position));
+    for (const auto& [vertex, d] : starts) {
+        improve(static_cast<std::size_t>(vertex), d);
     }
     while (!open.empty()) {
         const auto [d, v] = open.top();
@@ -86,6 +86,24 @@ std::vector<double> distancesAlong(const TriangleMesh& mesh, const SurfacePoint&
         }
     }
     return reached;
+}
+
+} // namespace
+
+std::vector<double> distancesAlong(const TriangleMesh& mesh, const SurfacePoint& from) {
+    std::vector<Start> starts;
+    for (const std::int32_t v : mesh.triangles[from.triangle]) {
+        starts.emplace_back(v, distance(mesh.positions[static_cast<std::size_t>(v)], from.position));
+    }
+    return runFront(mesh, starts);
+}
+
+std::vector<double> distancesAlong(const TriangleMesh& mesh, const std::vector<std::int32_t>& from) {
+    std::vector<Start> starts;
+    for (const std::int32_t v : from) {
+        starts.emplace_back(v, 0.0);
+    }
+    return runFront(mesh, starts);
 }
 
 TriangleMesh patchWithin(const TriangleMesh& mesh, const SurfacePoint& from,

@@ -10,6 +10,9 @@ namespace tool {
 // distance by more than rounding, and above it by a percent or so on a fair mesh.
 std::vector<double> distancesAlong(const TriangleMesh& mesh, const SurfacePoint& from);
 
+// The same from the nearest of several vertices.
+std::vector<double> distancesAlong(const TriangleMesh& mesh, const std::vector<std::int32_t>& from);
+
 // The triangles whose corners all lie within `radius`, and the one that holds the point, as far as they hang
 // together with it. Not yet manifold: parts may touch at single vertices.
 TriangleMesh patchWithin(const TriangleMesh& mesh, const SurfacePoint& from,

@@ -1,4 +1,4 @@
-// All triangles are tried: one look at each is cheap beside a drape.
+// The nearest point of a triangle is straight below the point, or else on one of the edges.
 #include "surface_point.h"
 
 #include "point_math.h"
@@ -19,7 +19,7 @@ Point nearestOnEdge(const Point& a, const Point& b, const Point& p) {
     return mix(a, b, t);
 }
 
-Point nearestOnTriangle(const Point& a, const Point& b, const Point& c, const Point& p) {
+Point nearestOf(const Point& a, const Point& b, const Point& c, const Point& p) {
     const Point n = cross(b - a, c - a);
     const bool inside = dot(cross(b - a, p - a), n) >= 0.0 && dot(cross(c - b, p - b), n) >= 0.0 &&
                         dot(cross(a - c, p - c), n) >= 0.0 && dot(n, n) > 0.0;
@@ -37,14 +37,18 @@ Point nearestOnTriangle(const Point& a, const Point& b, const Point& c, const Po
 
 } // namespace
 
+SurfacePoint nearestOnTriangle(const TriangleMesh& mesh, std::size_t triangle, const Point& point) {
+    const Point q = nearestOf(mesh.corner(triangle, 0), mesh.corner(triangle, 1), mesh.corner(triangle, 2), point);
+    return {q, triangle, distance(q, point)};
+}
+
 SurfacePoint nearestSurfacePoint(const TriangleMesh& mesh, const Point& point) {
     SurfacePoint nearest;
     nearest.distance = std::numeric_limits<double>::infinity();
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
-        const Point q = nearestOnTriangle(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2), point);
-        const double d = distance(q, point);
-        if (d < nearest.distance) {
-            nearest = {q, t, d};
+        const SurfacePoint found = nearestOnTriangle(mesh, t, point);
+        if (found.distance < nearest.distance) {
+            nearest = found;
         }
     }
     return nearest;

@@ -11,6 +11,9 @@ struct SurfacePoint {
     double distance = 0.0; // from the point asked for
 };
 
+SurfacePoint nearestOnTriangle(const TriangleMesh& mesh, std::size_t triangle, const Point& point);
+
+// Tries every triangle; for many points at once there is the surface tree.
 SurfacePoint nearestSurfacePoint(const TriangleMesh& mesh, const Point& point);
 
 // Unit normal of a triangle, in the sense of its winding.
