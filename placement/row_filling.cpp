@@ -7,7 +7,6 @@
 #include "placement/row_filling.h"
 
 #include "placement/boundary_fallback.h"
-#include "surface/triangle_bounds.h"
 
 #include <cmath>
 
@@ -61,19 +60,15 @@ CellCircle circleOf(const Cell& cell, double distance2) {
 }
 
 // Looks for the node on the surface, first from the triangle of E and then from that of R.
-bool searchSurface(const Cell& cell, const CellCircle& circle, SearchScratch& scratch, Vec3& forward,
-                   SurfacePoint& found, std::int32_t& status) {
+bool placeOnSurface(const Cell& cell, CircleSearch& search, SearchScratch& scratch, SurfacePoint& found,
+                    std::int32_t& status) {
     const double tolerance = model.tolerance;
     const Ball balls[] = {{cell.posR, cell.alongFront, tolerance}, {cell.posE, cell.alongRow, tolerance}};
     for (const std::int32_t start : {model.triangleOf(cell.e), model.triangleOf(cell.r)}) {
         if (start == 0)
             continue;
-        scratch.beginFloodAndClearList();
-        if (!floodFrom(start, balls, 2, scratch, status))
-            return false;
-        if (scratch.foundCount != 0 &&
-            !furthestOnSurface(circle.centre, cell.outward, forward, circle.radius, cell.posH,
-                               scratch.foundList, scratch.foundCount, tolerance, found, status))
+        scratch.clearCallersList();
+        if (!searchSurface(start, balls, 2, search, scratch, found, status))
             return false;
         if (found.triangle != 0)
             return true;
@@ -82,18 +77,18 @@ bool searchSurface(const Cell& cell, const CellCircle& circle, SearchScratch& sc
 }
 
 // A point beyond the boundary, or in the plane of the cell where there is no boundary to go by.
-void placeOffSurface(const Cell& cell, const CellCircle& circle, const Vec3& forward,
-                     const SearchScratch& scratch, SurfacePoint& found) {
+void placeOffSurface(const Cell& cell, const CircleSearch& search, const SearchScratch& scratch,
+                     SurfacePoint& found) {
     FallbackPoint fallback;
     std::int32_t reason = DRAPE_OK;
-    if (fallBackToBoundary(circle.centre, cell.outward, forward, circle.radius, scratch.foundList,
-                           scratch.foundCount, model.tolerance, fallback, reason)) {
+    if (fallBackToBoundary(search.centre, search.planeNormal, search.forward, search.radius,
+                           scratch.foundList, scratch.foundCount, model.tolerance, fallback, reason)) {
         found = {fallback.point, fallback.normal, 0};
         return;
     }
     Vec3 normal = cell.alongFront * model.normalOf(cell.e) + cell.alongRow * model.normalOf(cell.r);
     devor(normal);
-    found = {circle.centre + circle.radius * forward, normal, 0};
+    found = {search.centre + search.radius * search.forward, normal, 0};
 }
 
 bool foldsOver(const Cell& cell, const Vec3& point) {
@@ -114,13 +109,13 @@ bool closeCell(std::int32_t r, std::int32_t direction, std::int32_t walkDirectio
         return false;
     }
     const CellCircle circle = circleOf(cell, distance2);
-    Vec3 forward = cell.forward;
+    CircleSearch search{circle.centre, cell.outward, cell.forward, circle.radius, cell.posH};
     SurfacePoint found;
     scratch.foundCount = 0; // without a start triangle there is no flood
-    if (!searchSurface(cell, circle, scratch, forward, found, status))
+    if (!placeOnSurface(cell, search, scratch, found, status))
         return false;
     if (found.triangle == 0)
-        placeOffSurface(cell, circle, forward, scratch, found);
+        placeOffSurface(cell, search, scratch, found);
     if (foldsOver(cell, found.point)) {
         status = DRAPE_CELL_FOLDS;
         return false;

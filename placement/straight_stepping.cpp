@@ -7,7 +7,6 @@
 #include "placement/straight_stepping.h"
 
 #include "placement/boundary_fallback.h"
-#include "surface/triangle_bounds.h"
 
 #include <cmath>
 
@@ -116,19 +115,18 @@ bool stepOnSurface(std::int32_t node, double step, Heading& heading, SearchScrat
     const double tolerance = model.tolerance;
     const Vec3 position = model.positionOf(node);
     const Vec3 normal = model.normalOf(node);
-    scratch.beginFlood();
     const Ball ball{position, step, tolerance};
-    if (!floodFrom(model.triangleOf(node), &ball, 1, scratch, status))
+    CircleSearch search{position, normal, heading.forward, step, heading.backPoint};
+    if (!searchSurface(model.triangleOf(node), &ball, 1, search, scratch, found, status))
         return false;
-    if (scratch.foundCount == 0)
-        return true;
-    if (!furthestOnSurface(position, normal, heading.forward, step, heading.backPoint, scratch.foundList,
-                           scratch.foundCount, tolerance, found, status))
-        return false;
-    if (heading.foldTest && found.triangle != 0 && foldsBack(heading, found.point - position))
-        found.triangle = 0;
+    heading.forward = search.forward;
     placed = found.triangle != 0;
-    if (placed)
+    if (placed && heading.foldTest && foldsBack(heading, found.point - position)) {
+        placed = false;
+        if (!listInRange(model.triangleOf(node), &ball, 1, scratch, status))
+            return false;
+    }
+    if (placed || scratch.foundCount == 0)
         return true;
     FallbackPoint fallback;
     placed = fallBackToBoundary(position, normal, heading.forward, step, scratch.foundList,

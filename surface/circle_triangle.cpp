@@ -32,16 +32,6 @@ void append(CircleCut& cut, const Vec3& point, std::int32_t kind) {
     ++cut.count;
 }
 
-bool outsideSlab(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance) {
-    const double level = prosca(circle.centre, circle.axis);
-    const double ha = prosca(a, circle.axis) - level;
-    const double hb = prosca(b, circle.axis) - level;
-    const double hc = prosca(c, circle.axis) - level;
-    const double low = std::min(ha, std::min(hb, hc));
-    const double high = std::max(ha, std::max(hb, hc));
-    return low > tolerance || 0.0 - tolerance > high;
-}
-
 // The circle's points on the line where its plane meets the triangle's.
 WorkingPoints pointsOnLine(const Circle& circle, const Vec3& foot, const Vec3& direction, double tolerance) {
     WorkingPoints found;
@@ -101,6 +91,50 @@ OnEdge liesOnEdge(const Clip& clip, const EdgeFrame& edge, const Vec3& point) {
     return within && clip.tolerance2 > cadis(r, point) ? OnEdge::yes : OnEdge::no;
 }
 
+// Sum of the coordinates' sizes, as a measure of what rounding a position carries.
+double sizeOf(const Vec3& v) {
+    return std::fabs(v.x) + std::fabs(v.y) + std::fabs(v.z);
+}
+
+// Whether the foot of a point, `toPoint` from the edge's start, lies clearly beside the edge `along`.
+bool clearlyBeside(const Vec3& toPoint, const Vec3& along, double margin) {
+    const double length2 = vor(along);
+    const double foot = prosca(toPoint, along);
+    const double margin2 = margin * margin;
+    if (foot < 0.0 || foot > length2) {
+        const double beyond = foot < 0.0 ? foot : foot - length2;
+        return beyond * beyond > margin2 * length2;
+    }
+    return vor(parvis(toPoint, along)) > margin2 * length2;
+}
+
+// Whether the edge stage would certainly take none of the points. It costs a fraction of that stage, and most
+// points lie well inside the triangle or well off it. Slivers, whose edge planes are ill-conditioned, and
+// tolerances at which those planes could count as parallel are left to the stage itself.
+bool clearOfEdges(const Clip& clip, const WorkingPoints& working) {
+    constexpr double sliverRatio = 1e-3;
+    constexpr double sizeMargin = 1e-9;
+    constexpr double offsetMargin = 1e-12;
+    const Vec3 ab = clip.b - clip.a;
+    const Vec3 bc = clip.c - clip.b;
+    const Vec3 ca = clip.a - clip.c;
+    const double longest2 = std::max(vor(ab), std::max(vor(bc), vor(ca)));
+    const bool sound =
+        vor(parvis(ab, ca)) > sliverRatio * sliverRatio * longest2 * longest2 && clip.tolerance2 < 0.25;
+    if (!sound)
+        return false;
+    for (std::int32_t k = 0; k < working.count; ++k) {
+        const Vec3& point = working.points[k];
+        const Vec3 fromA = point - clip.a;
+        const double margin = 2.0 * std::sqrt(clip.tolerance2) + sizeMargin * (sizeOf(ab) + sizeOf(fromA)) +
+                              offsetMargin * (sizeOf(clip.a) + sizeOf(point));
+        if (!clearlyBeside(fromA, ab, margin) || !clearlyBeside(point - clip.b, bc, margin) ||
+            !clearlyBeside(point - clip.c, ca, margin))
+            return false;
+    }
+    return true;
+}
+
 // False if an edge's planes have no common point, which ends the whole cut.
 bool edgeStage(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
     const EdgeFrame edges[] = {edgeFrame(clip.a, clip.b, clip.normal, DRAPE_ON_EDGE_AB),
@@ -142,7 +176,7 @@ void clipToTriangle(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
     cornerStage(clip, working, cut);
     if (working.count == 0)
         return;
-    if (!edgeStage(clip, working, cut)) {
+    if (!clearOfEdges(clip, working) && !edgeStage(clip, working, cut)) {
         cut.singular = true;
         return;
     }
@@ -160,6 +194,16 @@ PlanesPoint commonPoint(const Plane& p1, const Plane& p2, const Plane& p3, doubl
     const Vec3 c12 = parvis(p1.normal, p2.normal);
     const double det = prosca(p1.normal, c23);
     return {(d1 * c23 + d2 * c31 + d3 * c12) / det, threshold > std::fabs(det)};
+}
+
+bool outsideSlab(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance) {
+    const double level = prosca(circle.centre, circle.axis);
+    const double ha = prosca(a, circle.axis) - level;
+    const double hb = prosca(b, circle.axis) - level;
+    const double hc = prosca(c, circle.axis) - level;
+    const double low = std::min(ha, std::min(hb, hc));
+    const double high = std::max(ha, std::max(hb, hc));
+    return low > tolerance || 0.0 - tolerance > high;
 }
 
 CircleCut cutCircle(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance,

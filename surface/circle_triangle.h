@@ -36,6 +36,10 @@ struct CircleCut {
     bool singular = false;
 };
 
+// The slab test: whether a triangle lies wholly on one side of the circle's plane, further off than
+// `tolerance`.
+bool outsideSlab(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance);
+
 CircleCut cutCircle(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance,
                     std::int32_t clipMode);
 

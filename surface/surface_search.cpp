@@ -8,7 +8,6 @@
 #include "services/growing_list.h"
 #include "surface/circle_triangle.h"
 #include "surface/point_triangle.h"
-#include "surface/triangle_bounds.h"
 
 #include <algorithm>
 #include <limits>
@@ -20,6 +19,7 @@ namespace {
 struct FanWalk {
     std::int32_t triangle;
     std::int32_t corner;
+    std::int32_t vertex;   // at that corner
     std::int32_t position; // next entry of vertTriList
     std::int32_t end;
 };
@@ -33,17 +33,64 @@ struct Candidate {
 GrowingList<FanWalk, 1024> fanStack;
 GrowingList<Candidate, 512> candidates;
 
-bool inRange(std::int32_t triangle, const Ball& ball) {
-    if (model.triangleBounds != nullptr) {
-        const Range range = model.triangleBounds->inRange(triangle, ball);
-        if (range != Range::unknown)
-            return range == Range::in;
-    }
+bool exactlyInRange(std::int32_t triangle, const Ball& ball) {
     const SurfaceMesh& mesh = model.mesh;
     const TriangleDistance exact =
         distanceToTriangle(ball.centre, mesh.corner(triangle, 0), mesh.corner(triangle, 1),
                            mesh.corner(triangle, 2), ball.tolerance);
     return ball.radius + ball.tolerance > exact.distance;
+}
+
+// Settles what the sphere of a triangle left open.
+bool settled(Range range, std::int32_t triangle, const Ball& ball) {
+    if (range == Range::unknown)
+        range = model.triangleBounds->inRangeByCorners(triangle, ball);
+    return range == Range::unknown ? exactlyInRange(triangle, ball) : range == Range::in;
+}
+
+// The first test of the cut itself.
+bool liesBesideCircle(std::int32_t triangle, const Circle& circle, double tolerance) {
+    const SurfaceMesh& mesh = model.mesh;
+    return outsideSlab(circle, mesh.corner(triangle, 0), mesh.corner(triangle, 1), mesh.corner(triangle, 2),
+                       tolerance);
+}
+
+struct Visit {
+    bool goOn; // the walk goes on from this triangle
+    bool list;
+};
+
+// The plain rule: on from triangles in range of any ball, listing those in range of all.
+Visit visitPlainly(std::int32_t triangle, const Ball* balls, int ballCount) {
+    const bool first = exactlyInRange(triangle, balls[0]);
+    const bool second = ballCount == 2 ? exactlyInRange(triangle, balls[1]) : first;
+    return {first || second, first && second};
+}
+
+// The same answer from bounds. With `reach` given, triangles that this circle certainly misses are left off
+// the list, which saves most of the second questions.
+Visit visitByBounds(std::int32_t triangle, const Ball* balls, int ballCount, const Circle* reach) {
+    const TriangleBounds& bounds = *model.triangleBounds;
+    const Ball& a = balls[0];
+    const Ball& b = balls[ballCount - 1];
+    Range first = bounds.inRange(triangle, a);
+    Range second = ballCount == 2 ? bounds.inRange(triangle, b) : first;
+    if (first == Range::out && second == Range::out)
+        return {false, false};
+    if (first != Range::in && second != Range::in) {
+        first = settled(first, triangle, a) ? Range::in : Range::out;
+        if (ballCount == 1)
+            second = first;
+        if (first == Range::out) {
+            if (ballCount == 1 || !settled(second, triangle, b))
+                return {false, false};
+            second = Range::in;
+        }
+    }
+    if (reach != nullptr && (bounds.missesCircle(triangle, *reach, a.tolerance) ||
+                             liesBesideCircle(triangle, *reach, a.tolerance)))
+        return {true, false};
+    return {true, settled(first, triangle, a) && settled(second, triangle, b)};
 }
 
 // The marks of a caller's array: 1 in range, 2 out of range. Fans are looked through every time.
@@ -69,8 +116,8 @@ struct RunMarks {
 template <class Marks>
 class Flood {
 public:
-    Flood(const Marks& marks, const Ball* balls, int ballCount, SearchScratch& scratch)
-        : marks_(marks), balls_(balls), ballCount_(ballCount), scratch_(scratch) {}
+    Flood(const Marks& marks, const Ball* balls, int ballCount, const Circle* reach, SearchScratch& scratch)
+        : marks_(marks), balls_(balls), ballCount_(ballCount), reach_(reach), scratch_(scratch) {}
 
     bool run(std::int32_t start, std::int32_t& status) {
         fanStack.reset();
@@ -87,63 +134,66 @@ public:
     }
 
 private:
-    // Marks a triangle, lists it if it is in range of all balls, and says if the walk goes on from it.
+    // Marks a triangle, lists it if it belongs there, and says if the walk goes on from it.
     bool visit(std::int32_t triangle) {
-        if (marks_.visited(triangle))
-            return false;
-        bool goOn = inRange(triangle, balls_[0]);
-        bool list = goOn;
-        if (ballCount_ == 2) {
-            const bool nearSecond = inRange(triangle, balls_[1]);
-            list = goOn && nearSecond;
-            goOn = goOn || nearSecond;
-        }
-        marks_.mark(triangle, goOn);
-        if (list)
+        const Visit found = model.triangleBounds != nullptr
+                                ? visitByBounds(triangle, balls_, ballCount_, reach_)
+                                : visitPlainly(triangle, balls_, ballCount_);
+        marks_.mark(triangle, found.goOn);
+        if (found.list)
             scratch_.foundList[scratch_.foundCount++] = triangle;
-        return goOn;
+        return found.goOn;
     }
 
     FanWalk fanOf(std::int32_t triangle, std::int32_t corner) const {
-        const std::int32_t v = model.mesh.vertexOf(triangle, corner);
+        const std::int32_t v = mesh_.vertexOf(triangle, corner);
         if (marks_.fanDone(v))
-            return {triangle, corner, 0, 0};
-        return {triangle, corner, model.mesh.fanBegin(v), model.mesh.fanEnd(v)};
+            return {triangle, corner, v, 0, 0};
+        return {triangle, corner, v, mesh_.fanBegin(v), mesh_.fanEnd(v)};
     }
 
     // The next unvisited triangle around the corners of the walk's triangle, 0 when there is none left.
     std::int32_t nextUnvisited(FanWalk& walk) const {
+        // The walk from a triangle of this fan may have looked the fan through to its end.
+        if (marks_.fanDone(walk.vertex))
+            walk.position = walk.end;
         for (;;) {
             while (walk.position < walk.end) {
-                const std::int32_t triangle = model.mesh.vertTriList[walk.position++];
+                const std::int32_t triangle = mesh_.vertTriList[walk.position++];
                 if (!marks_.visited(triangle))
                     return triangle;
             }
-            marks_.finishFan(model.mesh.vertexOf(walk.triangle, walk.corner));
+            marks_.finishFan(walk.vertex);
             if (walk.corner == 2)
                 return 0;
             walk = fanOf(walk.triangle, walk.corner + 1);
         }
     }
 
+    const SurfaceMesh mesh_ = model.mesh; // a copy, which no store to the marks can touch
     Marks marks_;
     const Ball* balls_;
     int ballCount_;
+    const Circle* reach_;
     SearchScratch& scratch_;
 };
+
+bool flood(std::int32_t start, const Ball* balls, int ballCount, const Circle* reach, SearchScratch& scratch,
+           std::int32_t& status) {
+    if (scratch.ownedByRun()) {
+        const RunMarks marks{scratch.marks, scratch.fansDone, scratch.stamp};
+        return Flood<RunMarks>(marks, balls, ballCount, reach, scratch).run(start, status);
+    }
+    return Flood<CallersMarks>({scratch.marks}, balls, ballCount, reach, scratch).run(start, status);
+}
 
 // Cuts the circle against every listed triangle, in order.
 bool gatherCandidates(const Circle& circle, const std::int32_t* foundList, std::int32_t foundCount,
                       double tolerance, std::int32_t& status) {
     const SurfaceMesh& mesh = model.mesh;
-    // A quick look at the spheres presumes an axis of unit length.
-    const double axis2 = vor(circle.axis);
-    const bool useBounds = model.triangleBounds != nullptr && axis2 > 0.999 && axis2 < 1.001;
     candidates.reset();
     for (std::int32_t k = 0; k < foundCount; ++k) {
         const std::int32_t triangle = foundList[k];
-        if (useBounds && model.triangleBounds->missesCircle(triangle, circle, tolerance))
-            continue;
         const CircleCut cut = cutCircle(circle, mesh.corner(triangle, 0), mesh.corner(triangle, 1),
                                         mesh.corner(triangle, 2), tolerance, CLIP_AFTER_SLAB_TEST);
         for (std::int32_t hit = 0; hit < cut.count; ++hit)
@@ -188,6 +238,33 @@ const Candidate& furthestForward(const Vec3& centre, const Vec3& forward) {
     return *furthest;
 }
 
+// Cuts the circle against the listed triangles and chooses among the points. `found` keeps its point and
+// normal if there is none.
+bool chooseOnList(const Circle& circle, const Vec3& forward, const Vec3& backPoint,
+                  const std::int32_t* foundList, std::int32_t foundCount, double tolerance,
+                  SurfacePoint& found, std::int32_t& status) {
+    if (!gatherCandidates(circle, foundList, foundCount, tolerance, status))
+        return false;
+    dropBackwardCandidates(backPoint, circle.radius, tolerance);
+    if (candidates.empty()) {
+        found.triangle = 0;
+        return true;
+    }
+    const Candidate& furthest = furthestForward(circle.centre, forward);
+    const SurfaceMesh& mesh = model.mesh;
+    const Vec3 a = mesh.corner(furthest.triangle, 0);
+    found = {furthest.point,
+             unitNormal(mesh.corner(furthest.triangle, 1) - a, mesh.corner(furthest.triangle, 2) - a),
+             furthest.triangle};
+    return true;
+}
+
+// The quick look at the spheres presumes an axis of unit length.
+bool hasUnitAxis(const Circle& circle) {
+    const double length2 = vor(circle.axis);
+    return length2 > 0.999 && length2 < 1.001;
+}
+
 } // namespace
 
 void SearchScratch::beginFlood() {
@@ -204,42 +281,42 @@ void SearchScratch::beginFlood() {
     ++stamp;
 }
 
-void SearchScratch::beginFloodAndClearList() {
-    beginFlood();
+void SearchScratch::clearCallersList() {
     if (!ownedByRun())
         clear(foundList, model.mesh.triCount);
 }
 
-bool floodFrom(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
-               std::int32_t& status) {
-    if (scratch.ownedByRun()) {
-        const RunMarks marks{scratch.marks, scratch.fansDone, scratch.stamp};
-        return Flood<RunMarks>(marks, balls, ballCount, scratch).run(start, status);
-    }
-    return Flood<CallersMarks>({scratch.marks}, balls, ballCount, scratch).run(start, status);
+bool listInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
+                 std::int32_t& status) {
+    scratch.beginFlood();
+    return flood(start, balls, ballCount, nullptr, scratch, status);
 }
 
-bool furthestOnSurface(const Vec3& centre, const Vec3& planeNormal, Vec3& forward, double radius,
-                       const Vec3& backPoint, const std::int32_t* foundList, std::int32_t foundCount,
-                       double tolerance, SurfacePoint& found, std::int32_t& status) {
-    status = DRAPE_OK;
-    const Vec3 given = forward;
-    devor(forward);
-    const Circle circle{centre, unitNormal(planeNormal, given), radius};
-    if (!gatherCandidates(circle, foundList, foundCount, tolerance, status))
-        return false;
-    dropBackwardCandidates(backPoint, radius, tolerance);
-    if (candidates.empty()) {
-        found.triangle = 0;
-        return true;
+bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleSearch& search,
+                   SearchScratch& scratch, SurfacePoint& found, std::int32_t& status) {
+    const Circle circle{search.centre, unitNormal(search.planeNormal, search.forward), search.radius};
+    const double tolerance = balls[0].tolerance;
+    found.triangle = 0;
+    const Vec3 given = search.forward;
+    if (model.triangleBounds != nullptr && hasUnitAxis(circle)) {
+        scratch.beginFlood();
+        if (!flood(start, balls, ballCount, &circle, scratch, status) ||
+            !chooseOnList(circle, given, search.backPoint, scratch.foundList, scratch.foundCount, tolerance,
+                          found, status))
+            return false;
+        if (found.triangle != 0) {
+            devor(search.forward);
+            return true;
+        }
     }
-    const Candidate& furthest = furthestForward(centre, given);
-    const SurfaceMesh& mesh = model.mesh;
-    const Vec3 a = mesh.corner(furthest.triangle, 0);
-    found = {furthest.point,
-             unitNormal(mesh.corner(furthest.triangle, 1) - a, mesh.corner(furthest.triangle, 2) - a),
-             furthest.triangle};
-    return true;
+    // The full list, for those who go on without a point.
+    if (!listInRange(start, balls, ballCount, scratch, status))
+        return false;
+    if (scratch.foundCount == 0)
+        return true;
+    devor(search.forward);
+    return chooseOnList(circle, given, search.backPoint, scratch.foundList, scratch.foundCount, tolerance,
+                        found, status);
 }
 
 } // namespace drape
@@ -250,11 +327,15 @@ extern "C" int32_t uzprcm(const double* centre, const double* planeNormal, doubl
                           const double* radius, const double* backPoint, const int32_t* foundList,
                           const int32_t* foundCount, const double* tolerance, double* point, double* normal,
                           int32_t* triangle, int32_t* status) {
-    Vec3 direction = load(forward);
-    SurfacePoint found;
-    const bool done = furthestOnSurface(load(centre), load(planeNormal), direction, *radius, load(backPoint),
-                                        foundList, *foundCount, *tolerance, found, *status);
+    *status = DRAPE_OK;
+    const Vec3 given = load(forward);
+    Vec3 direction = given;
+    devor(direction);
     store(forward, direction);
+    const Circle circle{load(centre), unitNormal(load(planeNormal), given), *radius};
+    SurfacePoint found;
+    const bool done =
+        chooseOnList(circle, given, load(backPoint), foundList, *foundCount, *tolerance, found, *status);
     *triangle = done ? found.triangle : 0;
     if (*triangle != 0) {
         store(point, found.point);

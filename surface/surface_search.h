@@ -2,6 +2,7 @@
 #pragma once
 
 #include "run/model.h"
+#include "surface/triangle_bounds.h"
 
 namespace drape {
 
@@ -25,15 +26,9 @@ struct SearchScratch {
 
     // Makes all triangles unvisited and empties the list.
     void beginFlood();
-    // The same, and zeroes the whole list of a caller's array.
-    void beginFloodAndClearList();
+    // Zeroes the whole list of a caller's array, which row filling does before each flood.
+    void clearCallersList();
 };
-
-// Lists the triangles in range of all `ballCount` (1 or 2) balls, walking from `start` over triangles in
-// range of any. False with a work-array code if the walk's stack can't grow.
-struct Ball;
-bool floodFrom(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
-               std::int32_t& status);
 
 struct SurfacePoint {
     Vec3 point{};
@@ -41,11 +36,24 @@ struct SurfacePoint {
     std::int32_t triangle = 0; // 0: nothing was found
 };
 
-// The cut of the circle through `centre`, square to planeNormal x forward, with the listed triangles that
-// lies furthest along `forward`, leaving out what lies where the grid came from. `forward` comes back at unit
-// length. `found` keeps its point and normal if nothing is found.
-bool furthestOnSurface(const Vec3& centre, const Vec3& planeNormal, Vec3& forward, double radius,
-                       const Vec3& backPoint, const std::int32_t* foundList, std::int32_t foundCount,
-                       double tolerance, SurfacePoint& found, std::int32_t& status);
+// The circle on which a node has to lie, and what tells one of its points from another.
+struct CircleSearch {
+    Vec3 centre;
+    Vec3 planeNormal; // with `forward` it spans the plane square to the circle's axis
+    Vec3 forward;     // comes back at unit length once triangles were cut
+    double radius;
+    Vec3 backPoint; // the place behind the node
+};
+
+// Lists the triangles in range of all `ballCount` (1 or 2) balls, walking from `start` over triangles in
+// range of any, and finds the point of the circle on them that lies furthest forward, leaving out what lies
+// where the grid came from. `found.triangle` is 0 if there is none, and the list is complete then. False with
+// a work-array code if a working table can't grow.
+bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleSearch& search,
+                   SearchScratch& scratch, SurfacePoint& found, std::int32_t& status);
+
+// Only the list: all triangles in range, for those who don't take the point that was found.
+bool listInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
+                 std::int32_t& status);
 
 } // namespace drape

@@ -16,9 +16,18 @@ enum class Range { in, out, unknown };
 
 // A ball around a node: triangles nearer than radius + tolerance are in range of it.
 struct Ball {
+    // Shares of a length by which the bounds stay clear of rounding.
+    static constexpr double RELATIVE_MARGIN = 1e-9;
+
+    Ball(const Vec3& c, double r, double t)
+        : centre(c), radius(r), tolerance(t), clearlyWithin(r * (1.0 - RELATIVE_MARGIN)),
+          clearlyBeyond((r + t) * (1.0 + RELATIVE_MARGIN)) {}
+
     Vec3 centre;
     double radius;
     double tolerance;
+    double clearlyWithin; // a nearer point is in range whatever is snapped to
+    double clearlyBeyond; // what lies further off is out of range
 };
 
 class TriangleBounds {
@@ -33,13 +42,17 @@ public:
         const Vec3 d = ball.centre - Vec3{s.x, s.y, s.z};
         const double distance2 = vor(d);
         // The centre of the sphere is a point of the triangle, so its distance bounds the triangle's above.
-        const double inner = ball.radius * (1.0 - RELATIVE_MARGIN) - static_cast<double>(s.slack);
+        const double inner = ball.clearlyWithin - static_cast<double>(s.slack);
         if (inner > 0.0 && distance2 < inner * inner)
             return Range::in;
-        const double outer = (ball.radius + ball.tolerance) * (1.0 + RELATIVE_MARGIN) +
-                             static_cast<double>(s.slack) + static_cast<double>(s.radius);
+        const double outer =
+            ball.clearlyBeyond + static_cast<double>(s.slack) + static_cast<double>(s.radius);
         return distance2 > outer * outer ? Range::out : Range::unknown;
     }
+
+    // The same with the triangle's own shape, for what its sphere leaves open. Still conservative, but what
+    // stays unknown now lies within a margin of the limit.
+    Range inRangeByCorners(std::int32_t triangle, const Ball& ball) const;
 
     // True only if the cut of the circle with the triangle certainly gives no hit.
     bool missesCircle(std::int32_t triangle, const Circle& circle, double tolerance) const {
@@ -66,8 +79,6 @@ public:
     double distanceBelow(std::int32_t triangle, const Vec3& point) const;
 
 private:
-    static constexpr double RELATIVE_MARGIN = 1e-9;
-
     // `slack` holds the rounding of the triangle's frame and the overhang of its edge tests; it is infinite
     // for slivers, whose exact tests are too ill-conditioned to be bounded.
     struct Sphere {
@@ -78,6 +89,7 @@ private:
 
     static Sphere boundOf(const Vec3& a, const Vec3& b, const Vec3& c, double tolerance);
 
+    const SurfaceMesh* mesh_ = nullptr;
     Sphere* spheres_ = nullptr;
     WorkArray<double> block_;
 };
