@@ -190,7 +190,8 @@ bool CellIndex::build(const GridView& grid, std::int32_t& status) {
                 return false;
             largest = std::max(largest, largestOf(position));
         }
-        extend(extent, boxOfCell(grid, cell, 0.0));
+        const Vec3 mean = meanOfCorners(grid, corners);
+        extend(extent, {mean, mean, 0.0});
         if (cellCount_ < longestRanking)
             lowestCells_[cellCount_] = cell;
         ++cellCount_;
