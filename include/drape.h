@@ -263,14 +263,15 @@ enum {
  * itself.
  *
  * Codes: 201 and 202 for input that can't be used, before anything is done, with nodeCount 0; 3 and 4 if the
- * boundary flags describe no closed loop, before any node is made; 24 with one node if the triangle nearest
- * to the seed has no area; 23 if nodeCapacity is used up; 9, 24 where the boundary meets a cell side in a
- * way that can't be counted; 15, 16, 17 where a cell can't be placed; 207 where a repair gets nowhere; 301
- * without memory, and then nodeCount stays as it was if no node had been made. 1, 2, 10 to 14, 20 to 22 and
- * 203 guard the steps of a run.
+ * boundary flags describe no closed loop; 24 with one node if the triangle nearest to the seed has no area;
+ * 23 if nodeCapacity is used up, 13 if a repair finds it so; 9 and 24 where the boundary meets a cell side
+ * in a way that can't be counted; 15, 16 and 17 where a cell can't be placed; 207 where a repair gets
+ * nowhere; 301 and 302 for want of a work array. 1, 2, 10 to 12, 14, 20 to 22, 203 and 208 guard the steps
+ * of a run.
  *
- * After a failure all nodes made so far stay, with nodeCount valid. nodeStatus can then hold
- * DRAPE_NODE_ACROSS_GAP and DRAPE_NODE_CUT too, and the nodes of the row in hand may have none yet.
+ * After a failure all nodes made so far stay, with nodeCount valid; with 3, 4, 301 and 302 before the first
+ * node, nodeCount stays as the caller left it. nodeStatus can then hold DRAPE_NODE_ACROSS_GAP and
+ * DRAPE_NODE_CUT too, and the nodes of the row in hand may have none yet.
  */
 DRAPE_API int32_t gzprp2(const double* seedPoint, const double* seedDirA, const double* seedDirB,
                          const double* stepA, const double* stepB, int32_t* link3, int32_t* link1,
@@ -311,8 +312,8 @@ DRAPE_API int32_t gzprp2(const double* seedPoint, const double* seedDirA, const 
  * before it. That position carries over from one call to the next.
  *
  * Codes: 205 if no point lies clearly in one cell, with the curve back in its order; 206 if pointCount or
- * nodeCount is below 1 or no cell is complete; 301, 302 for want of a work array. With any of them flatOut
- * isn't written.
+ * nodeCount is below 1 or no cell is complete; flatOut isn't written with either. 301 and 302 for want of a
+ * work array; flatOut can be written in part then.
  */
 DRAPE_API int32_t gzfttc(const int32_t* link3, const int32_t* link1, const int32_t* link2,
                          const int32_t* link4, const int32_t* spareA, const int32_t* spareB,
