@@ -1,0 +1,235 @@
+// What a run costs: per node over mesh size, mesh density and boundary length, the set-up per triangle, and
+// the run against the plain road through the exported operations.
+//
+// A run's own time is measured in two: a run with room for four nodes ends right after its set-up, and what a
+// whole run takes beyond that belongs to its nodes. Both are the least of several runs, since machines are
+// shared.
+#include "tests/drape_case.h"
+#include "tests/plain_run.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <functional>
+
+using namespace drape_test;
+
+namespace {
+
+// Processor time, since machines are shared and the library has one thread.
+double secondsOf(const std::function<void()>& work) {
+    const std::clock_t start = std::clock();
+    work();
+    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+}
+
+double leastSecondsOf(int repeats, const std::function<void()>& work) {
+    double least = secondsOf(work);
+    for (int k = 1; k < repeats; ++k)
+        least = std::min(least, secondsOf(work));
+    return least;
+}
+
+// A gently waved sheet of side x side squares of unit edge, its inner vertices jittered.
+Surface wavedSheet(int side) {
+    Surface sheet = squareMould(
+        0.5 * side, side, [](double x, double y) { return 3.0 * std::sin(0.05 * x) * std::cos(0.04 * y); });
+    Random random(1);
+    makeIrregular(sheet, 0.2, random);
+    return sheet;
+}
+
+std::int32_t roomFor(const Surface& surface, double step) {
+    return static_cast<std::int32_t>(0.8 * surface.triCount() / (step * step)) + 4000;
+}
+
+struct Cost {
+    double setUp = 0.0; // seconds
+    double whole = 0.0; // seconds
+    std::int32_t nodes = 0;
+    std::int32_t status = 0;
+    double perNode() const { return nodes > 0 ? (whole - setUp) / nodes : 0.0; }
+};
+
+Cost costOf(const Surface& surface, Settings settings, int repeats) {
+    Cost cost;
+    Grid grid = emptyGrid(settings.capacity);
+    cost.whole = leastSecondsOf(repeats, [&] { drape(surface, settings, grid); });
+    cost.nodes = grid.count;
+    cost.status = grid.status;
+    settings.capacity = 4;
+    cost.setUp = leastSecondsOf(repeats, [&] { drape(surface, settings, grid); });
+    return cost;
+}
+
+void report(benchmark::State& state, const Surface& surface, const Cost& cost) {
+    state.counters["triangles"] = surface.triCount();
+    state.counters["nodes"] = cost.nodes;
+    state.counters["ns_per_node"] = 1e9 * cost.perNode();
+    state.counters["nodes_per_s"] = 1.0 / cost.perNode();
+    state.counters["setup_ns_per_triangle"] = 1e9 * cost.setUp / surface.triCount();
+    state.counters["status"] = cost.status;
+}
+
+int repeatsFor(const Surface& surface) {
+    return surface.triCount() > 2000000 ? 1 : 3;
+}
+
+// Mesh size, with the cell as long as a mesh edge.
+void overMeshSize(benchmark::State& state) {
+    const Surface sheet = wavedSheet(static_cast<int>(state.range(0)));
+    Settings settings = seededAt(sheet, 0.3, 0.2, 1.0);
+    settings.capacity = std::min(roomFor(sheet, 1.0), 1200000);
+    Cost cost;
+    for (auto _ : state) {
+        cost = costOf(sheet, settings, repeatsFor(sheet));
+        state.SetIterationTime(cost.whole);
+    }
+    report(state, sheet, cost);
+}
+BENCHMARK(overMeshSize)
+    ->ArgName("side")
+    ->Arg(71)
+    ->Arg(224)
+    ->Arg(707)
+    ->Arg(2236)
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+// Mesh edges per cell, in quarters, on one mesh.
+void overMeshDensity(benchmark::State& state) {
+    const Surface sheet = wavedSheet(300);
+    const double step = 0.25 * static_cast<double>(state.range(0));
+    Settings settings = seededAt(sheet, 0.3, 0.2, step);
+    settings.capacity = roomFor(sheet, step);
+    Cost cost;
+    for (auto _ : state) {
+        cost = costOf(sheet, settings, 3);
+        state.SetIterationTime(cost.whole);
+    }
+    report(state, sheet, cost);
+    state.counters["edges_per_cell"] = step;
+}
+BENCHMARK(overMeshDensity)
+    ->ArgName("quarter_edges")
+    ->Arg(2)
+    ->Arg(4)
+    ->Arg(8)
+    ->Arg(12)
+    ->Arg(16)
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+std::int32_t flagged(const Surface& surface) {
+    return static_cast<std::int32_t>(std::count(surface.vertBoundary.begin(), surface.vertBoundary.end(), 1));
+}
+
+// Boundary length: a patch of the same size is draped beside ever longer rows of teeth.
+void overBoundaryLength(benchmark::State& state) {
+    const Surface plate = toothedPlate(static_cast<int>(state.range(0)), 60, 3);
+    Settings settings = seededAt(plate, static_cast<double>(state.range(0)) + 0.4, 28.3, 1.0);
+    settings.capacity = 3000;
+    Cost cost;
+    for (auto _ : state) {
+        cost = costOf(plate, settings, repeatsFor(plate));
+        state.SetIterationTime(cost.whole);
+    }
+    report(state, plate, cost);
+    state.counters["boundary_edges"] = flagged(plate);
+}
+BENCHMARK(overBoundaryLength)
+    ->ArgName("teeth")
+    ->Arg(30)
+    ->Arg(120)
+    ->Arg(1200)
+    ->Arg(12000)
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+// A million nodes on ten million triangles with a long toothed boundary.
+void largeToothedMould(benchmark::State& state) {
+    const Surface plate = toothedPlate(1250, 2200, 8);
+    Settings settings = seededAt(plate, 1250.3, 1000.2, 2.2);
+    settings.capacity = 1500000;
+    Cost cost;
+    for (auto _ : state) {
+        cost = costOf(plate, settings, 1);
+        state.SetIterationTime(cost.whole);
+    }
+    report(state, plate, cost);
+    state.counters["boundary_edges"] = flagged(plate);
+}
+BENCHMARK(largeToothedMould)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+
+// The run against the plain road, on the nodes that the plain road makes in bearable time.
+void againstPlainRoad(benchmark::State& state) {
+    const Surface sheet = wavedSheet(static_cast<int>(state.range(0)));
+    Settings settings = seededAt(sheet, 0.3, 0.2, 1.0);
+    settings.capacity = static_cast<std::int32_t>(state.range(1));
+    double plain = 0.0;
+    Cost cost;
+    for (auto _ : state) {
+        plain = secondsOf([&] { plainRun(sheet, settings); });
+        cost = costOf(sheet, settings, 3);
+        state.SetIterationTime(plain);
+    }
+    const auto nodes = static_cast<double>(cost.nodes);
+    report(state, sheet, cost);
+    state.counters["plain_ns_per_node"] = 1e9 * plain / nodes;
+    // The plain road has next to no set-up, so its whole time stands against the run's nodes.
+    state.counters["times_faster"] = plain / nodes / cost.perNode();
+}
+BENCHMARK(againstPlainRoad)
+    ->ArgNames({"side", "nodes"})
+    ->Args({71, 4000})
+    ->Args({224, 4000})
+    ->Args({707, 2000})
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+// The single operations, called alone.
+void distanceToTriangle(benchmark::State& state) {
+    const double p[] = {0.4, 0.3, 0.5}, a[] = {0, 0, 0}, b[] = {1, 0, 0.1}, c[] = {0, 1, 0.2};
+    const double tolerance = 1e-3;
+    double distance = 0.0;
+    std::int32_t location = 0;
+    for (auto _ : state) {
+        npdmpe(p, a, b, c, &tolerance, &distance, &location);
+        benchmark::DoNotOptimize(distance);
+    }
+}
+BENCHMARK(distanceToTriangle);
+
+void circleCut(benchmark::State& state) {
+    const double centre[] = {0.3, 0.3, 0.2}, axis[] = {1, 0, 0}, radius = 0.4;
+    const double a[] = {0, 0, 0}, b[] = {1, 0, 0.1}, c[] = {0, 1, 0.2}, tolerance = 1e-3;
+    const std::int32_t clip = 1;
+    std::int32_t count = 0, singular = 0, kinds[2];
+    double hits[6];
+    for (auto _ : state) {
+        npxctr(centre, axis, &radius, a, b, c, &tolerance, &clip, &count, hits, kinds, &singular);
+        benchmark::DoNotOptimize(count);
+    }
+}
+BENCHMARK(circleCut);
+
+void crossingOfOneEdge(benchmark::State& state) {
+    const double a[] = {0.2, -0.5, 0.1}, b[] = {0.3, 0.5, 0}, p[] = {0, 0, 0}, q[] = {1, 0, 0};
+    const double up[] = {0, 0, 1}, tolerance = 1e-3;
+    std::int32_t count = 0, kinds[2], status = 0;
+    double distance[2];
+    for (auto _ : state) {
+        npxseb(a, b, p, up, q, up, &tolerance, &count, distance, kinds, &status);
+        benchmark::DoNotOptimize(count);
+    }
+}
+BENCHMARK(crossingOfOneEdge);
+
+} // namespace
