@@ -226,8 +226,8 @@ inline void splitTriangle(Surface& surface, std::int32_t triangle, double u, dou
     surface.triVerts.insert(surface.triVerts.end(), {b, c, p, c, a, p});
 }
 
-// The point of a surface above (x, y), from the first triangle whose plan holds it.
-inline Point pointAbove(const Surface& surface, double x, double y) {
+// The first triangle whose plan holds (x, y), 0 if none does, and the point of the surface there.
+inline std::int32_t triangleAbove(const Surface& surface, double x, double y, double* height = nullptr) {
     for (std::size_t t = 0; t < surface.triVerts.size(); t += 3) {
         const double* p[3];
         for (std::size_t k = 0; k < 3; ++k)
@@ -236,10 +236,79 @@ inline Point pointAbove(const Surface& surface, double x, double y) {
                      vy = p[2][1] - p[0][1];
         const double area = ux * vy - uy * vx, wx = x - p[0][0], wy = y - p[0][1];
         const double s = (wx * vy - wy * vx) / area, r = (ux * wy - uy * wx) / area;
-        if (s >= 0.0 && r >= 0.0 && s + r <= 1.0)
-            return {x, y, p[0][2] + s * (p[1][2] - p[0][2]) + r * (p[2][2] - p[0][2])};
+        if (s >= 0.0 && r >= 0.0 && s + r <= 1.0) {
+            if (height != nullptr)
+                *height = p[0][2] + s * (p[1][2] - p[0][2]) + r * (p[2][2] - p[0][2]);
+            return static_cast<std::int32_t>(t / 3 + 1);
+        }
     }
-    return {x, y, 0.0};
+    return 0;
+}
+inline Point pointAbove(const Surface& surface, double x, double y) {
+    Point point = {x, y, 0.0};
+    triangleAbove(surface, x, y, &point[2]);
+    return point;
+}
+
+// A mould with a place to begin on it.
+struct Mould {
+    std::string name;
+    Surface surface;
+    double seedX, seedY;
+};
+
+// Moulds whose boundary doesn't get in the way of a row.
+inline std::vector<Mould> smoothMoulds() {
+    Surface irregular = squareMould(7.0, 14, domeHeight(9.0));
+    Random random(3);
+    makeIrregular(irregular, 0.3, random);
+    return {{"plate", squareMould(7.0, 10, level), 0.31, 0.23},
+            {"spherical cap", squareMould(6.0, 24, domeHeight(9.0)), 0.31, 0.23},
+            {"double dome", squareMould(8.0, 24, doubleDomeHeight(8.0)), 0.31, 0.23},
+            {"saddle", squareMould(6.0, 18, saddleHeight(9.0)), 0.31, 0.23},
+            {"cylinder piece", cylinderPiece(5.0, 12.0, 0.9, 20, 9), 0.31, 0.23},
+            {"irregular cap", irregular, 0.31, 0.23}};
+}
+
+// Moulds with cuts of all kinds in their outline.
+inline std::vector<Mould> tornMoulds() {
+    const std::vector<std::string> holed = {"##############", "##############", "##############",
+                                            "##############", "#####....#####", "#####....#####",
+                                            "#####....#####", "#####....#####", "##############",
+                                            "##############", "##############", "##############"};
+    Surface hole = picture(holed), plainHole = hole;
+    unflag(plainHole, [](double x, double y) { return x > 4 && x < 10 && y > 3 && y < 9; });
+    const auto star = [](int i, int j) {
+        const double x = std::abs(i - 7.5), y = std::abs(j - 7.5);
+        return x * y <= 9.0 || x + y < 6.0;
+    };
+    return {{"notch",
+             picture({"################", "################", "################", "################",
+                      "################", "################", "################", "################",
+                      "######..########", "######..########", "######..########", "######..########"}),
+             8.3, 8.2},
+            {"wide slit", slitPlate(16, 1.6, 10), 5.1, 12.2},
+            {"narrow slit", slitPlate(16, 0.3, 10), 5.1, 12.2},
+            {"hairline slit", slitPlate(16, 0.05, 10), 5.1, 12.2},
+            {"comb",
+             picture({"################", "################", "################", "################",
+                      "##..##..##..##.#", "##..##..##..##.#", "##..##..##..##.#", "##..##..##..##.#",
+                      "##..##..##..##.#"}),
+             5.3, 7.2},
+            {"U",
+             picture({"####......####", "####......####", "####......####", "####......####",
+                      "####......####", "##############", "##############", "##############"}),
+             2.3, 1.2},
+            {"L",
+             picture({"#####.......", "#####.......", "#####.......", "#####.......", "############",
+                      "############", "############", "############"}),
+             2.3, 2.2},
+            {"star", squareMould(8.0, 16, level, star), 0.2, 0.3},
+            {"hole with its rim flagged", hole, 3.2, 2.3},
+            {"hole with its rim unflagged", plainHole, 3.2, 2.3},
+            {"slit dome", dome(8.0, 24, 1), 0.2, 3.3},
+            {"fine slit dome", dome(8.0, 48, 1), 0.2, 3.3},
+            {"toothed edge", toothedPlate(8, 12, 5), 8.2, 3.1}};
 }
 
 } // namespace drape_test

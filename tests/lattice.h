@@ -1,0 +1,101 @@
+// A registered model for tests of single operations: a level plate, a square lattice of open nodes laid on it
+// by hand, and, in place of a real boundary, fences at any place that cross the cell edges chosen for it.
+//
+// Row r of direction d is what a front of direction d stands on after r steps; its nodes are counted by p in
+// the order in which the front runs. So one test serves all four directions.
+#pragma once
+
+#include "plain_run.h"
+
+#include <vector>
+
+namespace drape_test {
+
+// A boundary edge from one point of the plate to another; its surface normal is that of the plate.
+struct Fence {
+    double x0, y0, x1, y1;
+};
+
+inline Surface fencedPlate(int size, const std::vector<Fence>& fences) {
+    Surface plate = gridSurface(
+        size + 4, size + 4,
+        [](int i, int j) {
+            return Point{i - 2.4, j - 2.3, 0.0};
+        },
+        everywhere);
+    plate.vertBoundary.assign(plate.vertBoundary.size(), 0);
+    for (const Fence& f : fences) {
+        plate.vertPos.insert(plate.vertPos.end(), {f.x0, f.y0, 0.0, f.x1, f.y1, 0.0});
+        plate.vertTriStart.insert(plate.vertTriStart.end(), 2, plate.vertTriCount());
+        plate.vertBoundary.insert(plate.vertBoundary.end(), 2, 0);
+    }
+    return plate;
+}
+
+class Lattice : public PlainModel {
+public:
+    explicit Lattice(int withSize, const std::vector<Fence>& fences = {}, Settings with = {})
+        : PlainModel(fencedPlate(withSize, fences), with), size(withSize) {
+        fenceIn(static_cast<std::int32_t>(fences.size()));
+        registerModel();
+        layNodes();
+    }
+
+    std::int32_t node(std::int32_t d, int r, int p) const {
+        const int far = size - 1,
+                  i = d == 1   ? r
+                      : d == 2 ? far - p
+                      : d == 3 ? far - r
+                               : p,
+                  j = d == 1   ? far - p
+                      : d == 2 ? far - r
+                      : d == 3 ? p
+                               : r;
+        return 1 + i + size * j;
+    }
+    // Appends a front; what isn't given is 0.
+    std::int32_t addFront(std::int32_t d, std::int32_t firstNode, std::int32_t length) {
+        std::int32_t* record = front(++frontCount);
+        std::fill(record, record + DRAPE_FRONT_FIELDS, 0);
+        record[DRAPE_FRONT_DIRECTION] = d;
+        record[DRAPE_FRONT_FIRST_NODE] = firstNode;
+        record[DRAPE_FRONT_LENGTH] = length;
+        return frontCount;
+    }
+    // A front on the outermost row of direction d.
+    std::int32_t addOuterFront(std::int32_t d) { return addFront(d, node(d, size - 1, 0), size); }
+
+    const int size;
+
+private:
+    void fenceIn(std::int32_t count) {
+        boundaryCount = count;
+        for (std::int32_t e = 0; e < count; ++e) {
+            const auto k = 3 * static_cast<std::size_t>(e);
+            edges[k] = 1;
+            edges[k + 1] = surface.vertCount() - 2 * (count - e) + 1;
+            edges[k + 2] = edges[k + 1] + 1;
+            edgeNormals[k + 2] = 1.0;
+        }
+    }
+    void layNodes() {
+        grid.count = size * size;
+        for (int j = 0; j < size; ++j)
+            for (int i = 0; i < size; ++i) {
+                const std::int32_t n = node(4, j, i);
+                const double place[3] = {i * settings.stepA, j * settings.stepB, 0.0},
+                             up[3] = {0.0, 0.0, 1.0};
+                std::copy(place, place + 3, position(n));
+                std::copy(up, up + 3, normal(n));
+                triangle(n) = triangleAbove(surface, place[0], place[1]);
+                grid.nodeI[static_cast<std::size_t>(n - 1)] = i;
+                grid.nodeJ[static_cast<std::size_t>(n - 1)] = j;
+                link(1, n) = i + 1 < size ? n + 1 : 0;
+                link(2, n) = j > 0 ? n - size : 0;
+                link(3, n) = i > 0 ? n - 1 : 0;
+                link(4, n) = j + 1 < size ? n + size : 0;
+            }
+    }
+};
+
+} // namespace drape_test
