@@ -1,4 +1,5 @@
-// On a manifold mesh each boundary vertex has one boundary edge that leaves it, so loops are read off a table.
+// On a manifold mesh each boundary vertex has one boundary edge that leaves it, so loops are read off a
+// table.
 #include "boundary_loops.h"
 
 #include "mesh_topology.h"
@@ -52,7 +53,8 @@ std::vector<Loop> boundaryLoops(const TriangleMesh& mesh) {
             loops.push_back(std::move(loop));
         }
     }
-    std::stable_sort(loops.begin(), loops.end(), [](const Loop& a, const Loop& b) { return a.length > b.length; });
+    std::stable_sort(loops.begin(), loops.end(),
+                     [](const Loop& a, const Loop& b) { return a.length > b.length; });
     return loops;
 }
 

@@ -1,4 +1,5 @@
-// OBJ files give a curve as line elements, often one per edge and in any order, so these are chained end to end.
+// OBJ files give a curve as line elements, often one per edge and in any order, so these are chained end to
+// end.
 #include "curve.h"
 
 #include "drape.h"
@@ -44,7 +45,8 @@ Point pointFrom(const std::vector<std::string>& words, std::size_t first, std::s
     return p;
 }
 
-// The neighbours of each vertex along the lines of an OBJ file; a closed curve gives each of its vertices two.
+// The neighbours of each vertex along the lines of an OBJ file; a closed curve gives each of its vertices
+// two.
 class LineGraph {
 public:
     void addVertex(const Point& p) {
@@ -180,8 +182,8 @@ DrawnCurve readCurve(const std::string& path) {
     }
 }
 
-CurveResult carryOver(const DrawnCurve& curve, const TriangleMesh& surface, const Choice& choice, const Grid& grid,
-                      const Log& log) {
+CurveResult carryOver(const DrawnCurve& curve, const TriangleMesh& surface, const Choice& choice,
+                      const Grid& grid, const Log& log) {
     const SurfaceTree tree(surface);
     const double cell = std::max(choice.stepA, choice.stepB);
     std::vector<Point> points = curve.points;
@@ -205,12 +207,12 @@ CurveResult carryOver(const DrawnCurve& curve, const TriangleMesh& surface, cons
     result.flat.resize(points.size());
     gzfttc(grid.link3.data(), grid.link1.data(), grid.link2.data(), grid.link4.data(), nullptr, nullptr,
            grid.nodeStatus.data(), grid.position.data(), grid.flat.data(), nullptr, &grid.count,
-           points.front().data(), directions.front().data(), &count, result.flat.front().data(), &first, &count,
-           &status);
+           points.front().data(), directions.front().data(), &count, result.flat.front().data(), &first,
+           &count, &status);
     if (status != 0) {
         const StatusText text = textOfStatus(status);
-        throw std::runtime_error("the curve can't be carried onto the pattern (code " + std::to_string(status) +
-                                 "): " + text.meaning + "; " + text.advice);
+        throw std::runtime_error("the curve can't be carried onto the pattern (code " +
+                                 std::to_string(status) + "): " + text.meaning + "; " + text.advice);
     }
     return result;
 }

@@ -20,7 +20,7 @@ DrawnCurve readCurve(const std::string& path);
 
 // Without directions of its own the curve is projected along the normals of `surface`. Throws
 // std::runtime_error with the library's reason if it can't be carried over.
-CurveResult carryOver(const DrawnCurve& curve, const TriangleMesh& surface, const Choice& choice, const Grid& grid,
-                      const Log& log);
+CurveResult carryOver(const DrawnCurve& curve, const TriangleMesh& surface, const Choice& choice,
+                      const Grid& grid, const Log& log);
 
 } // namespace tool

@@ -1,6 +1,6 @@
 // The library compares its tolerance with lengths here and with areas there, so the same mould in metres and
-// in millimetres would be draped differently. The program therefore hands it the mould in a unit near the cell
-// length. The factor is a power of two, which changes no digit of any coordinate.
+// in millimetres would be draped differently. The program therefore hands it the mould in a unit near the
+// cell length. The factor is a power of two, which changes no digit of any coordinate.
 #include "drape_run.h"
 
 #include "drape.h"
@@ -25,10 +25,12 @@ double scaleFor(const Choice& choice) {
 // Room for every array of a run.
 void makeRoom(Grid& grid, std::int32_t capacity) {
     const auto n = static_cast<std::size_t>(capacity);
-    for (auto* array : {&grid.link1, &grid.link2, &grid.link3, &grid.link4, &grid.i, &grid.j, &grid.triangle}) {
+    for (auto* array :
+         {&grid.link1, &grid.link2, &grid.link3, &grid.link4, &grid.i, &grid.j, &grid.triangle}) {
         array->assign(n, 0);
     }
-    // A run that ends with a code can leave its last row without statuses; such nodes aren't part of the cloth.
+    // A run that ends with a code can leave its last row without statuses; such nodes aren't part of the
+    // cloth.
     grid.nodeStatus.assign(n, DRAPE_NODE_CLOSED);
     grid.position.assign(3 * n, 0.0);
     grid.flat.assign(2 * n, 0.0);
@@ -80,7 +82,8 @@ private:
         auto pause = std::chrono::milliseconds(1000);
         while (!wake_.wait_for(hold, pause, [this] { return done_; })) {
             const int seconds = static_cast<int>(
-                std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - start).count());
+                std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - start)
+                    .count());
             const std::int32_t count = std::atomic_ref<std::int32_t>(nodes).load(std::memory_order_relaxed);
             std::fprintf(stderr, "\rdrape: %d nodes of about %.0f, %d s ", count, expected, seconds);
             std::fflush(stderr);

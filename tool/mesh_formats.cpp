@@ -120,7 +120,8 @@ void checkStlEnd(std::istream& in) {
         }
         if (bytes.compare(0, 5, "solid") != 0) {
             if (bytes.size() < binaryHead + binaryFacet * facets) {
-                throw InputError("it announces " + std::to_string(facets) + " facets and ends before the last");
+                throw InputError("it announces " + std::to_string(facets) +
+                                 " facets and ends before the last");
             }
             return;
         }
@@ -148,7 +149,8 @@ PolygonSoup readSurface(const std::string& path, const std::string& ending) {
     }
     if (!read) {
         throw InputError("its contents don't make a whole " + ending + " surface; read up to vertex " +
-                         std::to_string(soup.points.size()) + ", face " + std::to_string(soup.polygons.size()));
+                         std::to_string(soup.points.size()) + ", face " +
+                         std::to_string(soup.polygons.size()));
     }
     return checkedSoup(soup);
 }

@@ -28,7 +28,8 @@ std::vector<std::int32_t> weldedNumbers(const std::vector<Point>& points, double
     std::vector<std::int32_t> order(points.size());
     std::iota(order.begin(), order.end(), 0);
     std::vector<double> along(points.size());
-    std::transform(points.begin(), points.end(), along.begin(), [&](const Point& p) { return dot(p, uneven); });
+    std::transform(points.begin(), points.end(), along.begin(),
+                   [&](const Point& p) { return dot(p, uneven); });
     std::sort(order.begin(), order.end(), [&](std::int32_t a, std::int32_t b) {
         const double x = along[static_cast<std::size_t>(a)];
         const double y = along[static_cast<std::size_t>(b)];

@@ -29,8 +29,8 @@ std::vector<EdgeUse> sortedEdges(const TriangleMesh& mesh) {
         for (std::size_t k = 0; k < 3; ++k) {
             const std::int32_t a = mesh.triangles[t][k];
             const std::int32_t b = mesh.triangles[t][(k + 1) % 3];
-            uses.push_back({std::min(a, b), std::max(a, b), static_cast<std::int32_t>(t),
-                            static_cast<std::int32_t>(k)});
+            uses.push_back(
+                {std::min(a, b), std::max(a, b), static_cast<std::int32_t>(t), static_cast<std::int32_t>(k)});
         }
     }
     std::sort(uses.begin(), uses.end(), [](const EdgeUse& x, const EdgeUse& y) {
@@ -228,8 +228,9 @@ Topology topologyOf(const TriangleMesh& mesh) {
 TriangleMesh manifoldOf(TriangleMesh mesh, const Log& log) {
     Topology topology = topologyOf(mesh);
     if (topology.crowdedEdges > 0) {
-        log.note("at " + counted(topology.crowdedEdges, "edge", "edges") +
-                 " more than two triangles meet; the smoothest pair was kept joined there, the others cut off");
+        log.note(
+            "at " + counted(topology.crowdedEdges, "edge", "edges") +
+            " more than two triangles meet; the smoothest pair was kept joined there, the others cut off");
     }
     const Turning turning = makeWindingsAgree(mesh, topology.neighbours);
     if (turning.turned > 0) {

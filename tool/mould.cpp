@@ -28,8 +28,9 @@ void nameHoles(const std::vector<Loop>& loops, const TriangleMesh& mesh, bool fi
              (filled ? ", filled so that the cloth runs on over them"
                      : "; cloth that runs into a hole ends there (--fill-holes lets it run on)"));
     for (std::size_t i = 1; i < loops.size() && i <= holesNamed; ++i) {
-        log.note("  hole of " + number(loops[i].length) + " round about " + pointText(centreOf(loops[i], mesh)) +
-                 ", " + std::to_string(loops[i].vertices.size()) + " edges");
+        log.note("  hole of " + number(loops[i].length) + " round about " +
+                 pointText(centreOf(loops[i], mesh)) + ", " + std::to_string(loops[i].vertices.size()) +
+                 " edges");
     }
     if (loops.size() - 1 > holesNamed) {
         log.note("  and " + std::to_string(loops.size() - 1 - holesNamed) + " more");
@@ -77,8 +78,9 @@ TriangleMesh chosenPiece(const TriangleMesh& mesh, const Point* near, const Log&
     std::transform(piece.begin(), piece.end(), keep.begin(),
                    [&](std::int32_t p) { return static_cast<char>(p == chosen); });
     TriangleMesh kept = keptPart(mesh, keep);
-    log.note("kept the piece " + std::string(near != nullptr ? "nearest to the seed" : "of the largest area") +
-             " of " + std::to_string(pieces) + " pieces: " + std::to_string(kept.triangles.size()) + " of " +
+    log.note("kept the piece " +
+             std::string(near != nullptr ? "nearest to the seed" : "of the largest area") + " of " +
+             std::to_string(pieces) + " pieces: " + std::to_string(kept.triangles.size()) + " of " +
              counted(mesh.triangles.size(), "triangle", "triangles"));
     return kept;
 }

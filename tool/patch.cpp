@@ -123,7 +123,8 @@ TriangleMesh patchWithin(const TriangleMesh& mesh, const SurfacePoint& from,
         const std::size_t t = open.back();
         open.pop_back();
         for (const std::int32_t u : neighbours[t]) {
-            if (u != noTriangle && near[static_cast<std::size_t>(u)] != 0 && keep[static_cast<std::size_t>(u)] == 0) {
+            if (u != noTriangle && near[static_cast<std::size_t>(u)] != 0 &&
+                keep[static_cast<std::size_t>(u)] == 0) {
                 keep[static_cast<std::size_t>(u)] = 1;
                 open.push_back(static_cast<std::size_t>(u));
             }

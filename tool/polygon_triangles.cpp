@@ -46,7 +46,8 @@ double earQuality(const Ring& ring, std::size_t i, const std::vector<Point>& pos
     }
     for (std::size_t k = 2; k + 1 < n; ++k) {
         const Point& p = point(i + k);
-        if (turning(a, b, p, normal) > 0.0 && turning(b, c, p, normal) > 0.0 && turning(c, a, p, normal) > 0.0) {
+        if (turning(a, b, p, normal) > 0.0 && turning(b, c, p, normal) > 0.0 &&
+            turning(c, a, p, normal) > 0.0) {
             return -1.0;
         }
     }
@@ -56,7 +57,8 @@ double earQuality(const Ring& ring, std::size_t i, const std::vector<Point>& pos
 
 } // namespace
 
-std::vector<Triangle> trianglesOf(const std::vector<std::int32_t>& polygon, const std::vector<Point>& positions) {
+std::vector<Triangle> trianglesOf(const std::vector<std::int32_t>& polygon,
+                                  const std::vector<Point>& positions) {
     std::vector<Triangle> triangles;
     Ring ring = polygon;
     const Point normal = ring.size() > 3 ? meanNormal(ring, positions) : Point{};

@@ -6,6 +6,7 @@
 namespace tool {
 
 // `polygon` lists points of `positions`. Gives polygon.size() - 2 triangles with the polygon's winding.
-std::vector<Triangle> trianglesOf(const std::vector<std::int32_t>& polygon, const std::vector<Point>& positions);
+std::vector<Triangle> trianglesOf(const std::vector<std::int32_t>& polygon,
+                                  const std::vector<Point>& positions);
 
 } // namespace tool

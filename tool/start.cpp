@@ -67,8 +67,8 @@ Choice choiceAt(const TriangleMesh& mesh, const SurfacePoint& seed, const Settin
     if (length(warp) < leastSine) {
         const Point other = std::abs(normal[1]) < 0.9 ? Point{0.0, 1.0, 0.0} : Point{1.0, 0.0, 0.0};
         warp = inPlane(other, normal);
-        log.warn("the warp direction " + pointText(settings.warp) + " stands upright on the surface at the seed; " +
-                 pointText(other) + " was taken instead");
+        log.warn("the warp direction " + pointText(settings.warp) +
+                 " stands upright on the surface at the seed; " + pointText(other) + " was taken instead");
     }
     choice.warp = turned(unit(warp), normal, angle);
     choice.weft = turned(cross(normal, choice.warp), normal, settings.bias);
@@ -78,8 +78,8 @@ Choice choiceAt(const TriangleMesh& mesh, const SurfacePoint& seed, const Settin
     choice.pivotByGridLine = settings.pivotByGridLine;
     const double ratio = std::max(steps[0], steps[1]) / std::min(steps[0], steps[1]);
     if (ratio > slenderRatio) {
-        log.warn("cells of " + number(steps[0]) + " by " + number(steps[1]) + " are slender (" + number(ratio, 3) +
-                 " to 1); above 1.6 a row that leaves the mould may fold and end the run");
+        log.warn("cells of " + number(steps[0]) + " by " + number(steps[1]) + " are slender (" +
+                 number(ratio, 3) + " to 1); above 1.6 a row that leaves the mould may fold and end the run");
     }
     return choice;
 }

@@ -1,5 +1,5 @@
-// The order matters: welding joins what the clip then cuts once, and only a whole, clipped surface shows which
-// piece the seed is on.
+// The order matters: welding joins what the clip then cuts once, and only a whole, clipped surface shows
+// which piece the seed is on.
 #include "surface.h"
 
 #include "clip.h"

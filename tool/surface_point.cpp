@@ -38,7 +38,8 @@ Point nearestOf(const Point& a, const Point& b, const Point& c, const Point& p) 
 } // namespace
 
 SurfacePoint nearestOnTriangle(const TriangleMesh& mesh, std::size_t triangle, const Point& point) {
-    const Point q = nearestOf(mesh.corner(triangle, 0), mesh.corner(triangle, 1), mesh.corner(triangle, 2), point);
+    const Point q =
+        nearestOf(mesh.corner(triangle, 0), mesh.corner(triangle, 1), mesh.corner(triangle, 2), point);
     return {q, triangle, distance(q, point)};
 }
 

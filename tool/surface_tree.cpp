@@ -57,9 +57,8 @@ void SurfaceTree::grow(std::size_t box) {
     const auto axis = static_cast<std::size_t>(std::max_element(size.begin(), size.end()) - size.begin());
     const std::size_t middle = (here.first + here.last) / 2;
     const auto at = [&](std::size_t i) { return order_.begin() + static_cast<std::ptrdiff_t>(i); };
-    std::nth_element(at(here.first), at(middle), at(here.last), [&](std::size_t a, std::size_t b) {
-        return centres_[a][axis] < centres_[b][axis];
-    });
+    std::nth_element(at(here.first), at(middle), at(here.last),
+                     [&](std::size_t a, std::size_t b) { return centres_[a][axis] < centres_[b][axis]; });
     const std::size_t first = here.first;
     const std::size_t last = here.last;
     here.below = boxes_.size();

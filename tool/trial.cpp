@@ -1,5 +1,5 @@
-// A patch is cut out of the surface first if one is asked for. The largest patch that drapes without a code is
-// found by bisection: a radius that works moves the lower end, one that doesn't the upper.
+// A patch is cut out of the surface first if one is asked for. The largest patch that drapes without a code
+// is found by bisection: a radius that works moves the lower end, one that doesn't the upper.
 #include "trial.h"
 
 #include "drape.h"
@@ -102,8 +102,8 @@ Trial largestPatch(const Runner& runner, const SurfacePoint& seed, const std::ve
 
 } // namespace
 
-Trial drapeFrom(const Surface& surface, const Settings& settings, const Point& seed, double angle, const Log& log,
-                bool talkative) {
+Trial drapeFrom(const Surface& surface, const Settings& settings, const Point& seed, double angle,
+                const Log& log, bool talkative) {
     const Runner runner{surface, settings, angle, log, talkative};
     if (!settings.within && !settings.withinLargest) {
         return runner.run(surface.mesh, seed, log);

@@ -12,13 +12,13 @@ struct Trial {
     Choice choice;
     Grid grid;
     Measures measures;
-    double angle = 0.0;         // degrees about the normal at the seed
+    double angle = 0.0;           // degrees about the normal at the seed
     std::optional<double> within; // distance along the surface that the patch was cut at
-    double seconds = 0.0;       // of the library's run
+    double seconds = 0.0;         // of the library's run
 };
 
 // With `talkative` the progress of a long run shows on a terminal.
-Trial drapeFrom(const Surface& surface, const Settings& settings, const Point& seed, double angle, const Log& log,
-                bool talkative);
+Trial drapeFrom(const Surface& surface, const Settings& settings, const Point& seed, double angle,
+                const Log& log, bool talkative);
 
 } // namespace tool

@@ -1,0 +1,316 @@
+// Values are taken as text and read strictly, so that a NaN, an infinity or a stray word is an error of use
+// with the option's name on it.
+#include "options.h"
+
+#include "errors.h"
+#include "point_math.h"
+#include "text.h"
+#include "writers.h"
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <iostream>
+
+namespace tool {
+
+using namespace vec;
+
+namespace {
+
+constexpr const char* examples = R"(Examples:
+  drape mould.stl -o mould.png
+        drape from the middle, fibres along x, and look at it
+  drape mould.obj --seed 0,0,120 --warp 1,1,0 --step 5 -o d.grid.vtp -o d.fibres.csv
+        a chosen start; the grid for a viewer, fibre angles for a structural model
+  drape mould.obj --sweep -o best.pattern.pdf -o sweep.sweep.csv
+        try many starts on all cores, keep the best, print its pattern 1:1
+  drape part.ply --clip 0,0,10,0,0,1 --within max -o ply.dxf
+        how far one ply can go on the part above z = 10, as a cutting outline
+  drape mould.obj --curve trim.xyz -o cut.curve.csv
+        carry a trim line drawn on the part onto the cloth
+  parallel drape mould.obj --quiet --sweep --part {}/8 -o part{}.sweep.csv ::: 1 2 3 4 5 6 7 8
+  cat part?.sweep.csv > all.csv
+        spread a sweep over eight jobs and join the tables
+
+Exit codes: 0 done, 1 other failure (such as an output that can't be written), 2 bad usage,
+3 bad input, 4 the run ended with a code (the partial drape is written all the same).)";
+
+double numberOf(const std::string& option, const std::string& text) {
+    double value = 0.0;
+    if (!readNumber(text, value)) {
+        throw UsageError(option + " " + text + ": that isn't a finite number");
+    }
+    return value;
+}
+
+double positiveOf(const std::string& option, const std::string& text) {
+    const double value = numberOf(option, text);
+    if (!(value > 0.0)) {
+        throw UsageError(option + " " + text + ": that has to be above 0");
+    }
+    return value;
+}
+
+std::vector<double> numbersOf(const std::string& option, const std::string& text, std::size_t count,
+                              const std::string& form) {
+    std::vector<double> values;
+    if (!readNumbers(text, values) || values.size() != count) {
+        throw UsageError(option + " " + text + ": give " + form + " as finite numbers without blanks");
+    }
+    return values;
+}
+
+Point directionOf(const std::string& option, const std::vector<double>& values, std::size_t first) {
+    const Point p{values[first], values[first + 1], values[first + 2]};
+    if (!(length(p) > 0.0) || !std::isfinite(length(p))) {
+        throw UsageError(option + ": the direction has no length");
+    }
+    return unit(p);
+}
+
+// The text of each option as it was given, empty if it wasn't.
+struct Texts {
+    std::string seed, seedVertex, warp, angle, bias, step, tolerance, pivot{"grid"}, mostNodes, locking,
+        within, part, jobs, millimetres;
+    std::vector<std::string> clips;
+    bool noWeld = false;
+};
+
+void addInputOptions(CLI::App& app, Settings& settings, Texts& texts) {
+    app.add_option("mesh", settings.input, "Surface to drape: OBJ, STL, PLY, OFF, glTF, 3MF and more")
+        ->type_name("FILE");
+    app.add_option("--clip", texts.clips,
+                   "Keep the side of the plane through x0,y0,z0 to which nx,ny,nz points; can be repeated")
+        ->type_name("x0,y0,z0,nx,ny,nz")
+        ->take_all();
+    app.add_option(
+           "--within", texts.within,
+           "Keep the triangles within R of the seed along the surface; \"max\" finds the largest such "
+           "patch that one ply can cover")
+        ->type_name("R|max");
+    app.add_flag("--fill-holes", settings.fillHoles, "Let the cloth run on over holes in the surface");
+    app.add_flag("--no-weld", texts.noWeld, "Keep vertices apart that lie on each other, as along a slit");
+}
+
+void addStartOptions(CLI::App& app, Texts& texts) {
+    const char* group = "Start and cloth";
+    const auto add = [&](const std::string& name, std::string& value, const std::string& type,
+                         const std::string& help) {
+        app.add_option(name, value, help)->type_name(type)->group(group);
+    };
+    add("--seed", texts.seed, "x,y,z",
+        "Where the drape starts, moved onto the surface if need be [surface point nearest to the centroid]");
+    add("--seed-vertex", texts.seedVertex, "N", "Start at the file's N-th vertex, counted from 1");
+    add("--warp", texts.warp, "x,y,z", "Direction of the warp, laid onto the surface at the seed [1,0,0]");
+    add("--angle", texts.angle, "DEG", "Turn warp and weft about the normal at the seed [0]");
+    add("--bias", texts.bias, "DEG", "Turn the weft away from square to the warp at the seed [0]");
+    add("--step", texts.step, "A[,B]", "Cell length along warp and weft [about 40 cells across]");
+    add("--tolerance", texts.tolerance, "T", "Lengths below this count as nothing [1/1000 of a cell]");
+    add("--pivot", texts.pivot, "grid|shear",
+        "Where each row starts: grid, on the fibre lines through the seed, which stay straight; shear, at "
+        "the "
+        "least sheared cell of the row before, which can carry a drape further on uneven moulds [grid]");
+    add("--max-nodes", texts.mostNodes, "N", "Give up beyond this many nodes [5000000]");
+    add("--locking", texts.locking, "DEG", "Shear beyond which the cloth wrinkles, for the measures [45]");
+}
+
+void addSweepOptions(CLI::App& app, Settings& settings, Texts& texts) {
+    const char* group = "Sweep";
+    app.add_flag("--sweep", settings.sweep.wanted, "Drape many seeds and angles, rank them, keep the best")
+        ->group(group);
+    app.add_option(
+           "--sweep-seeds", settings.sweep.seeds,
+           "Seeds: a count to spread (9), a grid (5x3), a list (x,y,z;x,y,z) or a file (@seeds.txt) [9]")
+        ->type_name("SEEDS")
+        ->group(group);
+    app.add_option("--sweep-angles", settings.sweep.angles,
+                   "Angles, on top of --angle: a list (0,30,45) or from:below:step (0:90:15) [0:90:15]")
+        ->type_name("ANGLES")
+        ->group(group);
+    app.add_option("--part", texts.part,
+                   "Drape only the K-th of N shares of the candidates; the tables of all shares join by cat")
+        ->type_name("K/N")
+        ->group(group);
+    app.add_option("--jobs,-j", texts.jobs, "Processes at a time [one per core]")
+        ->type_name("N")
+        ->group(group);
+}
+
+void addOutputOptions(CLI::App& app, Settings& settings, Texts& texts) {
+    const char* group = "Output";
+    app.add_option("-o,--output", settings.outputs,
+                   "File to write, of the kind that its ending says; can be repeated")
+        ->type_name("FILE")
+        ->take_all()
+        ->group(group);
+    app.add_option("--curve", settings.curve,
+                   "Closed curve to carry onto the pattern: x y z per line, or lines of an OBJ file")
+        ->type_name("FILE")
+        ->group(group);
+    app.add_option("--units-mm", texts.millimetres,
+                   "Millimetres per unit of the file, for drawings at 1:1 [1]")
+        ->type_name("F")
+        ->group(group);
+    app.add_flag("-q,--quiet", settings.quiet, "Print no summary and no notes, only warnings and errors")
+        ->group(group);
+    app.add_flag("-v,--verbose", settings.verbose, "Print more on what is done")->group(group);
+}
+
+void understandStart(const Texts& texts, Settings& settings) {
+    if (!texts.seed.empty()) {
+        const auto v = numbersOf("--seed", texts.seed, 3, "x,y,z");
+        settings.seed = Point{v[0], v[1], v[2]};
+    }
+    if (!texts.seedVertex.empty()) {
+        const double value = positiveOf("--seed-vertex", texts.seedVertex);
+        if (value != std::floor(value) || value > 2e9) {
+            throw UsageError("--seed-vertex " + texts.seedVertex + ": that isn't a vertex number");
+        }
+        settings.seedVertex = static_cast<std::int64_t>(value);
+    }
+    if (settings.seed && settings.seedVertex) {
+        throw UsageError("give --seed or --seed-vertex, not both");
+    }
+    if (!texts.warp.empty()) {
+        settings.warp = directionOf("--warp", numbersOf("--warp", texts.warp, 3, "x,y,z"), 0);
+    }
+    settings.angle = texts.angle.empty() ? 0.0 : numberOf("--angle", texts.angle);
+    settings.bias = texts.bias.empty() ? 0.0 : numberOf("--bias", texts.bias);
+    constexpr double mostBias = 80.0;
+    if (std::abs(settings.bias) > mostBias) {
+        throw UsageError("--bias " + texts.bias + ": that has to lie between -80 and 80 degrees");
+    }
+    if (!texts.step.empty()) {
+        const std::size_t comma = texts.step.find(',');
+        settings.stepA = positiveOf("--step", texts.step.substr(0, comma));
+        if (comma != std::string::npos) {
+            settings.stepB = positiveOf("--step", texts.step.substr(comma + 1));
+        }
+    }
+}
+
+void understandNumbers(const Texts& texts, Settings& settings) {
+    if (!texts.tolerance.empty()) {
+        settings.tolerance = numberOf("--tolerance", texts.tolerance);
+        if (*settings.tolerance < 0.0) {
+            throw UsageError("--tolerance " + texts.tolerance + ": that can't be below 0");
+        }
+    }
+    if (texts.pivot != "grid" && texts.pivot != "shear") {
+        throw UsageError("--pivot " + texts.pivot + ": give grid or shear");
+    }
+    settings.pivotByGridLine = texts.pivot == "grid";
+    if (!texts.mostNodes.empty()) {
+        const double value = numberOf("--max-nodes", texts.mostNodes);
+        constexpr double most = 50e6; // keeps every array of the library within its element counts
+        if (!(value >= 4.0) || value > most || value != std::floor(value)) {
+            throw UsageError("--max-nodes " + texts.mostNodes + ": give a whole number from 4 to 50000000");
+        }
+        settings.mostNodes = static_cast<std::int32_t>(value);
+    }
+    if (!texts.locking.empty()) {
+        settings.lockingAngle = numberOf("--locking", texts.locking);
+        if (settings.lockingAngle < 0.0 || settings.lockingAngle > 90.0) {
+            throw UsageError("--locking " + texts.locking + ": that has to lie between 0 and 90 degrees");
+        }
+    }
+    if (!texts.millimetres.empty()) {
+        settings.millimetresPerUnit = positiveOf("--units-mm", texts.millimetres);
+    }
+}
+
+void understandSurface(const Texts& texts, Settings& settings) {
+    for (const std::string& text : texts.clips) {
+        const auto v = numbersOf("--clip", text, 6, "x0,y0,z0,nx,ny,nz");
+        settings.clips.push_back({{v[0], v[1], v[2]}, directionOf("--clip", v, 3)});
+    }
+    settings.weld = !texts.noWeld;
+    settings.withinLargest = texts.within == "max";
+    if (!texts.within.empty() && !settings.withinLargest) {
+        settings.within = positiveOf("--within", texts.within);
+    }
+}
+
+void understandSweep(const Texts& texts, Settings& settings) {
+    SweepSettings& sweep = settings.sweep;
+    sweep.wanted = sweep.wanted || !sweep.seeds.empty() || !sweep.angles.empty();
+    if (!texts.part.empty()) {
+        const std::size_t slash = texts.part.find('/');
+        double part = 0.0;
+        double parts = 0.0;
+        const bool read = slash != std::string::npos && readNumber(texts.part.substr(0, slash), part) &&
+                          readNumber(texts.part.substr(slash + 1), parts);
+        if (!read || part < 1.0 || part > parts || parts > 1e6 || part != std::floor(part) ||
+            parts != std::floor(parts)) {
+            throw UsageError("--part " + texts.part + ": give K/N with K from 1 to N, such as 3/8");
+        }
+        if (!sweep.wanted) {
+            throw UsageError("--part goes with --sweep");
+        }
+        sweep.part = static_cast<int>(part);
+        sweep.parts = static_cast<int>(parts);
+    }
+    if (!texts.jobs.empty()) {
+        const double value = positiveOf("--jobs", texts.jobs);
+        constexpr double most = 4096;
+        if (value != std::floor(value) || value > most) {
+            throw UsageError("--jobs " + texts.jobs + ": give a whole number from 1 to 4096");
+        }
+        sweep.jobs = static_cast<int>(value);
+    }
+}
+
+void checkOutputs(const Settings& settings) {
+    for (const std::string& path : settings.outputs) {
+        if (path.ends_with(".sweep.csv")) {
+            if (!settings.sweep.wanted) {
+                throw UsageError("-o " + path + ": a table of a sweep goes with --sweep");
+            }
+        } else if (!isKnownOutput(path)) {
+            throw UsageError("-o " + path + ": no kind of output has this ending; drape --help lists them");
+        }
+        if (path.find(".curve.") != std::string::npos && settings.curve.empty()) {
+            throw UsageError("-o " + path + ": a curve is written only if one is given with --curve");
+        }
+    }
+}
+
+std::string footer() {
+    return "Kinds of output, by the ending of the file name:\n" + outputHelp() +
+           (outputHelp().ends_with("\n") ? "" : "\n") +
+           "  *.sweep.csv      all candidates of a sweep, one per line\n\n" + examples;
+}
+
+} // namespace
+
+bool readCommandLine(int argc, char** argv, Settings& settings) {
+    CLI::App app{"Drapes woven cloth over a mould: where it shears, what pattern to cut, where to start.",
+                 "drape"};
+    Texts texts;
+    addInputOptions(app, settings, texts);
+    addStartOptions(app, texts);
+    addSweepOptions(app, settings, texts);
+    addOutputOptions(app, settings, texts);
+    app.set_version_flag("--version", "drape " DRAPE_TOOL_VERSION, "Print the version and exit");
+    app.footer(footer());
+    app.get_formatter()->column_width(34);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& said) {
+        app.exit(said, std::cout, std::cerr);
+        return false;
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(error.what());
+    }
+    if (settings.input.empty()) {
+        throw UsageError("which surface? Name a mesh file, or see drape --help");
+    }
+    understandStart(texts, settings);
+    understandNumbers(texts, settings);
+    understandSurface(texts, settings);
+    understandSweep(texts, settings);
+    checkOutputs(settings);
+    return true;
+}
+
+} // namespace tool

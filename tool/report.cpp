@@ -1,0 +1,195 @@
+// Lengths and areas are in the file's unit throughout, angles in degrees, shares between 0 and 1.
+#include "report.h"
+
+#include "drape.h"
+#include "grid_access.h"
+#include "point_math.h"
+#include "status_text.h"
+#include "text.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+namespace tool {
+
+using namespace vec;
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr double histogramBin = 5.0; // degrees
+constexpr std::size_t histogramBins = 18;
+constexpr std::size_t sweepEntries = 20;
+
+double loopLength(const Mould& mould, const std::vector<std::int32_t>& loop) {
+    double sum = 0.0;
+    for (std::size_t i = 0; i < loop.size(); ++i) {
+        sum += distance(mould.positions[static_cast<std::size_t>(loop[i])],
+                        mould.positions[static_cast<std::size_t>(loop[(i + 1) % loop.size()])]);
+    }
+    return sum;
+}
+
+Json pointJson(const Point& p) {
+    return Json::array({p[0], p[1], p[2]});
+}
+
+Json mouldJson(const Trial& trial) {
+    Json loops = Json::array();
+    for (std::size_t i = 0; i < trial.mould.loops.size(); ++i) {
+        loops.push_back({{"edges", trial.mould.loops[i].size()},
+                         {"length", loopLength(trial.mould, trial.mould.loops[i])},
+                         {"outline", i == 0}});
+    }
+    return {{"vertices", trial.mould.positions.size()},
+            {"triangles", trial.mould.triangleCount()},
+            {"area", trial.measures.mouldArea},
+            {"within", trial.within ? Json(*trial.within) : Json()},
+            {"loops", loops}};
+}
+
+Json choiceJson(const Trial& trial) {
+    const Choice& c = trial.choice;
+    return {{"seed", pointJson(c.seed)},
+            {"warp", pointJson(c.warp)},
+            {"weft", pointJson(c.weft)},
+            {"angle", trial.angle},
+            {"step", Json::array({c.stepA, c.stepB})},
+            {"tolerance", c.tolerance},
+            {"pivot", c.pivotByGridLine ? "grid" : "shear"},
+            {"nodeCapacity", c.nodeCapacity}};
+}
+
+Json resultJson(const Trial& trial) {
+    const StatusText text = textOfStatus(trial.grid.status);
+    const std::size_t nodesOnSurface = static_cast<std::size_t>(std::count_if(
+        trial.grid.triangle.begin(), trial.grid.triangle.end(), [](std::int32_t t) { return t > 0; }));
+    Json result{{"status", trial.grid.status},
+                {"name", text.name},
+                {"meaning", text.meaning},
+                {"advice", text.advice},
+                {"complete", trial.grid.status == DRAPE_OK},
+                {"nodes", trial.grid.count},
+                {"nodesOnSurface", nodesOnSurface},
+                {"cells", trial.measures.cells.size()},
+                {"cellsOnSurface", trial.measures.cellsOnSurface},
+                {"coveredShare", trial.measures.coveredShare}};
+    result["endedNear"] = trial.grid.status != DRAPE_OK && trial.grid.count > 0
+                              ? pointJson(nodePosition(trial.grid, trial.grid.count - 1))
+                              : Json();
+    return result;
+}
+
+Json shearJson(const Measures& measures) {
+    std::vector<std::size_t> counts(histogramBins, 0);
+    for (const Cell& cell : measures.cells) {
+        if (cell.onSurface) {
+            const auto bin = static_cast<std::size_t>(std::max(0.0, cell.shear / histogramBin));
+            ++counts[std::min(bin, histogramBins - 1)];
+        }
+    }
+    return {{"mean", measures.meanShear},
+            {"largest", measures.largestShear},
+            {"lockingAngle", measures.lockingAngle},
+            {"shareBeyondLocking", measures.shareBeyondLocking},
+            {"histogram", {{"binDegrees", histogramBin}, {"counts", counts}}}};
+}
+
+Json patternJson(const Measures& measures) {
+    const auto& e = measures.patternExtent;
+    return {{"area", measures.patternArea},
+            {"extent", Json::array({e[0], e[1], e[2], e[3]})},
+            {"width", e[2] - e[0]},
+            {"height", e[3] - e[1]}};
+}
+
+Json sweepJson(const std::vector<SweepResult>& ranked, const SweepSettings& settings) {
+    Json best = Json::array();
+    for (std::size_t i = 0; i < ranked.size() && i < sweepEntries; ++i) {
+        const SweepResult& r = ranked[i];
+        best.push_back({{"candidate", r.candidate.number},
+                        {"seed", pointJson(r.candidate.seed)},
+                        {"angle", r.candidate.angle},
+                        {"ran", r.ran},
+                        {"status", r.status},
+                        {"meanShear", r.meanShear},
+                        {"largestShear", r.largestShear},
+                        {"shareBeyondLocking", r.shareBeyondLocking},
+                        {"coveredShare", r.coveredShare},
+                        {"patternArea", r.patternArea},
+                        {"within", r.within >= 0.0 ? Json(r.within) : Json()}});
+    }
+    return {
+        {"part", settings.part}, {"parts", settings.parts}, {"candidates", ranked.size()}, {"best", best}};
+}
+
+std::string share(double value) {
+    return fixed(100.0 * value, 1) + " %";
+}
+
+std::string line(const std::string& name, const std::string& text) {
+    return name + std::string(name.size() < 10 ? 10 - name.size() : 1, ' ') + text + "\n";
+}
+
+} // namespace
+
+std::string endOf(const Trial& trial) {
+    const StatusText text = textOfStatus(trial.grid.status);
+    std::string where;
+    if (trial.grid.count > 0) {
+        const std::size_t last = static_cast<std::size_t>(trial.grid.count) - 1;
+        where = " near " + pointText(nodePosition(trial.grid, trial.grid.count - 1)) + ", at warp " +
+                std::to_string(trial.grid.i[last]) + ", weft " + std::to_string(trial.grid.j[last]);
+    }
+    return "the run ended with code " + std::to_string(trial.grid.status) + where + ": " + text.meaning;
+}
+
+std::string summaryOf(const Story& story) {
+    const Trial& t = story.trial;
+    const Measures& m = t.measures;
+    const Choice& c = t.choice;
+    std::string text = line("mould", story.settings.input + ": " +
+                                         counted(t.mould.triangleCount(), "triangle", "triangles") +
+                                         ", area " + number(m.mouldArea) + ", outline " +
+                                         number(loopLength(t.mould, t.mould.loops.front())) + " long" +
+                                         (t.within ? ", within " + number(*t.within) + " of the seed" : ""));
+    text += line("start", "seed " + pointText(c.seed) + ", warp " + pointText(c.warp) + ", cells " +
+                              number(c.stepA) + " by " + number(c.stepB) +
+                              (c.pivotByGridLine ? ", pivots by grid line" : ", pivots by least shear"));
+    text += line("result", t.grid.status == DRAPE_OK ? "complete: " + textOfStatus(DRAPE_OK).meaning
+                                                     : "partial: " + endOf(t));
+    text +=
+        line("cloth", std::to_string(t.grid.count) + " nodes, " + counted(m.cellsOnSurface, "cell", "cells") +
+                          " on the mould, which cover " + share(m.coveredShare) + " of it");
+    text += line("shear", "mean " + fixed(m.meanShear, 1) + " degrees, largest " + fixed(m.largestShear, 1) +
+                              ", " + share(m.shareBeyondLocking) +
+                              " of the cells beyond the locking angle of " + number(m.lockingAngle));
+    text += line("pattern", "area " + number(m.patternArea) + ", " +
+                                number(m.patternExtent[2] - m.patternExtent[0]) + " by " +
+                                number(m.patternExtent[3] - m.patternExtent[1]));
+    if (story.curve != nullptr) {
+        text += line("curve",
+                     counted(story.curve->points.size(), "point", "points") + " carried onto the pattern");
+    }
+    return text;
+}
+
+std::string jsonOf(const Story& story) {
+    Json report{{"format", "drape-report"},
+                {"version", reportVersion},
+                {"program", "drape " DRAPE_TOOL_VERSION},
+                {"input",
+                 {{"file", story.settings.input}, {"millimetresPerUnit", story.settings.millimetresPerUnit}}},
+                {"mould", mouldJson(story.trial)},
+                {"choice", choiceJson(story.trial)},
+                {"result", resultJson(story.trial)},
+                {"shear", shearJson(story.trial.measures)},
+                {"pattern", patternJson(story.trial.measures)},
+                {"curve", story.curve != nullptr ? Json{{"points", story.curve->points.size()}} : Json()},
+                {"sweep", story.ranked != nullptr ? sweepJson(*story.ranked, story.settings.sweep) : Json()},
+                {"seconds", {{"run", story.trial.seconds}, {"wall", story.wallSeconds}}}};
+    return report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+} // namespace tool

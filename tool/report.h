@@ -1,0 +1,28 @@
+// What the program says about a drape: a summary for people and a JSON report for programs.
+#pragma once
+
+#include "settings.h"
+#include "sweep.h"
+#include "trial.h"
+
+namespace tool {
+
+// The version of the JSON form goes up when a member changes its meaning or goes away; members may be added
+// under the same version. The manual page lists the members.
+constexpr int reportVersion = 1;
+
+struct Story {
+    const Settings& settings;
+    const Trial& trial;
+    const CurveResult* curve = nullptr;
+    const std::vector<SweepResult>* ranked = nullptr; // null without a sweep
+    double wallSeconds = 0.0;
+};
+
+std::string summaryOf(const Story& story);
+std::string jsonOf(const Story& story);
+
+// What happened where, for a run that ended with a code.
+std::string endOf(const Trial& trial);
+
+} // namespace tool
