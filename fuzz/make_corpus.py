@@ -3,6 +3,7 @@
 The bytes are in the order in which the targets read them; what is left out reads as 0, the harmless choice.
 """
 import pathlib
+import struct
 
 HERE = pathlib.Path(__file__).resolve().parent / "corpus"
 
@@ -79,3 +80,38 @@ write("level_order", "wide", bytes([0, 20, 0, 0]), bytes([0, 6, 0, 1, 0, 2, 0, 3
 write("level_order", "nowhere", bytes([0, 9, 2, 0]), bytes([0, 2, 1, 4, 1, 5, 1, 5, 7, 30] * 6))
 write("level_order", "start_out_of_range", bytes([1, 9, 5, 0]))
 write("level_order", "no_items", bytes([0, 9, 0, 15, 1]))
+
+OBJ, OFF, PLY, STL, SOUP = range(5)
+SQUARE = [(0, 0, 0), (1, 0, 0), (1, 1, 0), (0, 1, 0), (0.5, 0.5, 0.2)]
+FACES = [(0, 1, 4), (1, 2, 4), (2, 3, 4), (3, 0, 4)]
+
+
+def mesh_file(name, kind, text, weld=0, fill=0):
+    write("mesh_import", name, bytes([kind, weld, fill]), text if isinstance(text, bytes) else text.encode())
+
+
+def lines(rows):
+    return "".join(" ".join(str(item) for item in row) + "\n" for row in rows)
+
+
+def facets(corners):
+    return "".join("facet normal 0 0 1\nouter loop\n" + lines(("vertex",) + SQUARE[k] for k in face) + "endloop\nendfacet\n"
+                   for face in corners)
+
+
+mesh_file("pyramid.obj", OBJ, lines(("v",) + p for p in SQUARE) + lines(("f",) + tuple(k + 1 for k in f) for f in FACES))
+mesh_file("from_the_end.obj", OBJ, "# a quad\n" + lines(("v",) + p for p in SQUARE[:4]) + "vt 0 0\nvn 0 0 1\nf -4/1/1 -3//1 -2 -1\n")
+mesh_file("pyramid.off", OFF, "OFF\n5 4 0\n" + lines(SQUARE) + lines((3,) + f for f in FACES))
+mesh_file("pyramid.ply", PLY, "ply\nformat ascii 1.0\nelement vertex 5\nproperty double x\nproperty double y\nproperty double z\n"
+          "element face 4\nproperty list uchar int vertex_indices\nend_header\n" + lines(SQUARE) + lines((3,) + f for f in FACES))
+mesh_file("binary.ply", PLY, b"ply\nformat binary_little_endian 1.0\nelement vertex 5\nproperty float x\nproperty float y\n"
+          b"property float z\nelement face 4\nproperty list uchar int vertex_indices\nend_header\n"
+          + b"".join(struct.pack("<3f", *p) for p in SQUARE) + b"".join(struct.pack("<B3i", 3, *f) for f in FACES))
+mesh_file("pyramid.stl", STL, "solid p\n" + facets(FACES) + "endsolid p\n")
+mesh_file("binary.stl", STL, b"\0" * 80 + struct.pack("<I", 4)
+          + b"".join(struct.pack("<12fH", 0, 0, 1, *(c for k in f for c in SQUARE[k]), 0) for f in FACES))
+mesh_file("cut_off.stl", STL, "solid p\n" + facets(FACES[:2])[:-40])
+mesh_file("no_such_vertex.obj", OBJ, "v 0 0 0\nv 1 0 0\nf 1 2 3\n")
+mesh_file("huge_counts.off", OFF, "OFF\n4000000000 4000000000 0\n0 0 0\n")
+write("mesh_import", "soup", bytes([SOUP, 0, 1, 9, 20]), bytes((7 * k) % 251 for k in range(120)))
+write("mesh_import", "soup_unwelded", bytes([SOUP, 1, 0, 20, 30]), bytes((11 * k + k // 7) % 253 for k in range(220)))

@@ -1,0 +1,98 @@
+// Files of the surface formats, sound and broken, and polygon soups of any kind, on their whole way to a
+// mould: reading, welding, triangulation, repair, loops, and a short drape. Each ends in a mould that the
+// library takes or in an error that says what is wrong.
+#include "byte_source.h"
+#include "drape.h"
+#include "tests/height_field.h"
+#include "tool/errors.h"
+#include "tool/mesh_import.h"
+#include "tool/mesh_repair.h"
+#include "tool/mesh_topology.h"
+#include "tool/mould.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <unistd.h>
+
+namespace {
+
+using namespace drape_fuzz;
+
+constexpr const char* endings[] = {".obj", ".off", ".ply", ".stl"};
+
+tool::PolygonSoup soupFromFile(const char* ending, const std::uint8_t* data, std::size_t size) {
+    const std::string path = "/tmp/drape_fuzz_" + std::to_string(getpid()) + ending;
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    try {
+        tool::PolygonSoup soup = tool::importMesh(path);
+        unlink(path.c_str());
+        return soup;
+    } catch (...) {
+        unlink(path.c_str());
+        throw;
+    }
+}
+
+// Points near a lattice, so that many of them coincide and many faces are flat, doubled or crossed.
+tool::PolygonSoup soupFromBytes(ByteSource& bytes) {
+    tool::PolygonSoup soup;
+    const int points = 3 + bytes.below(30), faces = 1 + bytes.below(40);
+    for (int i = 0; i < points; ++i) {
+        const double x = bytes.below(5), y = bytes.below(5),
+                     z = bytes.below(8) == 7 ? bytes.real() : bytes.below(2);
+        soup.points.push_back({x, y, z});
+    }
+    for (int f = 0; f < faces; ++f) {
+        auto& polygon = soup.polygons.emplace_back();
+        for (int k = 3 + (bytes.below(8) == 7 ? bytes.below(6) : 0); k > 0; --k)
+            polygon.push_back(bytes.below(points));
+    }
+    return soup;
+}
+
+bool allFinite(const tool::PolygonSoup& soup) {
+    return std::all_of(soup.points.begin(), soup.points.end(), [](const tool::Point& p) {
+        return std::all_of(p.begin(), p.end(), [](double value) { return std::isfinite(value); });
+    });
+}
+
+void drapeShortly(const tool::Mould& mould) {
+    drape_test::Surface surface;
+    for (const tool::Point& p : mould.positions)
+        surface.vertPos.insert(surface.vertPos.end(), p.begin(), p.end());
+    surface.triVerts = mould.corners;
+    surface.vertTriStart = mould.fanStart;
+    surface.vertTriList = mould.fan;
+    surface.vertBoundary = mould.flagged;
+    drape_test::Settings settings;
+    settings.capacity = 60;
+    if (!mould.positions.empty())
+        std::copy(mould.positions[0].begin(), mould.positions[0].end(), settings.seed);
+    const std::int32_t status = drape_test::run(surface, settings).status;
+    if (status == DRAPE_BAD_ARGUMENT || status == DRAPE_BAD_MESH || status == DRAPE_BOUNDARY_NOT_CLOSED)
+        std::abort(); // what the program calls a mould must be one to the library
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    ByteSource bytes(data, size);
+    const int kind = bytes.below(8);
+    const bool weld = !bytes.flag(), fillHoles = bytes.flag();
+    const tool::Log silent(tool::Talk::silent);
+    const std::size_t head = std::min<std::size_t>(size, 3);
+    try {
+        const tool::PolygonSoup soup =
+            kind < 4 ? soupFromFile(endings[kind], data + head, size - head) : soupFromBytes(bytes);
+        if (!allFinite(soup) || soup.polygons.empty())
+            return 0;
+        const tool::TriangleMesh mesh = tool::manifoldOf(tool::repairedMesh(soup, weld, silent), silent);
+        drapeShortly(tool::mouldOf(tool::chosenPiece(mesh, nullptr, silent), fillHoles, silent));
+    } catch (const std::exception&) {
+        // Refused in words, which is as good an end as a mould.
+    }
+    return 0;
+}
