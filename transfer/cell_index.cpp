@@ -78,8 +78,17 @@ double spreadOfCorners(const GridView& grid, const CellCorners& cell) {
     return 0.25 * (cadis(c, a) + cadis(c, b) + cadis(c, e) + cadis(a, b) + cadis(a, e) + cadis(b, e));
 }
 
-Box boxOfCell(const GridView& grid, std::int32_t cell, double margin) {
+double largestOf(const Vec3& v) {
+    return std::max({std::fabs(v.x), std::fabs(v.y), std::fabs(v.z)});
+}
+
+// The means that the cell can have in exact arithmetic.
+Box boxOfCell(const GridView& grid, std::int32_t cell) {
     const CellCorners corners = grid.corners(cell);
+    const double largest =
+        std::max({largestOf(grid.position(corners.c)), largestOf(grid.position(corners.a)),
+                  largestOf(grid.position(corners.b)), largestOf(grid.position(corners.e))});
+    const double margin = meanSlack * largest;
     const Vec3 mean = meanOfCorners(grid, corners);
     const Vec3 reach = {margin, margin, margin};
     return {mean - reach, mean + reach, spreadOfCorners(grid, corners)};
@@ -100,10 +109,6 @@ struct BoundedBox {
     double bound;
     std::int64_t box;
 };
-
-double largestOf(const Vec3& v) {
-    return std::max({std::fabs(v.x), std::fabs(v.y), std::fabs(v.z)});
-}
 
 bool inRange(const Vec3& v) {
     return std::fabs(v.x) <= largestCoordinate && std::fabs(v.y) <= largestCoordinate &&
@@ -177,19 +182,15 @@ struct CellIndex::Ranking {
 bool CellIndex::build(const GridView& grid, std::int32_t& status) {
     status = DRAPE_OK;
     Box extent = emptyBox();
-    double largest = 0.0;
     cellCount_ = 0;
     for (std::int64_t number = 1; number <= grid.nodeCount; ++number) {
         const auto cell = static_cast<std::int32_t>(number);
         const CellCorners corners = grid.corners(cell);
         if (!corners.complete())
             continue;
-        for (const std::int32_t node : {corners.c, corners.a, corners.b, corners.e}) {
-            const Vec3 position = grid.position(node);
-            if (!inRange(position))
+        for (const std::int32_t node : {corners.c, corners.a, corners.b, corners.e})
+            if (!inRange(grid.position(node)))
                 return false;
-            largest = std::max(largest, largestOf(position));
-        }
         const Vec3 mean = meanOfCorners(grid, corners);
         extend(extent, {mean, mean, 0.0});
         if (cellCount_ < longestRanking)
@@ -197,7 +198,7 @@ bool CellIndex::build(const GridView& grid, std::int32_t& status) {
         ++cellCount_;
     }
     return cellCount_ > 0 && cellCount_ <= mostCells && sortCells(grid, extent.low, extent.high, status) &&
-           buildBoxes(grid, meanSlack * largest, status);
+           buildBoxes(grid, status);
 }
 
 // Morton order on a lattice over the cells' means. The lattice decides how tight the boxes get, and nothing
@@ -233,7 +234,7 @@ bool CellIndex::sortCells(const GridView& grid, const Vec3& low, const Vec3& hig
     return status == DRAPE_OK;
 }
 
-bool CellIndex::buildBoxes(const GridView& grid, double margin, std::int32_t& status) {
+bool CellIndex::buildBoxes(const GridView& grid, std::int32_t& status) {
     std::int64_t members = cellCount_;
     std::int64_t total = 0;
     levelCount_ = 0;
@@ -252,7 +253,7 @@ bool CellIndex::buildBoxes(const GridView& grid, double margin, std::int32_t& st
             Box box = emptyBox();
             const std::int64_t end = std::min((i + 1) * branching, membersOf(level));
             for (std::int64_t member = i * branching; member < end; ++member)
-                extend(box, level == 0 ? boxOfCell(grid, cells_.data()[member], margin)
+                extend(box, level == 0 ? boxOfCell(grid, cells_.data()[member])
                                        : loadBox(boxes_.data(), firstBox_[level - 1] + member));
             storeBox(boxes_.data(), firstBox_[level] + i, box);
         }

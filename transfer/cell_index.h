@@ -21,14 +21,14 @@ public:
     void release(std::int32_t& status);
 
 private:
-    // Eight-fold branching: ten levels hold more cells than an int32 can number.
+    // Ten levels of eight-fold branching hold more cells than there can be codes for in a work array.
     static constexpr std::int32_t branching = 8;
-    static constexpr std::int32_t mostLevels = 11;
+    static constexpr std::int32_t mostLevels = 10;
 
     struct Ranking;
 
     bool sortCells(const GridView& grid, const Vec3& low, const Vec3& high, std::int32_t& status);
-    bool buildBoxes(const GridView& grid, double margin, std::int32_t& status);
+    bool buildBoxes(const GridView& grid, std::int32_t& status);
     void visit(const GridView& grid, std::int32_t level, std::int64_t box, Ranking& ranking) const;
     std::int64_t membersOf(std::int32_t level) const;
 
