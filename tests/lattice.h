@@ -16,6 +16,30 @@ struct Fence {
     double x0, y0, x1, y1;
 };
 
+// Place of position p in row r of direction d on a lattice of unit cells; neither need be whole.
+inline Point latticePoint(int size, std::int32_t d, double r, double p) {
+    const double far = size - 1;
+    return {d == 1   ? r
+            : d == 2 ? far - p
+            : d == 3 ? far - r
+                     : p,
+            d == 1   ? far - p
+            : d == 2 ? far - r
+            : d == 3 ? p
+                     : r,
+            0.0};
+}
+
+// Fences across the edge between positions p and p + 1 of row r, and across the edge from row r - 1 to row r.
+inline Fence rowFence(int size, std::int32_t d, double r, double p) {
+    const Point a = latticePoint(size, d, r - 0.3, p + 0.5), b = latticePoint(size, d, r + 0.3, p + 0.5);
+    return {a[0], a[1], b[0], b[1]};
+}
+inline Fence backFence(int size, std::int32_t d, double r, double p) {
+    const Point a = latticePoint(size, d, r - 0.5, p - 0.3), b = latticePoint(size, d, r - 0.5, p + 0.3);
+    return {a[0], a[1], b[0], b[1]};
+}
+
 inline Surface fencedPlate(int size, const std::vector<Fence>& fences) {
     Surface plate = gridSurface(
         size + 4, size + 4,
@@ -42,16 +66,8 @@ public:
     }
 
     std::int32_t node(std::int32_t d, int r, int p) const {
-        const int far = size - 1,
-                  i = d == 1   ? r
-                      : d == 2 ? far - p
-                      : d == 3 ? far - r
-                               : p,
-                  j = d == 1   ? far - p
-                      : d == 2 ? far - r
-                      : d == 3 ? p
-                               : r;
-        return 1 + i + size * j;
+        const Point at = latticePoint(size, d, r, p);
+        return 1 + static_cast<std::int32_t>(at[0]) + size * static_cast<std::int32_t>(at[1]);
     }
     // Appends a front; what isn't given is 0.
     std::int32_t addFront(std::int32_t d, std::int32_t firstNode, std::int32_t length) {
