@@ -128,9 +128,10 @@ def hemisphere():
 
 def double_dome():
     def height(x, y):
-        half = 68.0 - 22.0 * math.exp(-((x / 55.0) ** 2))
+        waist = math.exp(-((x / 60.0) ** 2))
+        half = 76.0 - 28.0 * waist
         inside = 1.0 - (y / half) ** 2 - (x / 150.0) ** 4
-        return 62.0 * soft(inside)
+        return (62.0 - 14.0 * waist) * soft(inside)
 
     def soft(value):
         return 0.5 * (value + math.sqrt(value * value + 0.05))

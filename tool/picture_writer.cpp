@@ -29,6 +29,8 @@ constexpr double textSize = 17.0;
 constexpr double fibreSpacing = 5.0;        // pixels, at least
 constexpr std::size_t mostPolygons = 60000; // in a vector file; beyond this its surfaces are an image
 constexpr double creaseCosine = 0.77; // triangles that meet at more than about 40 degrees keep their edge
+constexpr double clothLift = 0.15;    // of cloth over the mould, in cells: chords cut into a convex mould
+constexpr double strokeLift = 2.0;    // of lines over what they lie on, in pixels
 constexpr Colour mouldColour{0.74, 0.75, 0.77};
 constexpr Colour warningColour{0.75, 0.05, 0.10};
 
@@ -239,7 +241,7 @@ std::int32_t thinning(double step, double scale) {
 
 void drawFibres(Canvas& canvas, const Stage& stage, const DepthImage& image) {
     const Grid& grid = *stage.scene.grid;
-    const double lift = 2.0 * stage.lift + 1.0;
+    const double lift = stage.lift + strokeLift;
     for (const Fibre fibre : {Fibre::warp, Fibre::weft}) {
         const bool warp = fibre == Fibre::warp;
         const double spacing = warp ? stage.scene.choice->stepB : stage.scene.choice->stepA;
@@ -269,13 +271,13 @@ void drawOutlines(Canvas& canvas, const Stage& stage, const DepthImage& image) {
         for (std::size_t k = 0; k < loop.size() + 1 && !loop.empty(); ++k) {
             points.push_back(mould.positions[static_cast<std::size_t>(loop[k % loop.size()])]);
         }
-        addVisible(canvas, stage, image, points, stage.lift + 1.5);
+        addVisible(canvas, stage, image, points, strokeLift);
     }
     canvas.colour(ink, 0.75);
     canvas.stroke(1.1);
     for (NodeChain& loop : outlineLoops(*stage.scene.grid, stage.scene.measures->cells)) {
         loop.push_back(loop.front());
-        addVisible(canvas, stage, image, pointsOf(*stage.scene.grid, loop), 2.0 * stage.lift + 1.0);
+        addVisible(canvas, stage, image, pointsOf(*stage.scene.grid, loop), stage.lift + strokeLift);
     }
     canvas.colour(ink, 0.95);
     canvas.stroke(1.6);
@@ -299,7 +301,7 @@ void drawScene(Canvas& canvas, const Stage& stage) {
     drawOutlines(canvas, stage, image);
     if (stage.scene.grid->count > 0) {
         const Seen seed = stage.view.see(nodePosition(*stage.scene.grid, 0));
-        if (image.sees(seed, 2.0 * stage.lift + 4.0)) {
+        if (image.sees(seed, stage.lift + 2.0 * strokeLift)) {
             drawSeedMark(canvas, seed.x, seed.y, 6.5);
         }
     }
@@ -326,8 +328,9 @@ std::string mouldPicture(const Scene& scene, Drawing drawing) {
     const MouldView view = chooseView(*scene.mould, *scene.grid, room, tallestMould);
     const auto areas = triangleAreas(*scene.mould);
     const double step = std::max(scene.choice->stepA, scene.choice->stepB);
-    const Stage stage{scene,          view, shearScale(*scene.measures), 0.3 * view.scale * finite(step),
-                      unitsOf(areas), areas};
+    const Stage stage{
+        scene,          view, shearScale(*scene.measures), clothLift * view.scale * finite(step),
+        unitsOf(areas), areas};
     const double inner = std::max(view.height, lowestPage - 2.0 * margin - captionSpace);
     const double height = std::ceil(inner + 2.0 * margin + captionSpace);
     Canvas canvas(drawing, PageUnit::pixel, pageWidth, height, 1.0);
