@@ -12,6 +12,9 @@
 #include "surface/point_triangle.h"
 #include "surface/surface_search.h"
 #include "surface/triangle_bounds.h"
+#include "surface/triangle_tree.h"
+
+#include <algorithm>
 
 namespace drape {
 namespace {
@@ -23,6 +26,7 @@ struct RunArrays {
     WorkArray<double> boundaryNormals;
     WorkArray<std::int32_t> foundList, marks, fansDone;
     TriangleBounds triangleBounds;
+    TriangleTree triangleTree;
     BoundaryTree boundaryTree;
     SearchScratch scratch;
 
@@ -54,17 +58,21 @@ struct RunArrays {
         marks.release(status);
         fansDone.release(status);
         triangleBounds.release(status);
+        triangleTree.release(status);
         boundaryTree.release(status);
     }
 };
 
 bool buildIndices(RunArrays& arrays, std::int32_t& status) {
+    const double longestStep = std::max(model.stepA, model.stepB);
     if (!arrays.takeScratch(model.mesh, status) ||
         !arrays.triangleBounds.build(model.mesh, model.tolerance, status) ||
+        !arrays.triangleTree.build(model.mesh, model.tolerance, longestStep, status) ||
         !arrays.boundaryTree.build(model.mesh, model.tolerance, status))
         return false;
     model.runScratch = &arrays.scratch;
     model.triangleBounds = &arrays.triangleBounds;
+    model.triangleTree = arrays.triangleTree.usable() ? &arrays.triangleTree : nullptr;
     model.boundaryTree = &arrays.boundaryTree;
     return true;
 }

@@ -13,6 +13,7 @@
 namespace drape {
 
 class TriangleBounds;
+class TriangleTree;
 class BoundaryTree;
 struct SearchScratch;
 
@@ -130,6 +131,7 @@ struct Model {
     // What a whole run adds to answer the same questions faster. All null while operations are called one
     // by one, which then go the plain road.
     const TriangleBounds* triangleBounds = nullptr;
+    const TriangleTree* triangleTree = nullptr;
     const BoundaryTree* boundaryTree = nullptr;
     SearchScratch* runScratch = nullptr;
 

@@ -108,32 +108,71 @@ bool clearlyBeside(const Vec3& toPoint, const Vec3& along, double margin) {
     return vor(parvis(toPoint, along)) > margin2 * length2;
 }
 
-// Whether the edge stage would certainly take none of the points. It costs a fraction of that stage, and most
-// points lie well inside the triangle or well off it. Slivers, whose edge planes are ill-conditioned, and
-// tolerances at which those planes could count as parallel are left to the stage itself.
-bool clearOfEdges(const Clip& clip, const WorkingPoints& working) {
-    constexpr double sliverRatio = 1e-3;
-    constexpr double sizeMargin = 1e-9;
-    constexpr double offsetMargin = 1e-12;
-    const Vec3 ab = clip.b - clip.a;
-    const Vec3 bc = clip.c - clip.b;
-    const Vec3 ca = clip.a - clip.c;
-    const double longest2 = std::max(vor(ab), std::max(vor(bc), vor(ca)));
-    const bool sound =
-        vor(parvis(ab, ca)) > sliverRatio * sliverRatio * longest2 * longest2 && clip.tolerance2 < 0.25;
-    if (!sound)
-        return false;
-    for (std::int32_t k = 0; k < working.count; ++k) {
-        const Vec3& point = working.points[k];
-        const Vec3 fromA = point - clip.a;
-        const double margin = 2.0 * std::sqrt(clip.tolerance2) + sizeMargin * (sizeOf(ab) + sizeOf(fromA)) +
-                              offsetMargin * (sizeOf(clip.a) + sizeOf(point));
-        if (!clearlyBeside(fromA, ab, margin) || !clearlyBeside(point - clip.b, bc, margin) ||
-            !clearlyBeside(point - clip.c, ca, margin))
-            return false;
+// Conservative short cuts past the stages. They hold for sound triangles only: slivers, whose planes are
+// ill-conditioned, and tolerances at which edge planes could count as parallel are left to the stages
+// themselves. All margins lie far above what the stages round and snap.
+class ShortCuts {
+public:
+    explicit ShortCuts(const Clip& clip)
+        : clip_(clip), ab_(clip.b - clip.a), bc_(clip.c - clip.b), ca_(clip.a - clip.c) {
+        constexpr double sliverRatio = 1e-3;
+        const double longest2 = std::max(vor(ab_), std::max(vor(bc_), vor(ca_)));
+        sound_ =
+            vor(parvis(ab_, ca_)) > sliverRatio * sliverRatio * longest2 * longest2 && clip.tolerance2 < 0.25;
+        size_ = sizeOf(ab_) + sizeOf(ca_);
+        offset_ = sizeOf(clip.a);
+        snap_ = 2.0 * std::sqrt(clip.tolerance2);
     }
-    return true;
-}
+
+    // Takes out the points that no stage would take, since they lie well outside the triangle's box.
+    void dropDistant(WorkingPoints& working) const {
+        if (!sound_)
+            return;
+        WorkingPoints left;
+        for (std::int32_t k = 0; k < working.count; ++k) {
+            const Vec3& p = working.points[k];
+            const double margin = marginAt(p);
+            if (!apart(p.x, clip_.a.x, clip_.b.x, clip_.c.x, margin) &&
+                !apart(p.y, clip_.a.y, clip_.b.y, clip_.c.y, margin) &&
+                !apart(p.z, clip_.a.z, clip_.b.z, clip_.c.z, margin))
+                left.points[left.count++] = p;
+        }
+        working = left;
+    }
+
+    // Whether the edge stage would take none of the points: they lie well inside the triangle or off it.
+    bool clearOfEdges(const WorkingPoints& working) const {
+        if (!sound_)
+            return false;
+        for (std::int32_t k = 0; k < working.count; ++k) {
+            const Vec3& p = working.points[k];
+            const double margin = marginAt(p);
+            if (!clearlyBeside(p - clip_.a, ab_, margin) || !clearlyBeside(p - clip_.b, bc_, margin) ||
+                !clearlyBeside(p - clip_.c, ca_, margin))
+                return false;
+        }
+        return true;
+    }
+
+private:
+    double marginAt(const Vec3& point) const {
+        constexpr double sizeMargin = 1e-9;
+        constexpr double offsetMargin = 1e-12;
+        const double away = sizeOf(point - clip_.a);
+        // The last term is what the side tests lose on points far off.
+        return snap_ + sizeMargin * (size_ + away) + offsetMargin * (offset_ + sizeOf(point)) +
+               offsetMargin * away * (away / size_) * 8.0;
+    }
+
+    static bool apart(double p, double a, double b, double c, double margin) {
+        return p < std::min(a, std::min(b, c)) - margin || p > std::max(a, std::max(b, c)) + margin;
+    }
+
+    const Clip& clip_;
+    Vec3 ab_, bc_, ca_;
+    bool sound_;
+    double size_, offset_, snap_;
+};
 
 // False if an edge's planes have no common point, which ends the whole cut.
 bool edgeStage(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
@@ -173,10 +212,12 @@ void interiorStage(const Clip& clip, const WorkingPoints& working, CircleCut& cu
 }
 
 void clipToTriangle(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
+    const ShortCuts shortCuts(clip);
+    shortCuts.dropDistant(working);
     cornerStage(clip, working, cut);
     if (working.count == 0)
         return;
-    if (!clearOfEdges(clip, working) && !edgeStage(clip, working, cut)) {
+    if (!shortCuts.clearOfEdges(working) && !edgeStage(clip, working, cut)) {
         cut.singular = true;
         return;
     }

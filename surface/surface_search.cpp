@@ -1,13 +1,16 @@
 // Surface search: a depth-first flood over neighbouring triangles lists those that the circle can reach, then
 // the circle is cut against each of them and the point furthest forward is taken.
 //
-// The order of the list decides between equal candidates, so the flood keeps the order of the plain recursion
-// whatever it uses to go faster.
+// The order of the list decides between equal candidates, so the flood keeps the order of the plain
+// recursion. A run asks the tree of triangles first: it leads straight to what the circle meets, and wherever
+// no tie hangs on the order and every triangle can be shown to lie within the flood, the answer is the same.
+// Where not, and where nothing is found, the flood decides.
 #include "surface/surface_search.h"
 
 #include "services/growing_list.h"
 #include "surface/circle_triangle.h"
 #include "surface/point_triangle.h"
+#include "surface/triangle_tree.h"
 
 #include <algorithm>
 #include <limits>
@@ -48,13 +51,6 @@ bool settled(Range range, std::int32_t triangle, const Ball& ball) {
     return range == Range::unknown ? exactlyInRange(triangle, ball) : range == Range::in;
 }
 
-// The first test of the cut itself.
-bool liesBesideCircle(std::int32_t triangle, const Circle& circle, double tolerance) {
-    const SurfaceMesh& mesh = model.mesh;
-    return outsideSlab(circle, mesh.corner(triangle, 0), mesh.corner(triangle, 1), mesh.corner(triangle, 2),
-                       tolerance);
-}
-
 struct Visit {
     bool goOn; // the walk goes on from this triangle
     bool list;
@@ -67,30 +63,20 @@ Visit visitPlainly(std::int32_t triangle, const Ball* balls, int ballCount) {
     return {first || second, first && second};
 }
 
-// The same answer from bounds. With `reach` given, triangles that this circle certainly misses are left off
-// the list, which saves most of the second questions.
-Visit visitByBounds(std::int32_t triangle, const Ball* balls, int ballCount, const Circle* reach) {
+// The same answer from bounds.
+Visit visitByBounds(std::int32_t triangle, const Ball* balls, int ballCount) {
     const TriangleBounds& bounds = *model.triangleBounds;
-    const Ball& a = balls[0];
-    const Ball& b = balls[ballCount - 1];
-    Range first = bounds.inRange(triangle, a);
-    Range second = ballCount == 2 ? bounds.inRange(triangle, b) : first;
+    const Range first = bounds.inRange(triangle, balls[0]);
+    if (ballCount == 1) {
+        const bool within = settled(first, triangle, balls[0]);
+        return {within, within};
+    }
+    const Range second = bounds.inRange(triangle, balls[1]);
     if (first == Range::out && second == Range::out)
         return {false, false};
-    if (first != Range::in && second != Range::in) {
-        first = settled(first, triangle, a) ? Range::in : Range::out;
-        if (ballCount == 1)
-            second = first;
-        if (first == Range::out) {
-            if (ballCount == 1 || !settled(second, triangle, b))
-                return {false, false};
-            second = Range::in;
-        }
-    }
-    if (reach != nullptr && (bounds.missesCircle(triangle, *reach, a.tolerance) ||
-                             liesBesideCircle(triangle, *reach, a.tolerance)))
-        return {true, false};
-    return {true, settled(first, triangle, a) && settled(second, triangle, b)};
+    const bool inFirst = settled(first, triangle, balls[0]);
+    const bool inSecond = settled(second, triangle, balls[1]);
+    return {inFirst || inSecond, inFirst && inSecond};
 }
 
 // The marks of a caller's array: 1 in range, 2 out of range. Fans are looked through every time.
@@ -116,8 +102,8 @@ struct RunMarks {
 template <class Marks>
 class Flood {
 public:
-    Flood(const Marks& marks, const Ball* balls, int ballCount, const Circle* reach, SearchScratch& scratch)
-        : marks_(marks), balls_(balls), ballCount_(ballCount), reach_(reach), scratch_(scratch) {}
+    Flood(const Marks& marks, const Ball* balls, int ballCount, SearchScratch& scratch)
+        : marks_(marks), balls_(balls), ballCount_(ballCount), scratch_(scratch) {}
 
     bool run(std::int32_t start, std::int32_t& status) {
         fanStack.reset();
@@ -136,9 +122,8 @@ public:
 private:
     // Marks a triangle, lists it if it belongs there, and says if the walk goes on from it.
     bool visit(std::int32_t triangle) {
-        const Visit found = model.triangleBounds != nullptr
-                                ? visitByBounds(triangle, balls_, ballCount_, reach_)
-                                : visitPlainly(triangle, balls_, ballCount_);
+        const Visit found = model.triangleBounds != nullptr ? visitByBounds(triangle, balls_, ballCount_)
+                                                            : visitPlainly(triangle, balls_, ballCount_);
         marks_.mark(triangle, found.goOn);
         if (found.list)
             scratch_.foundList[scratch_.foundCount++] = triangle;
@@ -174,17 +159,16 @@ private:
     Marks marks_;
     const Ball* balls_;
     int ballCount_;
-    const Circle* reach_;
     SearchScratch& scratch_;
 };
 
-bool flood(std::int32_t start, const Ball* balls, int ballCount, const Circle* reach, SearchScratch& scratch,
+bool flood(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
            std::int32_t& status) {
     if (scratch.ownedByRun()) {
         const RunMarks marks{scratch.marks, scratch.fansDone, scratch.stamp};
-        return Flood<RunMarks>(marks, balls, ballCount, reach, scratch).run(start, status);
+        return Flood<RunMarks>(marks, balls, ballCount, scratch).run(start, status);
     }
-    return Flood<CallersMarks>({scratch.marks}, balls, ballCount, reach, scratch).run(start, status);
+    return Flood<CallersMarks>({scratch.marks}, balls, ballCount, scratch).run(start, status);
 }
 
 // Cuts the circle against every listed triangle, in order.
@@ -203,63 +187,138 @@ bool gatherCandidates(const Circle& circle, const std::int32_t* foundList, std::
     return true;
 }
 
-// Takes out the candidates at the place nearest to the point behind, if that is less than a cell away.
-void dropBackwardCandidates(const Vec3& backPoint, double radius, double tolerance) {
+// Takes out the candidates at the place nearest to the point behind, if that is less than a cell away. False
+// if two places are equally near, so that the order of the candidates decided.
+bool dropBackwardCandidates(const Vec3& backPoint, double radius, double tolerance) {
     if (candidates.empty())
-        return;
+        return true;
     Vec3 nearPoint = candidates[0].point;
     double best = cadis(nearPoint, backPoint);
+    bool clear = true;
     for (const Candidate& candidate : candidates) {
         const double distance2 = cadis(candidate.point, backPoint);
         if (distance2 < best) {
             best = distance2;
             nearPoint = candidate.point;
+            clear = true;
+        } else if (distance2 == best && cadis(candidate.point, nearPoint) > 0.0) {
+            clear = false;
         }
     }
     if (!(radius * radius > best))
-        return;
+        return clear;
     const double tolerance2 = tolerance * tolerance;
     const auto* kept = std::remove_if(candidates.begin(), candidates.end(), [&](const Candidate& candidate) {
         return cadis(candidate.point, nearPoint) < tolerance2;
     });
     candidates.truncate(kept - candidates.begin());
+    return clear;
 }
 
-const Candidate& furthestForward(const Vec3& centre, const Vec3& forward) {
-    const Candidate* furthest = candidates.begin();
-    double best = prosca(furthest->point - centre, forward);
+struct Furthest {
+    const Candidate* candidate;
+    bool clear; // no other lies as far
+};
+
+Furthest furthestForward(const Vec3& centre, const Vec3& forward) {
+    Furthest furthest{candidates.begin(), true};
+    double best = prosca(furthest.candidate->point - centre, forward);
     for (const Candidate& candidate : candidates) {
         const double along = prosca(candidate.point - centre, forward);
         if (along > best) {
             best = along;
-            furthest = &candidate;
+            furthest = {&candidate, true};
+        } else if (&candidate != furthest.candidate && !(along < best)) {
+            furthest.clear = false;
         }
     }
-    return *furthest;
+    return furthest;
 }
 
-// Cuts the circle against the listed triangles and chooses among the points. `found` keeps its point and
-// normal if there is none.
-bool chooseOnList(const Circle& circle, const Vec3& forward, const Vec3& backPoint,
-                  const std::int32_t* foundList, std::int32_t foundCount, double tolerance,
-                  SurfacePoint& found, std::int32_t& status) {
-    if (!gatherCandidates(circle, foundList, foundCount, tolerance, status))
-        return false;
-    dropBackwardCandidates(backPoint, circle.radius, tolerance);
-    if (candidates.empty()) {
-        found.triangle = 0;
-        return true;
-    }
-    const Candidate& furthest = furthestForward(circle.centre, forward);
+// What is chosen, and whether no tie was decided by the order of the candidates.
+struct Choice {
+    SurfacePoint found;
+    bool clear;
+};
+
+Choice chooseCandidate(const Circle& circle, const Vec3& forward, const Vec3& backPoint, double tolerance) {
+    const bool dropClear = dropBackwardCandidates(backPoint, circle.radius, tolerance);
+    if (candidates.empty())
+        return {{}, dropClear};
+    const Furthest furthest = furthestForward(circle.centre, forward);
     const SurfaceMesh& mesh = model.mesh;
-    const Vec3 a = mesh.corner(furthest.triangle, 0);
-    found = {furthest.point,
-             unitNormal(mesh.corner(furthest.triangle, 1) - a, mesh.corner(furthest.triangle, 2) - a),
-             furthest.triangle};
-    return true;
+    const std::int32_t triangle = furthest.candidate->triangle;
+    const Vec3 a = mesh.corner(triangle, 0);
+    return {{furthest.candidate->point,
+             unitNormal(mesh.corner(triangle, 1) - a, mesh.corner(triangle, 2) - a), triangle},
+            dropClear && furthest.clear};
 }
 
-// The quick look at the spheres presumes an axis of unit length.
+// Whether the flood from `start` would come to `goal`, which is in range: a chain of neighbours, each clearly
+// in range of a ball and nearer to `towards` than the one before, leads there. False means only that no such
+// chain was found.
+bool reaches(std::int32_t start, std::int32_t goal, const Vec3& towards, const Ball* balls, int ballCount) {
+    constexpr int longestChain = 64;
+    const SurfaceMesh& mesh = model.mesh;
+    const TriangleBounds& bounds = *model.triangleBounds;
+    const auto clearlyInRange = [&](std::int32_t t) {
+        return bounds.inRange(t, balls[0]) == Range::in ||
+               (ballCount == 2 && bounds.inRange(t, balls[1]) == Range::in);
+    };
+    std::int32_t current = start;
+    double best = std::numeric_limits<double>::infinity();
+    for (int k = 0; k < longestChain; ++k) {
+        if (current == goal)
+            return true;
+        const std::int32_t before = current;
+        for (int corner = 0; corner < 3; ++corner) {
+            const std::int32_t v = mesh.vertexOf(before, corner);
+            for (std::int32_t position = mesh.fanBegin(v); position < mesh.fanEnd(v); ++position) {
+                const std::int32_t t = mesh.vertTriList[position];
+                if (t == goal)
+                    return true;
+                const double distance2 = bounds.squaredDistanceToCentre(t, towards);
+                if (distance2 < best && clearlyInRange(t)) {
+                    best = distance2;
+                    current = t;
+                }
+            }
+        }
+        if (current == before)
+            return false;
+    }
+    return false;
+}
+
+// The search by the tree of triangles: all that the circle meets, if the flood would have listed it. False if
+// that can't be told without the flood, or if the order of its list decides.
+bool searchByTree(std::int32_t start, const Ball* balls, int ballCount, const CircleSearch& search,
+                  const Circle& circle, SurfacePoint& found) {
+    const SurfaceMesh& mesh = model.mesh;
+    const double tolerance = balls[0].tolerance;
+    if (!visitByBounds(start, balls, ballCount).goOn)
+        return false;
+    candidates.reset();
+    bool certain = true;
+    model.triangleTree->forEachNearCircle(circle, [&](std::int32_t triangle) {
+        const CircleCut cut = cutCircle(circle, mesh.corner(triangle, 0), mesh.corner(triangle, 1),
+                                        mesh.corner(triangle, 2), tolerance, CLIP_AFTER_SLAB_TEST);
+        if (cut.count == 0 || !visitByBounds(triangle, balls, ballCount).list)
+            return true;
+        std::int32_t full = DRAPE_OK;
+        certain = reaches(start, triangle, cut.points[0], balls, ballCount);
+        for (std::int32_t hit = 0; certain && hit < cut.count; ++hit)
+            certain = candidates.push({cut.points[hit], triangle}, full);
+        return certain;
+    });
+    if (!certain)
+        return false;
+    const Choice choice = chooseCandidate(circle, search.forward, search.backPoint, tolerance);
+    found = choice.found;
+    return choice.clear && found.triangle != 0;
+}
+
+// The tree presumes an axis of unit length.
 bool hasUnitAxis(const Circle& circle) {
     const double length2 = vor(circle.axis);
     return length2 > 0.999 && length2 < 1.001;
@@ -289,34 +348,31 @@ void SearchScratch::clearCallersList() {
 bool listInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
                  std::int32_t& status) {
     scratch.beginFlood();
-    return flood(start, balls, ballCount, nullptr, scratch, status);
+    return flood(start, balls, ballCount, scratch, status);
 }
 
 bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleSearch& search,
                    SearchScratch& scratch, SurfacePoint& found, std::int32_t& status) {
     const Circle circle{search.centre, unitNormal(search.planeNormal, search.forward), search.radius};
-    const double tolerance = balls[0].tolerance;
-    found.triangle = 0;
     const Vec3 given = search.forward;
-    if (model.triangleBounds != nullptr && hasUnitAxis(circle)) {
-        scratch.beginFlood();
-        if (!flood(start, balls, ballCount, &circle, scratch, status) ||
-            !chooseOnList(circle, given, search.backPoint, scratch.foundList, scratch.foundCount, tolerance,
-                          found, status))
-            return false;
-        if (found.triangle != 0) {
-            devor(search.forward);
-            return true;
-        }
+    if (model.triangleTree != nullptr && hasUnitAxis(circle) &&
+        searchByTree(start, balls, ballCount, search, circle, found)) {
+        devor(search.forward);
+        return true;
     }
-    // The full list, for those who go on without a point.
+    found.triangle = 0;
     if (!listInRange(start, balls, ballCount, scratch, status))
         return false;
     if (scratch.foundCount == 0)
         return true;
     devor(search.forward);
-    return chooseOnList(circle, given, search.backPoint, scratch.foundList, scratch.foundCount, tolerance,
-                        found, status);
+    const double tolerance = balls[0].tolerance;
+    if (!gatherCandidates(circle, scratch.foundList, scratch.foundCount, tolerance, status))
+        return false;
+    const SurfacePoint chosen = chooseCandidate(circle, given, search.backPoint, tolerance).found;
+    if (chosen.triangle != 0)
+        found = chosen;
+    return true;
 }
 
 } // namespace drape
@@ -333,13 +389,15 @@ extern "C" int32_t uzprcm(const double* centre, const double* planeNormal, doubl
     devor(direction);
     store(forward, direction);
     const Circle circle{load(centre), unitNormal(load(planeNormal), given), *radius};
-    SurfacePoint found;
-    const bool done =
-        chooseOnList(circle, given, load(backPoint), foundList, *foundCount, *tolerance, found, *status);
-    *triangle = done ? found.triangle : 0;
-    if (*triangle != 0) {
-        store(point, found.point);
-        store(normal, found.normal);
+    const bool done = gatherCandidates(circle, foundList, *foundCount, *tolerance, *status);
+    *triangle = 0;
+    if (done) {
+        const SurfacePoint found = chooseCandidate(circle, given, load(backPoint), *tolerance).found;
+        *triangle = found.triangle;
+        if (found.triangle != 0) {
+            store(point, found.point);
+            store(normal, found.normal);
+        }
     }
     candidates.reset();
     return done ? 0 : 1;

@@ -1,14 +1,12 @@
 // Bounding spheres of the mesh triangles, worked out once per run.
 //
-// A sphere settles most questions about a triangle without its exact geometry: is it in range of a point,
-// can a circle meet it. The answers are conservative, with a margin far above rounding and above what the
-// exact tests snap or allow to hang over, so what they settle is what the exact test would have said. Only
-// `unknown` goes on to that test.
+// A sphere settles most questions whether a triangle is in range of a point without its exact geometry. The
+// answers are conservative, with a margin far above rounding and above what the exact test snaps or allows to
+// hang over, so what they settle is what that test would have said. Only `unknown` goes on to it.
 #pragma once
 
 #include "run/model.h"
 #include "services/work_arrays.h"
-#include "surface/circle_triangle.h"
 
 namespace drape {
 
@@ -54,25 +52,10 @@ public:
     // stays unknown now lies within a margin of the limit.
     Range inRangeByCorners(std::int32_t triangle, const Ball& ball) const;
 
-    // True only if the cut of the circle with the triangle certainly gives no hit.
-    bool missesCircle(std::int32_t triangle, const Circle& circle, double tolerance) const {
+    // Squared distance from a point to the centre of a triangle's sphere.
+    double squaredDistanceToCentre(std::int32_t triangle, const Vec3& point) const {
         const Sphere& s = spheres_[triangle - 1];
-        const double radius = static_cast<double>(s.radius);
-        // Triangles tiny against the circle are left to the exact cut, whose side tests lose their last
-        // digits there.
-        if (!(circle.radius < 1e3 * radius))
-            return false;
-        const double reach = radius * (1.0 + 1e-5) + static_cast<double>(s.slack) + 2.0 * tolerance;
-        const Vec3 d = Vec3{s.x, s.y, s.z} - circle.centre;
-        const double height = prosca(d, circle.axis);
-        if (height > reach || -height > reach)
-            return true;
-        const double distance2 = vor(d);
-        const double outer = circle.radius + reach;
-        if (distance2 > outer * outer)
-            return true;
-        const double inner = circle.radius - reach;
-        return inner > 0.0 && distance2 < inner * inner;
+        return cadis(point, {s.x, s.y, s.z});
     }
 
     // A lower bound of the distance from a point to the triangle, as the exact test gives it.

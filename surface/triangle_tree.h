@@ -1,0 +1,116 @@
+// The mesh triangles as a tree of boxes, for the question which of them a circle can meet.
+//
+// Triangles are put in the order of a space-filling curve through their centres, and boxes over runs of
+// neighbours make the tree. A box holds every place where the exact cut could report a hit on its triangles,
+// so a search goes to the few triangles at the circle's two ends and leaves out nothing.
+#pragma once
+
+#include "run/model.h"
+#include "services/work_arrays.h"
+#include "surface/circle_triangle.h"
+
+namespace drape {
+
+class TriangleTree {
+public:
+    // Keeps 36 bytes per triangle, and 24 more while it builds. `reach` bounds the radius of all circles.
+    bool build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status);
+    void release(std::int32_t& status);
+
+    // False if the mesh can't be bounded: too many needles, or coordinates out of all proportion.
+    bool usable() const { return levelCount_ > 0; }
+
+    // Calls visit(triangle) for every triangle that the circle, whose axis has unit length, can meet, and
+    // perhaps for others, in no order that means anything, until visit returns false.
+    template <class Visit>
+    void forEachNearCircle(const Circle& circle, Visit visit) const {
+        for (std::int32_t k = 0; k < needleCount_; ++k)
+            if (!visit(needles_[k]))
+                return;
+        const Band band(circle);
+        Node pending[ARITY * MAX_LEVELS];
+        int depth = 0;
+        pending[depth++] = {levelCount_ - 1, 0};
+        while (depth > 0) {
+            const Node node = pending[--depth];
+            const Lanes met = band.test(quads_[levelStart_[node.level] + node.index]);
+            for (int k = 0; k < ARITY; ++k) {
+                if (met[k] == 0)
+                    continue;
+                const std::int64_t child = ARITY * node.index + k;
+                if (node.level > 0)
+                    pending[depth++] = {node.level - 1, child};
+                else if (!visit(order_.data()[child]))
+                    return;
+            }
+        }
+    }
+
+private:
+    static constexpr int ARITY = 4;
+    static constexpr int MAX_LEVELS = 16; // of a tree over 2^31 triangles
+    static constexpr std::int32_t MAX_NEEDLES = 64;
+
+    // Work arrays promise no more than the alignment of their elements.
+    using Floats = float __attribute__((vector_size(ARITY * sizeof(float)), aligned(sizeof(float))));
+    using Lanes = std::int32_t __attribute__((vector_size(ARITY * sizeof(std::int32_t))));
+
+    // The boxes of four children side by side, so that one pass tests them all; a missing child's box is
+    // inside out and meets nothing.
+    struct Quad {
+        Floats low[3], high[3];
+    };
+    struct Node {
+        int level; // 0 has triangles for children
+        std::int64_t index;
+    };
+
+    // A circle as its tests against boxes need it, in single precision and widened by a share above its
+    // rounding.
+    struct Band {
+        explicit Band(const Circle& circle);
+
+        // Non-zero in the lanes of the children that the circle can meet.
+        Lanes test(const Quad& quad) const {
+            Floats height = {}, extent = {}, nearest2 = {}, furthest2 = {};
+            for (int c = 0; c < 3; ++c) {
+                const Floats low = quad.low[c] - centre[c];
+                const Floats high = quad.high[c] - centre[c];
+                const Floats middle = 0.5f * (low + high);
+                const Floats half = widening * (high - low) + margin;
+                const Floats off = middle > 0.0f ? middle : -middle;
+                const Floats beyond = off - half;
+                const Floats gap = beyond > 0.0f ? beyond : Floats{};
+                height += axis[c] * middle;
+                extent += axisSize[c] * half;
+                nearest2 += gap * gap;
+                furthest2 += (off + half) * (off + half);
+            }
+            return (height <= extent) & (-height <= extent) & (nearest2 <= outer2) & (furthest2 >= inner2);
+        }
+
+        static constexpr float SINGLE_MARGIN = 1e-5f;
+        static constexpr float widening = 0.5f * (1.0f + SINGLE_MARGIN);
+        float centre[3], axis[3], axisSize[3];
+        float margin, outer2, inner2;
+    };
+
+    bool sortTriangles(const SurfaceMesh& mesh, std::int32_t& status);
+    double hitMargin(const Vec3& a, const Vec3& b, const Vec3& c) const;
+    void layOutLevels();
+    void putTriangle(const SurfaceMesh& mesh, std::int32_t triangle, Quad& quad, int lane) const;
+    void fillQuads(const SurfaceMesh& mesh);
+
+    double tolerance_ = 0.0, reach_ = 0.0;
+    std::int32_t treeCount_ = 0; // triangles in the tree
+    int levelCount_ = 0;         // the last level holds one quad
+    std::int64_t levelStart_[MAX_LEVELS] = {};
+    std::int64_t levelSize_[MAX_LEVELS] = {};
+    std::int32_t needles_[MAX_NEEDLES] = {};
+    std::int32_t needleCount_ = 0;
+    Quad* quads_ = nullptr;
+    WorkArray<std::int32_t> order_;
+    WorkArray<std::int32_t> quadBlock_;
+};
+
+} // namespace drape
