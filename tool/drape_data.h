@@ -19,7 +19,7 @@ struct Mould {
     std::vector<std::int32_t> fan;                // triangles around each vertex, 1-based
     std::vector<std::int32_t> flagged;            // per vertex, 1 on the boundary loop that the library walks
     std::vector<std::vector<std::int32_t>> loops; // boundary loops, 0-based vertices, walked one first
-    std::vector<std::int32_t> sourceFaces;        // per triangle, its 1-based face in the file, 0 if not from it
+    std::vector<std::int32_t> sourceFaces; // per triangle, its 1-based face in the file, 0 if not from it
 
     std::size_t triangleCount() const { return corners.size() / 3; }
     const Point& corner(std::size_t triangle, int k) const {
@@ -67,7 +67,8 @@ struct Measures {
     std::array<double, 4> patternExtent{}; // min x, min y, max x, max y of the flat pattern
     std::size_t cellsOnSurface = 0;
     double mouldArea = 0.0;
-    double coveredShare = 0.0; // 0 to 1, area of the cells on the surface against the mould's
+    double coveredShare = 0.0; // 0 to 1, of the mould's area under the cloth
+    double doubledShare = 0.0; // area of cloth that lies over other cloth, against the mould's area
 };
 
 // A closed curve on the mould and where it lands on the flat pattern, point for point.

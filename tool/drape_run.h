@@ -16,4 +16,8 @@ double expectedCells(const Mould& mould, const Choice& choice);
 // Cells, shear, pattern and cover of a grid, finished or not.
 Measures measure(const Mould& mould, const Grid& grid, double lockingAngle);
 
+// Cloth may lie over itself by this share of the mould's area before that is more than rounding of the
+// measure.
+constexpr double mostDoubled = 0.05;
+
 } // namespace tool

@@ -1,6 +1,7 @@
 // The program `drape`: a mould and a choice of start in, a drape, its pattern and its measures out.
 #include "curve.h"
 #include "drape.h"
+#include "drape_run.h"
 #include "errors.h"
 #include "options.h"
 #include "report.h"
@@ -20,6 +21,7 @@ namespace {
 using namespace tool;
 
 constexpr std::size_t sweepRowsShown = 10;
+constexpr double wellCovered = 0.85;
 constexpr const char* sweepEnding = ".sweep.csv";
 
 struct Work {
@@ -40,6 +42,22 @@ std::vector<SweepResult> sweepAndTell(Work& work, const Surface& surface) {
         }
     }
     return ranked;
+}
+
+// Drapes that came to their end and still aren't what one wants.
+void warnOfPoorCloth(const Work& work, const Trial& trial) {
+    const Measures& m = trial.measures;
+    if (m.doubledShare > mostDoubled) {
+        work.log.warn(
+            "cloth of " + number(100.0 * m.doubledShare, 2) +
+            " % of the mould's area lies over other cloth; a smaller patch (--within max) or another "
+            "start (--sweep) may lie in one layer");
+    }
+    if (trial.grid.status == DRAPE_OK && m.coveredShare < wellCovered) {
+        work.log.warn("the cloth covers only " + number(100.0 * m.coveredShare, 2) +
+                      " % of the mould; another seed may reach the rest (--seed, --sweep)" +
+                      (trial.mould.loops.size() > 1 ? ", and --fill-holes lets it run on over holes" : ""));
+    }
 }
 
 void writeOutputs(const Work& work, const Trial& trial, const CurveResult* curve, const std::string& report) {
@@ -101,10 +119,11 @@ int run(Work& work) {
     const Story story{work.settings, trial, curve ? &*curve : nullptr,
                       work.settings.sweep.wanted ? &ranked : nullptr, seconds};
     if (!work.settings.quiet) {
-        std::cout << summaryOf(story);
+        std::cout << summaryOf(story) << std::flush;
     }
     work.log.detail("the run took " + number(trial.seconds, 3) + " s, everything " + number(seconds, 3) +
                     " s");
+    warnOfPoorCloth(work, trial);
     writeOutputs(work, trial, story.curve, jsonOf(story));
     if (trial.grid.status == DRAPE_OK) {
         return exitDone;
@@ -114,7 +133,8 @@ int run(Work& work) {
                                    ? "no candidate of the sweep came to its end; try more seeds and angles, "
                                      "--pivot shear, another --step, or --within max"
                                    : textOfStatus(trial.grid.status).advice;
-    std::cerr << "drape: " << endOf(trial) << "\ndrape: " << advice << '\n';
+    std::cerr << "drape: " << (work.settings.quiet ? endOf(trial) + "\ndrape: " : std::string()) << advice
+              << '\n';
     return exitRunEnded;
 }
 

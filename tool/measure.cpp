@@ -1,9 +1,10 @@
 // What a grid says to an engineer: how far each cell is sheared, how much cloth it takes, how much of the
-// mould it covers. The shear of a cell is that of its two mid-lines: 90 degrees less the angle between its
-// mean warp and its mean weft side, without sign.
+// mould it covers and how much of it lies over other cloth. The shear of a cell is that of its two mid-lines:
+// 90 degrees less the angle between its mean warp and its mean weft side, without sign.
 #include "drape_run.h"
 
 #include "drape.h"
+#include "fibre_map.h"
 #include "grid_access.h"
 #include "point_math.h"
 
@@ -63,7 +64,7 @@ void count(const Grid& grid, const Cell& cell, Measures& sums) {
     };
     const Point diagonal1 = nodePosition(grid, cell.nodes[2]) - nodePosition(grid, cell.nodes[0]);
     const Point diagonal2 = nodePosition(grid, cell.nodes[3]) - nodePosition(grid, cell.nodes[1]);
-    sums.coveredShare += 0.5 * length(cross(diagonal1, diagonal2));
+    sums.doubledShare += 0.5 * length(cross(diagonal1, diagonal2));
     sums.patternArea += 0.5 * std::abs((flat(2, 0) - flat(0, 0)) * (flat(3, 1) - flat(1, 1)) -
                                        (flat(3, 0) - flat(1, 0)) * (flat(2, 1) - flat(0, 1)));
     for (std::size_t k = 0; k < 4; ++k) {
@@ -79,6 +80,20 @@ void count(const Grid& grid, const Cell& cell, Measures& sums) {
     sums.largestShear = std::max(sums.largestShear, cell.shear);
     sums.shareBeyondLocking += cell.shear > sums.lockingAngle ? 1.0 : 0.0;
     ++sums.cellsOnSurface;
+}
+
+// Expects the area of all cells on the surface in `doubledShare` and leaves the shares there.
+void shareOut(const Mould& mould, const Grid& grid, Measures& sums) {
+    const std::vector<TriangleFibres> fibres = mapFibres(mould, grid, sums);
+    double covered = 0.0;
+    double under = 0.0; // of this, under cells that lie on the mould with all corners
+    for (std::size_t t = 0; t < fibres.size(); ++t) {
+        const double area = vec::areaOf(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2));
+        covered += fibres[t].cover != Cover::none ? area : 0.0;
+        under += fibres[t].cover == Cover::whole ? area : 0.0;
+    }
+    sums.coveredShare = covered / sums.mouldArea;
+    sums.doubledShare = std::max(0.0, sums.doubledShare - under) / sums.mouldArea;
 }
 
 } // namespace
@@ -100,7 +115,7 @@ Measures measure(const Mould& mould, const Grid& grid, double lockingAngle) {
     if (sums.cellsOnSurface > 0) {
         sums.meanShear /= static_cast<double>(sums.cellsOnSurface);
         sums.shareBeyondLocking /= static_cast<double>(sums.cellsOnSurface);
-        sums.coveredShare /= sums.mouldArea;
+        shareOut(mould, grid, sums);
     }
     return sums;
 }

@@ -20,13 +20,9 @@ namespace {
 // Holes named one by one before the rest is only counted.
 constexpr std::size_t holesNamed = 5;
 
-void nameHoles(const std::vector<Loop>& loops, const TriangleMesh& mesh, bool filled, const Log& log) {
-    if (loops.size() < 2) {
-        return;
-    }
-    log.note("the surface has " + counted(loops.size() - 1, "hole", "holes") +
-             (filled ? ", filled so that the cloth runs on over them"
-                     : "; cloth that runs into a hole ends there (--fill-holes lets it run on)"));
+void nameHoles(const std::vector<Loop>& loops, const TriangleMesh& mesh, const std::string& outcome,
+               const Log& log) {
+    log.note("the surface has " + counted(loops.size() - 1, "hole", "holes") + outcome);
     for (std::size_t i = 1; i < loops.size() && i <= holesNamed; ++i) {
         log.note("  hole of " + number(loops[i].length) + " round about " +
                  pointText(centreOf(loops[i], mesh)) + ", " + std::to_string(loops[i].vertices.size()) +
@@ -85,16 +81,24 @@ TriangleMesh chosenPiece(const TriangleMesh& mesh, const Point* near, const Log&
     return kept;
 }
 
-Mould mouldOf(TriangleMesh mesh, bool fillHoles, const Log& log) {
+TriangleMesh withoutHoles(TriangleMesh mesh, const Log& log) {
+    const std::vector<Loop> loops = boundaryLoops(mesh);
+    if (loops.size() < 2) {
+        return mesh;
+    }
+    nameHoles(loops, mesh, ", filled so that the cloth runs on", log);
+    return withHolesFilled(std::move(mesh), loops);
+}
+
+Mould mouldOf(TriangleMesh mesh, const Log& log) {
     const std::vector<Loop> loops = boundaryLoops(mesh);
     if (loops.empty()) {
         throw InputError("the surface is closed, and cloth needs an edge to end at. Cut it open with "
                          "--clip x0,y0,z0,nx,ny,nz, which keeps the side of the plane to which n points, "
                          "or drape a part of it with --within R");
     }
-    nameHoles(loops, mesh, fillHoles, log);
-    if (fillHoles && loops.size() > 1) {
-        mesh = withHolesFilled(std::move(mesh), loops);
+    if (loops.size() > 1) {
+        nameHoles(loops, mesh, "; cloth that runs into a hole ends there (--fill-holes lets it run on)", log);
     }
     Mould mould;
     mould.positions = std::move(mesh.positions);
@@ -110,8 +114,8 @@ Mould mouldOf(TriangleMesh mesh, bool fillHoles, const Log& log) {
     for (const std::int32_t v : loops.front().vertices) {
         mould.flagged[static_cast<std::size_t>(v)] = 1;
     }
-    for (std::size_t i = 0; i < (fillHoles ? std::size_t{1} : loops.size()); ++i) {
-        mould.loops.push_back(loops[i].vertices);
+    for (const Loop& loop : loops) {
+        mould.loops.push_back(loop.vertices);
     }
     return mould;
 }

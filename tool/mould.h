@@ -9,7 +9,10 @@ namespace tool {
 // The piece of a mesh that lies nearest to a point, or with `near` null the largest piece.
 TriangleMesh chosenPiece(const TriangleMesh& mesh, const Point* near, const Log& log);
 
+// Closes all holes, so that the cloth runs on over them.
+TriangleMesh withoutHoles(TriangleMesh mesh, const Log& log);
+
 // Throws InputError if the surface is closed. `mesh` must be manifold and of one piece.
-Mould mouldOf(TriangleMesh mesh, bool fillHoles, const Log& log);
+Mould mouldOf(TriangleMesh mesh, const Log& log);
 
 } // namespace tool

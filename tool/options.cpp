@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <iostream>
+#include <sstream>
 
 namespace tool {
 
@@ -76,6 +77,32 @@ struct Texts {
     bool noWeld = false;
 };
 
+// Help texts keep to a terminal's width; the formatter indents what follows a line end.
+std::string wrapped(const std::string& text) {
+    constexpr std::size_t width = 66;
+    std::string result;
+    std::size_t column = 0;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        if (column > 0 && column + 1 + word.size() > width) {
+            result += '\n';
+            column = 0;
+        } else if (column > 0) {
+            result += ' ';
+            ++column;
+        }
+        result += word;
+        column += word.size();
+    }
+    return result;
+}
+
+void wrapDescriptions(CLI::App& app) {
+    for (CLI::Option* option : app.get_options()) {
+        option->description(wrapped(option->get_description()));
+    }
+}
+
 void addInputOptions(CLI::App& app, Settings& settings, Texts& texts) {
     app.add_option("mesh", settings.input, "Surface to drape: OBJ, STL, PLY, OFF, glTF, 3MF and more")
         ->type_name("FILE");
@@ -86,7 +113,7 @@ void addInputOptions(CLI::App& app, Settings& settings, Texts& texts) {
     app.add_option(
            "--within", texts.within,
            "Keep the triangles within R of the seed along the surface; \"max\" finds the largest such "
-           "patch that one ply can cover")
+           "patch that one ply can cover in one layer")
         ->type_name("R|max");
     app.add_flag("--fill-holes", settings.fillHoles, "Let the cloth run on over holes in the surface");
     app.add_flag("--no-weld", texts.noWeld, "Keep vertices apart that lie on each other, as along a slit");
@@ -278,7 +305,7 @@ void checkOutputs(const Settings& settings) {
 std::string footer() {
     return "Kinds of output, by the ending of the file name:\n" + outputHelp() +
            (outputHelp().ends_with("\n") ? "" : "\n") +
-           "  *.sweep.csv      all candidates of a sweep, one per line\n\n" + examples;
+           "  *.sweep.csv     all candidates of a sweep, one per line\n\n" + examples;
 }
 
 } // namespace
@@ -293,7 +320,8 @@ bool readCommandLine(int argc, char** argv, Settings& settings) {
     addOutputOptions(app, settings, texts);
     app.set_version_flag("--version", "drape " DRAPE_TOOL_VERSION, "Print the version and exit");
     app.footer(footer());
-    app.get_formatter()->column_width(34);
+    app.get_formatter()->column_width(26);
+    wrapDescriptions(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& said) {

@@ -74,7 +74,8 @@ Json resultJson(const Trial& trial) {
                 {"nodesOnSurface", nodesOnSurface},
                 {"cells", trial.measures.cells.size()},
                 {"cellsOnSurface", trial.measures.cellsOnSurface},
-                {"coveredShare", trial.measures.coveredShare}};
+                {"coveredShare", trial.measures.coveredShare},
+                {"doubledShare", trial.measures.doubledShare}};
     result["endedNear"] = trial.grid.status != DRAPE_OK && trial.grid.count > 0
                               ? pointJson(nodePosition(trial.grid, trial.grid.count - 1))
                               : Json();
@@ -117,6 +118,7 @@ Json sweepJson(const std::vector<SweepResult>& ranked, const SweepSettings& sett
                         {"largestShear", r.largestShear},
                         {"shareBeyondLocking", r.shareBeyondLocking},
                         {"coveredShare", r.coveredShare},
+                        {"doubledShare", r.doubledShare},
                         {"patternArea", r.patternArea},
                         {"within", r.within >= 0.0 ? Json(r.within) : Json()}});
     }
@@ -161,7 +163,7 @@ std::string summaryOf(const Story& story) {
                                                      : "partial: " + endOf(t));
     text +=
         line("cloth", std::to_string(t.grid.count) + " nodes, " + counted(m.cellsOnSurface, "cell", "cells") +
-                          " on the mould, which cover " + share(m.coveredShare) + " of it");
+                          " on the mould; the cloth covers " + share(m.coveredShare) + " of it");
     text += line("shear", "mean " + fixed(m.meanShear, 1) + " degrees, largest " + fixed(m.largestShear, 1) +
                               ", " + share(m.shareBeyondLocking) +
                               " of the cells beyond the locking angle of " + number(m.lockingAngle));

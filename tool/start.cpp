@@ -14,7 +14,6 @@ using namespace vec;
 
 namespace {
 
-constexpr double cellsAcross = 40.0;
 // A warp direction this close to the normal (as the sine of the angle between them) says too little.
 constexpr double leastSine = 0.02;
 constexpr double toleranceShare = 1e-3;

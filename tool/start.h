@@ -11,6 +11,8 @@ namespace tool {
 // The seed that the settings name, if they name one. `filePoints` are the file's vertices in its order.
 std::optional<Point> namedSeed(const Settings& settings, const std::vector<Point>& filePoints);
 
+constexpr double cellsAcross = 40.0;
+
 // Cell lengths: as given, or about 40 cells across a surface of this area.
 std::array<double, 2> stepsFor(const Settings& settings, double area);
 

@@ -2,6 +2,7 @@
 // which piece the seed is on.
 #include "surface.h"
 
+#include "boundary_loops.h"
 #include "clip.h"
 #include "errors.h"
 #include "mesh_import.h"
@@ -14,7 +15,10 @@
 #include "surface_point.h"
 #include "text.h"
 
+#include <limits>
+
 namespace tool {
+
 namespace {
 
 TriangleMesh clippedBy(TriangleMesh mesh, const std::vector<Plane>& planes, const Log& log) {
@@ -27,6 +31,45 @@ TriangleMesh clippedBy(TriangleMesh mesh, const std::vector<Plane>& planes, cons
         log.detail("clipped to " + counted(mesh.triangles.size(), "triangle", "triangles"));
     }
     return mesh;
+}
+
+// The surface point nearest to the centroid, unless that lies at an edge of the surface, where a drape gets
+// nowhere: then the nearest place to it that has a few cells of room, or half of the most room there is.
+SurfacePoint middleOf(const TriangleMesh& mesh, const Log& log) {
+    constexpr double cellsOfRoom = 3.0;
+    const Point centroid = centroidOf(mesh);
+    const SurfacePoint nearest = nearestSurfacePoint(mesh, centroid);
+    std::vector<std::int32_t> edge;
+    for (const Loop& loop : boundaryLoops(mesh)) {
+        edge.insert(edge.end(), loop.vertices.begin(), loop.vertices.end());
+    }
+    const std::vector<double> toEdge = distancesAlong(mesh, edge);
+    const auto room = [&](std::size_t t) {
+        double sum = 0.0;
+        for (const std::int32_t v : mesh.triangles[t]) {
+            sum += toEdge[static_cast<std::size_t>(v)] / 3.0;
+        }
+        return sum;
+    };
+    double most = 0.0;
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        most = std::max(most, room(t));
+    }
+    const double wanted = std::min(0.5 * most, cellsOfRoom * std::sqrt(areaOf(mesh)) / cellsAcross);
+    if (room(nearest.triangle) >= wanted) {
+        return nearest;
+    }
+    SurfacePoint best;
+    best.distance = std::numeric_limits<double>::infinity();
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        const SurfacePoint here = nearestOnTriangle(mesh, t, centroid);
+        if (room(t) >= wanted && here.distance < best.distance) {
+            best = here;
+        }
+    }
+    log.note("the surface point nearest to the centroid lies at an edge; the seed was moved inward to " +
+             pointText(best.position));
+    return best;
 }
 
 void sayIfMoved(const SurfacePoint& seed, const std::optional<Point>& named, double step, const Log& log) {
@@ -48,7 +91,10 @@ Surface loadSurface(const Settings& settings, const Log& log) {
     mesh = manifoldOf(clippedBy(std::move(mesh), settings.clips, log), log);
     Surface surface;
     surface.mesh = chosenPiece(mesh, seed ? &*seed : nullptr, log);
-    const SurfacePoint start = nearestSurfacePoint(surface.mesh, seed.value_or(centroidOf(surface.mesh)));
+    if (settings.fillHoles) {
+        surface.mesh = withoutHoles(std::move(surface.mesh), log);
+    }
+    const SurfacePoint start = seed ? nearestSurfacePoint(surface.mesh, *seed) : middleOf(surface.mesh, log);
     surface.defaultSeed = start.position;
     double area = areaOf(surface.mesh);
     if (settings.within) {

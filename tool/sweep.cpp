@@ -3,6 +3,7 @@
 #include "sweep.h"
 
 #include "drape.h"
+#include "drape_run.h"
 #include "text.h"
 #include "trial.h"
 
@@ -68,6 +69,7 @@ SweepResult tried(const Settings& settings, const Surface& surface, const Candid
         result.largestShear = m.largestShear;
         result.shareBeyondLocking = m.shareBeyondLocking;
         result.coveredShare = m.coveredShare;
+        result.doubledShare = m.doubledShare;
         result.patternArea = m.patternArea;
         result.patternWidth = m.patternExtent[2] - m.patternExtent[0];
         result.patternHeight = m.patternExtent[3] - m.patternExtent[1];
@@ -124,16 +126,21 @@ bool isWhole(const SweepResult& r) {
     return r.ran && r.status == DRAPE_OK && r.cells > 0;
 }
 
+bool isSingleLayer(const SweepResult& r) {
+    return r.doubledShare <= mostDoubled;
+}
+
 void rank(std::vector<SweepResult>& results, bool byCloth) {
     double mostCovered = 0.0;
     for (const SweepResult& r : results) {
-        mostCovered = isWhole(r) ? std::max(mostCovered, r.coveredShare) : mostCovered;
+        mostCovered = isWhole(r) && isSingleLayer(r) ? std::max(mostCovered, r.coveredShare) : mostCovered;
     }
     // Each result's keys, the smaller the better, the weightiest first.
     const auto keys = [&](const SweepResult& r) {
-        const double cloth = byCloth || !isWhole(r) ? -r.patternArea : 0.0;
-        return std::array<double, 7>{isWhole(r) ? 0.0 : 1.0,
+        const double cloth = byCloth ? -r.patternArea : (isWhole(r) ? 0.0 : -r.coveredShare);
+        return std::array<double, 8>{isWhole(r) ? 0.0 : 1.0,
                                      r.ran ? 0.0 : 1.0,
+                                     isSingleLayer(r) ? 0.0 : 1.0,
                                      byCloth || r.coveredShare >= nearlyAsMuch * mostCovered ? 0.0 : 1.0,
                                      cloth,
                                      r.largestShear,
@@ -183,9 +190,10 @@ std::string sweepCsv(std::vector<SweepResult> results, bool withHead) {
     });
     std::string text;
     if (withHead) {
-        text = "candidate,seed_x,seed_y,seed_z,angle_deg,ran,status,nodes,cells,mean_shear_deg,"
-               "largest_shear_deg,share_beyond_locking,covered_share,pattern_area,pattern_width,"
-               "pattern_height,within\n";
+        text =
+            "candidate,seed_x,seed_y,seed_z,angle_deg,ran,status,nodes,cells,mean_shear_deg,"
+            "largest_shear_deg,share_beyond_locking,covered_share,doubled_share,pattern_area,pattern_width,"
+            "pattern_height,within\n";
     }
     for (const SweepResult& r : results) {
         text += std::to_string(r.candidate.number);
@@ -212,6 +220,9 @@ std::string sweepTable(const std::vector<SweepResult>& ranked, std::size_t most)
         const SweepResult& r = ranked[i];
         std::string result = r.ran ? (isWhole(r) ? "" : "  ended with code " + std::to_string(r.status))
                                    : "  can't be draped from here";
+        if (!isSingleLayer(r)) {
+            result += "  " + fixed(100.0 * r.doubledShare, 0) + " % doubled";
+        }
         if (r.within >= 0.0) {
             result = "  within " + number(r.within) + result;
         }

@@ -23,6 +23,7 @@ struct SweepResult {
     double largestShear = 0.0;
     double shareBeyondLocking = 0.0;
     double coveredShare = 0.0;
+    double doubledShare = 0.0;
     double patternArea = 0.0;
     double patternWidth = 0.0;
     double patternHeight = 0.0;
@@ -32,9 +33,9 @@ struct SweepResult {
 // The candidates of this part, in an order that hangs on the settings and the surface alone.
 std::vector<Candidate> candidatesOf(const Settings& settings, const Surface& surface);
 
-// Best first: whole drapes before those that ended with a code; among them those that cover nearly as much as
-// the best do; then by largest shear, share beyond locking and pattern area. With the largest patch wanted,
-// whole drapes go by the cloth they hold.
+// Best first: whole drapes before those that ended with a code; cloth in one layer before cloth over cloth;
+// among them those that cover nearly as much as the best do; then by largest shear, share beyond locking and
+// pattern area. With the largest patch wanted, whole drapes go by the cloth they hold.
 std::vector<SweepResult> sweep(const Settings& settings, const Surface& surface, const Log& log);
 
 // Rows in the order of the candidates. The head line comes with the first part only, so that the files of all

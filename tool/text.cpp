@@ -1,15 +1,23 @@
 // Locale-free reading and writing of numbers.
 #include "text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <string_view>
 
 namespace tool {
 
 std::string number(double value, int digits) {
     char buffer[40];
     std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
+    constexpr double plainBelow = 1e9;
+    if (std::abs(value) >= 1.0 && std::abs(value) < plainBelow &&
+        std::string_view(buffer).find('e') != std::string::npos) {
+        std::snprintf(buffer, sizeof buffer, "%.0f", std::strtod(buffer, nullptr));
+    }
     return buffer;
 }
 
@@ -20,7 +28,13 @@ std::string fixed(double value, int decimals) {
 }
 
 std::string pointText(const Point& point) {
-    return "(" + number(point[0]) + ", " + number(point[1]) + ", " + number(point[2]) + ")";
+    const double size = std::max({std::abs(point[0]), std::abs(point[1]), std::abs(point[2])});
+    const double nothing = std::max(1e-12, 1e-9 * size); // rounding that isn't worth a reader's time
+    std::string text;
+    for (const double x : point) {
+        text += (text.empty() ? "(" : ", ") + number(std::abs(x) < nothing ? 0.0 : x);
+    }
+    return text + ")";
 }
 
 std::string counted(std::size_t count, const std::string& one, const std::string& many) {

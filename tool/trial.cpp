@@ -37,7 +37,7 @@ struct Runner {
         trial.angle = angle;
         const SurfacePoint start = nearestSurfacePoint(mesh, seed);
         trial.choice = choiceAt(mesh, start, settings, angle, surface.steps, told);
-        trial.mould = mouldOf(mesh, settings.fillHoles, told);
+        trial.mould = mouldOf(mesh, told);
         const double cells = expectedCells(trial.mould, trial.choice);
         if (cells > hopeless * settings.mostNodes) {
             throw UsageError("a step of " + number(surface.steps[0]) + " makes about " + number(cells, 3) +
@@ -61,7 +61,17 @@ struct Runner {
 };
 
 bool succeeded(const Trial& trial) {
-    return trial.grid.status == DRAPE_OK && trial.measures.cellsOnSurface > 0;
+    return trial.grid.status == DRAPE_OK && trial.measures.cellsOnSurface > 0 &&
+           trial.measures.doubledShare <= mostDoubled;
+}
+
+std::string outcome(const Trial& trial) {
+    if (trial.grid.status != DRAPE_OK) {
+        return "ends with code " + std::to_string(trial.grid.status);
+    }
+    return succeeded(trial)
+               ? "drapes"
+               : (trial.measures.cellsOnSurface == 0 ? "too small for a cell" : "lies over itself");
 }
 
 // Distance that holds the whole piece. On a closed piece there's no such patch, since it has no edge.
@@ -84,10 +94,9 @@ Trial largestPatch(const Runner& runner, const SurfacePoint& seed, const std::ve
         const double middle = 0.5 * (low + high);
         Trial trial = runner.runWithin(seed, distances, middle, silent);
         const bool good = succeeded(trial);
-        runner.log.detail("within " + number(middle) + ": " +
-                          (good ? "drapes" : "ends with code " + std::to_string(trial.grid.status)));
+        runner.log.detail("within " + number(middle) + ": " + outcome(trial));
         // A patch too small for a single cell ends without a code and shows nothing.
-        const bool tooSmall = trial.grid.status == DRAPE_OK && !good;
+        const bool tooSmall = trial.grid.status == DRAPE_OK && trial.measures.cellsOnSurface == 0;
         if (good || (tooSmall && !best)) {
             low = middle;
         } else {
