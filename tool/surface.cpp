@@ -101,6 +101,9 @@ Surface loadSurface(const Settings& settings, const Log& log) {
         const auto distances = distancesAlong(surface.mesh, start);
         area = areaOf(patchWithin(surface.mesh, start, distances, *settings.within));
     }
+    if (!std::isfinite(area)) {
+        throw InputError("the surface is too wide for its area to be worked out");
+    }
     surface.steps = stepsFor(settings, area);
     sayIfMoved(start, seed, std::min(surface.steps[0], surface.steps[1]), log);
     return surface;

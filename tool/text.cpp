@@ -50,7 +50,8 @@ bool readNumber(const std::string& text, double& value) {
     const char* begin = text.data() + first + (text[first] == '+' ? 1 : 0);
     const char* end = text.data() + last + 1;
     const auto [stop, error] = std::from_chars(begin, end, value);
-    return error == std::errc() && stop == end && std::isfinite(value);
+    constexpr double largest = 1e150; // the square of a length has to stay finite
+    return error == std::errc() && stop == end && std::abs(value) <= largest;
 }
 
 bool readNumbers(const std::string& text, std::vector<double>& values) {
