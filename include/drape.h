@@ -434,8 +434,8 @@ DRAPE_API int32_t uzprcp(const int32_t* node, int32_t* status);
  *   position  in   place that it takes, 1 to frontCount + 1; the records from there on move up
  *   status    out  0 or a code
  *
- * Returns 1 with 10 if position is out of range, 203 if the table holds nodeCapacity records already. With
- * 10 frontCount stays raised by 1; no record has moved with either.
+ * Returns 1 with 10 if position is out of range, 203 if the table holds nodeCapacity records already.
+ * frontCount stays raised by 1 then, and no record has moved.
  */
 DRAPE_API int32_t uzpraf(const int32_t* record, const int32_t* position, int32_t* status);
 
