@@ -2,6 +2,7 @@
 // would make two equal runs write different PDF files.
 #include "canvas.h"
 
+#include "status_text.h"
 #include "text.h"
 
 #include <algorithm>
@@ -26,6 +27,41 @@ void check(cairo_status_t status) {
         throw std::runtime_error(std::string("drawing failed: ") + cairo_status_to_string(status));
     }
 }
+
+// Where an angle lies on a colour bar.
+struct Bar {
+    Box box;
+    double top; // degrees
+
+    bool upright() const { return box.height > box.width; }
+
+    double place(double angle) const {
+        return upright() ? box.y + box.height * (1.0 - angle / top) : box.x + box.width * angle / top;
+    }
+
+    void addBand(cairo_t* cairo, double from, double to) const {
+        if (upright()) {
+            cairo_rectangle(cairo, box.x, place(to), box.width, place(from) - place(to));
+        } else {
+            cairo_rectangle(cairo, place(from), box.y, place(to) - place(from), box.height);
+        }
+    }
+
+    void drawTick(Canvas& canvas, double angle, const std::string& label, bool across, double size) const {
+        const double at = place(angle);
+        const double end = (upright() ? box.x + box.width : box.y + box.height) + 0.3 * size;
+        const double start = across ? (upright() ? box.x : box.y) : end - 0.3 * size;
+        if (upright()) {
+            canvas.path({{start, at}, {end, at}}, false);
+            canvas.stroke(0.08 * size);
+            canvas.text(end + 0.3 * size, at + 0.36 * size, size, label);
+        } else {
+            canvas.path({{at, start}, {at, end}}, false);
+            canvas.stroke(0.08 * size);
+            canvas.text(at, end + size, size, label, Align::centre);
+        }
+    }
+};
 
 double tickStep(double top) {
     for (const double step : {0.2, 0.5, 1.0, 2.0, 5.0, 10.0}) {
@@ -115,47 +151,25 @@ std::string Canvas::bytes() {
 
 void drawColourBar(Canvas& canvas, const Box& box, const ShearScale& scale, double textSize) {
     constexpr int bands = 120;
-    const bool upright = box.height > box.width;
-    const auto place = [&](double angle) { // along the bar
-        return upright ? box.y + box.height * (1.0 - angle / scale.top)
-                       : box.x + box.width * angle / scale.top;
-    };
-    cairo_t* cairo = canvas.cairo();
+    const Bar bar{box, scale.top};
     for (int k = 0; k < bands; ++k) {
-        const double from = place(scale.top * k / bands);
-        const double to = place(scale.top * (k + 1) / bands);
+        const double more = k + 1 < bands ? 0.3 : 0.0; // no gap between two bands
         canvas.colour(shearColour(scale, scale.top * (k + 0.5) / bands));
-        const double more = k + 1 < bands ? 0.3 * (to - from) : 0.0; // no gap between two bands
-        if (upright) {
-            cairo_rectangle(cairo, box.x, from, box.width, to - from + more);
-        } else {
-            cairo_rectangle(cairo, from, box.y, to - from + more, box.height);
-        }
-        cairo_fill(cairo);
+        bar.addBand(canvas.cairo(), scale.top * k / bands, scale.top * (k + 1.0 + more) / bands);
+        cairo_fill(canvas.cairo());
     }
     canvas.colour(ink);
-    cairo_rectangle(cairo, box.x, box.y, box.width, box.height);
+    cairo_rectangle(canvas.cairo(), box.x, box.y, box.width, box.height);
     canvas.stroke(0.06 * textSize);
-    const auto tick = [&](double angle, const std::string& label, double reach) {
-        const double at = place(angle);
-        if (upright) {
-            canvas.path({{box.x + box.width - reach, at}, {box.x + box.width + 0.3 * textSize, at}}, false);
-            canvas.stroke(0.08 * textSize);
-            canvas.text(box.x + box.width + 0.6 * textSize, at + 0.36 * textSize, textSize, label);
-        } else {
-            canvas.path({{at, box.y + box.height - reach}, {at, box.y + box.height + 0.3 * textSize}}, false);
-            canvas.stroke(0.08 * textSize);
-            canvas.text(at, box.y + box.height + 1.3 * textSize, textSize, label, Align::centre);
-        }
-    };
     const double step = tickStep(scale.top);
+    const bool locks = scale.locking < scale.top;
     for (double angle = 0.0; angle <= scale.top + 1e-9; angle += step) {
-        if (scale.locking >= scale.top || std::abs(angle - scale.locking) > 0.6 * step) {
-            tick(angle, number(angle) + "°", 0.0);
+        if (!locks || std::abs(angle - scale.locking) > 0.6 * step) {
+            bar.drawTick(canvas, angle, number(angle) + "°", false, textSize);
         }
     }
-    if (scale.locking < scale.top) {
-        tick(scale.locking, number(scale.locking) + "° lock", upright ? box.width : box.height);
+    if (locks) {
+        bar.drawTick(canvas, scale.locking, number(scale.locking) + "° lock", true, textSize);
     }
 }
 
@@ -212,8 +226,10 @@ std::string captionOf(const Scene& scene) {
 }
 
 std::string warningOf(const Scene& scene) {
-    return scene.grid->status == 0 ? ""
-                                   : "partial: the run ended with code " + std::to_string(scene.grid->status);
+    const std::int32_t status = scene.grid->status;
+    return status == 0
+               ? ""
+               : "partial drape: " + textOfStatus(status).meaning + " (code " + std::to_string(status) + ")";
 }
 
 } // namespace tool

@@ -35,6 +35,45 @@ Colour linearOf(const Colour& colour) {
     return {toLinear(colour.red), toLinear(colour.green), toLinear(colour.blue)};
 }
 
+// A triangle in fine pixels: the rows and columns that it reaches, and the shares of its corners at a place.
+struct Footprint {
+    std::array<double, 3> x{}, y{};
+    double area = 0.0; // twice the area, with its sign
+    int left = 0, right = -1, top = 0, bottom = -1;
+
+    Footprint(const std::array<SeenCorner, 3>& corners, int width, int height) {
+        bool sound = true;
+        for (std::size_t k = 0; k < 3; ++k) {
+            x[k] = corners[k].place.x * fineness;
+            y[k] = corners[k].place.y * fineness;
+            sound =
+                sound && std::isfinite(x[k]) && std::isfinite(y[k]) && std::isfinite(corners[k].place.near);
+        }
+        area = (x[1] - x[0]) * (y[2] - y[0]) - (x[2] - x[0]) * (y[1] - y[0]);
+        if (!sound || area == 0.0) {
+            return; // no rows
+        }
+        left = first(x, width);
+        right = last(x, width);
+        top = first(y, height);
+        bottom = last(y, height);
+    }
+
+    std::array<double, 3> shares(double px, double py) const {
+        const double w1 = ((px - x[0]) * (y[2] - y[0]) - (x[2] - x[0]) * (py - y[0])) / area;
+        const double w2 = ((x[1] - x[0]) * (py - y[0]) - (px - x[0]) * (y[1] - y[0])) / area;
+        return {1.0 - w1 - w2, w1, w2};
+    }
+
+private:
+    static int first(const std::array<double, 3>& v, int size) {
+        return static_cast<int>(std::clamp(std::floor(std::min({v[0], v[1], v[2]})), 0.0, 1.0 * size));
+    }
+    static int last(const std::array<double, 3>& v, int size) {
+        return static_cast<int>(std::clamp(std::ceil(std::max({v[0], v[1], v[2]})), -1.0, size - 1.0));
+    }
+};
+
 } // namespace
 
 DepthImage::DepthImage(int width, int height, const MouldView& view)
@@ -68,35 +107,12 @@ Colour DepthImage::shaded(const Colour& colour, const Point& normal) const {
 
 void DepthImage::draw(const std::array<SeenCorner, 3>& corners, const Colour& colour, std::uint32_t owner,
                       double lift) {
-    std::array<double, 3> x{};
-    std::array<double, 3> y{};
-    for (std::size_t k = 0; k < 3; ++k) {
-        x[k] = corners[k].place.x * fineness;
-        y[k] = corners[k].place.y * fineness;
-        if (!std::isfinite(x[k]) || !std::isfinite(y[k]) || !std::isfinite(corners[k].place.near)) {
-            return;
-        }
-    }
-    const double area = (x[1] - x[0]) * (y[2] - y[0]) - (x[2] - x[0]) * (y[1] - y[0]);
-    if (area == 0.0) {
-        return;
-    }
+    const Footprint print(corners, fineWidth_, fineHeight_);
     const Colour linear = linearOf(colour);
-    const auto from = [](const std::array<double, 3>& v) {
-        return static_cast<int>(std::clamp(std::floor(*std::min_element(v.begin(), v.end())), 0.0, 1e6));
-    };
-    const auto to = [](const std::array<double, 3>& v, int size) {
-        const double last = std::ceil(*std::max_element(v.begin(), v.end()));
-        return static_cast<int>(std::clamp(last, -1.0, static_cast<double>(size - 1)));
-    };
-    for (int row = from(y); row <= to(y, fineHeight_); ++row) {
-        for (int column = from(x); column <= to(x, fineWidth_); ++column) {
-            const double px = column + 0.5;
-            const double py = row + 0.5;
-            const double w1 = ((px - x[0]) * (y[2] - y[0]) - (x[2] - x[0]) * (py - y[0])) / area;
-            const double w2 = ((x[1] - x[0]) * (py - y[0]) - (px - x[0]) * (y[1] - y[0])) / area;
-            const double w0 = 1.0 - w1 - w2;
-            if (w0 < 0.0 || w1 < 0.0 || w2 < 0.0) {
+    for (int row = print.top; row <= print.bottom; ++row) {
+        for (int column = print.left; column <= print.right; ++column) {
+            const auto [w0, w1, w2] = print.shares(column + 0.5, row + 0.5);
+            if (!(w0 >= 0.0 && w1 >= 0.0 && w2 >= 0.0)) {
                 continue;
             }
             const auto near = static_cast<float>(w0 * corners[0].place.near + w1 * corners[1].place.near +
@@ -105,12 +121,12 @@ void DepthImage::draw(const std::array<SeenCorner, 3>& corners, const Colour& co
             if (near <= near_[at]) {
                 continue;
             }
+            const Point normal =
+                vec::add(vec::scale(corners[0].normal, w0),
+                         vec::add(vec::scale(corners[1].normal, w1), vec::scale(corners[2].normal, w2)));
+            const Colour shade = lightFrom(linear, vec::unit(normal));
             near_[at] = near;
             owner_[at] = owner;
-            const Point normal = vec::unit(
-                vec::add(vec::scale(corners[0].normal, w0),
-                         vec::add(vec::scale(corners[1].normal, w1), vec::scale(corners[2].normal, w2))));
-            const Colour shade = lightFrom(linear, normal);
             pixels_[at] = {byteOf(shade.red), byteOf(shade.green), byteOf(shade.blue)};
         }
     }

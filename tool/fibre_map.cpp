@@ -165,9 +165,18 @@ Point inPlane(const Point& direction, const Point& normal) {
     return vec::unit(vec::subtract(direction, vec::scale(normal, vec::dot(direction, normal))));
 }
 
+// A triangle of the mould as the search sees it.
 struct Target {
     Point centroid, normal;
 };
+
+Target targetOf(const Mould& mould, std::size_t triangle) {
+    const Point& a = mould.corner(triangle, 0);
+    const Point& b = mould.corner(triangle, 1);
+    const Point& c = mould.corner(triangle, 2);
+    return {vec::scale(vec::add(a, vec::add(b, c)), 1.0 / 3.0),
+            vec::unit(vec::cross(vec::subtract(b, a), vec::subtract(c, a)))};
+}
 
 // Whether the cell lies over the target at `place`.
 bool liesOver(const Target& target, const Place& place, double step) {
@@ -177,51 +186,60 @@ bool liesOver(const Target& target, const Place& place, double step) {
     return std::abs(off) <= largestStandOff * step && beside <= sideMargin * step;
 }
 
+double longestSide(const Grid& grid, const std::vector<Cell>& cells) {
+    double longest = 0.0;
+    for (const Cell& cell : cells) {
+        for (std::size_t k = 0; cell.onSurface && k < 4; ++k) {
+            longest = std::max(longest, vec::distance(nodePosition(grid, cell.nodes[k]),
+                                                      nodePosition(grid, cell.nodes[(k + 1) % 4])));
+        }
+    }
+    return longest;
+}
+
+// The nearest cell that lies over the target; a whole cell goes before one at an edge.
+TriangleFibres findFibres(const Target& target, const Grid& grid, const std::vector<Cell>& cells,
+                          const CellCubes& cubes, double step) {
+    TriangleFibres found;
+    Place best;
+    cubes.around(target.centroid, [&](std::size_t index) {
+        const Cell& cell = cells[index];
+        const Cover cover = cell.onSurface              ? Cover::whole
+                            : hangsOverEdge(grid, cell) ? Cover::edge
+                                                        : Cover::none;
+        if (cover == Cover::none || vec::distance(cellCentre(grid, cell), target.centroid) > 2.0 * step ||
+            (found.cover == Cover::whole && cover == Cover::edge) ||
+            vec::dot(cellNormal(grid, cell), target.normal) <= 0.0) {
+            return;
+        }
+        const Place place = placeInCell(target.centroid, grid, cell);
+        const bool better = cover != found.cover || place.distance < best.distance;
+        if (better && liesOver(target, place, step)) {
+            best = place;
+            found.cover = cover;
+            found.cell = static_cast<std::int32_t>(index);
+        }
+    });
+    if (found.cell >= 0) {
+        const Cell& cell = cells[static_cast<std::size_t>(found.cell)];
+        found.shear = cell.shear;
+        found.warp = inPlane(warpInCell(grid, cell, best.across), target.normal);
+        found.weft = inPlane(weftInCell(grid, cell, best.along), target.normal);
+    }
+    return found;
+}
+
 } // namespace
 
 std::vector<TriangleFibres> mapFibres(const Mould& mould, const Grid& grid, const Measures& measures) {
     std::vector<TriangleFibres> fibres(mould.triangleCount());
-    double step = 0.0; // longest cell side
-    for (const Cell& cell : measures.cells) {
-        for (std::size_t k = 0; cell.onSurface && k < 4; ++k) {
-            step = std::max(step, vec::distance(nodePosition(grid, cell.nodes[k]),
-                                                nodePosition(grid, cell.nodes[(k + 1) % 4])));
-        }
-    }
+    const double step = longestSide(grid, measures.cells);
     if (!(step > 0.0) || !std::isfinite(step)) {
         return fibres;
     }
     const CellCubes cubes(grid, measures.cells, 2.0 * step);
     for (std::size_t t = 0; t < fibres.size(); ++t) {
-        const Point& a = mould.corner(t, 0);
-        const Point& b = mould.corner(t, 1);
-        const Point& c = mould.corner(t, 2);
-        const Target target{vec::scale(vec::add(a, vec::add(b, c)), 1.0 / 3.0),
-                            vec::unit(vec::cross(vec::subtract(b, a), vec::subtract(c, a)))};
-        TriangleFibres& found = fibres[t];
-        Place best;
-        cubes.around(target.centroid, [&](std::size_t index) {
-            const Cell& cell = measures.cells[index];
-            const Cover cover = cell.onSurface ? Cover::whole : Cover::edge;
-            if (vec::distance(cellCentre(grid, cell), target.centroid) > 2.0 * step ||
-                (found.cover == Cover::whole && cover == Cover::edge) ||
-                vec::dot(cellNormal(grid, cell), target.normal) <= 0.0) {
-                return;
-            }
-            const Place place = placeInCell(target.centroid, grid, cell);
-            const bool better = cover == found.cover ? place.distance < best.distance : true;
-            if (better && liesOver(target, place, step)) {
-                best = place;
-                found.cover = cover;
-                found.cell = static_cast<std::int32_t>(index);
-            }
-        });
-        if (found.cell >= 0) {
-            const Cell& cell = measures.cells[static_cast<std::size_t>(found.cell)];
-            found.shear = cell.shear;
-            found.warp = inPlane(warpInCell(grid, cell, best.across), target.normal);
-            found.weft = inPlane(weftInCell(grid, cell, best.along), target.normal);
-        }
+        fibres[t] = findFibres(targetOf(mould, t), grid, measures.cells, cubes, step);
     }
     return fibres;
 }

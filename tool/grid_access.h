@@ -1,7 +1,9 @@
-// Reading a node's places out of the grid's flat arrays.
+// Reading nodes and cells out of the grid's flat arrays.
 #pragma once
 
 #include "drape_data.h"
+
+#include <algorithm>
 
 namespace tool {
 
@@ -19,6 +21,13 @@ inline Point nodeNormal(const Grid& grid, std::int32_t node) {
 inline std::array<double, 2> nodeFlat(const Grid& grid, std::int32_t node) {
     const auto at = 2 * static_cast<std::size_t>(node);
     return {grid.flat[at], grid.flat[at + 1]};
+}
+
+// A cell at the rim of the cloth: part of it lies on the mould, part hangs over an edge.
+inline bool hangsOverEdge(const Grid& grid, const Cell& cell) {
+    return !cell.onSurface && std::any_of(cell.nodes.begin(), cell.nodes.end(), [&](std::int32_t node) {
+        return grid.nodeStatus[static_cast<std::size_t>(node)] == 0;
+    });
 }
 
 } // namespace tool

@@ -37,12 +37,6 @@ struct Page {
     }
 };
 
-bool overEdge(const Grid& grid, const Cell& cell) {
-    return !cell.onSurface && std::any_of(cell.nodes.begin(), cell.nodes.end(), [&](std::int32_t node) {
-        return grid.nodeStatus[static_cast<std::size_t>(node)] == 0;
-    });
-}
-
 Page layOut(const Scene& scene) {
     FlatPoint low{0.0, 0.0};
     FlatPoint high{0.0, 0.0};
@@ -53,7 +47,7 @@ Page layOut(const Scene& scene) {
         }
     };
     for (const Cell& cell : scene.measures->cells) {
-        if (cell.onSurface || overEdge(*scene.grid, cell)) {
+        if (cell.onSurface || hangsOverEdge(*scene.grid, cell)) {
             reach(nodeFlat(*scene.grid, cell.nodes[0]));
             reach(nodeFlat(*scene.grid, cell.nodes[2]));
         }
@@ -155,7 +149,7 @@ void addRectangle(Canvas& canvas, const Page& page, const Rectangle& rectangle, 
 void drawCells(Canvas& canvas, const Page& page, const Scene& scene, const ShearScale& scale) {
     canvas.colour(borderFill);
     for (const Cell& cell : scene.measures->cells) {
-        if (overEdge(*scene.grid, cell)) {
+        if (hangsOverEdge(*scene.grid, cell)) {
             addRectangle(canvas, page,
                          {nodeFlat(*scene.grid, cell.nodes[0]), nodeFlat(*scene.grid, cell.nodes[2])}, 0.0);
         }
