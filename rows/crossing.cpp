@@ -155,10 +155,18 @@ bool overlaps(double low, double high, double p, double q) {
     return (m < low && low < M) || (m < high && high < M) || (low < m && m < high) || (low < M && M < high);
 }
 
-Box searchBox(const Vec3& a, const Vec3& b, double cellStep, double tolerance) {
-    const auto low = [&](double p, double q) { return std::min(p, q) - cellStep - tolerance; };
-    const auto high = [&](double p, double q) { return std::max(p, q) + cellStep + tolerance; };
-    return {{low(a.x, b.x), low(a.y, b.y), low(a.z, b.z)}, {high(a.x, b.x), high(a.y, b.y), high(a.z, b.z)}};
+// What reaches over `box` by a cell and the tolerance.
+Box searchBox(const Box& box, double cellStep, double tolerance) {
+    const auto below = [&](double low) { return low - cellStep - tolerance; };
+    const auto above = [&](double high) { return high + cellStep + tolerance; };
+    return {{below(box.low.x), below(box.low.y), below(box.low.z)},
+            {above(box.high.x), above(box.high.y), above(box.high.z)}};
+}
+
+Box boxAround(const Vec3& a, const Vec3& b) {
+    Box box{a, a};
+    box.include(b);
+    return box;
 }
 
 // The accepted hits of one segment, in the order of the chain.
@@ -205,7 +213,7 @@ bool countOnSegment(const Vec3& a, const Vec3& b, double cellStep, bool offSurfa
     const SurfaceMesh& mesh = model.mesh;
     const double tolerance = model.tolerance;
     const double reach = RULING_REACH * cellStep;
-    const Box box = searchBox(a, b, cellStep, tolerance);
+    const Box box = searchBox(boxAround(a, b), cellStep, tolerance);
     SegmentHits accepted;
     forEachBoundaryEdgeNear(box, [&](std::int32_t e) {
         const BoundaryEdge edge = mesh.boundaryEdge(e);
@@ -230,24 +238,57 @@ bool anyOffSurface(std::int32_t m, std::int32_t n) {
     return model.triangleOf(m) == 0 || model.triangleOf(n) == 0;
 }
 
+// How many nodes of a row, from `n` on, are looked at together.
+constexpr std::int32_t STRETCH = 8;
+
+// Whether all cell edges of the next nodes of a row lie clear of the boundary; the boxes of single segments
+// lie within the one asked for here, so none of them would find an edge either.
+bool stretchIsClear(const FrontRecord& row, std::int32_t n, std::int32_t count, double cellStep) {
+    Box box = Box::nothing();
+    for (std::int32_t k = 0; k < count; ++k) {
+        const std::int32_t follower = model.link(next(row.direction), n);
+        const std::int32_t behind = model.link(opposite(row.direction), n);
+        box.include(model.positionOf(n));
+        if (follower != 0)
+            box.include(model.positionOf(follower));
+        box.include(model.positionOf(behind));
+        n = follower;
+    }
+    return clearOfBoundary(searchBox(box, cellStep, model.tolerance));
+}
+
+// Fills entry i of the lists for node n.
+bool countAtNode(const FrontRecord& row, std::int32_t n, std::int32_t i, double cellStep,
+                 const RowArrays& lists, std::int32_t& status) {
+    const std::int32_t follower = model.link(next(row.direction), n);
+    const std::int32_t behind = model.link(opposite(row.direction), n);
+    const Vec3 position = model.positionOf(n);
+    if (i + 1 < row.length && !countOnSegment(position, model.positionOf(follower), cellStep,
+                                              anyOffSurface(n, follower), lists.rowCrossings[i], status))
+        return false;
+    return countOnSegment(model.positionOf(behind), position, cellStep, anyOffSurface(n, behind),
+                          lists.backCrossings[i], status);
+}
+
 } // namespace
 
 bool countCrossings(const FrontRecord& row, const RowArrays& lists, std::int32_t& status) {
     status = DRAPE_OK;
     const double cellStep = model.stepAlong(row.direction);
     std::int32_t n = row.firstNode;
+    bool clear = false;
     for (std::int32_t i = 0; i < row.length; ++i) {
+        if (i % STRETCH == 0 && model.boundaryTree != nullptr)
+            clear = stretchIsClear(row, n, std::min(STRETCH, row.length - i), cellStep);
         lists.nodes[i] = n;
-        const std::int32_t follower = model.link(next(row.direction), n);
-        const std::int32_t behind = model.link(opposite(row.direction), n);
-        const Vec3 position = model.positionOf(n);
-        if (i + 1 < row.length && !countOnSegment(position, model.positionOf(follower), cellStep,
-                                                  anyOffSurface(n, follower), lists.rowCrossings[i], status))
+        if (clear) {
+            if (i + 1 < row.length)
+                lists.rowCrossings[i] = 0;
+            lists.backCrossings[i] = 0;
+        } else if (!countAtNode(row, n, i, cellStep, lists, status)) {
             return false;
-        if (!countOnSegment(model.positionOf(behind), position, cellStep, anyOffSurface(n, behind),
-                            lists.backCrossings[i], status))
-            return false;
-        n = follower;
+        }
+        n = model.link(next(row.direction), n);
     }
     return true;
 }

@@ -9,7 +9,6 @@ namespace drape {
 namespace {
 
 constexpr double ENDLESS = std::numeric_limits<double>::infinity();
-constexpr Box EMPTY_BOX{{ENDLESS, ENDLESS, ENDLESS}, {-ENDLESS, -ENDLESS, -ENDLESS}};
 constexpr Box WHOLE_SPACE{{-ENDLESS, -ENDLESS, -ENDLESS}, {ENDLESS, ENDLESS, ENDLESS}};
 
 // Rounding of a distance to a triangle, in shares of what it is worked out from.
@@ -65,7 +64,7 @@ double BoundaryTree::distanceBelow(std::int64_t node, const Vec3& point) const {
 }
 
 void BoundaryTree::fillLeaf(const SurfaceMesh& mesh, std::int64_t leaf, double tolerance) {
-    boxes_[leaf] = EMPTY_BOX;
+    boxes_[leaf] = Box::nothing();
     if ((leaf - leafCount_) * EDGES_PER_LEAF >= edgeCount_)
         return;
     const EdgeRun run = edgesOf(leaf);

@@ -8,10 +8,23 @@
 #include "run/model.h"
 #include "services/work_arrays.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace drape {
 
 struct Box {
     Vec3 low, high;
+
+    // Inside out, so that it overlaps nothing and whatever it takes in becomes its extent.
+    static constexpr Box nothing() {
+        constexpr double endless = std::numeric_limits<double>::infinity();
+        return {{endless, endless, endless}, {-endless, -endless, -endless}};
+    }
+    void include(const Vec3& p) {
+        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
+        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
+    }
 
     bool overlaps(const Box& other) const {
         return low.x <= other.high.x && other.low.x <= high.x && low.y <= other.high.y &&
@@ -114,6 +127,15 @@ void forEachBoundaryEdgeNear(const Box& box, Visit visit) {
     for (std::int32_t e = 1; e <= model.mesh.boundaryCount; ++e)
         if (!visit(e))
             return;
+}
+
+// Whether a run can tell that no boundary edge overlaps `box`.
+inline bool clearOfBoundary(const Box& box) {
+    if (model.boundaryTree == nullptr)
+        return false;
+    bool clear = true;
+    model.boundaryTree->forEachNear(box, [&](std::int32_t) { return clear = false; });
+    return clear;
 }
 
 // The first edge of the chain whose triangle is `triangle`, 0 if there is none.
