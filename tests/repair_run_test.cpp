@@ -117,8 +117,8 @@ TEST(RepairRun, RunsEndOnAnyOutline) {
         Surface surface = picture(lines);
         if (k % 3 == 0) // flags of whole loops are gone, or stand where none is
             unflag(surface, [&](double, double) { return random.unit() < 0.05; });
-        Settings settings = seededAt(surface, 3.0 + random.unit(), 3.0 + 0.3 * random.unit(),
-                                     random.between(0.3, 2.0), random.between(0.0, 90.0));
+        const double x = 3.0 + random.unit(), y = 3.0 + 0.3 * random.unit(), step = random.between(0.3, 2.0);
+        Settings settings = seededAt(surface, x, y, step, random.between(0.0, 90.0));
         settings.byGridLine = k % 2;
         const Grid grid = drape(surface, settings);
         ++codes[grid.status];
