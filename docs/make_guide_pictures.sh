@@ -1,5 +1,5 @@
 #!/bin/sh
-# Makes the pictures of the guide that come from the program: docs/make_guide_pictures.sh build/drape [folder]
+# Makes the pictures of the guide that come from the program: docs/make_guide_pictures.sh build/tool/drape [folder]
 # Wants rsvg-convert; pngquant, where it is there, makes the files a quarter as large.
 set -eu
 drape=$1
