@@ -147,12 +147,23 @@ double perimeterOf(const Mould& mould) {
     return sum;
 }
 
-} // namespace
-
-Grid runDrape(const Mould& mould, Choice& choice, std::int32_t mostNodes, bool talkative) {
+double nodesFor(const Mould& mould, const Choice& choice, double layers) {
     // Rows that leave the mould cost a node or two per cell of its outline beyond the cells themselves.
     const double rim = 8.0 * perimeterOf(mould) / std::min(choice.stepA, choice.stepB);
-    const double wanted = 2.0 * expectedCells(mould, choice) + rim + fewestNodes;
+    return layers * expectedCells(mould, choice) + rim + fewestNodes;
+}
+
+} // namespace
+
+std::int32_t usualMostNodes(const Mould& mould, const Choice& choice) {
+    constexpr double layers = 6.0;
+    constexpr double most = 5e6;
+    return static_cast<std::int32_t>(std::min(most, nodesFor(mould, choice, layers)));
+}
+
+Grid runDrape(const Mould& mould, Choice& choice, std::int32_t mostNodes, bool talkative) {
+    constexpr double layers = 2.0;
+    const double wanted = nodesFor(mould, choice, layers);
     choice.nodeCapacity = static_cast<std::int32_t>(std::clamp(wanted, 4.0, static_cast<double>(mostNodes)));
     Grid grid;
     while (true) {

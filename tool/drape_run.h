@@ -6,6 +6,10 @@
 
 namespace tool {
 
+// Nodes beyond which a drape is given up unless the caller says otherwise: several layers all over the mould,
+// as cloth makes that winds round and round it, and never more than a common machine holds with ease.
+std::int32_t usualMostNodes(const Mould& mould, const Choice& choice);
+
 // Fills `choice.nodeCapacity` in. Runs again with more room if the nodes don't suffice, up to `mostNodes`.
 // `talkative` shows the progress on stderr when the run takes over a second.
 Grid runDrape(const Mould& mould, Choice& choice, std::int32_t mostNodes, bool talkative);

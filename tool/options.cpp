@@ -137,7 +137,8 @@ void addStartOptions(CLI::App& app, Texts& texts) {
         "Where each row starts: grid, on the fibre lines through the seed, which stay straight; shear, at "
         "the "
         "least sheared cell of the row before, which can carry a drape further on uneven moulds [grid]");
-    add("--max-nodes", texts.mostNodes, "N", "Give up beyond this many nodes [5000000]");
+    add("--max-nodes", texts.mostNodes, "N",
+        "Give up beyond this many nodes [six layers of cloth, at most 5000000]");
     add("--locking", texts.locking, "DEG", "Shear beyond which the cloth wrinkles, for the measures [45]");
 }
 

@@ -33,7 +33,7 @@ struct Settings {
     std::optional<double> stepB;
     std::optional<double> tolerance;
     bool pivotByGridLine = true;
-    std::int32_t mostNodes = 5000000;
+    std::optional<std::int32_t> mostNodes;
     double lockingAngle = 45.0;
 
     std::vector<Plane> clips;

@@ -66,7 +66,9 @@ const std::map<std::int32_t, StatusText>& texts() {
          {"bad-previous-node", "a node was to be linked to one that isn't there", report}},
         {DRAPE_NODES_FULL,
          {"nodes-full", "the cloth needs more nodes than were allowed",
-          "raise --max-nodes, or take a larger --step"}},
+          "raise --max-nodes or take a larger --step; if the cloth winds round the mould more than once, "
+          "start "
+          "elsewhere (--sweep) or drape a part (--within max)"}},
         {DRAPE_NORMAL_NOT_UNIT,
          {"no-normal-or-crossings",
           "the surface has no normal where a node should go, or a cell edge crosses the outline too often",

@@ -21,8 +21,6 @@ namespace {
 // The bisection ends when its two ends lie this part of a cell apart, or after so many runs.
 constexpr double radiusShare = 0.25;
 constexpr int mostBisections = 24;
-// More cells than this many times --max-nodes aren't even tried.
-constexpr double hopeless = 2.0;
 
 struct Runner {
     const Surface& surface;
@@ -38,14 +36,15 @@ struct Runner {
         const SurfacePoint start = nearestSurfacePoint(mesh, seed);
         trial.choice = choiceAt(mesh, start, settings, angle, surface.steps, told);
         trial.mould = mouldOf(mesh, told);
+        const std::int32_t mostNodes = settings.mostNodes.value_or(usualMostNodes(trial.mould, trial.choice));
         const double cells = expectedCells(trial.mould, trial.choice);
-        if (cells > hopeless * settings.mostNodes) {
-            throw UsageError("a step of " + number(surface.steps[0]) + " makes about " + number(cells, 3) +
-                             " cells on this surface; take a larger --step, or raise --max-nodes from " +
-                             std::to_string(settings.mostNodes));
+        if (cells > mostNodes && !settings.mostNodes) {
+            throw UsageError(
+                "a step of " + number(surface.steps[0]) + " makes about " + number(cells, 3) +
+                " cells on this surface; take a larger --step, or allow for them with --max-nodes");
         }
         const auto begin = std::chrono::steady_clock::now();
-        trial.grid = runDrape(trial.mould, trial.choice, settings.mostNodes, talkative);
+        trial.grid = runDrape(trial.mould, trial.choice, mostNodes, talkative);
         trial.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
         trial.measures = measure(trial.mould, trial.grid, settings.lockingAngle);
         return trial;
