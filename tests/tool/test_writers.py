@@ -21,6 +21,9 @@ DRAPE = os.environ.get("DRAPE", "drape")
 SAMPLES = pathlib.Path(os.environ.get("DRAPE_SAMPLES", "samples"))
 ENDINGS = ["vtp", "fibres.vtp", "fibres.csv", "glb", "gltf", "pattern.svg", "pattern.png", "pdf", "dxf",
            "curve.csv", "svg", "png", "json"]
+# For a program built with the leak sanitizer.
+SUPPRESSIONS = pathlib.Path(__file__).resolve().parent / "leaks.supp"
+os.environ.setdefault("LSAN_OPTIONS", f"suppressions={SUPPRESSIONS}:print_suppressions=0")
 DIRECTION_TOLERANCE = 1e-6  # of unit vectors
 
 
