@@ -24,8 +24,14 @@ build() { # preset
 
 test_build() { # preset
     echo "== Testing: $1"
-    ctest --preset "$1" -j "$jobs" --quiet --output-log "build/$1/tests.log" || failed=1
-    grep -E -A 12 'tests passed|FAILED' "build/$1/tests.log" || true
+    local log="build/$1/tests.log"
+    if ctest --preset "$1" -j "$jobs" --quiet --output-log "$log"; then
+        grep 'tests passed' "$log"
+    else
+        failed=1
+        grep -E -A 40 '\*\*\*(Failed|Timeout|Exception|Not Run)|Subprocess aborted' "$log" | head -n 400 || true
+        sed -n '/tests passed/,$p' "$log"
+    fi
 }
 
 build sanitize
