@@ -25,8 +25,8 @@ picture() {
 }
 
 # A run in three stages, the first two cut short by the room for nodes.
-picture growth_1 640 double_dome --step 8.2 --max-nodes 840
-picture growth_2 640 double_dome --step 8.2 --max-nodes 1250
+picture growth_1 640 double_dome --step 8.2 --max-nodes 260
+picture growth_2 640 double_dome --step 8.2 --max-nodes 1000
 picture growth_3 640 double_dome --step 8.2
 
 # The two pivot rules from the same start.
