@@ -144,10 +144,11 @@ bool stepStraight(std::int32_t node, std::int32_t direction, std::int32_t stepMo
     status = DRAPE_OK;
     const Vec3 position = model.positionOf(node);
     const double step = model.stepAlong(direction);
+    const bool bySeed = *model.nodeCount < NODES_STEPPED_BY_SEED;
     Heading heading;
-    if (*model.nodeCount < NODES_STEPPED_BY_SEED) {
+    if (isDirection(direction) && bySeed) {
         heading = headingFromSeed(position, direction);
-    } else if (!headingFromNeighbours(node, direction, stepMode, heading)) {
+    } else if (bySeed || !headingFromNeighbours(node, direction, stepMode, heading)) {
         status = DRAPE_NOTHING_TO_STEP_FROM;
         return false;
     }

@@ -6,6 +6,7 @@
 #include "surface/circle_triangle.h"
 
 #include "drape.h"
+#include "surface/flatness.h"
 
 #include <algorithm>
 #include <cmath>
@@ -251,6 +252,8 @@ CircleCut cutCircle(const Circle& circle, const Vec3& a, const Vec3& b, const Ve
                     std::int32_t clipMode) {
     CircleCut cut;
     if (clipMode == CLIP_AFTER_SLAB_TEST && outsideSlab(circle, a, b, c, tolerance))
+        return cut;
+    if (enclosesNothing(b - a, c - a, parvis(b - a, c - a)))
         return cut;
     const Clip clip{a, b, c, unitNormal(b - a, c - a), tolerance * tolerance};
     Vec3 direction = parvis(circle.axis, clip.normal);

@@ -6,8 +6,10 @@
 #include "surface/point_triangle.h"
 
 #include "drape.h"
+#include "surface/flatness.h"
 
 #include <cmath>
+#include <limits>
 
 namespace drape {
 namespace {
@@ -26,12 +28,12 @@ double cross(const Vec2& a, const Vec2& b) {
     return a.x * b.y - a.y * b.x;
 }
 
+// Squared distance to the segment from s to t where its foot lies strictly between them; else none of its
+// own, since an end is nearer.
 double squaredDistanceToSegment(const Vec3& p, const Vec3& s, const Vec3& t) {
     const Vec3 e = t - s;
-    const double length2 = vor(e);
-    const double along = length2 > 0.0 ? prosca(p - s, e) / length2 : 0.0;
-    const double clamped = along < 0.0 ? 0.0 : (along > 1.0 ? 1.0 : along);
-    return cadis(p, s + clamped * e);
+    const double along = prosca(p - s, e) / vor(e);
+    return along > 0.0 && along < 1.0 ? cadis(p, s + along * e) : std::numeric_limits<double>::infinity();
 }
 
 // A triangle without a plane: its corners and edges are all there is.
@@ -105,10 +107,10 @@ bool strictlyInside(const Vec2& a, const Vec2& b, const Vec2& c) {
 TriangleDistance distanceToTriangle(const Vec3& point, const Vec3& a, const Vec3& b, const Vec3& c,
                                     double tolerance) {
     Vec3 u = b - a;
+    if (enclosesNothing(u, c - a, parvis(u, c - a)))
+        return distanceToDegenerate(point, a, b, c);
     devor(u);
     const Vec3 n = unitNormal(u, c - a);
-    if (vor(n) < 0.5)
-        return distanceToDegenerate(point, a, b, c);
     const Vec3 v = unitNormal(n, u);
     const Vec2 flatA{0.0, 0.0};
     const Vec2 flatB{std::sqrt(cadis(a, b)), 0.0};

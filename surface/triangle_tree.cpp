@@ -2,6 +2,8 @@
 // and the boxes from the leaves up.
 #include "surface/triangle_tree.h"
 
+#include "surface/flatness.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -104,18 +106,15 @@ TriangleTree::Band::Band(const Circle& circle)
 
 // How far from its triangle a point can lie that the cut takes for a hit: what the tolerance snaps, what the
 // side tests lose against circles of the largest radius, and how far a thin triangle's normal can tilt.
-// Infinite for needles; below 0 for triangles without a normal, which are never hit.
+// Infinite for needles; below 0 for triangles without area, which are never hit.
 double TriangleTree::hitMargin(const Vec3& a, const Vec3& b, const Vec3& c) const {
     constexpr double rounding = 1e-13;
     constexpr double sliverRatio = 1e-3;
     const double endless = std::numeric_limits<double>::infinity();
     const Vec3 cross = parvis(b - a, c - a);
+    if (enclosesNothing(b - a, c - a, cross))
+        return -1.0;
     const double area = std::sqrt(vor(cross));
-    if (area == 0.0) {
-        // Lengths that vanish when squared may still leave the cut a direction, if nothing is snapped.
-        const bool flat = cross.x == 0.0 && cross.y == 0.0 && cross.z == 0.0;
-        return flat || tolerance_ * tolerance_ > 0.0 ? -1.0 : endless;
-    }
     const double ab = vor(b - a);
     const double bc = vor(c - b);
     const double ca = vor(a - c);
