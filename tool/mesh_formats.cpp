@@ -97,6 +97,9 @@ PolygonSoup readObj(std::istream& in) {
     if (!read && soup.polygons.empty() && !lines.corners.empty()) {
         throw InputError("vertex " + std::to_string(soup.points.size() + 1) + " isn't three finite numbers");
     }
+    if (!soup.polygons.empty() && soup.polygons.back().size() < 3) {
+        throw InputError("its last face has fewer than three corners; it was probably cut off");
+    }
     PolygonSoup checked = checkedSoup(soup);
     if (!read && !checked.polygons.empty()) {
         throw InputError("vertex " + std::to_string(soup.points.size() + 1) +

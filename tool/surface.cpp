@@ -44,27 +44,31 @@ SurfacePoint middleOf(const TriangleMesh& mesh, const Log& log) {
         edge.insert(edge.end(), loop.vertices.begin(), loop.vertices.end());
     }
     const std::vector<double> toEdge = distancesAlong(mesh, edge);
-    const auto room = [&](std::size_t t) {
+    const auto room = [&](std::size_t t, const Point& p) {
+        const double area = vec::areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
         double sum = 0.0;
-        for (const std::int32_t v : mesh.triangles[t]) {
-            sum += toEdge[static_cast<std::size_t>(v)] / 3.0;
+        for (std::size_t k = 0; k < 3; ++k) {
+            const double share =
+                vec::areaOf(p, mesh.corner(t, (k + 1) % 3), mesh.corner(t, (k + 2) % 3)) / area;
+            sum += share * toEdge[static_cast<std::size_t>(mesh.triangles[t][k])];
         }
         return sum;
     };
     double most = 0.0;
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
-        most = std::max(most, room(t));
+        most = std::max(most, room(t, centreOf(mesh, t)));
     }
     const double wanted = std::min(0.5 * most, cellsOfRoom * std::sqrt(areaOf(mesh)) / cellsAcross);
-    if (room(nearest.triangle) >= wanted) {
+    if (edge.empty() || room(nearest.triangle, nearest.position) >= wanted) {
         return nearest;
     }
     SurfacePoint best;
     best.distance = std::numeric_limits<double>::infinity();
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
-        const SurfacePoint here = nearestOnTriangle(mesh, t, centroid);
-        if (room(t) >= wanted && here.distance < best.distance) {
-            best = here;
+        const Point here = centreOf(mesh, t);
+        const double away = vec::distance(here, centroid);
+        if (room(t, here) >= wanted && away < best.distance) {
+            best = {here, t, away};
         }
     }
     log.note("the surface point nearest to the centroid lies at an edge; the seed was moved inward to " +

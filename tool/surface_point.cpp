@@ -60,6 +60,10 @@ Point normalOf(const TriangleMesh& mesh, std::size_t triangle) {
     return unit(cross(mesh.corner(triangle, 1) - a, mesh.corner(triangle, 2) - a));
 }
 
+Point centreOf(const TriangleMesh& mesh, std::size_t triangle) {
+    return (1.0 / 3.0) * (mesh.corner(triangle, 0) + mesh.corner(triangle, 1) + mesh.corner(triangle, 2));
+}
+
 double areaOf(const TriangleMesh& mesh) {
     double sum = 0.0;
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
@@ -73,7 +77,7 @@ Point centroidOf(const TriangleMesh& mesh) {
     double weight = 0.0;
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
         const double area = vec::areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
-        sum = sum + (area / 3.0) * (mesh.corner(t, 0) + mesh.corner(t, 1) + mesh.corner(t, 2));
+        sum = sum + area * centreOf(mesh, t);
         weight += area;
     }
     return (1.0 / weight) * sum;

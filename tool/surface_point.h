@@ -19,6 +19,8 @@ SurfacePoint nearestSurfacePoint(const TriangleMesh& mesh, const Point& point);
 // Unit normal of a triangle, in the sense of its winding.
 Point normalOf(const TriangleMesh& mesh, std::size_t triangle);
 
+Point centreOf(const TriangleMesh& mesh, std::size_t triangle);
+
 double areaOf(const TriangleMesh& mesh);
 
 // Mean of the surface, each part weighing by its area.

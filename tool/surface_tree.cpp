@@ -28,7 +28,7 @@ double distanceToBox(const Point& low, const Point& high, const Point& p) {
 SurfaceTree::SurfaceTree(const TriangleMesh& mesh) : mesh_(mesh), order_(mesh.triangles.size()) {
     std::iota(order_.begin(), order_.end(), std::size_t{0});
     for (std::size_t t = 0; t < order_.size(); ++t) {
-        centres_.push_back((1.0 / 3.0) * (mesh.corner(t, 0) + mesh.corner(t, 1) + mesh.corner(t, 2)));
+        centres_.push_back(centreOf(mesh, t));
     }
     boxes_.push_back({{}, {}, 0, order_.size(), 0});
     for (std::size_t box = 0; box < boxes_.size(); ++box) {

@@ -27,10 +27,6 @@ constexpr double angleStep = 15.0;
 // Half as far from the outline as from the next seed is far enough.
 constexpr double outlineWeight = 2.0;
 
-Point centreOf(const TriangleMesh& mesh, std::size_t t) {
-    return (1.0 / 3.0) * (mesh.corner(t, 0) + mesh.corner(t, 1) + mesh.corner(t, 2));
-}
-
 std::vector<Point> spreadSeeds(const Surface& surface, std::size_t count) {
     const TriangleMesh& mesh = surface.mesh;
     std::vector<double> room(mesh.triangles.size(), std::numeric_limits<double>::infinity());

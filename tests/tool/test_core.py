@@ -1,0 +1,597 @@
+"""Runs the program on moulds made here and on broken files, and looks at what it says and writes.
+
+DRAPE names the program. Moulds are small and of known size, so that areas, node counts and directions can be
+told beforehand.
+"""
+
+import base64
+import csv
+import json
+import math
+import os
+import pathlib
+import struct
+import subprocess
+import tempfile
+import unittest
+import xml.etree.ElementTree as xml
+
+DRAPE = os.environ["DRAPE"]
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+DONE, OTHER, USAGE, INPUT, RUN_ENDED = 0, 1, 2, 3, 4
+
+
+def plate(n=6, size=1.0):
+    """A square of n by n unit squares, each split along its rising diagonal."""
+    points = [(size * i, size * j, 0.0) for j in range(n + 1) for i in range(n + 1)]
+    faces = []
+    for j in range(n):
+        for i in range(n):
+            a = j * (n + 1) + i
+            faces += [(a, a + 1, a + n + 2), (a, a + n + 2, a + n + 1)]
+    return points, faces
+
+
+def cup(depth, around=24, rings=10, wall=10):
+    """A half ball of radius 1 with a straight wall, open below."""
+    profile = [(math.sin(math.pi / 2 * k / rings), math.cos(math.pi / 2 * k / rings)) for k in range(1, rings + 1)]
+    profile += [(1.0, -depth * k / wall) for k in range(1, wall + 1)]
+    turn = [(math.cos(2 * math.pi * s / around), math.sin(2 * math.pi * s / around)) for s in range(around)]
+    points = [(0.0, 0.0, 1.0)] + [(r * c, r * s, z) for r, z in profile for c, s in turn]
+    faces = [(0, 1 + s, 1 + (s + 1) % around) for s in range(around)]
+    for k in range(len(profile) - 1):
+        low, high = 1 + k * around, 1 + (k + 1) * around
+        for s in range(around):
+            t = (s + 1) % around
+            faces += [(low + s, high + s, high + t), (low + s, high + t, low + t)]
+    return points, faces
+
+
+def cube():
+    points = [(float(x), float(y), float(z)) for z in (0, 4) for y in (0, 4) for x in (0, 4)]
+    return points, [(0, 2, 3, 1), (4, 5, 7, 6), (0, 1, 5, 4), (2, 6, 7, 3), (0, 4, 6, 2), (1, 3, 7, 5)]
+
+
+def obj(mesh):
+    points, faces = mesh
+    return "".join("v %r %r %r\n" % p for p in points) + "".join(
+        "f " + " ".join(str(v + 1) for v in f) + "\n" for f in faces
+    )
+
+
+def off(mesh):
+    points, faces = mesh
+    return "OFF\n%d %d 0\n" % (len(points), len(faces)) + "".join("%r %r %r\n" % p for p in points) + "".join(
+        " ".join(map(str, (len(f), *f))) + "\n" for f in faces
+    )
+
+
+def ply_head(mesh, form):
+    points, faces = mesh
+    return (
+        f"ply\nformat {form} 1.0\nelement vertex {len(points)}\nproperty double x\nproperty double y\n"
+        f"property double z\nelement face {len(faces)}\nproperty list uchar int vertex_indices\nend_header\n"
+    )
+
+
+def ply_text(mesh):
+    return ply_head(mesh, "ascii") + off(mesh).split("\n", 2)[2]
+
+
+def ply_binary(mesh):
+    points, faces = mesh
+    body = b"".join(struct.pack("<3d", *p) for p in points)
+    body += b"".join(struct.pack("<B%di" % len(f), len(f), *f) for f in faces)
+    return ply_head(mesh, "binary_little_endian").encode() + body
+
+
+def stl_text(mesh):
+    points, faces = mesh
+    text = "solid mould\n"
+    for f in faces:
+        text += "facet normal 0 0 1\nouter loop\n"
+        text += "".join("vertex %r %r %r\n" % points[v] for v in f) + "endloop\nendfacet\n"
+    return text + "endsolid mould\n"
+
+
+def stl_binary(mesh):
+    points, faces = mesh
+    data = b"solid looks like text".ljust(80) + struct.pack("<I", len(faces))
+    for f in faces:
+        data += struct.pack("<3f", 0, 0, 1) + b"".join(struct.pack("<3f", *points[v]) for v in f) + b"\0\0"
+    return data
+
+
+def vtp_arrays(path):
+    """Point arrays of a VTP file by name, each as a flat list."""
+    kinds = {"Int32": "i", "Int64": "q", "Float64": "d", "Float32": "f", "UInt8": "B"}
+    arrays = {}
+    for array in xml.parse(path).getroot().iter("DataArray"):
+        raw = base64.b64decode((array.text or "").strip())
+        size = struct.unpack("<Q", raw[:8])[0]
+        kind = kinds[array.get("type")]
+        arrays[array.get("Name")] = list(struct.unpack("<%d%s" % (size // struct.calcsize(kind), kind), raw[8 : 8 + size]))
+    return arrays
+
+
+class Case(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def file(self, name, content):
+        path = self.folder / name
+        path.write_bytes(content if isinstance(content, bytes) else content.encode())
+        return str(path)
+
+    def drape(self, *words, expect=DONE):
+        done = subprocess.run([DRAPE, *map(str, words)], capture_output=True, text=True, timeout=300, cwd=self.folder)
+        wanted = (DONE, RUN_ENDED) if expect is None else (expect,)
+        self.assertIn(done.returncode, wanted, done.stdout + done.stderr)
+        return done
+
+    def report(self, *words, expect=DONE):
+        path = self.folder / "report.json"
+        done = self.drape(*words, "-o", path, expect=expect)
+        return json.loads(path.read_text()), done
+
+    def assertPoint(self, got, wanted, places=9):
+        for a, b in zip(got, wanted, strict=True):
+            self.assertAlmostEqual(a, b, places)
+
+
+class FlatSquare(Case):
+    """A square of side 6 draped from (3.1, 3.2) with cells of side 1: the unit lattice through the seed."""
+
+    words = ("--seed", "3.1,3.2,0", "--step", "1", "--tolerance", "0.001", "--pivot", "shear")
+
+    def test_lattice(self):
+        mesh = self.file("plate.obj", obj(plate()))
+        grid = self.folder / "grid.vtp"
+        report, done = self.report(mesh, *self.words, "-o", grid)
+        self.assertEqual(report["result"]["nodes"], 64)
+        self.assertEqual(report["result"]["nodesOnSurface"], 36)
+        self.assertEqual(report["result"]["cellsOnSurface"], 25)
+        self.assertAlmostEqual(report["pattern"]["area"], 25.0)
+        self.assertAlmostEqual(report["shear"]["largest"], 0.0, 6)
+        self.assertEqual(sum(report["shear"]["histogram"]["counts"]), 25)
+        self.assertIn("64 nodes, 25 cells", done.stdout)
+        arrays = vtp_arrays(grid)
+        columns = list(zip(arrays["i"], arrays["j"]))
+        self.assertEqual(
+            columns[:9], [(0, 0), (1, 0), (0, -1), (1, -1), (-1, 0), (-1, -1), (0, 1), (1, 1), (-1, 1)]
+        )
+
+    def test_every_format_gives_the_same_drape(self):
+        writers = {
+            "a.obj": obj, "a.off": off, "a.ply": ply_text, "b.ply": ply_binary, "a.stl": stl_text, "b.stl": stl_binary,
+        }
+        for name, write in writers.items():
+            with self.subTest(name):
+                report, done = self.report(self.file(name, write(plate())), *self.words)
+                self.assertEqual((report["mould"]["triangles"], report["result"]["nodes"]), (72, 64))
+                self.assertEqual(done.stderr, "")
+
+    def test_obj_dialects(self):
+        text = obj(plate()).replace("f ", "f\t").replace("\n", " \r\n")
+        text = "mtllib none.mtl\r\no plate\r\nl 1 2\r\n" + text.replace("v 1.0 0.0", "v 1.0 \\\r\n 0.0", 1)
+        report, _ = self.report(self.file("crlf.obj", text), *self.words)
+        self.assertEqual(report["result"]["nodes"], 64)
+        points, faces = plate()
+        relative = obj((points, [])) + "".join(
+            "f " + " ".join(f"{v - len(points)}/1/1" for v in f) + "\n" for f in faces
+        )
+        report, _ = self.report(self.file("relative.obj", relative), *self.words)
+        self.assertEqual(report["result"]["nodes"], 64)
+
+    def test_scene_formats_read_what_the_program_wrote(self):
+        cloth = self.folder / "cloth.glb"
+        self.drape(self.file("plate.obj", obj(plate())), *self.words, "-o", cloth)
+        # Scenes of this kind are in metres, and the plate is in millimetres.
+        report, _ = self.report(cloth, "--step", "0.0005")
+        self.assertAlmostEqual(report["mould"]["area"], 25e-6, 11)
+
+    def test_double_precision_is_kept(self):
+        points, faces = plate()
+        far = ([(x + 1e7, y, z) for x, y, z in points], faces)
+        report, _ = self.report(self.file("far.obj", obj(far)), "--seed", "10000003.1,3.2,0", "--step", "1")
+        self.assertAlmostEqual(report["mould"]["area"], 36.0, 6)
+        self.assertEqual(report["result"]["nodesOnSurface"], 36)
+
+
+class Repairs(Case):
+    def note(self, content, wanted, name="m.obj", **known):
+        report, done = self.report(self.file(name, content), "--seed", "3.1,3.2,0", "--step", "1")
+        self.assertIn(wanted, done.stderr)
+        self.assertEqual(report["result"]["nodes"], 64)
+        self.assertAlmostEqual(report["mould"]["area"], 36.0)
+        for key, value in known.items():
+            self.assertEqual(report["mould"][key], value)
+        return done
+
+    def test_apart_and_coarse_faces(self):
+        points, faces = plate()
+        soup = [points[v] for f in faces for v in f]
+        apart = [(3 * k, 3 * k + 1, 3 * k + 2) for k in range(len(faces))]
+        self.note(obj((soup, apart)), "welded 167 vertices", vertices=49)
+        near = [(x + 1e-8 * (k % 5), y, z) for k, (x, y, z) in enumerate(soup)]
+        self.note(obj((near, apart)), "welded 167 vertices", vertices=49)
+        quads = [(a[0], a[1], a[2], b[2]) for a, b in zip(faces[::2], faces[1::2])]
+        self.note(obj((points, quads)), "cut 36 faces of more than three corners", triangles=72)
+        rim = [k for k, (x, y, _) in enumerate(points) if y == 0] + [k for k, (x, y, _) in enumerate(points) if x == 6 and y > 0]
+        rim += [k for k, (x, y, _) in reversed(list(enumerate(points))) if y == 6 and x < 6]
+        rim += [k for k, (x, y, _) in reversed(list(enumerate(points))) if x == 0 and 0 < y < 6]
+        self.note(obj((points, [tuple(rim)])), "cut 1 face of more than three corners", triangles=22)
+
+    def test_doubled_turned_and_degenerate(self):
+        points, faces = plate()
+        self.note(obj((points, faces + faces[:3])), "dropped 3 triangles that lay on another one", triangles=72)
+        turned = [f[::-1] if k % 5 == 0 else f for k, f in enumerate(faces)]
+        self.note(obj((points, turned)), "turned over 15 triangles")
+        self.note(obj((points, faces + [(0, 1, 1), (4, 4, 4)])), "left out 2 faces of fewer than three", triangles=72)
+        # A triangle without height between (2,3), (3,3) and their middle, of which only one side knows.
+        a = points.index((2.0, 3.0, 0.0))
+        middle = len(points)
+        above = next(f for f in faces if a in f and a + 1 in f and max(points[v][1] for v in f) > 3)
+        third = next(v for v in above if v not in (a, a + 1))
+        split = [f for f in faces if f != above] + [(a, middle, third), (middle, a + 1, third), (a, a + 1, middle)]
+        self.note(obj((points + [(2.5, 3.0, 0.0)], split)), "dropped 1 degenerate triangle", triangles=74)
+
+    def test_pieces_and_crowded_edges(self):
+        points, faces = plate()
+        away = [(x, y, 50.0) for x, y, _ in points]
+        two = (points + away, faces + [tuple(v + 49 for v in f) for f in faces[:40]])
+        self.note(obj(two), "kept the piece nearest to the seed of 2 pieces", triangles=72)
+        report, done = self.report("m.obj", "--seed", "2,2,49", "--step", "1")
+        self.assertEqual(report["mould"]["triangles"], 40)
+        _, done = self.report("m.obj", "--step", "1")
+        self.assertIn("kept the piece of the largest area", done.stderr)
+        # A fin that stands on the middle line leaves the plate whole.
+        fin = [(float(i), 3.0, 1.0) for i in range(7)]
+        foot = [21 + i for i in range(7)]
+        fins = [(foot[i], foot[i + 1], 49 + i) for i in range(6)]
+        done = self.note(obj((points + fin, faces + fins)), "more than two triangles meet", triangles=72)
+        self.assertIn("pieces", done.stderr)
+
+    def test_surfaces_that_only_touch(self):
+        points, faces = plate()
+        # Two plates joined at a single vertex: the walk along the outline must not stray.
+        shifted = [(x + 6, y + 6, z) for x, y, z in points[1:]]
+        number = lambda v: 48 if v == 0 else 48 + v
+        joined = (points + shifted, faces + [tuple(number(v) for v in f) for f in faces])
+        report, done = self.report(self.file("bow.obj", obj(joined)), "--seed", "3.1,3.2,0", "--step", "1")
+        self.assertIn("only touched itself", done.stderr)
+        self.assertEqual(report["result"]["nodes"], 64)
+
+    def test_slit_is_welded_or_kept(self):
+        points, faces = plate()
+        upper = {v: len(points) + k for k, v in enumerate(v for v in range(21, 25))}
+        slit = (
+            points + [points[v] for v in upper],
+            [tuple(upper.get(v, v) for v in f) if max(points[v][1] for v in f) > 3 else f for f in faces],
+        )
+        path = self.file("slit.obj", obj(slit))
+        welded, _ = self.report(path, "--step", "1")
+        kept, _ = self.report(path, "--step", "1", "--no-weld", expect=None)
+        self.assertAlmostEqual(welded["mould"]["loops"][0]["length"], 24.0)
+        self.assertAlmostEqual(kept["mould"]["loops"][0]["length"], 24.0 + 2 * 3.0)
+
+
+class Openings(Case):
+    def test_holes_are_named_and_can_be_filled(self):
+        points, faces = plate(12)
+        inside = lambda f: all(4 <= points[v][0] <= 7 and 5 <= points[v][1] <= 8 for v in f)
+        mesh = self.file("holed.obj", obj((points, [f for f in faces if not inside(f)])))
+        report, done = self.report(mesh, "--step", "0.5")
+        self.assertIn("1 hole", done.stderr)
+        self.assertIn("hole of 12 round about (5.5, 6.5, 0), 12 edges", done.stderr)
+        self.assertEqual([loop["outline"] for loop in report["mould"]["loops"]], [True, False])
+        self.assertAlmostEqual(report["mould"]["area"], 144.0 - 9.0)
+        report, _ = self.report(mesh, "--step", "0.5", "--fill-holes")
+        self.assertAlmostEqual(report["mould"]["area"], 144.0)
+        self.assertGreater(report["result"]["coveredShare"], 0.99)
+
+    def test_the_longest_loop_is_walked_wherever_it_stands(self):
+        points, faces = plate(12)
+        hole = lambda f: all(4 <= points[v][0] <= 7 and 4 <= points[v][1] <= 7 for v in f)
+        faces = [f for f in faces if not hole(f)]
+        first = sorted(range(len(points)), key=lambda v: abs(points[v][0] - 5.5) + abs(points[v][1] - 5.5))
+        place = {v: k for k, v in enumerate(first)}
+        mesh = ([points[v] for v in first], [tuple(place[v] for v in f) for f in faces])
+        # Lattice nodes beyond the plate's rim are closed only if the rim is the loop that was walked.
+        report, _ = self.report(self.file("m.obj", obj(mesh)), "--seed", "2.1,2.2,0", "--step", "1")
+        self.assertEqual(report["result"]["status"], 0)
+        self.assertEqual(report["mould"]["loops"][0]["edges"], 48)
+        self.assertLess(report["result"]["nodes"], 14 * 14 + 40)
+
+    def test_closed_surface_and_the_ways_on(self):
+        mesh = self.file("cube.obj", obj(cube()))
+        done = self.drape(mesh, expect=INPUT)
+        self.assertIn("--clip", done.stderr)
+        report, _ = self.report(mesh, "--clip", "0,0,1,0,0,1", "--step", "0.5", "--seed", "2,2,4", expect=None)
+        self.assertAlmostEqual(report["mould"]["area"], 16.0 + 4 * 12.0)
+        self.assertAlmostEqual(report["mould"]["loops"][0]["length"], 16.0)
+        report, _ = self.report(
+            mesh, "--clip", "0,0,1,0,0,1", "--clip", "1,0,0,1,0,0", "--clip", "0,0,3.5,0,0,1", "--step", "0.25",
+            expect=None,
+        )
+        self.assertAlmostEqual(report["mould"]["area"], 3 * 4.0 + 0.5 * (4.0 + 3.0 + 3.0))
+        done = self.drape(mesh, "--clip", "0,0,9,0,0,1", expect=INPUT)
+        self.assertIn("nothing of the surface", done.stderr)
+
+    def test_within_a_distance(self):
+        mesh = self.file("plate.obj", obj(plate(60, 0.2)))
+        report, _ = self.report(mesh, "--seed", "6.02,6.01,0", "--within", "3", "--step", "0.3")
+        self.assertEqual(report["mould"]["within"], 3.0)
+        self.assertLess(report["mould"]["area"], math.pi * 9)
+        self.assertGreater(report["mould"]["area"], 0.9 * math.pi * 9)
+        whole, _ = self.report(mesh, "--within", "max", "--step", "0.5")
+        self.assertAlmostEqual(whole["mould"]["area"], 144.0)
+
+    def test_distance_runs_along_the_surface(self):
+        # A strip folded up at a right angle: the far end is 2 away through the air and 4 along the strip.
+        points = [(0.1 * min(i, 20), 0.1 * j, 0.1 * max(0, i - 20)) for i in range(41) for j in range(11)]
+        faces = [
+            f
+            for i in range(40)
+            for j in range(10)
+            for f in ((i * 11 + j, i * 11 + j + 11, i * 11 + j + 12), (i * 11 + j, i * 11 + j + 12, i * 11 + j + 1))
+        ]
+        mesh = self.file("fold.obj", obj((points, faces)))
+        report, _ = self.report(mesh, "--seed", "0,0.5,0", "--within", "3", "--step", "0.1", expect=None)
+        self.assertAlmostEqual(report["mould"]["area"], 3.0, delta=0.2)
+
+
+class Start(Case):
+    def choice(self, *words, mesh=None):
+        path = self.file("start.obj", obj(mesh or plate()))
+        return self.report(path, *(() if "--step" in words else ("--step", "1")), *words, expect=None)
+
+    def test_directions(self):
+        report, _ = self.choice()
+        self.assertPoint(report["choice"]["seed"], (3, 3, 0))
+        self.assertPoint(report["choice"]["warp"], (1, 0, 0))
+        self.assertPoint(report["choice"]["weft"], (0, 1, 0))
+        report, _ = self.choice("--warp", "0,2,5")
+        self.assertPoint(report["choice"]["warp"], (0, 1, 0))
+        self.assertPoint(report["choice"]["weft"], (-1, 0, 0))
+        report, _ = self.choice("--angle", "30", "--bias", "-10")
+        turn = lambda degrees: (math.cos(math.radians(degrees)), math.sin(math.radians(degrees)), 0)
+        self.assertPoint(report["choice"]["warp"], turn(30))
+        self.assertPoint(report["choice"]["weft"], turn(110))
+        report, done = self.choice("--warp", "0,0,1")
+        self.assertIn("warp direction", done.stderr)
+        self.assertAlmostEqual(math.hypot(*report["choice"]["warp"]), 1.0)
+
+    def test_bias_shears_the_cells_at_the_seed(self):
+        report, _ = self.choice("--bias", "-10", "--step", "0.5")
+        self.assertAlmostEqual(report["shear"]["largest"], 10.0, 6)
+
+    def test_seeds(self):
+        report, done = self.choice("--seed", "2.25,2.5,7")
+        self.assertPoint(report["choice"]["seed"], (2.25, 2.5, 0))
+        self.assertIn("was moved by 7", done.stderr)
+        report, _ = self.choice("--seed-vertex", "17")
+        self.assertPoint(report["choice"]["seed"], (2, 2, 0))
+        # An L-shaped surface has its centroid's nearest point on the inner corner; the seed must have room.
+        points, faces = plate(12)
+        bent = (points, [f for f in faces if not all(points[v][0] >= 4 and points[v][1] >= 4 for v in f)])
+        report, _ = self.choice(mesh=bent)
+        self.assertGreater(report["result"]["coveredShare"], 0.95)
+
+    def test_units_do_not_matter(self):
+        results = []
+        for scale in (0.001, 1.0, 1000.0):
+            points, faces = cup(0.3)
+            mesh = ([tuple(scale * x for x in p) for p in points], faces)
+            report, _ = self.report(self.file("m.obj", obj(mesh)), "--seed", f"{0.02 * scale},{0.01 * scale},{scale}",
+                                    "--step", 0.1 * scale)
+            results.append((report["result"]["nodes"], round(report["shear"]["mean"], 6)))
+        self.assertEqual(results[0], results[1])
+        self.assertEqual(results[1], results[2])
+
+    def test_slender_cells_are_warned_of(self):
+        _, done = self.choice("--step", "1,1.7")
+        self.assertIn("1.7 to 1", done.stderr)
+        _, done = self.choice("--step", "1,1.5")
+        self.assertEqual(done.stderr, "")
+
+
+class EndOfRun(Case):
+    def test_partial_grid_is_written(self):
+        mesh = self.file("plate.obj", obj(plate()))
+        grid = self.folder / "part.vtp"
+        report, done = self.report(mesh, "--step", "0.25", "--max-nodes", "50", "-o", grid, expect=RUN_ENDED)
+        self.assertEqual(report["result"]["status"], 23)
+        self.assertEqual(report["result"]["name"], "nodes-full")
+        self.assertEqual(report["result"]["nodes"], 50)
+        self.assertIsNotNone(report["result"]["endedNear"])
+        self.assertIn("--max-nodes", done.stderr)
+        self.assertEqual(len(vtp_arrays(grid)["i"]), 50)
+
+    def test_cloth_that_winds_round_is_given_up_or_warned_of(self):
+        mesh = self.file("cup.obj", obj(cup(1.0)))
+        report, done = self.report(mesh, "--seed", "0.78,0.6,0.07", "--step", "0.088")
+        self.assertGreater(report["result"]["doubledShare"], 0.5)
+        self.assertIn("lies over other cloth", done.stderr)
+        best, _ = self.report(mesh, "--step", "0.088", "--sweep-seeds", "0.78,0.6,0.07;0.03,0.02,1",
+                              "--sweep-angles", "0,30")
+        self.assertEqual(best["result"]["status"], 0)
+        self.assertLess(best["result"]["doubledShare"], 0.05)
+        patch, _ = self.report(mesh, "--seed", "0.78,0.6,0.07", "--step", "0.088", "--within", "max")
+        self.assertEqual(patch["result"]["status"], 0)
+        self.assertLess(patch["result"]["doubledShare"], 0.05)
+        self.assertLess(patch["mould"]["within"], 5.0)
+        self.assertGreater(patch["mould"]["area"], 3.0)
+
+
+class Sweep(Case):
+    def setUp(self):
+        super().setUp()
+        self.mesh = self.file("cup.obj", obj(cup(0.3)))
+        self.words = (self.mesh, "--step", "0.15", "--sweep-seeds", "3", "--sweep-angles", "0:90:30", "-j", "2")
+
+    def test_table_report_and_best(self):
+        table = self.folder / "all.sweep.csv"
+        report, done = self.report(*self.words, "-o", table)
+        rows = list(csv.DictReader(table.open()))
+        self.assertEqual([int(row["candidate"]) for row in rows], list(range(1, 10)))
+        self.assertEqual(report["sweep"]["candidates"], 9)
+        best = report["sweep"]["best"]
+        whole = [entry for entry in best if entry["status"] == 0 and entry["coveredShare"] > 0.9]
+        self.assertEqual([e["largestShear"] for e in whole], sorted(e["largestShear"] for e in whole))
+        self.assertAlmostEqual(best[0]["largestShear"], report["shear"]["largest"])
+        self.assertPoint(best[0]["seed"], report["choice"]["seed"])
+        self.assertIn("rank  candidate", done.stdout)
+        row = rows[best[0]["candidate"] - 1]
+        self.assertAlmostEqual(float(row["largest_shear_deg"]), best[0]["largestShear"], 5)
+
+    def test_parts_join_to_the_whole(self):
+        whole = self.folder / "whole.sweep.csv"
+        self.drape(*self.words, "-q", "-o", whole)
+        joined = ""
+        for part in (1, 2, 3, 4):
+            path = self.folder / f"part{part}.sweep.csv"
+            self.drape(*self.words, "-q", "--part", f"{part}/4", "-o", path)
+            joined += path.read_text()
+        self.assertEqual(joined.count("candidate,"), 1)
+        self.assertTrue(joined.startswith("candidate,"))
+        self.assertEqual(sorted(joined.splitlines()), sorted(whole.read_text().splitlines()))
+
+    def test_lists_grids_and_files(self):
+        seeds = self.file("seeds.txt", "0 0 1\n0.5,0.5,0.7\n")
+        for words, count in (
+            (("--sweep-seeds", "2x3", "--sweep-angles", "0"), 6),
+            (("--sweep-seeds", "0,0,1;0.1,0,1", "--sweep-angles", "0,10"), 4),
+            (("--sweep-seeds", "@" + seeds, "--sweep-angles", "0:20:10"), 4),
+        ):
+            report, _ = self.report(self.mesh, "--step", "0.2", *words)
+            self.assertEqual(report["sweep"]["candidates"], count)
+
+
+class Curve(Case):
+    square = ((1.5, 1.4), (4.4, 1.3), (4.7, 3.8), (1.2, 4.1))
+
+    def carried(self, name, content, *words):
+        mesh = self.file("plate.obj", obj(plate()))
+        out = self.folder / "out.curve.csv"
+        self.drape(mesh, "--seed", "3.1,3.2,0", "--step", "1", "--curve", self.file(name, content), "-o", out, *words)
+        lines = [line for line in out.read_text().splitlines() if line and line[0] in "-0123456789"]
+        return [tuple(map(float, line.split(",")))[-2:] for line in lines]
+
+    def test_plain_points_with_and_without_directions(self):
+        wanted = [(x - 3.1, y - 3.2) for x, y in self.square]
+        for ending in ("", " 0 0 1"):
+            text = "# trim line\n" + "".join(f"{x} {y} 0{ending}\n" for x, y in self.square + self.square[:1])
+            got = self.carried("trim.xyz", text)
+            self.assertEqual(len(got), 4)
+            for a, b in zip(got, wanted):
+                self.assertPoint(a, b)
+
+    def test_obj_lines_in_any_order(self):
+        text = "".join(f"v {x} {y} 0\n" for x, y in self.square) + "l 3 4\nl 1 2\nl 4 1\nl 2 3\n"
+        got = self.carried("trim.obj", text)
+        for a, (x, y) in zip(got, self.square):
+            self.assertPoint(a, (x - 3.1, y - 3.2))
+
+    def test_bad_curves(self):
+        mesh = self.file("plate.obj", obj(plate()))
+        bad = {
+            "a.xyz": "1 2\n", "b.xyz": "", "c.xyz": "1 2 nan\n", "d.obj": "v 0 0 0\nl 1 99\n", "e.xyz": "0 0 0\nwhat\n",
+            "f.obj": "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nl 1 2\nl 3 4\n", "g.xyz": "0 0 0 1 0 0\n1 1 0\n",
+        }
+        for name, text in bad.items():
+            with self.subTest(name):
+                done = self.drape(mesh, "--curve", self.file(name, text), expect=INPUT)
+                self.assertIn(name, done.stderr)
+
+
+class Refusals(Case):
+    def test_bad_usage(self):
+        mesh = self.file("plate.obj", obj(plate()))
+        bad = [
+            (), ("--step", "0"), ("--step", "nan"), ("--step", "inf"), ("--step", "1,-1"), ("--step", "1,2,3"),
+            ("--seed", "1,2"), ("--seed", "1,2,nan"), ("--seed", "1,2,1e300"), ("--seed", "1,2,3x"),
+            ("--seed", "1,1,0", "--seed-vertex", "1"), ("--seed-vertex", "50"), ("--seed-vertex", "0"),
+            ("--warp", "0,0,0"), ("--angle", "inf"), ("--bias", "85"), ("--tolerance", "-1"), ("--pivot", "best"),
+            ("--max-nodes", "3"), ("--max-nodes", "1.5"), ("--locking", "91"), ("--within", "-1"), ("--within", "most"),
+            ("--clip", "0,0,0,0,0,0"), ("--clip", "0,0,0"), ("--part", "1/2"), ("--sweep", "--part", "3/2"),
+            ("--sweep", "--part", "0/2"), ("--sweep-angles", "0:90"), ("--sweep-seeds", "many"), ("--jobs", "0"),
+            ("--units-mm", "0"), ("-o", "x.unknown"), ("-o", "x.curve.csv"), ("-o", "x.sweep.csv"), ("--no-such",),
+            ("--step", "1e-5"),
+        ]
+        for words in bad:
+            with self.subTest(words):
+                done = self.drape(*((mesh, *words) if words else ()), expect=USAGE)
+                self.assertTrue(done.stderr.startswith("drape: "), done.stderr)
+
+    def test_broken_files(self):
+        good = plate()
+        text = obj(good)
+        head = "ply\nformat ascii 1.0\nelement vertex 4000000000\nproperty double x\nproperty double y\n"
+        head += "property double z\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n0 0 0\n"
+        bad = {
+            "empty.obj": "", "blank.obj": "\n\n", "points.obj": "v 0 0 0\nv 1 0 0\n", "word.obj": "v 0 0 zero\nf 1 1 1\n",
+            "nan.obj": text.replace("v 1.0", "v nan", 1), "huge.obj": text.replace("f 1 ", "f 99999999999999 ", 1),
+            "beyond.obj": text.replace("f 1 ", "f 4000 ", 1), "zero.obj": text.replace("f 1 ", "f 0 ", 1),
+            "wide.obj": text.replace("v 1.0", "v 1e308", 1), "torn.obj": text[: text.rindex("f ") + 5],
+            "flat.obj": "v 0 0 0\nv 1 0 0\nv 2 0 0\nf 1 2 3\n", "noise.obj": bytes(range(256)) * 8,
+            "torn.off": off(good)[:-40], "beyond.off": "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 7\n",
+            "many.off": "OFF\n4000000000 1 0\n0 0 0\n", "many.ply": head, "torn.ply": ply_binary(good)[:-30],
+            "torn.stl": stl_text(good)[:-60], "torn2.stl": stl_binary(good)[:-30],
+            "nan.stl": stl_binary(good)[:100] + struct.pack("<f", math.nan) + stl_binary(good)[104:],
+            "many.stl": b"x".ljust(80) + struct.pack("<I", 4000000000), "noise.glb": b"glTF" + bytes(range(256)) * 4,
+            "noise.3ds": bytes(range(255, -1, -1)) * 16, "plain.txt": "hello\n", "noending": "hello\n",
+        }
+        for name, content in bad.items():
+            with self.subTest(name):
+                done = self.drape(self.file(name, content), expect=INPUT)
+                self.assertTrue(done.stderr.startswith("drape: "), done.stderr)
+                self.assertEqual(done.stdout, "")
+        self.drape("nowhere.obj", expect=INPUT)
+        self.drape(self.folder, expect=INPUT)
+
+    def test_every_cut_of_a_file_ends_in_an_answer(self):
+        for write, name in ((obj, "m.obj"), (off, "m.off"), (ply_binary, "m.ply"), (stl_binary, "m.stl")):
+            content = write(plate(2))
+            content = content if isinstance(content, bytes) else content.encode()
+            for size in range(1, len(content), max(1, len(content) // 25)):
+                path = self.file(name, content[:size])
+                done = subprocess.run([DRAPE, path], capture_output=True, timeout=60)
+                self.assertIn(done.returncode, (DONE, INPUT, RUN_ENDED), (name, size, done.stderr))
+
+    def test_outputs_are_written_whole_or_not_at_all(self):
+        mesh = self.file("plate.obj", obj(plate()))
+        kept = self.folder / "kept.json"
+        done = self.drape(mesh, "-o", self.folder / "nowhere" / "x.vtp", "-o", kept, expect=OTHER)
+        self.assertIn("nowhere", done.stderr)
+        json.loads(kept.read_text())
+        self.assertEqual(sorted(p.name for p in self.folder.iterdir()), ["kept.json", "plate.obj"])
+
+
+class Manners(Case):
+    def test_help_manual_and_completion_name_the_same_options(self):
+        text = self.drape("--help").stdout
+        self.assertIn("Examples:", text)
+        self.assertLessEqual(max(map(len, text.splitlines())), 110)
+        options = {word.strip(",.;():") for word in text.replace(",--", " --").split() if word.startswith("--")}
+        options = {word for word in options if word.strip("-")}
+        self.assertGreater(len(options), 20)
+        manual = (ROOT / "tool" / "drape.1").read_text().replace("\\-", "-")
+        completion = (ROOT / "tool" / "drape.bash-completion").read_text().split()
+        for option in options:
+            self.assertIn(option, manual)
+            self.assertIn(option, completion)
+
+    def test_version_quiet_and_verbose(self):
+        self.assertRegex(self.drape("--version").stdout, r"^drape \d+\.\d+\.\d+\n$")
+        mesh = self.file("m.obj", obj(plate()).replace("\nf 1 2 9", "\nf 9 2 1"))
+        quiet = self.drape(mesh, "-q")
+        self.assertEqual(quiet.stdout + quiet.stderr, "")
+        self.assertIn("turned over 1 triangle", self.drape(mesh).stderr)
+        self.assertIn("the run took", self.drape(mesh, "-v").stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
