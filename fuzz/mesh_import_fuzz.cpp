@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -90,7 +91,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (!allFinite(soup) || soup.polygons.empty())
             return 0;
         const tool::TriangleMesh mesh = tool::manifoldOf(tool::repairedMesh(soup, weld, silent), silent);
-        drapeShortly(tool::mouldOf(tool::chosenPiece(mesh, nullptr, silent), fillHoles, silent));
+        tool::TriangleMesh piece = tool::chosenPiece(mesh, nullptr, silent);
+        if (fillHoles)
+            piece = tool::withoutHoles(std::move(piece), silent);
+        drapeShortly(tool::mouldOf(std::move(piece), silent));
     } catch (const std::exception&) {
         // Refused in words, which is as good an end as a mould.
     }
