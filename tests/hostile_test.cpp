@@ -126,6 +126,7 @@ TEST(Hostile, SliversAndDuplicateVerticesDontRuinARun) {
         double u, v;
     } splits[] = {{"sliver", 0.4, 1e-7},
                   {"thin sliver", 0.6, 1e-12},
+                  {"corners on a line but for rounding", 0.6, 1e-16},
                   {"triangle without area", 0.5, 0.0},
                   {"duplicate vertex", 0.0, 0.0},
                   {"plain split", 0.3, 0.3}};
@@ -139,11 +140,11 @@ TEST(Hostile, SliversAndDuplicateVerticesDontRuinARun) {
                     return mould.surface.vertBoundary[static_cast<std::size_t>(v - 1)] != 0;
                 });
             };
-            for (std::int32_t t = 1; t <= mould.surface.triCount(); t += 3)
+            for (std::int32_t t = 3; t <= mould.surface.triCount(); t += 5)
                 if (inside(t))
                     splitTriangle(spoiled, t, split.u, split.v);
             joinUp(spoiled); // a duplicate vertex makes no edge of its own, so the flags stay what they were
-            const Settings settings = seededAt(mould.surface, mould.seedX, mould.seedY, 1.0, 20.0);
+            const Settings settings = seededAt(mould.surface, mould.seedX, mould.seedY, 1.0, 70.0);
             const Grid good = drape(mould.surface, settings), grid = drape(spoiled, settings);
             ASSERT_EQ(good.status, DRAPE_OK);
             ASSERT_EQ(grid.status, DRAPE_OK);
