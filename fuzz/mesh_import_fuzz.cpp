@@ -1,6 +1,6 @@
 // Files of the surface formats, sound and broken, and polygon soups of any kind, on their whole way to a
 // mould: reading, welding, triangulation, repair, loops, and a short drape. Each ends in a mould that the
-// library takes or in an error that says what is wrong.
+// library takes, or in an error that says what is wrong.
 #include "byte_source.h"
 #include "drape.h"
 #include "tests/height_field.h"
@@ -73,8 +73,9 @@ void drapeShortly(const tool::Mould& mould) {
     if (!mould.positions.empty())
         std::copy(mould.positions[0].begin(), mould.positions[0].end(), settings.seed);
     const std::int32_t status = drape_test::run(surface, settings).status;
-    if (status == DRAPE_BAD_ARGUMENT || status == DRAPE_BAD_MESH || status == DRAPE_BOUNDARY_NOT_CLOSED)
-        std::abort(); // what the program calls a mould must be one to the library
+    // A run may end with any code of its own, but what the program calls a mould must fit together.
+    if (status == DRAPE_BAD_ARGUMENT || status == DRAPE_BAD_MESH)
+        std::abort();
 }
 
 } // namespace
