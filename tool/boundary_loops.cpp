@@ -69,6 +69,8 @@ Point centreOf(const Loop& loop, const TriangleMesh& mesh) {
 TriangleMesh withHolesFilled(TriangleMesh mesh, const std::vector<Loop>& loops) {
     for (std::size_t i = 1; i < loops.size(); ++i) {
         std::vector<std::int32_t> ring(loops[i].vertices.rbegin(), loops[i].vertices.rend());
+        if (ring.size() < 3) // two edges between the same vertices enclose nothing
+            continue;
         for (const Triangle& t : trianglesOf(ring, mesh.positions)) {
             mesh.triangles.push_back(t);
             mesh.sourceFaces.push_back(0);
