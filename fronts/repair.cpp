@@ -55,6 +55,26 @@ public:
     }
 
 protected:
+    // Goes from node to node to the end of the front and lets `cutHere` act at each; `following_` is where
+    // the walk goes next, which a cut may change. False with `lostNode` where the links lead out of the
+    // store.
+    template <class Cut>
+    bool passNodes(std::int32_t lostNode, Cut cutHere) {
+        do {
+            ++steps_;
+            if (!model.isNode(current_)) {
+                status_ = lostNode;
+                return false;
+            }
+            following_ = model.link(along_, current_);
+            if (!cutHere())
+                return false;
+            ++piece_.length;
+            current_ = following_;
+        } while (steps_ < total_);
+        return true;
+    }
+
     bool insertPiece(const FrontRecord& piece) { return insertFront(piece, frontIndex_, status_); }
 
     bool atRecord() const { return record_ < defectCount_ && current_ == defects_[record_].node; }
@@ -83,18 +103,8 @@ public:
             piece_.length = 0;
             return insertPiece(piece_);
         }
-        do {
-            ++steps_;
-            if (!model.isNode(current_)) {
-                status_ = DRAPE_CUT_WALK_LOST_NODE;
-                return false;
-            }
-            following_ = model.link(along_, current_);
-            if (!cutHere())
-                return false;
-            ++piece_.length;
-            current_ = following_;
-        } while (steps_ < total_);
+        if (!passNodes(DRAPE_CUT_WALK_LOST_NODE, [this] { return cutHere(); }))
+            return false;
         --piece_.length;
         return insertPiece(piece_);
     }
@@ -172,18 +182,8 @@ public:
             return insertPiece(piece_);
         }
         ++frontIndex_;
-        do {
-            if (!model.isNode(current_)) {
-                status_ = DRAPE_GAP_WALK_LOST_NODE;
-                return false;
-            }
-            ++steps_;
-            following_ = model.link(along_, current_);
-            if (!cutHere())
-                return false;
-            ++piece_.length;
-            current_ = following_;
-        } while (steps_ < total_);
+        if (!passNodes(DRAPE_GAP_WALK_LOST_NODE, [this] { return cutHere(); }))
+            return false;
         --piece_.length;
         ++frontIndex_;
         return insertPiece(piece_);
