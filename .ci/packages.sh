@@ -4,7 +4,7 @@ TOOL_PACKAGES=(cmake ninja-build g++ pkg-config libassimp-dev libcgal-dev libcli
                libpugixml-dev libcairo2-dev fonts-dejavu-core python3)
 
 TEST_PACKAGES=("${TOOL_PACKAGES[@]}" clang libclang-rt-dev gfortran binutils valgrind libgtest-dev
-               libbenchmark-dev)
+               libbenchmark-dev parallel poppler-utils)
 
 ensure_packages() {
     local missing=() package

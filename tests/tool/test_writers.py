@@ -10,7 +10,6 @@ import math
 import os
 import pathlib
 import re
-import shutil
 import struct
 import subprocess
 import tempfile
@@ -237,7 +236,6 @@ class OneDrape(unittest.TestCase):
         for ending in ("png", "pattern.png"):
             self.assertGreater(min(png_size(self.paths[ending])), 300, ending)
 
-    @unittest.skipUnless(shutil.which("pdftoppm"), "pdftoppm renders the page")
     def test_pdf_page_is_true_to_size(self):
         # At 25.4 dots per inch a pixel is a millimetre.
         out = pathlib.Path(self.folder.name) / "page"
