@@ -459,6 +459,18 @@ class Sweep(Case):
         self.assertTrue(joined.startswith("candidate,"))
         self.assertEqual(sorted(joined.splitlines()), sorted(whole.read_text().splitlines()))
 
+    def test_finds_a_drape_where_the_default_start_fails(self):
+        sample = pathlib.Path(os.environ["DRAPE_SAMPLES"]) / "hemisphere.obj"
+        stretched = "".join(
+            "v {} {} {}\n".format(*line.split()[1:3], 1.3 * float(line.split()[3])) if line.startswith("v ") else line
+            for line in sample.read_text().splitlines(keepends=True)
+        )
+        mesh = self.file("high.obj", stretched)
+        failed = self.drape(mesh, "--step", "14", expect=RUN_ENDED)
+        self.assertIn("--sweep", failed.stderr)
+        report, _ = self.report(mesh, "--step", "14", "--sweep")
+        self.assertEqual(report["result"]["status"], 0)
+
     def test_lists_grids_and_files(self):
         seeds = self.file("seeds.txt", "0 0 1\n0.5,0.5,0.7\n")
         for words, count in (
