@@ -14,6 +14,8 @@
 #include <cstdlib>
 #include <ctime>
 #include <functional>
+#include <numeric>
+#include <vector>
 
 using namespace drape_test;
 
@@ -203,6 +205,28 @@ void distanceToTriangle(benchmark::State& state) {
     }
 }
 BENCHMARK(distanceToTriangle);
+
+// The choice of a node's place among all triangles of a small dome, most of which the circle misses.
+void surfaceSearch(benchmark::State& state) {
+    const Surface cap = squareMould(2.0, 8, domeHeight(2.0));
+    PlainModel model(cap, seededAt(cap, 0.1, 0.2, 1.0));
+    model.registerModel();
+    std::vector<std::int32_t> all(static_cast<std::size_t>(cap.triCount()));
+    std::iota(all.begin(), all.end(), 1);
+    const std::int32_t count = cap.triCount();
+    const double* seed = model.settings.seed;
+    const double up[] = {0, 0, 1}, back[] = {seed[0] - 1.0, seed[1], seed[2]}, radius = 1.0, tolerance = 1e-3;
+    double point[3], normal[3];
+    std::int32_t triangle = 0, status = 0;
+    for (auto _ : state) {
+        double forward[] = {1, 0, 0};
+        uzprcm(seed, up, forward, &radius, back, all.data(), &count, &tolerance, point, normal, &triangle,
+               &status);
+        benchmark::DoNotOptimize(triangle);
+    }
+    state.counters["triangles"] = count;
+}
+BENCHMARK(surfaceSearch);
 
 void circleCut(benchmark::State& state) {
     const double centre[] = {0.3, 0.3, 0.2}, axis[] = {1, 0, 0}, radius = 0.4;
