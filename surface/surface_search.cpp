@@ -32,7 +32,8 @@ struct Candidate {
     std::int32_t triangle;
 };
 
-// Working tables of one call; they outgrow their fixed places only on very fine meshes.
+// Working tables of one search, empty between searches; they outgrow their fixed places only on very fine
+// meshes.
 GrowingList<FanWalk, 1024> fanStack;
 GrowingList<Candidate, 512> candidates;
 
@@ -181,8 +182,10 @@ bool gatherCandidates(const Circle& circle, const std::int32_t* foundList, std::
         const CircleCut cut = cutCircle(circle, mesh.corner(triangle, 0), mesh.corner(triangle, 1),
                                         mesh.corner(triangle, 2), tolerance, CLIP_AFTER_SLAB_TEST);
         for (std::int32_t hit = 0; hit < cut.count; ++hit)
-            if (!candidates.push({cut.points[hit], triangle}, status))
+            if (!candidates.push({cut.points[hit], triangle}, status)) {
+                candidates.reset();
                 return false;
+            }
     }
     return true;
 }
@@ -241,16 +244,19 @@ struct Choice {
     bool clear;
 };
 
+// Uses the candidates up.
 Choice chooseCandidate(const Circle& circle, const Vec3& forward, const Vec3& backPoint, double tolerance) {
     const bool dropClear = dropBackwardCandidates(backPoint, circle.radius, tolerance);
-    if (candidates.empty())
+    if (candidates.empty()) {
+        candidates.reset();
         return {{}, dropClear};
+    }
     const Furthest furthest = furthestForward(circle.centre, forward);
     const SurfaceMesh& mesh = model.mesh;
-    const std::int32_t triangle = furthest.candidate->triangle;
+    const auto [point, triangle] = *furthest.candidate;
+    candidates.reset();
     const Vec3 a = mesh.corner(triangle, 0);
-    return {{furthest.candidate->point,
-             unitNormal(mesh.corner(triangle, 1) - a, mesh.corner(triangle, 2) - a), triangle},
+    return {{point, unitNormal(mesh.corner(triangle, 1) - a, mesh.corner(triangle, 2) - a), triangle},
             dropClear && furthest.clear};
 }
 
@@ -311,8 +317,10 @@ bool searchByTree(std::int32_t start, const Ball* balls, int ballCount, const Ci
             certain = candidates.push({cut.points[hit], triangle}, full);
         return certain;
     });
-    if (!certain)
+    if (!certain) {
+        candidates.reset();
         return false;
+    }
     const Choice choice = chooseCandidate(circle, search.forward, search.backPoint, tolerance);
     found = choice.found;
     return choice.clear && found.triangle != 0;
@@ -348,7 +356,9 @@ void SearchScratch::clearCallersList() {
 bool listInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
                  std::int32_t& status) {
     scratch.beginFlood();
-    return flood(start, balls, ballCount, scratch, status);
+    const bool done = flood(start, balls, ballCount, scratch, status);
+    fanStack.reset();
+    return done;
 }
 
 bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleSearch& search,
@@ -399,6 +409,5 @@ extern "C" int32_t uzprcm(const double* centre, const double* planeNormal, doubl
             store(normal, found.normal);
         }
     }
-    candidates.reset();
     return done ? 0 : 1;
 }
