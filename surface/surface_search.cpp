@@ -297,9 +297,9 @@ bool reaches(std::int32_t start, std::int32_t goal, const Vec3& towards, const B
 }
 
 // The search by the tree of triangles: all that the circle meets, if the flood would have listed it. False if
-// that can't be told without the flood, or if the order of its list decides.
+// that can't be told without the flood, or if the order of its list decides; also with a work-array code.
 bool searchByTree(std::int32_t start, const Ball* balls, int ballCount, const CircleSearch& search,
-                  const Circle& circle, SurfacePoint& found) {
+                  const Circle& circle, SurfacePoint& found, std::int32_t& status) {
     const SurfaceMesh& mesh = model.mesh;
     const double tolerance = balls[0].tolerance;
     if (!visitByBounds(start, balls, ballCount).goOn)
@@ -311,10 +311,9 @@ bool searchByTree(std::int32_t start, const Ball* balls, int ballCount, const Ci
                                         mesh.corner(triangle, 2), tolerance, CLIP_AFTER_SLAB_TEST);
         if (cut.count == 0 || !visitByBounds(triangle, balls, ballCount).list)
             return true;
-        std::int32_t full = DRAPE_OK;
         certain = reaches(start, triangle, cut.points[0], balls, ballCount);
         for (std::int32_t hit = 0; certain && hit < cut.count; ++hit)
-            certain = candidates.push({cut.points[hit], triangle}, full);
+            certain = candidates.push({cut.points[hit], triangle}, status);
         return certain;
     });
     if (!certain) {
@@ -363,14 +362,17 @@ bool listInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScr
 
 bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleSearch& search,
                    SearchScratch& scratch, SurfacePoint& found, std::int32_t& status) {
+    status = DRAPE_OK;
     const Circle circle{search.centre, unitNormal(search.planeNormal, search.forward), search.radius};
     const Vec3 given = search.forward;
     if (model.triangleTree != nullptr && hasUnitAxis(circle) &&
-        searchByTree(start, balls, ballCount, search, circle, found)) {
+        searchByTree(start, balls, ballCount, search, circle, found, status)) {
         devor(search.forward);
         return true;
     }
     found.triangle = 0;
+    if (status != DRAPE_OK)
+        return false;
     if (!listInRange(start, balls, ballCount, scratch, status))
         return false;
     if (scratch.foundCount == 0)
