@@ -84,7 +84,7 @@ inline void retie(Surface& surface, ByteSource& bytes) {
     for (std::int32_t& vertex : surface.triVerts) // an earlier change may have left a number of no vertex
         if (vertex < 1 || vertex > surface.vertCount())
             vertex = 1;
-    linkUp(surface);
+    joinUp(surface);
 }
 
 inline void bendSettings(Settings& settings, ByteSource& bytes) {

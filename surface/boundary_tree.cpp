@@ -1,6 +1,8 @@
 // Building the box tree over the boundary chain.
 #include "surface/boundary_tree.h"
 
+#include "surface/flatness.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -13,7 +15,6 @@ constexpr Box WHOLE_SPACE{{-ENDLESS, -ENDLESS, -ENDLESS}, {ENDLESS, ENDLESS, END
 
 // Rounding of a distance to a triangle, in shares of what it is worked out from.
 constexpr double RELATIVE_MARGIN = 1e-9;
-constexpr double SLIVER_RATIO = 1e-3;
 
 Vec3 lower(const Vec3& a, const Vec3& b) {
     return {std::min(a.x, b.x), std::min(a.y, b.y), std::min(a.z, b.z)};
@@ -31,14 +32,9 @@ Box boxOf(const SurfaceMesh& mesh, std::int32_t triangle, double tolerance) {
     const Vec3 a = mesh.corner(triangle, 0);
     const Vec3 b = mesh.corner(triangle, 1);
     const Vec3 c = mesh.corner(triangle, 2);
-    const double ab = vor(b - a);
-    const double bc = vor(c - b);
-    const double ca = vor(a - c);
-    const double longest = std::sqrt(std::max(ab, std::max(bc, ca)));
-    const double shortest = std::sqrt(std::min(ab, std::min(bc, ca)));
-    const double height = std::sqrt(vor(parvis(b - a, c - a))) / longest;
-    const double margin = tolerance / shortest + RELATIVE_MARGIN * longest;
-    if (!(height > SLIVER_RATIO * longest) || !(margin < ENDLESS))
+    const TriangleShape shape(a, b, c);
+    const double margin = tolerance / shape.shortest + RELATIVE_MARGIN * shape.longest;
+    if (shape.isSliver() || !(margin < ENDLESS))
         return WHOLE_SPACE;
     const Vec3 widening{margin, margin, margin};
     return {lower(a, lower(b, c)) - widening, upper(a, upper(b, c)) + widening};

@@ -1,6 +1,8 @@
 // Bounding spheres: how large the safety margins have to be.
 #include "surface/triangle_bounds.h"
 
+#include "surface/flatness.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -8,8 +10,6 @@
 namespace drape {
 namespace {
 
-// Triangles whose height is below this share of their longest side count as slivers.
-constexpr double SLIVER_RATIO = 1e-3;
 // Rounding of the exact tests, in shares of the triangle's size and of its distance from the origin; both
 // lie some thousand times above what double precision loses on a triangle that is no sliver.
 constexpr double SIZE_MARGIN = 1e-9;
@@ -70,21 +70,16 @@ TriangleBounds::Sphere TriangleBounds::boundOf(const Vec3& a, const Vec3& b, con
                                                double tolerance) {
     constexpr float endless = std::numeric_limits<float>::infinity();
     const Vec3 centre = (a + b + c) / 3.0;
-    const double ab = vor(b - a);
-    const double bc = vor(c - b);
-    const double ca = vor(a - c);
-    const double longest = std::sqrt(std::max(ab, std::max(bc, ca)));
-    const double shortest = std::sqrt(std::min(ab, std::min(bc, ca)));
-    const double height = std::sqrt(vor(parvis(b - a, c - a))) / longest;
+    const TriangleShape shape(a, b, c);
     const double offset =
         std::max(largestCoordinate(a), std::max(largestCoordinate(b), largestCoordinate(c)));
-    const bool bounded = height > SLIVER_RATIO * longest && shortest > SMALLEST_LENGTH &&
-                         offset < LARGEST_LENGTH && tolerance < LARGEST_LENGTH;
+    const bool bounded = !shape.isSliver() && shape.shortest > SMALLEST_LENGTH && offset < LARGEST_LENGTH &&
+                         tolerance < LARGEST_LENGTH;
     if (!bounded)
         return {0.0, 0.0, 0.0, endless, endless};
     const double radius = std::sqrt(std::max(cadis(a, centre), std::max(cadis(b, centre), cadis(c, centre))));
     // An edge test lets a foot hang over a corner by tolerance / edge length.
-    const double slack = tolerance / shortest + SIZE_MARGIN * radius + OFFSET_MARGIN * offset;
+    const double slack = tolerance / shape.shortest + SIZE_MARGIN * radius + OFFSET_MARGIN * offset;
     return {centre.x, centre.y, centre.z, roundedUp(radius * (1.0 + SIZE_MARGIN)), roundedUp(slack)};
 }
 

@@ -109,23 +109,17 @@ TriangleTree::Band::Band(const Circle& circle)
 // Infinite for needles; below 0 for triangles without area, which are never hit.
 double TriangleTree::hitMargin(const Vec3& a, const Vec3& b, const Vec3& c) const {
     constexpr double rounding = 1e-13;
-    constexpr double sliverRatio = 1e-3;
     const double endless = std::numeric_limits<double>::infinity();
-    const Vec3 cross = parvis(b - a, c - a);
-    if (enclosesNothing(b - a, c - a, cross))
+    if (enclosesNothing(b - a, c - a, parvis(b - a, c - a)))
         return -1.0;
-    const double area = std::sqrt(vor(cross));
-    const double ab = vor(b - a);
-    const double bc = vor(c - b);
-    const double ca = vor(a - c);
-    const double longest = std::sqrt(std::max(ab, std::max(bc, ca)));
-    const double shortest = std::sqrt(std::min(ab, std::min(bc, ca)));
-    const double ratio = area / (longest * longest);
+    const TriangleShape shape(a, b, c);
+    const double longest = shape.longest;
+    const double ratio = shape.area / (longest * longest);
     const double span = 2.0 * reach_ + longest;
     const double size = std::fabs(a.x) + std::fabs(a.y) + std::fabs(a.z);
-    double margin = 2.0 * tolerance_ + SIZE_MARGIN * longest + rounding * span * span / shortest +
+    double margin = 2.0 * tolerance_ + SIZE_MARGIN * longest + rounding * span * span / shape.shortest +
                     rounding * span / ratio + OFFSET_MARGIN * size;
-    if (ratio < sliverRatio)
+    if (shape.isSliver())
         margin += longest;
     return margin < span ? margin : endless;
 }

@@ -10,37 +10,8 @@
 
 namespace drape_test {
 
-inline Grid emptyGrid(std::int32_t capacity) {
-    const auto n = static_cast<std::size_t>(capacity);
-    Grid grid;
-    for (auto* array : {&grid.link3, &grid.link1, &grid.link2, &grid.link4, &grid.nodeI, &grid.nodeJ,
-                        &grid.nodeStatus, &grid.nodeTri})
-        array->assign(n, 0);
-    grid.nodePos.assign(3 * n, 0.0);
-    grid.nodeFlat.assign(2 * n, 0.0);
-    grid.nodeNormal.assign(3 * n, 0.0);
-    return grid;
-}
-
-// Drapes into a grid that has room for settings.capacity nodes; nothing else is done, so that it can be
-// timed.
-inline void drape(const Surface& surface, const Settings& settings, Grid& grid) {
-    const std::int32_t reserved = 0, triCount = surface.triCount(), vertCount = surface.vertCount(),
-                       vertTriCount = surface.vertTriCount();
-    grid.result =
-        gzprp2(settings.seed, settings.warp, settings.weft, &settings.stepA, &settings.stepB,
-               grid.link3.data(), grid.link1.data(), grid.link2.data(), grid.link4.data(), grid.nodeI.data(),
-               grid.nodeJ.data(), grid.nodeStatus.data(), grid.nodeTri.data(), grid.nodePos.data(),
-               grid.nodeFlat.data(), grid.nodeNormal.data(), &settings.capacity, &reserved, &triCount,
-               &vertCount, &vertTriCount, surface.vertTriStart.data(), surface.vertTriList.data(),
-               surface.triVerts.data(), surface.vertPos.data(), surface.vertBoundary.data(), &grid.count,
-               &settings.tolerance, &settings.byGridLine, &grid.status);
-}
-
 inline Grid drape(const Surface& surface, const Settings& settings) {
-    Grid grid = emptyGrid(settings.capacity);
-    drape(surface, settings, grid);
-    return grid;
+    return run(surface, settings);
 }
 
 inline std::uint64_t digestOf(const Grid& grid) {

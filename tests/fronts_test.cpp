@@ -8,21 +8,6 @@ namespace {
 
 using namespace drape_test;
 
-// '0' open, '1' closed, '2' across a gap, '3' cut.
-std::int32_t statusOf(char digit) {
-    return -(digit - '0');
-}
-void setStatuses(Lattice& model, std::int32_t d, int r, const std::string& statuses) {
-    for (std::size_t p = 0; p < statuses.size(); ++p)
-        model.status(model.node(d, r, static_cast<int>(p))) = statusOf(statuses[p]);
-}
-std::vector<std::int32_t> counts(const std::string& digits) {
-    std::vector<std::int32_t> list;
-    for (const char digit : digits)
-        list.push_back(digit - '0');
-    list.push_back(0); // so that an empty list has an address
-    return list;
-}
 Front frontAt(Lattice& model, std::int32_t position) {
     Front record;
     std::copy_n(model.front(position), record.size(), record.begin());

@@ -7,14 +7,16 @@
 
 #include "drape.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <map>
-#include <utility>
 #include <vector>
 
 namespace drape_test {
+
+using Point = std::array<double, 3>;
 
 struct Surface {
     std::vector<double> vertPos;
@@ -25,42 +27,58 @@ struct Surface {
     std::int32_t vertTriCount() const { return static_cast<std::int32_t>(vertTriList.size()); }
 };
 
-// Lists the triangles around each vertex and flags the vertices of edges that only one triangle has.
-inline void linkUp(Surface& surface) {
+// Lists the triangles around each vertex and flags both ends of every edge that one triangle alone has. Time
+// is linear in the mesh, so that a benchmark can build ten million triangles.
+inline void joinUp(Surface& surface) {
     const auto vertices = static_cast<std::size_t>(surface.vertCount());
-    std::vector<std::vector<std::int32_t>> around(vertices);
-    std::map<std::pair<std::int32_t, std::int32_t>, int> uses;
-    for (std::int32_t t = 0; t < surface.triCount(); ++t)
-        for (int k = 0; k < 3; ++k) {
-            const std::int32_t a = surface.triVerts[static_cast<std::size_t>(3 * t + k)];
-            const std::int32_t b = surface.triVerts[static_cast<std::size_t>(3 * t + (k + 1) % 3)];
-            around[static_cast<std::size_t>(a - 1)].push_back(t + 1);
-            ++uses[std::minmax(a, b)];
-        }
-    surface.vertTriStart.clear();
-    surface.vertTriList.clear();
-    for (const auto& triangles : around) {
-        surface.vertTriStart.push_back(surface.vertTriCount());
-        surface.vertTriList.insert(surface.vertTriList.end(), triangles.begin(), triangles.end());
+    std::vector<std::int32_t> end(vertices + 1, 0);
+    for (const std::int32_t v : surface.triVerts)
+        ++end[static_cast<std::size_t>(v)];
+    for (std::size_t v = 1; v <= vertices; ++v)
+        end[v] += end[v - 1];
+    surface.vertTriStart.assign(end.begin(), end.end() - 1);
+    surface.vertTriList.resize(surface.triVerts.size());
+    std::vector<std::int32_t> next = surface.vertTriStart;
+    for (std::size_t k = 0; k < surface.triVerts.size(); ++k) {
+        auto& place = next[static_cast<std::size_t>(surface.triVerts[k] - 1)];
+        surface.vertTriList[static_cast<std::size_t>(place++)] = static_cast<std::int32_t>(k / 3 + 1);
     }
     surface.vertBoundary.assign(vertices, 0);
-    for (const auto& [edge, count] : uses)
-        if (count == 1) {
-            surface.vertBoundary[static_cast<std::size_t>(edge.first - 1)] = 1;
-            surface.vertBoundary[static_cast<std::size_t>(edge.second - 1)] = 1;
+    std::vector<std::int32_t> others;
+    for (std::size_t v = 0; v < vertices; ++v) {
+        others.clear();
+        for (auto k = surface.vertTriStart[v]; k < end[v + 1]; ++k) {
+            const std::int32_t* corner =
+                &surface.triVerts[3 * static_cast<std::size_t>(
+                                          surface.vertTriList[static_cast<std::size_t>(k)] - 1)];
+            for (int c = 0; c < 3; ++c)
+                if (corner[c] != static_cast<std::int32_t>(v + 1))
+                    others.push_back(corner[c]);
         }
+        std::sort(others.begin(), others.end());
+        for (std::size_t k = 0; k < others.size() && surface.vertBoundary[v] == 0;) {
+            std::size_t after = k;
+            while (after < others.size() && others[after] == others[k])
+                ++after;
+            surface.vertBoundary[v] = after - k == 1 ? 1 : 0;
+            k = after;
+        }
+    }
 }
 
-// A mesh over `columns` x `rows` unit squares; a square for which `present` is false is left out.
-inline Surface heightField(
-    int columns, int rows, const std::function<double(double, double)>& height,
-    const std::function<bool(int, int)>& present = [](int, int) { return true; }) {
+// A mesh of columns x rows squares, two triangles each. `place(i, j)` gives the Point of a corner and
+// `present(i, j)` says whether a square is there.
+template <class Place, class Present>
+Surface gridSurface(int columns, int rows, Place place, Present present) {
     Surface surface;
-    std::vector<std::int32_t> number(static_cast<std::size_t>((columns + 1) * (rows + 1)), 0);
+    std::vector<std::int32_t> number(
+        static_cast<std::size_t>(columns + 1) * static_cast<std::size_t>(rows + 1), 0);
     const auto vertex = [&](int i, int j) {
-        std::int32_t& known = number[static_cast<std::size_t>(j * (columns + 1) + i)];
+        std::int32_t& known = number[static_cast<std::size_t>(j) * static_cast<std::size_t>(columns + 1) +
+                                     static_cast<std::size_t>(i)];
         if (known == 0) {
-            surface.vertPos.insert(surface.vertPos.end(), {double(i), double(j), height(i, j)});
+            const Point p = place(i, j);
+            surface.vertPos.insert(surface.vertPos.end(), p.begin(), p.end());
             known = surface.vertCount();
         }
         return known;
@@ -72,8 +90,20 @@ inline Surface heightField(
                                    d = vertex(i, j + 1);
                 surface.triVerts.insert(surface.triVerts.end(), {a, b, c, a, c, d});
             }
-    linkUp(surface);
+    joinUp(surface);
     return surface;
+}
+
+// A mesh over `columns` x `rows` unit squares; a square for which `present` is false is left out.
+inline Surface heightField(
+    int columns, int rows, const std::function<double(double, double)>& height,
+    const std::function<bool(int, int)>& present = [](int, int) { return true; }) {
+    return gridSurface(
+        columns, rows,
+        [&](int i, int j) {
+            return Point{double(i), double(j), height(i, j)};
+        },
+        present);
 }
 
 struct Settings {
@@ -95,15 +125,21 @@ struct Grid {
     std::int32_t result = 0;
 };
 
-inline Grid run(const Surface& surface, const Settings& settings) {
-    const auto capacity = static_cast<std::size_t>(settings.capacity > 0 ? settings.capacity : 0);
+inline Grid emptyGrid(std::int32_t capacity) {
+    const auto n = static_cast<std::size_t>(capacity > 0 ? capacity : 0);
     Grid grid;
     for (auto* array : {&grid.link3, &grid.link1, &grid.link2, &grid.link4, &grid.nodeI, &grid.nodeJ,
                         &grid.nodeStatus, &grid.nodeTri})
-        array->assign(capacity, 0);
-    grid.nodePos.assign(3 * capacity, 0.0);
-    grid.nodeFlat.assign(2 * capacity, 0.0);
-    grid.nodeNormal.assign(3 * capacity, 0.0);
+        array->assign(n, 0);
+    grid.nodePos.assign(3 * n, 0.0);
+    grid.nodeFlat.assign(2 * n, 0.0);
+    grid.nodeNormal.assign(3 * n, 0.0);
+    return grid;
+}
+
+// Drapes into a grid that has room for settings.capacity nodes; nothing else is done, so that it can be
+// timed.
+inline void drape(const Surface& surface, const Settings& settings, Grid& grid) {
     const std::int32_t reserved = 0, triCount = surface.triCount(), vertCount = surface.vertCount(),
                        vertTriCount = surface.vertTriCount();
     grid.result =
@@ -114,6 +150,11 @@ inline Grid run(const Surface& surface, const Settings& settings) {
                &vertCount, &vertTriCount, surface.vertTriStart.data(), surface.vertTriList.data(),
                surface.triVerts.data(), surface.vertPos.data(), surface.vertBoundary.data(), &grid.count,
                &settings.tolerance, &settings.byGridLine, &grid.status);
+}
+
+inline Grid run(const Surface& surface, const Settings& settings) {
+    Grid grid = emptyGrid(settings.capacity);
+    drape(surface, settings, grid);
     return grid;
 }
 
