@@ -28,8 +28,10 @@ public:
                 status = DRAPE_PASS_ARRAY_HELD;
                 return LoopEnd::passArrayHeld;
             }
-            if (!runPass(status))
+            if (!runPass(status)) {
+                pass_.release(status);
                 return LoopEnd::stopped;
+            }
             skipHeldFronts();
             if (*model.frontCount == 0)
                 return LoopEnd::tableEmpty;
