@@ -1,10 +1,12 @@
 // Chooses the writer by the ending of a file name, and puts the bytes in place whole: they go to a temporary
-// file in the same folder, which takes the final name only after the last byte is on the disk.
+// file in the same folder, which takes the final name only after the last byte is on the disk. A signal that
+// ends the program waits until that is done, so it leaves no temporary file behind.
 #include "writers.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -94,6 +96,21 @@ mode_t usualMode() {
     return 0666 & ~mask;
 }
 
+class SignalsWait {
+public:
+    SignalsWait() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_BLOCK, &all, &before_);
+    }
+    ~SignalsWait() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsWait(const SignalsWait&) = delete;
+    SignalsWait& operator=(const SignalsWait&) = delete;
+
+private:
+    sigset_t before_{};
+};
+
 } // namespace
 
 void writeWhole(const std::string& path, const std::string& bytes) {
@@ -102,6 +119,7 @@ void writeWhole(const std::string& path, const std::string& bytes) {
     if (std::filesystem::is_directory(place, ignored)) {
         fail(path, EISDIR);
     }
+    const SignalsWait signalsWait;
     std::string temporary = place + ".XXXXXX";
     const int file = ::mkstemp(temporary.data());
     if (file < 0) {
