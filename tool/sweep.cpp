@@ -6,13 +6,15 @@
 #include "drape_run.h"
 #include "text.h"
 #include "trial.h"
+#include "worker_processes.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <functional>
 #include <new>
 #include <stdexcept>
 #include <sys/mman.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -80,48 +82,6 @@ SweepResult tried(const Settings& settings, const Surface& surface, const Candid
     return result;
 }
 
-[[noreturn]] void work(const Settings& settings, const Surface& surface,
-                       const std::vector<Candidate>& candidates, SharedMemory& shared) {
-    while (true) {
-        const std::size_t i = shared.board().next.fetch_add(1);
-        if (i >= candidates.size()) {
-            _exit(0);
-        }
-        shared.result(i) = tried(settings, surface, candidates[i]);
-        shared.board().done.fetch_add(1);
-    }
-}
-
-// Starts `count` processes and waits for them, with a line of progress on a terminal.
-void runProcesses(int count, const Settings& settings, const Surface& surface,
-                  const std::vector<Candidate>& candidates, SharedMemory& shared, bool talkative) {
-    std::fflush(nullptr);
-    int running = 0;
-    for (int i = 0; i < count; ++i) {
-        const pid_t child = fork();
-        if (child == 0) {
-            work(settings, surface, candidates, shared);
-        }
-        running += child > 0 ? 1 : 0;
-    }
-    if (running == 0) {
-        throw std::runtime_error("no process could be started for the sweep");
-    }
-    while (running > 0) {
-        if (waitpid(-1, nullptr, talkative ? WNOHANG : 0) > 0) {
-            --running;
-        } else if (talkative) {
-            std::fprintf(stderr, "\rdrape: %zu of %zu drapes done ", shared.board().done.load(),
-                         candidates.size());
-            std::fflush(stderr);
-            std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        }
-    }
-    if (talkative) {
-        std::fprintf(stderr, "\r\033[K");
-    }
-}
-
 bool isWhole(const SweepResult& r) {
     return r.ran && r.status == DRAPE_OK && r.cells > 0;
 }
@@ -151,6 +111,38 @@ void rank(std::vector<SweepResult>& results, bool byCloth) {
                      [&](const SweepResult& a, const SweepResult& b) { return keys(a) < keys(b); });
 }
 
+// A column of the table for programs.
+struct Column {
+    const char* heading;
+    std::string (*entry)(const SweepResult&);
+};
+
+const std::vector<Column>& columns() {
+    using R = const SweepResult&;
+    constexpr int placeDigits = 12;
+    constexpr int digits = 9;
+    static const std::vector<Column> table{
+        {"candidate", [](R r) { return std::to_string(r.candidate.number); }},
+        {"seed_x", [](R r) { return number(r.candidate.seed[0], placeDigits); }},
+        {"seed_y", [](R r) { return number(r.candidate.seed[1], placeDigits); }},
+        {"seed_z", [](R r) { return number(r.candidate.seed[2], placeDigits); }},
+        {"angle_deg", [](R r) { return number(r.candidate.angle, placeDigits); }},
+        {"ran", [](R r) { return std::string(r.ran ? "1" : "0"); }},
+        {"status", [](R r) { return std::to_string(r.status); }},
+        {"nodes", [](R r) { return std::to_string(r.nodes); }},
+        {"cells", [](R r) { return std::to_string(r.cells); }},
+        {"mean_shear_deg", [](R r) { return number(r.meanShear, digits); }},
+        {"largest_shear_deg", [](R r) { return number(r.largestShear, digits); }},
+        {"share_beyond_locking", [](R r) { return number(r.shareBeyondLocking, digits); }},
+        {"covered_share", [](R r) { return number(r.coveredShare, digits); }},
+        {"doubled_share", [](R r) { return number(r.doubledShare, digits); }},
+        {"pattern_area", [](R r) { return number(r.patternArea, digits); }},
+        {"pattern_width", [](R r) { return number(r.patternWidth, digits); }},
+        {"pattern_height", [](R r) { return number(r.patternHeight, digits); }},
+        {"within", [](R r) { return r.within >= 0.0 ? number(r.within, digits) : std::string(); }}};
+    return table;
+}
+
 std::string padded(const std::string& text, std::size_t width) {
     return text.size() >= width ? text : std::string(width - text.size(), ' ') + text;
 }
@@ -172,9 +164,30 @@ std::vector<SweepResult> sweep(const Settings& settings, const Surface& surface,
     for (std::size_t i = 0; i < candidates.size(); ++i) {
         shared.result(i).candidate = candidates[i];
     }
+    Board& board = shared.board();
+    const auto next = [&] {
+        const std::size_t i = board.next.fetch_add(1);
+        if (i >= candidates.size()) {
+            return false;
+        }
+        shared.result(i) = tried(settings, surface, candidates[i]);
+        board.done.fetch_add(1);
+        return true;
+    };
     const bool talkative = isatty(STDERR_FILENO) != 0 && log.talk() >= Talk::normal;
-    while (shared.board().next.load() < candidates.size()) {
-        runProcesses(processes, settings, surface, candidates, shared, talkative);
+    const auto showProgress = [&] {
+        std::fprintf(stderr, "\rdrape: %zu of %zu drapes done ", board.done.load(), candidates.size());
+        std::fflush(stderr);
+    };
+    while (board.next.load() < candidates.size()) {
+        const std::size_t taken = board.next.load();
+        runWorkers(processes, next, talkative ? std::function<void()>(showProgress) : nullptr);
+        if (board.next.load() == taken) {
+            throw std::runtime_error("the processes of the sweep end before they can drape anything");
+        }
+    }
+    if (talkative) {
+        std::fprintf(stderr, "\r\033[K");
     }
     std::vector<SweepResult> results;
     for (std::size_t i = 0; i < candidates.size(); ++i) {
@@ -190,24 +203,17 @@ std::string sweepCsv(std::vector<SweepResult> results, bool withHead) {
     });
     std::string text;
     if (withHead) {
-        text =
-            "candidate,seed_x,seed_y,seed_z,angle_deg,ran,status,nodes,cells,mean_shear_deg,"
-            "largest_shear_deg,share_beyond_locking,covered_share,doubled_share,pattern_area,pattern_width,"
-            "pattern_height,within\n";
+        for (const Column& column : columns()) {
+            text += (text.empty() ? "" : ",") + std::string(column.heading);
+        }
+        text += "\n";
     }
     for (const SweepResult& r : results) {
-        text += std::to_string(r.candidate.number);
-        for (const double value :
-             {r.candidate.seed[0], r.candidate.seed[1], r.candidate.seed[2], r.candidate.angle}) {
-            text += "," + number(value, 12);
+        std::string line;
+        for (const Column& column : columns()) {
+            line += (&column == columns().data() ? "" : ",") + column.entry(r);
         }
-        text += "," + std::to_string(r.ran ? 1 : 0) + "," + std::to_string(r.status) + "," +
-                std::to_string(r.nodes) + "," + std::to_string(r.cells);
-        for (const double value : {r.meanShear, r.largestShear, r.shareBeyondLocking, r.coveredShare,
-                                   r.patternArea, r.patternWidth, r.patternHeight}) {
-            text += "," + number(value, 9);
-        }
-        text += "," + (r.within >= 0.0 ? number(r.within, 9) : std::string()) + "\n";
+        text += line + "\n";
     }
     return text;
 }

@@ -12,94 +12,11 @@ import os
 import pathlib
 import struct
 import subprocess
-import tempfile
 import unittest
 import xml.etree.ElementTree as xml
 
-DRAPE = os.environ["DRAPE"]
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-DONE, OTHER, USAGE, INPUT, RUN_ENDED = 0, 1, 2, 3, 4
-
-
-def plate(n=6, size=1.0):
-    """A square of n by n unit squares, each split along its rising diagonal."""
-    points = [(size * i, size * j, 0.0) for j in range(n + 1) for i in range(n + 1)]
-    faces = []
-    for j in range(n):
-        for i in range(n):
-            a = j * (n + 1) + i
-            faces += [(a, a + 1, a + n + 2), (a, a + n + 2, a + n + 1)]
-    return points, faces
-
-
-def cup(depth, around=24, rings=10, wall=10):
-    """A half ball of radius 1 with a straight wall, open below."""
-    profile = [(math.sin(math.pi / 2 * k / rings), math.cos(math.pi / 2 * k / rings)) for k in range(1, rings + 1)]
-    profile += [(1.0, -depth * k / wall) for k in range(1, wall + 1)]
-    turn = [(math.cos(2 * math.pi * s / around), math.sin(2 * math.pi * s / around)) for s in range(around)]
-    points = [(0.0, 0.0, 1.0)] + [(r * c, r * s, z) for r, z in profile for c, s in turn]
-    faces = [(0, 1 + s, 1 + (s + 1) % around) for s in range(around)]
-    for k in range(len(profile) - 1):
-        low, high = 1 + k * around, 1 + (k + 1) * around
-        for s in range(around):
-            t = (s + 1) % around
-            faces += [(low + s, high + s, high + t), (low + s, high + t, low + t)]
-    return points, faces
-
-
-def cube():
-    points = [(float(x), float(y), float(z)) for z in (0, 4) for y in (0, 4) for x in (0, 4)]
-    return points, [(0, 2, 3, 1), (4, 5, 7, 6), (0, 1, 5, 4), (2, 6, 7, 3), (0, 4, 6, 2), (1, 3, 7, 5)]
-
-
-def obj(mesh):
-    points, faces = mesh
-    return "".join("v %r %r %r\n" % p for p in points) + "".join(
-        "f " + " ".join(str(v + 1) for v in f) + "\n" for f in faces
-    )
-
-
-def off(mesh):
-    points, faces = mesh
-    return "OFF\n%d %d 0\n" % (len(points), len(faces)) + "".join("%r %r %r\n" % p for p in points) + "".join(
-        " ".join(map(str, (len(f), *f))) + "\n" for f in faces
-    )
-
-
-def ply_head(mesh, form):
-    points, faces = mesh
-    return (
-        f"ply\nformat {form} 1.0\nelement vertex {len(points)}\nproperty double x\nproperty double y\n"
-        f"property double z\nelement face {len(faces)}\nproperty list uchar int vertex_indices\nend_header\n"
-    )
-
-
-def ply_text(mesh):
-    return ply_head(mesh, "ascii") + off(mesh).split("\n", 2)[2]
-
-
-def ply_binary(mesh):
-    points, faces = mesh
-    body = b"".join(struct.pack("<3d", *p) for p in points)
-    body += b"".join(struct.pack("<B%di" % len(f), len(f), *f) for f in faces)
-    return ply_head(mesh, "binary_little_endian").encode() + body
-
-
-def stl_text(mesh):
-    points, faces = mesh
-    text = "solid mould\n"
-    for f in faces:
-        text += "facet normal 0 0 1\nouter loop\n"
-        text += "".join("vertex %r %r %r\n" % points[v] for v in f) + "endloop\nendfacet\n"
-    return text + "endsolid mould\n"
-
-
-def stl_binary(mesh):
-    points, faces = mesh
-    data = b"solid looks like text".ljust(80) + struct.pack("<I", len(faces))
-    for f in faces:
-        data += struct.pack("<3f", 0, 0, 1) + b"".join(struct.pack("<3f", *points[v]) for v in f) + b"\0\0"
-    return data
+from moulds import cube, cup, obj, off, plate, ply_binary, ply_text, stl_binary, stl_text
+from program import DONE, DRAPE, INPUT, OTHER, ROOT, RUN_ENDED, USAGE, Case
 
 
 def vtp_arrays(path):
@@ -112,33 +29,6 @@ def vtp_arrays(path):
         kind = kinds[array.get("type")]
         arrays[array.get("Name")] = list(struct.unpack("<%d%s" % (size // struct.calcsize(kind), kind), raw[8 : 8 + size]))
     return arrays
-
-
-class Case(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-
-    def file(self, name, content):
-        path = self.folder / name
-        path.write_bytes(content if isinstance(content, bytes) else content.encode())
-        return str(path)
-
-    def drape(self, *words, expect=DONE):
-        done = subprocess.run([DRAPE, *map(str, words)], capture_output=True, text=True, timeout=300, cwd=self.folder)
-        wanted = (DONE, RUN_ENDED) if expect is None else (expect,)
-        self.assertIn(done.returncode, wanted, done.stdout + done.stderr)
-        return done
-
-    def report(self, *words, expect=DONE):
-        path = self.folder / "report.json"
-        done = self.drape(*words, "-o", path, expect=expect)
-        return json.loads(path.read_text()), done
-
-    def assertPoint(self, got, wanted, places=9):
-        for a, b in zip(got, wanted, strict=True):
-            self.assertAlmostEqual(a, b, places)
 
 
 class FlatSquare(Case):
@@ -435,7 +325,9 @@ class Sweep(Case):
     def test_table_report_and_best(self):
         table = self.folder / "all.sweep.csv"
         report, done = self.report(*self.words, "-o", table)
-        rows = list(csv.DictReader(table.read_text().splitlines()))
+        lines = list(csv.reader(table.read_text().splitlines()))
+        self.assertEqual({len(line) for line in lines}, {18})
+        rows = [dict(zip(lines[0], line)) for line in lines[1:]]
         self.assertEqual([int(row["candidate"]) for row in rows], list(range(1, 10)))
         self.assertEqual(report["sweep"]["candidates"], 9)
         best = report["sweep"]["best"]
@@ -445,7 +337,17 @@ class Sweep(Case):
         self.assertPoint(best[0]["seed"], report["choice"]["seed"])
         self.assertIn("rank  candidate", done.stdout)
         row = rows[best[0]["candidate"] - 1]
-        self.assertAlmostEqual(float(row["largest_shear_deg"]), best[0]["largestShear"], 5)
+        for column, value in (
+            ("angle_deg", best[0]["angle"]), ("status", report["result"]["status"]),
+            ("nodes", report["result"]["nodes"]), ("cells", report["result"]["cellsOnSurface"]),
+            ("mean_shear_deg", report["shear"]["mean"]), ("largest_shear_deg", report["shear"]["largest"]),
+            ("share_beyond_locking", report["shear"]["shareBeyondLocking"]),
+            ("covered_share", report["result"]["coveredShare"]),
+            ("doubled_share", report["result"]["doubledShare"]), ("pattern_area", report["pattern"]["area"]),
+            ("pattern_width", report["pattern"]["width"]), ("pattern_height", report["pattern"]["height"]),
+        ):
+            self.assertAlmostEqual(float(row[column]), value, 6, column)
+        self.assertEqual(row["within"], "")
 
     def test_parts_in_parallel_join_to_the_whole(self):
         whole = self.folder / "whole.sweep.csv"

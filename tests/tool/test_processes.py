@@ -1,0 +1,100 @@
+"""What a sweep does to the processes and folders of its machine, also when its user or its machine ends it early."""
+
+import csv
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import time
+import unittest
+
+from moulds import cup, obj, plate
+from program import DONE, DRAPE, Case
+
+PATIENCE = 60.0  # seconds until a test gives up
+
+
+def group(leader):
+    """The living processes of a process group."""
+    found = []
+    for stat in pathlib.Path("/proc").glob("[0-9]*/stat"):
+        try:
+            state, _, number = stat.read_text().rsplit(")", 1)[1].split()[:3]
+        except (FileNotFoundError, ProcessLookupError):
+            continue
+        if int(number) == leader and state != "Z":
+            found.append(int(stat.parent.name))
+    return found
+
+
+def until(condition):
+    end = time.monotonic() + PATIENCE
+    while time.monotonic() < end:
+        if condition():
+            return True
+        time.sleep(0.0005)
+    return False
+
+
+@unittest.skipUnless(sys.platform == "linux", "looks into /proc")
+class Processes(Case):
+    def setUp(self):
+        super().setUp()
+        self.mesh = self.file("cup.obj", obj(cup(0.3)))
+
+    def start(self, *words, **more):
+        program = subprocess.Popen([DRAPE, self.mesh, *map(str, words)], cwd=self.folder, start_new_session=True,
+                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, **more)
+        self.addCleanup(program.stdout.close)
+        self.addCleanup(program.wait)
+        self.addCleanup(lambda: [os.kill(p, signal.SIGKILL) for p in group(program.pid)])
+        return program
+
+    def sweep(self, candidates, step, **more):
+        program = self.start("--step", step, "--sweep-seeds", "1", "--sweep-angles", f"0:{candidates}:1", "-j", 2,
+                             "-o", "all.sweep.csv", "-o", "best.vtp", **more)
+        workers = lambda: [p for p in group(program.pid) if p != program.pid]
+        self.assertTrue(until(lambda: len(workers()) == 2 or program.poll() is not None))
+        return program, workers
+
+    def test_sweep_comes_to_its_end_whatever_happens_to_its_children(self):
+        # Whoever starts the program may have told the system not to keep ended children.
+        deaf, _ = self.sweep(20, 0.2, preexec_fn=lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN))
+        self.assertEqual(deaf.wait(PATIENCE), DONE, deaf.stdout.read())
+        self.assertIn("best.vtp", os.listdir(self.folder))
+        # A process that is killed costs no more than the candidate it had in hand.
+        robbed, workers = self.sweep(40, 0.05)
+        for worker in workers():
+            os.kill(worker, signal.SIGKILL)
+        self.assertEqual(robbed.wait(PATIENCE), DONE, robbed.stdout.read())
+        rows = list(csv.DictReader((self.folder / "all.sweep.csv").read_text().splitlines()))
+        self.assertEqual([int(row["candidate"]) for row in rows], list(range(1, 41)))
+        self.assertIn([row["ran"] for row in rows].count("0"), (0, 1, 2))
+
+    def test_sweep_that_is_ended_leaves_neither_processes_nor_files(self):
+        for end in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGKILL):
+            with self.subTest(end.name):
+                program, _ = self.sweep(90000, 0.05)
+                os.kill(program.pid, end)
+                self.assertEqual(program.wait(PATIENCE), -end)
+                self.assertTrue(until(lambda: not group(program.pid)), group(program.pid))
+                self.assertEqual(os.listdir(self.folder), ["cup.obj"])
+
+    def test_program_that_is_ended_while_it_writes_leaves_no_half_file(self):
+        self.mesh = self.file("plate.obj", obj(plate(40)))
+        for end in (signal.SIGINT, signal.SIGTERM):
+            with self.subTest(end.name):
+                names = [f"{k}.vtp" for k in range(20)]
+                program = self.start("--step", "0.4", *(word for name in names for word in ("-o", name)))
+                half = lambda: set(os.listdir(self.folder)) - {"cup.obj", "plate.obj", *names}
+                until(lambda: half() or program.poll() is not None)
+                os.kill(program.pid, end)
+                self.assertEqual(program.wait(PATIENCE), -end)
+                self.assertEqual(half(), set())
+                for name in set(names) & set(os.listdir(self.folder)):
+                    self.assertTrue((self.folder / name).read_text().rstrip().endswith("</VTKFile>"), name)
+
+
+if __name__ == "__main__":
+    unittest.main()
