@@ -3,6 +3,10 @@
 // The caller flags boundary vertices and nothing more. Around the present vertex every edge to a flagged
 // vertex is collected once per triangle that has it; edges that two triangles share cancel, and what is left
 // is the boundary. The walk goes from vertex to vertex until it is back at its start.
+//
+// An edge decides all that follows it, so a walk that takes one again would go round for ever. Of the ways
+// out of a vertex it can take two at most: the first that is left there, and the next where it came from that
+// one. Two marks per vertex tell, and no fan is looked through more than three times.
 #include "surface/boundary_chain.h"
 
 #include "services/work_arrays.h"
@@ -19,6 +23,9 @@ struct Walk {
     const SurfaceMesh& mesh;
     const std::int32_t* vertBoundary;
     Candidate* candidates; // room for 2 x vertCount
+    // Of each vertex: a candidate that waits for one to cancel it, from 1, and 0 again after each step.
+    std::int32_t* waiting;
+    std::int32_t* waysOut; // of each vertex: the two vertices to which the walk went on from it
     std::int32_t current;
     std::int32_t previous;
 };
@@ -31,9 +38,9 @@ std::int32_t startVertex(const SurfaceMesh& mesh, const std::int32_t* vertBounda
 }
 
 // Every edge from the present vertex to a flagged one, once per triangle; -1 if the table is too small.
-std::int64_t collectCandidates(const Walk& walk) {
+std::int32_t collectCandidates(const Walk& walk) {
     const std::int64_t room = 2 * std::int64_t{walk.mesh.vertCount};
-    std::int64_t count = 0;
+    std::int32_t count = 0;
     for (std::int32_t k = walk.mesh.fanBegin(walk.current); k < walk.mesh.fanEnd(walk.current); ++k) {
         const std::int32_t triangle = walk.mesh.vertTriList[k];
         for (int corner = 0; corner < 3; ++corner) {
@@ -49,25 +56,39 @@ std::int64_t collectCandidates(const Walk& walk) {
 }
 
 // Cancels each candidate against the next one with its vertex; returns the survivors and names the first.
-std::int64_t cancelPairs(Candidate* candidates, std::int64_t count, Candidate& firstSurvivor) {
-    std::int64_t survivors = 0;
-    for (std::int64_t i = 0; i < count; ++i) {
-        if (candidates[i].vertex == 0)
-            continue;
-        for (std::int64_t j = i + 1; j < count; ++j) {
-            if (candidates[j].vertex == candidates[i].vertex) {
-                candidates[i].vertex = candidates[j].vertex = 0;
-                break;
-            }
+std::int64_t cancelPairs(const Walk& walk, std::int32_t count, Candidate& firstSurvivor) {
+    for (std::int32_t i = 0; i < count; ++i) {
+        std::int32_t& waiting = walk.waiting[walk.candidates[i].vertex - 1];
+        if (waiting == 0) {
+            waiting = i + 1;
+        } else {
+            walk.candidates[i].vertex = walk.candidates[waiting - 1].vertex = 0;
+            waiting = 0;
         }
-        if (candidates[i].vertex != 0 && ++survivors == 1)
-            firstSurvivor = candidates[i];
+    }
+    std::int64_t survivors = 0;
+    for (std::int32_t i = 0; i < count; ++i) {
+        const Candidate& candidate = walk.candidates[i];
+        if (candidate.vertex == 0)
+            continue;
+        walk.waiting[candidate.vertex - 1] = 0;
+        if (++survivors == 1)
+            firstSurvivor = candidate;
     }
     return survivors;
 }
 
+// Notes the way from the present vertex to the next; false if the walk took it before.
+bool isNewWay(const Walk& walk, std::int32_t to) {
+    std::int32_t* ways = walk.waysOut + 2 * (std::int64_t{walk.current} - 1);
+    if (ways[0] == to || ways[1] == to)
+        return false;
+    ways[ways[0] == 0 ? 0 : 1] = to;
+    return true;
+}
+
 bool nextEdge(const Walk& walk, Candidate& chosen, std::int32_t& status) {
-    const std::int64_t count = collectCandidates(walk);
+    const std::int32_t count = collectCandidates(walk);
     if (count < 0) {
         status = DRAPE_BOUNDARY_CANDIDATES_FULL;
         return false;
@@ -77,7 +98,7 @@ bool nextEdge(const Walk& walk, Candidate& chosen, std::int32_t& status) {
         return true;
     }
     // At the start vertex both boundary edges survive, and the first sets the sense of the chain.
-    const std::int64_t survivors = cancelPairs(walk.candidates, count, chosen);
+    const std::int64_t survivors = cancelPairs(walk, count, chosen);
     if (survivors == 1 || survivors == 2)
         return true;
     status = DRAPE_BOUNDARY_NOT_CLOSED;
@@ -91,6 +112,8 @@ std::int32_t walkEdges(Walk& walk, std::int32_t room, std::int32_t* edges, std::
         Candidate chosen{};
         if (!nextEdge(walk, chosen, status))
             return 0;
+        if (!isNewWay(walk, chosen.vertex))
+            break;
         std::int32_t* edge = edges + 3 * (std::int64_t{n} - 1);
         edge[0] = chosen.triangle;
         edge[1] = walk.current;
@@ -130,17 +153,28 @@ void blendNormals(const SurfaceMesh& mesh, const std::int32_t* edges, std::int32
 bool walkBoundary(const SurfaceMesh& mesh, const std::int32_t* vertBoundary, std::int32_t& boundaryCount,
                   std::int32_t* edges, double* normals, std::int32_t& status) {
     status = DRAPE_OK;
-    WorkArray<std::int32_t> table;
-    if (!table.take(4 * std::int64_t{mesh.vertCount}, status))
+    const std::int64_t vertices = mesh.vertCount;
+    WorkArray<std::int32_t> table, marks;
+    if (!table.take(4 * vertices, status) || !marks.take(3 * vertices, status))
         return false;
-    Walk walk{mesh, vertBoundary, reinterpret_cast<Candidate*>(table.data()), startVertex(mesh, vertBoundary),
+    clear(marks.data(), 3 * vertices);
+    Walk walk{mesh,
+              vertBoundary,
+              reinterpret_cast<Candidate*>(table.data()),
+              marks.data(),
+              marks.data() + vertices,
+              startVertex(mesh, vertBoundary),
               0};
-    const std::int32_t count = walkEdges(walk, boundaryCount, edges, status);
+    const std::int32_t room = boundaryCount < 1 ? mesh.vertCount : boundaryCount;
+    const std::int32_t count = walkEdges(walk, room, edges, status);
     if (status == DRAPE_OK) {
         boundaryCount = count;
+        if (edges == model.mesh.boundaryEdges)
+            model.mesh.boundaryCount = count;
         blendNormals(mesh, edges, count, normals);
     }
     table.release(status);
+    marks.release(status);
     return status == DRAPE_OK;
 }
 

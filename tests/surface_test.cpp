@@ -140,6 +140,122 @@ TEST(BoundaryChain, FailsWithoutTouchingTheCount) {
     EXPECT_EQ(chainOf(square).status, DRAPE_BOUNDARY_NOT_CLOSED);
 }
 
+// The rule as it reads: pairs around a vertex cancel with the next pair of the same vertex, and the walk
+// takes the first that is left. The edges, or none where it doesn't close; 3 or 4 in `status`.
+std::vector<std::int32_t> chainByTheRule(const Surface& s, std::int32_t& status) {
+    using Pair = std::pair<std::int32_t, std::int32_t>; // triangle, vertex
+    const auto at = [](const std::vector<std::int32_t>& list, std::int32_t n) {
+        return list[static_cast<std::size_t>(n - 1)];
+    };
+    std::int32_t start = 1;
+    while (start < s.vertCount() && at(s.vertBoundary, start) == 0)
+        ++start;
+    std::vector<std::int32_t> edges;
+    std::int32_t current = start, previous = 0;
+    for (std::int32_t n = 1; n <= s.vertCount(); ++n) {
+        std::vector<Pair> pairs;
+        const std::int32_t end = current < s.vertCount() ? at(s.vertTriStart, current + 1) : s.vertTriCount();
+        for (std::int32_t k = at(s.vertTriStart, current) + 1; k <= end; ++k)
+            for (std::int32_t corner = 2; corner >= 0; --corner) {
+                const std::int32_t t = at(s.vertTriList, k), w = at(s.triVerts, 3 * t - corner);
+                if (at(s.vertBoundary, w) != 1 || w == current || w == previous)
+                    continue;
+                status = DRAPE_BOUNDARY_CANDIDATES_FULL;
+                if (pairs.size() == 2 * static_cast<std::size_t>(s.vertCount()))
+                    return {};
+                pairs.emplace_back(t, w);
+            }
+        for (auto i = pairs.begin(); i != pairs.end(); ++i) {
+            const auto j =
+                std::find_if(i + 1, pairs.end(), [&](const Pair& p) { return p.second == i->second; });
+            if (i->second != 0 && j != pairs.end())
+                i->second = j->second = 0;
+        }
+        pairs.erase(std::remove_if(pairs.begin(), pairs.end(), [](const Pair& p) { return p.second == 0; }),
+                    pairs.end());
+        status = DRAPE_BOUNDARY_NOT_CLOSED;
+        if (pairs.empty() || pairs.size() > 2)
+            return {};
+        edges.insert(edges.end(), {pairs[0].first, current, pairs[0].second});
+        previous = current;
+        current = pairs[0].second;
+        status = DRAPE_OK;
+        if (current == start)
+            return edges;
+    }
+    status = DRAPE_BOUNDARY_NOT_CLOSED;
+    return {};
+}
+
+// Any triangles around any vertices: the walk takes the way of the rule, or its code.
+TEST(BoundaryChain, OfAnyListsIsThatOfTheRule) {
+    Random random(10);
+    std::map<std::int32_t, int> ends;
+    for (int k = 0; k < 40000; ++k) {
+        Surface s;
+        const std::int32_t vertices = 2 + random.below(7), triangles = 1 + random.below(8);
+        for (std::int32_t i = 0; i < 3 * vertices; ++i)
+            s.vertPos.push_back(random.unit());
+        for (std::int32_t i = 0; i < 3 * triangles; ++i)
+            s.triVerts.push_back(1 + random.below(vertices));
+        for (std::int32_t v = 0; v < vertices; ++v) {
+            s.vertTriStart.push_back(s.vertTriCount());
+            s.vertBoundary.push_back(random.unit() < 0.9 ? 1 : random.below(3));
+            for (int more = random.below(k % 2 == 0 ? 3 : 12); more > 0; --more)
+                s.vertTriList.push_back(1 + random.below(triangles));
+        }
+        std::int32_t status = 0;
+        const std::vector<std::int32_t> expected = chainByTheRule(s, status);
+        Chain chain = chainOf(s);
+        ASSERT_EQ(chain.status, status) << k;
+        ASSERT_EQ(chain.count,
+                  status == DRAPE_OK ? static_cast<std::int32_t>(expected.size() / 3) : vertices);
+        chain.edges.resize(expected.size());
+        ASSERT_EQ(chain.edges, expected) << k;
+        ++ends[status];
+    }
+    EXPECT_GT(ends[DRAPE_OK], 500);
+    EXPECT_GT(ends[DRAPE_BOUNDARY_CANDIDATES_FULL], 100);
+}
+
+// From vertex 1 into a ring that never comes back to it: however much room there is said to be, no edge is
+// taken again once the ring has shown.
+TEST(BoundaryChain, EndsWhereItWouldGoRoundForEver) {
+    Surface s = meshOf({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0}, {1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 2});
+    s.vertTriStart = {0, 1, 2, 3};
+    s.vertTriList = {1, 2, 3, 4};
+    s.vertBoundary.assign(4, 1);
+    const Chain chain = chainOf(s, 1000000000);
+    EXPECT_EQ(chain.result, 1);
+    EXPECT_EQ(chain.status, DRAPE_BOUNDARY_NOT_CLOSED);
+    EXPECT_EQ(chain.count, 1000000000);
+}
+
+// A model registered before its boundary is walked, as a host has it that knows no more than the room. The
+// square has four edges, and a vertex in its middle makes room for five.
+TEST(BoundaryChain, OfTheRegisteredTableIsTheModelsOwn) {
+    PlainModel model(
+        meshOf({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 0.4, 0.5, 0}, {1, 2, 5, 2, 3, 5, 3, 4, 5, 4, 1, 5}), {});
+    const Surface& s = model.surface;
+    const std::int32_t triCount = 4, vertCount = 5, vertTriCount = 12, off = -1, none = 0;
+    model.boundaryCount = vertCount;
+    std::fill(model.edges.begin(), model.edges.end(), 0x7f7f7f7f);
+    model.registerModel();
+    std::int32_t count = -3, crossings = -1, status = -1;
+    ASSERT_EQ(gzprel(s.vertBoundary.data(), &triCount, &vertCount, &vertTriCount, s.vertTriStart.data(),
+                     s.vertTriList.data(), s.triVerts.data(), s.vertPos.data(), &count, model.edges.data(),
+                     model.edgeNormals.data(), &status),
+              0);
+    EXPECT_EQ(count, 4);
+    const double from[3] = {0.5, -0.1, 0.0}, to[3] = {0.5, 0.1, 0.0}, step = 1.0, tolerance = 1e-6;
+    EXPECT_EQ(uzprxb(from, to, &step, &off, &crossings, &status), 0);
+    EXPECT_EQ(crossings, 1);
+    const double up[3] = {0, 0, 1}, outward[3] = {0, -1, 0};
+    double point[3], normal[3];
+    EXPECT_EQ(uzprpf(to, up, outward, &step, to, &none, &none, &tolerance, point, normal, &status), 0);
+    EXPECT_NEAR(point[1], -0.9, 1e-12);
+}
+
 // Point to triangle.
 
 struct Measured {
