@@ -36,9 +36,9 @@ std::int32_t positionOf(const std::int32_t* nodes, std::int32_t first, std::int3
 std::int32_t cornerKind(const FrontEnd& end) {
     if (end.behindThat == 0)
         return 0;
-    const std::int32_t own = model.statusOf(end.node);
-    const std::int32_t behind = model.statusOf(end.behind);
-    const std::int32_t behindThat = model.statusOf(end.behindThat);
+    const std::int32_t own = model->statusOf(end.node);
+    const std::int32_t behind = model->statusOf(end.behind);
+    const std::int32_t behindThat = model->statusOf(end.behindThat);
     if (own == DRAPE_NODE_OPEN && behind < 0 && behindThat < 0 && end.backCrossings >= 1)
         return FIRST_END_BEHIND_CLOSED_PAIR;
     if (own == DRAPE_NODE_OPEN && behind == DRAPE_NODE_CLOSED && behindThat == DRAPE_NODE_OPEN &&
@@ -54,9 +54,9 @@ FrontEnd firstEnd(const FrontRecord& front, const RowLists& row, std::int32_t ro
     const std::int32_t back = opposite(front.direction);
     FrontEnd end{};
     end.node = front.firstNode;
-    end.behind = model.link(back, end.node);
-    end.behindThat = model.link(back, end.behind);
-    aheadOfBehind = model.link(front.direction, end.behind);
+    end.behind = model->link(back, end.node);
+    end.behindThat = model->link(back, end.behind);
+    aheadOfBehind = model->link(front.direction, end.behind);
     end.rowCrossings = -1;
     const std::int32_t k = positionOf(row.nodes, 0, rowLength - 2, aheadOfBehind, cursor);
     if (k >= 0) {
@@ -73,8 +73,8 @@ FrontEnd lastEnd(const FrontRecord& front, std::int32_t last, const RowLists& ro
     const std::int32_t back = opposite(front.direction);
     FrontEnd end{};
     end.node = last;
-    end.behind = model.link(back, last);
-    end.behindThat = model.link(back, end.behind);
+    end.behind = model->link(back, last);
+    end.behindThat = model->link(back, end.behind);
     end.rowCrossings = -1;
     const std::int32_t k = positionOf(row.nodes, 1, rowLength - 1, last, cursor);
     if (k >= 0) {
@@ -99,8 +99,8 @@ bool openFront(const CornerRecord& corner, std::int32_t firstNode, std::int32_t 
 bool openOnTwin(const CornerRecord& corner, std::int32_t& status) {
     if (!splitNode(corner.backNode, corner.newDirection, status))
         return false;
-    const std::int32_t twin = *model.nodeCount;
-    model.setStatus(twin, DRAPE_NODE_CLOSED);
+    const std::int32_t twin = *model->nodeCount;
+    model->setStatus(twin, DRAPE_NODE_CLOSED);
     return openFront(corner, twin, PIVOT_LAST_NODE, status);
 }
 
@@ -109,43 +109,43 @@ bool openAcrossGapAtFirstEnd(const CornerRecord& corner, std::int32_t& status) {
         return true;
     if (!doubleEdge(corner.backNode, corner.firstNode, status))
         return false;
-    const std::int32_t backTwin = *model.nodeCount - 1;
-    const std::int32_t endTwin = *model.nodeCount;
-    model.setStatus(endTwin, DRAPE_NODE_CLOSED);
-    model.setStatus(backTwin, DRAPE_NODE_OPEN);
-    model.setStatus(corner.firstNode, DRAPE_NODE_OPEN);
-    model.setStatus(corner.backNode, DRAPE_NODE_CLOSED);
+    const std::int32_t backTwin = *model->nodeCount - 1;
+    const std::int32_t endTwin = *model->nodeCount;
+    model->setStatus(endTwin, DRAPE_NODE_CLOSED);
+    model->setStatus(backTwin, DRAPE_NODE_OPEN);
+    model->setStatus(corner.firstNode, DRAPE_NODE_OPEN);
+    model->setStatus(corner.backNode, DRAPE_NODE_CLOSED);
     const std::int32_t e = corner.newDirection;
-    model.setLink(e, backTwin, model.link(e, corner.backNode));
-    model.setLink(e, endTwin, model.link(e, corner.firstNode));
-    model.setLink(e, corner.firstNode, 0);
-    model.setLink(e, corner.backNode, 0);
+    model->setLink(e, backTwin, model->link(e, corner.backNode));
+    model->setLink(e, endTwin, model->link(e, corner.firstNode));
+    model->setLink(e, corner.firstNode, 0);
+    model->setLink(e, corner.backNode, 0);
     return openFront(corner, corner.backNode, PIVOT_LAST_NODE, status);
 }
 
 bool openOnUnhookedEnd(const CornerRecord& corner, std::int32_t& status) {
-    const bool live = corner.frontIndex >= 1 && corner.frontIndex <= *model.frontCount;
-    const std::int32_t d = live ? model.front(corner.frontIndex).direction : 0;
+    const bool live = corner.frontIndex >= 1 && corner.frontIndex <= *model->frontCount;
+    const std::int32_t d = live ? model->front(corner.frontIndex).direction : 0;
     if (!copyNode(corner.backNode, status))
         return false;
-    const std::int32_t copy = *model.nodeCount;
-    model.setLink(opposite(d), corner.lastNode, copy);
-    model.setLink(d, corner.backNode, 0);
-    model.setLink(opposite(d), copy, 0);
+    const std::int32_t copy = *model->nodeCount;
+    model->setLink(opposite(d), corner.lastNode, copy);
+    model->setLink(d, corner.backNode, 0);
+    model->setLink(opposite(d), copy, 0);
     return openFront(corner, corner.lastNode, PIVOT_AUTOMATIC, status);
 }
 
 bool openAcrossGapAtLastEnd(const CornerRecord& corner, std::int32_t& status) {
     if (!doubleEdge(corner.lastNode, corner.backNode, status))
         return false;
-    const std::int32_t endTwin = *model.nodeCount - 1;
-    const std::int32_t backTwin = *model.nodeCount;
-    model.setStatus(endTwin, DRAPE_NODE_OPEN);
-    model.setStatus(backTwin, DRAPE_NODE_CLOSED);
+    const std::int32_t endTwin = *model->nodeCount - 1;
+    const std::int32_t backTwin = *model->nodeCount;
+    model->setStatus(endTwin, DRAPE_NODE_OPEN);
+    model->setStatus(backTwin, DRAPE_NODE_CLOSED);
     const std::int32_t e = corner.newDirection;
     // A front of one node has none before its last; then only that node's link is left out.
-    model.setLink(e, corner.priorNode, endTwin);
-    model.setLink(e, model.link(opposite(e), corner.backNode), backTwin);
+    model->setLink(e, corner.priorNode, endTwin);
+    model->setLink(e, model->link(opposite(e), corner.backNode), backTwin);
     return openFront(corner, endTwin, PIVOT_FIRST_NODE, status);
 }
 
@@ -173,20 +173,20 @@ bool openCorner(const CornerRecord& corner, std::int32_t& status) {
 void findCorners(const RowLists& row, std::int32_t rowLength, std::int32_t frontIndex, std::int32_t* cursor,
                  CornerRecord* corners, std::int32_t& cornerCount) {
     cornerCount = 0;
-    const FrontRecord& front = model.front(frontIndex);
+    const FrontRecord& front = model->front(frontIndex);
     const std::int32_t d = front.direction;
     std::int32_t aheadOfBehind = 0;
     const std::int32_t firstKind = cornerKind(firstEnd(front, row, rowLength, aheadOfBehind, cursor));
     if (firstKind != 0)
         corners[cornerCount++] = {
-            previous(d), model.link(opposite(d), front.firstNode), 0, firstKind, front.firstNode, 0,
+            previous(d), model->link(opposite(d), front.firstNode), 0, firstKind, front.firstNode, 0,
             frontIndex};
 
     std::int32_t prior = 0;
     std::int32_t last = front.firstNode;
     for (std::int32_t k = 1; k < front.length; ++k) {
         prior = last;
-        last = model.link(next(d), last);
+        last = model->link(next(d), last);
     }
     if (prior == front.firstNode)
         prior = aheadOfBehind;

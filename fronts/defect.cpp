@@ -20,8 +20,8 @@ std::int32_t kindOf(const RowPair& pair) {
         return 0;
     if (pair.followerStatus == DRAPE_NODE_ACROSS_GAP && pair.crossings == 0)
         return OPEN_BEFORE_GAP;
-    const bool fromGap = model.statusOf(pair.behind) == DRAPE_NODE_ACROSS_GAP ||
-                         model.statusOf(pair.followerBehind) == DRAPE_NODE_ACROSS_GAP;
+    const bool fromGap = model->statusOf(pair.behind) == DRAPE_NODE_ACROSS_GAP ||
+                         model->statusOf(pair.followerBehind) == DRAPE_NODE_ACROSS_GAP;
     if (pair.followerStatus == DRAPE_NODE_OPEN && pair.crossings > 1 && !fromGap)
         return EDGE_ACROSS_GAP;
     return 0;
@@ -43,9 +43,9 @@ bool findDefect(const FrontRecord& row, const std::int32_t* rowCrossings, std::i
     std::int32_t n = row.firstNode;
     std::int32_t statusBefore = NO_STATUS;
     for (std::int32_t i = 1; i < row.length; ++i) {
-        const std::int32_t x = model.link(next(d), n);
-        const RowPair pair{model.statusOf(n), model.statusOf(x), model.link(opposite(d), n),
-                           model.link(opposite(d), x), rowCrossings[i - 1]};
+        const std::int32_t x = model->link(next(d), n);
+        const RowPair pair{model->statusOf(n), model->statusOf(x), model->link(opposite(d), n),
+                           model->link(opposite(d), x), rowCrossings[i - 1]};
         if (statusBefore == DRAPE_NODE_OPEN && pair.status == DRAPE_NODE_CLOSED &&
             pair.followerStatus == DRAPE_NODE_OPEN) {
             found = 1;

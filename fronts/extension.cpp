@@ -6,7 +6,7 @@ namespace drape {
 namespace {
 
 bool passable(std::int32_t n) {
-    const std::int32_t status = model.statusOf(n);
+    const std::int32_t status = model->statusOf(n);
     return status == DRAPE_NODE_OPEN || status == DRAPE_NODE_CUT;
 }
 
@@ -15,11 +15,11 @@ bool passable(std::int32_t n) {
 std::int32_t joinFrom(std::int32_t& n, std::int32_t walk, std::int32_t frontDirection) {
     std::int32_t joined = 0;
     for (;;) {
-        const std::int32_t m = model.link(walk, n);
+        const std::int32_t m = model->link(walk, n);
         // The node that the walk leaves has to be passable, the one that joins only free.
-        if (m == 0 || !passable(n) || model.link(frontDirection, m) != 0)
+        if (m == 0 || !passable(n) || model->link(frontDirection, m) != 0)
             return joined;
-        if (++joined > *model.nodeCount)
+        if (++joined > *model->nodeCount)
             return -1;
         n = m;
     }
@@ -37,7 +37,7 @@ bool extendFront(FrontRecord& front, std::int32_t& status) {
     const std::int32_t length = front.length + before;
     std::int32_t last = first;
     for (std::int32_t k = 1; k < length; ++k) {
-        last = model.link(next(d), last);
+        last = model->link(next(d), last);
         if (last == 0)
             return false;
     }

@@ -45,7 +45,7 @@ public:
     CutWalk(std::int32_t& frontIndex, std::int32_t defectCount, DefectRecord* defects, std::int32_t& status)
         : frontIndex_(frontIndex), defects_(defects), defectCount_(std::min(defectCount, DEFECT_TABLE_SIZE)),
           status_(status) {
-        const FrontRecord& front = model.front(frontIndex);
+        const FrontRecord& front = model->front(frontIndex);
         direction_ = front.direction;
         along_ = next(direction_);
         current_ = front.firstNode;
@@ -62,11 +62,11 @@ protected:
     bool passNodes(std::int32_t lostNode, Cut cutHere) {
         do {
             ++steps_;
-            if (!model.isNode(current_)) {
+            if (!model->isNode(current_)) {
                 status_ = lostNode;
                 return false;
             }
-            following_ = model.link(along_, current_);
+            following_ = model->link(along_, current_);
             if (!cutHere())
                 return false;
             ++piece_.length;
@@ -124,10 +124,10 @@ private:
         ++frontIndex_;
         if (!splitNode(current_, direction_, status_))
             return false;
-        const std::int32_t twin = *model.nodeCount;
+        const std::int32_t twin = *model->nodeCount;
         defects_[record_].twin = twin;
-        model.setStatus(current_, DRAPE_NODE_CLOSED);
-        model.setStatus(twin, DRAPE_NODE_CLOSED);
+        model->setStatus(current_, DRAPE_NODE_CLOSED);
+        model->setStatus(twin, DRAPE_NODE_CLOSED);
         current_ = twin;
         ++record_;
         piece_ = pieceOf(direction_, twin, 1);
@@ -140,14 +140,14 @@ private:
         const DefectRecord& record = defects_[record_];
         if (!copyNode(record.node, status_) || !copyNode(record.nextNode, status_))
             return false;
-        const std::int32_t copy1 = *model.nodeCount - 1;
-        const std::int32_t copy2 = *model.nodeCount;
-        model.setStatus(current_, DRAPE_NODE_CUT);
-        model.setStatus(following_, DRAPE_NODE_CUT);
-        model.setLink(along_, current_, 0);
-        model.setLink(opposite(along_), following_, 0);
-        model.setLink(along_, copy1, copy2);
-        model.setLink(opposite(along_), copy2, copy1);
+        const std::int32_t copy1 = *model->nodeCount - 1;
+        const std::int32_t copy2 = *model->nodeCount;
+        model->setStatus(current_, DRAPE_NODE_CUT);
+        model->setStatus(following_, DRAPE_NODE_CUT);
+        model->setLink(along_, current_, 0);
+        model->setLink(opposite(along_), following_, 0);
+        model->setLink(along_, copy1, copy2);
+        model->setLink(opposite(along_), copy2, copy1);
         return replaceCutEdge();
     }
 
@@ -201,12 +201,12 @@ private:
         following_ = defects_[record_].nextNode;
         if (!copyNode(following_, status_))
             return false;
-        const std::int32_t copy = *model.nodeCount;
-        model.setLink(along_, current_, copy);
-        model.setLink(along_, copy, 0);
-        model.setLink(opposite(along_), following_, 0);
-        model.setStatus(copy, DRAPE_NODE_CLOSED);
-        model.setStatus(following_, DRAPE_NODE_CUT);
+        const std::int32_t copy = *model->nodeCount;
+        model->setLink(along_, current_, copy);
+        model->setLink(along_, copy, 0);
+        model->setLink(opposite(along_), following_, 0);
+        model->setStatus(copy, DRAPE_NODE_CLOSED);
+        model->setStatus(following_, DRAPE_NODE_CUT);
         ++piece_.length;
         piece_.pivotRequest = current_;
         if (!insertPiece(piece_))
@@ -226,12 +226,12 @@ private:
         following_ = defects_[record_].nextNode;
         if (!copyNode(current_, status_))
             return false;
-        const std::int32_t copy = *model.nodeCount;
-        model.setLink(opposite(along_), following_, copy);
-        model.setLink(opposite(along_), copy, 0);
-        model.setLink(along_, current_, 0);
-        model.setStatus(copy, DRAPE_NODE_CLOSED);
-        model.setStatus(current_, DRAPE_NODE_CUT);
+        const std::int32_t copy = *model->nodeCount;
+        model->setLink(opposite(along_), following_, copy);
+        model->setLink(opposite(along_), copy, 0);
+        model->setLink(along_, current_, 0);
+        model->setStatus(copy, DRAPE_NODE_CLOSED);
+        model->setStatus(current_, DRAPE_NODE_CUT);
         piece_.pivotRequest = current_;
         piece_.stepMode = STEP_BY_PREDECESSOR;
         if (!insertPiece(piece_))
@@ -246,19 +246,16 @@ private:
     }
 };
 
-// The defects of the row while its trial is built. What stands beyond the live records is copied along.
-DefectRecord savedDefects[DEFECT_TABLE_SIZE];
-
 } // namespace
 
 bool repairFront(std::int32_t& frontIndex, std::int32_t& defectCount, DefectRecord* defects,
-                 std::int32_t& status) {
-    std::copy_n(defects, std::clamp(defectCount, 0, DEFECT_TABLE_SIZE), savedDefects);
+                 DefectRecord* saved, std::int32_t& status) {
+    std::copy_n(defects, std::clamp(defectCount, 0, DEFECT_TABLE_SIZE), saved);
     dropRow(frontIndex);
     if (!tryRow(frontIndex, defectCount, defects[0], status))
         return false;
     if (defectCount == 0) {
-        std::copy_n(savedDefects, DEFECT_TABLE_SIZE, defects);
+        std::copy_n(saved, DEFECT_TABLE_SIZE, defects);
         defectCount = 1;
     }
     const std::int32_t position = frontIndex;
@@ -277,7 +274,8 @@ bool repairFront(std::int32_t& frontIndex, std::int32_t& defectCount, DefectReco
 using namespace drape;
 
 extern "C" int32_t gzprge(int32_t* frontIndex, int32_t* defectCount, int32_t* defects, int32_t* status) {
-    return repairFront(*frontIndex, *defectCount, asDefects(defects), *status) ? 0 : 1;
+    static DefectRecord saved[DEFECT_TABLE_SIZE]; // what one call leaves there, the next copies along
+    return repairFront(*frontIndex, *defectCount, asDefects(defects), saved, *status) ? 0 : 1;
 }
 
 extern "C" int32_t uzprce(int32_t* frontIndex, int32_t* defectCount, int32_t* defects, int32_t* status) {

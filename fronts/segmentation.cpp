@@ -23,10 +23,10 @@ bool segmentRow(const FrontRecord& row, std::int32_t& frontIndex, const std::int
     FrontRecord piece = stretchFrom(row, row.firstNode, 1);
     std::int32_t n = row.firstNode;
     for (std::int32_t i = 1; i <= row.length; ++i) {
-        const std::int32_t follower = model.link(next(row.direction), n);
-        const std::int32_t own = model.statusOf(n);
-        const std::int32_t before = model.statusOf(model.link(previous(row.direction), n));
-        const std::int32_t after = model.statusOf(follower);
+        const std::int32_t follower = model->link(next(row.direction), n);
+        const std::int32_t own = model->statusOf(n);
+        const std::int32_t before = model->statusOf(model->link(previous(row.direction), n));
+        const std::int32_t after = model->statusOf(follower);
         const bool closesAtEnd = i == row.length && own == DRAPE_NODE_OPEN;
         if (closesAtEnd || (i > 1 && own < 0 && before == DRAPE_NODE_OPEN)) {
             if (!insertFront(piece, ++frontIndex, status))

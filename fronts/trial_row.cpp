@@ -7,6 +7,7 @@
 #include "rows/classification.h"
 #include "rows/crossing.h"
 #include "services/work_arrays.h"
+#include "surface/run_indices.h"
 
 namespace drape {
 namespace {
@@ -21,16 +22,16 @@ bool stepEachNode(const FrontRecord& front, SearchScratch& scratch, FrontRecord&
     for (std::int32_t k = 1; k == 1 || k <= front.length; ++k) {
         if (!stepStraight(node, d, STEP_BY_BOTH_NEIGHBOURS, scratch, status))
             return false;
-        const std::int32_t n = *model.nodeCount;
+        const std::int32_t n = *model->nodeCount;
         if (k == 1) {
             row.direction = d;
             row.firstNode = n;
             row.length = front.length;
         } else {
-            model.setLink(opposite(along), n, last);
-            model.setLink(along, last, n);
+            model->setLink(opposite(along), n, last);
+            model->setLink(along, last, n);
         }
-        node = model.link(along, node);
+        node = model->link(along, node);
         last = n;
     }
     return true;
@@ -46,23 +47,18 @@ bool stepAndClassify(const FrontRecord& front, SearchScratch& scratch, FrontReco
 
 bool buildTrialRow(std::int32_t frontIndex, FrontRecord& row, const RowArrays& lists, std::int32_t& status) {
     row = FrontRecord{};
-    const FrontRecord front = model.front(frontIndex);
-    if (model.runScratch != nullptr)
-        return stepAndClassify(front, *model.runScratch, row, lists, status);
-    WorkArray<std::int32_t> work;
-    if (!work.take(2 * std::int64_t{model.mesh.triCount}, status))
-        return false;
-    SearchScratch scratch = SearchScratch::inCallersWork(work.data());
-    stepAndClassify(front, scratch, row, lists, status);
-    work.release(status);
-    return status == DRAPE_OK;
+    const FrontRecord front = model->front(frontIndex);
+    return withScratch(
+               [&](SearchScratch& scratch) { return stepAndClassify(front, scratch, row, lists, status); },
+               status, status) &&
+           status == DRAPE_OK;
 }
 
 } // namespace
 
 bool tryRow(std::int32_t frontIndex, std::int32_t& found, DefectRecord& defect, std::int32_t& status) {
     status = DRAPE_OK;
-    const std::int32_t length = model.front(frontIndex).length;
+    const std::int32_t length = model->front(frontIndex).length;
     WorkArray<std::int32_t> block;
     if (!block.take(RowArrays::sizeFor(length), status))
         return false;

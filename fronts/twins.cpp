@@ -11,14 +11,14 @@ std::int32_t rowDirectionOf(std::int32_t nodeA, std::int32_t nodeB) {
     if (nodeB < 1)
         return found;
     for (std::int32_t d = 1; d <= 4; ++d)
-        if (model.link(next(d), nodeA) == nodeB)
+        if (model->link(next(d), nodeA) == nodeB)
             found = d;
     return found;
 }
 
 bool storeAt(std::int32_t source, std::int32_t linkCount, Neighbour first, Neighbour second,
              std::int32_t& status) {
-    return storeNode(model.positionOf(source), model.normalOf(source), model.triangleOf(source), linkCount,
+    return storeNode(model->positionOf(source), model->normalOf(source), model->triangleOf(source), linkCount,
                      first, second, status);
 }
 
@@ -26,12 +26,12 @@ bool storeAt(std::int32_t source, std::int32_t linkCount, Neighbour first, Neigh
 
 bool splitNode(std::int32_t node, std::int32_t direction, std::int32_t& status) {
     const std::int32_t along = next(direction);
-    const std::int32_t a = model.link(along, node);
-    const std::int32_t b = model.link(opposite(direction), node);
+    const std::int32_t a = model->link(along, node);
+    const std::int32_t b = model->link(opposite(direction), node);
     if (!storeAt(node, 2, {direction, b}, {previous(direction), a}, status))
         return false;
-    model.setLink(along, node, 0);
-    model.setLink(direction, b, node);
+    model->setLink(along, node, 0);
+    model->setLink(direction, b, node);
     return true;
 }
 
@@ -47,16 +47,16 @@ bool doubleEdge(std::int32_t nodeA, std::int32_t nodeB, std::int32_t& status) {
         return false;
     }
     const std::int32_t along = next(d);
-    const std::int32_t before = model.link(previous(d), nodeA);
-    const std::int32_t behindA = model.link(opposite(d), nodeA);
-    const std::int32_t behindB = model.link(opposite(d), nodeB);
+    const std::int32_t before = model->link(previous(d), nodeA);
+    const std::int32_t behindA = model->link(opposite(d), nodeA);
+    const std::int32_t behindB = model->link(opposite(d), nodeB);
     if (!storeAt(nodeA, before != 0 ? 2 : 1, {d, behindA}, {along, before}, status))
         return false;
-    if (!storeAt(nodeB, 2, {d, behindB}, {along, *model.nodeCount}, status))
+    if (!storeAt(nodeB, 2, {d, behindB}, {along, *model->nodeCount}, status))
         return false;
-    model.setLink(previous(d), nodeA, 0);
-    model.setLink(d, behindA, nodeA);
-    model.setLink(d, behindB, nodeB);
+    model->setLink(previous(d), nodeA, 0);
+    model->setLink(d, behindA, nodeA);
+    model->setLink(d, behindB, nodeB);
     return true;
 }
 

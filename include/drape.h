@@ -32,8 +32,10 @@
  * Ownership    The caller owns every array that it hands in, and the library keeps no pointer to any of them
  *              beyond the call, but for npinco, which is there for that. Work arrays live for one call and
  *              are given back on every road out of it.
- * Re-entrancy  None. The model of a run is process-wide: one thread, one run at a time in a process. Several
- *              plies at once take several processes. Different threads may call one after the other.
+ * Threads      gzprp2, nptfpt and gz0zorc keep nothing between calls: any number of threads may be in them at
+ *              once, each with output arrays of its own. All other operations share the state of the process,
+ *              the model that npinco registers among it, and are called one after the other, from any
+ *              thread; runs of gzprp2 beside them neither see nor change that state.
  * Bad input    The four host entry points end with a result or a code whatever the arrays hold, so long as
  *              the arrays have the sizes given here. The other operations take what they are handed on
  *              trust, as steps of a run do, unless they name a code for it.
@@ -362,11 +364,11 @@ DRAPE_API int32_t gz0zorc(const int32_t* reserved1, const int32_t* reserved2, co
 
 /* Run set-up and store. */
 
-/* Register the model of one run. gzprp2 does this itself.
+/* Register the model on which single steps work. gzprp2 has one of its own.
  *
  * For hosts that call single steps. Values are copied, so that a later change of the caller's variable isn't
  * seen. Arrays and counters are held by reference: they must stay in place, and belong to the steps, until
- * the next npinco or gzprp2. Nothing is checked, and no boundary is walked: call gzprel first, or fill the
+ * the next npinco. Nothing is checked, and no boundary is walked: call gzprel first, or fill the
  * chain by hand.
  *
  *   seedPoint to stepB            in      copied; as for gzprp2

@@ -2,9 +2,9 @@
 // of the nearest boundary triangle, so that it ends beyond the boundary and not before it.
 #include "placement/boundary_fallback.h"
 
-#include "surface/boundary_tree.h"
 #include "surface/circle_triangle.h"
 #include "surface/point_triangle.h"
+#include "surface/run_indices.h"
 
 namespace drape {
 namespace {
@@ -30,22 +30,22 @@ bool listBoundaryEdges(const std::int32_t* foundList, std::int32_t foundCount, E
 }
 
 double distanceToEdgeTriangle(const Vec3& point, std::int32_t edge, double tolerance) {
-    const SurfaceMesh& mesh = model.mesh;
+    const SurfaceMesh& mesh = model->mesh;
     const std::int32_t triangle = mesh.boundaryEdge(edge).triangle;
     return distanceToTriangle(point, mesh.corner(triangle, 0), mesh.corner(triangle, 1),
                               mesh.corner(triangle, 2), tolerance)
         .distance;
 }
 
-template <class EdgeAt>
-std::int32_t nearestOf(const Vec3& point, std::int32_t count, double tolerance, EdgeAt edgeAt) {
-    std::int32_t nearest = edgeAt(0);
+// The first of the table's edges that are nearest.
+std::int32_t nearestListed(const EdgeTable& table, const Vec3& point, double tolerance) {
+    std::int32_t nearest = table.edges[0];
     double best = distanceToEdgeTriangle(point, nearest, tolerance);
-    for (std::int32_t k = 1; k < count; ++k) {
-        const double distance = distanceToEdgeTriangle(point, edgeAt(k), tolerance);
+    for (std::int32_t k = 1; k < table.count; ++k) {
+        const double distance = distanceToEdgeTriangle(point, table.edges[k], tolerance);
         if (distance < best) {
             best = distance;
-            nearest = edgeAt(k);
+            nearest = table.edges[k];
         }
     }
     return nearest;
@@ -53,11 +53,9 @@ std::int32_t nearestOf(const Vec3& point, std::int32_t count, double tolerance, 
 
 std::int32_t nearestEdge(const Vec3& ahead, const EdgeTable& table, double tolerance) {
     if (table.count > 0)
-        return nearestOf(ahead, table.count, tolerance, [&](std::int32_t k) { return table.edges[k]; });
-    if (model.boundaryTree != nullptr)
-        return model.boundaryTree->nearest(
-            ahead, [&](std::int32_t e) { return distanceToEdgeTriangle(ahead, e, tolerance); });
-    return nearestOf(ahead, model.mesh.boundaryCount, tolerance, [](std::int32_t k) { return k + 1; });
+        return nearestListed(table, ahead, tolerance);
+    return nearestBoundaryEdge(ahead,
+                               [&](std::int32_t e) { return distanceToEdgeTriangle(ahead, e, tolerance); });
 }
 
 // Of the hits ahead of the centre the one nearest to the edge's line, -1 if all lie behind.
@@ -89,7 +87,7 @@ bool fallBackToBoundary(const Vec3& centre, const Vec3& planeNormal, const Vec3&
         status = DRAPE_EDGE_TABLE_FULL;
         return false;
     }
-    const SurfaceMesh& mesh = model.mesh;
+    const SurfaceMesh& mesh = model->mesh;
     if (mesh.boundaryCount < 1) {
         status = DRAPE_NO_FALLBACK_HIT;
         return false;

@@ -33,17 +33,17 @@ struct CellCircle {
 
 bool cellAt(std::int32_t r, std::int32_t direction, std::int32_t walkDirection, Cell& cell) {
     cell.r = r;
-    cell.h = model.link(opposite(walkDirection), r);
-    cell.e = model.link(direction, cell.h);
+    cell.h = model->link(opposite(walkDirection), r);
+    cell.e = model->link(direction, cell.h);
     if (cell.h == 0 || cell.e == 0)
         return false;
-    cell.posR = model.positionOf(cell.r);
-    cell.posH = model.positionOf(cell.h);
-    cell.posE = model.positionOf(cell.e);
-    cell.alongFront = model.stepAlong(direction);
-    cell.alongRow = model.stepAlong(next(direction));
+    cell.posR = model->positionOf(cell.r);
+    cell.posH = model->positionOf(cell.h);
+    cell.posE = model->positionOf(cell.e);
+    cell.alongFront = model->stepAlong(direction);
+    cell.alongRow = model->stepAlong(next(direction));
     cell.normal = unitNormal(cell.posR - cell.posH, cell.posE - cell.posH);
-    cell.outward = prosca(cell.normal, model.normalOf(cell.h)) >= 0.0 ? cell.normal : -cell.normal;
+    cell.outward = prosca(cell.normal, model->normalOf(cell.h)) >= 0.0 ? cell.normal : -cell.normal;
     cell.forward = unitNormal(cell.posE - cell.posR, cell.normal);
     return true;
 }
@@ -62,9 +62,9 @@ CellCircle circleOf(const Cell& cell, double distance2) {
 // Looks for the node on the surface, first from the triangle of E and then from that of R.
 bool placeOnSurface(const Cell& cell, CircleSearch& search, SearchScratch& scratch, SurfacePoint& found,
                     std::int32_t& status) {
-    const double tolerance = model.tolerance;
+    const double tolerance = model->tolerance;
     const Ball balls[] = {{cell.posR, cell.alongFront, tolerance}, {cell.posE, cell.alongRow, tolerance}};
-    for (const std::int32_t start : {model.triangleOf(cell.e), model.triangleOf(cell.r)}) {
+    for (const std::int32_t start : {model->triangleOf(cell.e), model->triangleOf(cell.r)}) {
         if (start == 0)
             continue;
         scratch.clearCallersList();
@@ -82,11 +82,11 @@ void placeOffSurface(const Cell& cell, const CircleSearch& search, const SearchS
     FallbackPoint fallback;
     std::int32_t reason = DRAPE_OK;
     if (fallBackToBoundary(search.centre, search.planeNormal, search.forward, search.radius,
-                           scratch.foundList, scratch.foundCount, model.tolerance, fallback, reason)) {
+                           scratch.foundList, scratch.foundCount, model->tolerance, fallback, reason)) {
         found = {fallback.point, fallback.normal, 0};
         return;
     }
-    Vec3 normal = cell.alongFront * model.normalOf(cell.e) + cell.alongRow * model.normalOf(cell.r);
+    Vec3 normal = cell.alongFront * model->normalOf(cell.e) + cell.alongRow * model->normalOf(cell.r);
     devor(normal);
     found = {search.centre + search.radius * search.forward, normal, 0};
 }
@@ -141,7 +141,7 @@ bool fillRow(const std::int32_t* nodes, std::int32_t pivotIndex, std::int32_t le
         if (!closeCell(nodes[pivotIndex + k * step - 1], direction, walkDirection, scratch, status))
             return false;
         if (!upward)
-            row.firstNode = *model.nodeCount;
+            row.firstNode = *model->nodeCount;
         ++row.length;
     }
     row.pivotRequest = PIVOT_AUTOMATIC;
@@ -155,7 +155,7 @@ using namespace drape;
 extern "C" int32_t uzprdf(const int32_t* nodes, const int32_t* pivotIndex, const int32_t* length,
                           const int32_t* direction, const int32_t* walkDirection, int32_t* work,
                           int32_t* rowRecord, int32_t* status) {
-    SearchScratch scratch = SearchScratch::inCallersWork(work);
+    SearchScratch scratch(work);
     return fillRow(nodes, *pivotIndex, *length, *direction, *walkDirection, scratch, asFront(rowRecord),
                    *status)
                ? 0

@@ -31,16 +31,16 @@ Heading headingFromSeed(const Vec3& position, std::int32_t direction) {
     Heading heading;
     switch (direction) {
     case DRAPE_DIRECTION_1:
-        heading.forward = model.seedDirA;
+        heading.forward = model->seedDirA;
         break;
     case DRAPE_DIRECTION_2:
-        heading.forward = -model.seedDirB;
+        heading.forward = -model->seedDirB;
         break;
     case DRAPE_DIRECTION_3:
-        heading.forward = -model.seedDirA;
+        heading.forward = -model->seedDirA;
         break;
     default:
-        heading.forward = model.seedDirB;
+        heading.forward = model->seedDirB;
         break;
     }
     heading.backPoint = position - heading.forward;
@@ -66,27 +66,27 @@ bool headingFromNeighbours(std::int32_t node, std::int32_t direction, std::int32
                            Heading& heading) {
     if (!isDirection(direction))
         return false;
-    const std::int32_t follower = model.link(next(direction), node);
-    const std::int32_t predecessor = model.link(previous(direction), node);
-    const std::int32_t behind = model.link(opposite(direction), node);
+    const std::int32_t follower = model->link(next(direction), node);
+    const std::int32_t predecessor = model->link(previous(direction), node);
+    const std::int32_t behind = model->link(opposite(direction), node);
     if (follower == 0 && predecessor == 0 && behind == 0)
         return false;
-    const Vec3 position = model.positionOf(node);
-    const Vec3 normal = model.normalOf(node);
+    const Vec3 position = model->positionOf(node);
+    const Vec3 normal = model->normalOf(node);
     Vec3 toPredecessor{}, byPredecessor{}, toFollower{}, byFollower{};
     if (predecessor != 0) {
-        toPredecessor = model.positionOf(predecessor) - position;
+        toPredecessor = model->positionOf(predecessor) - position;
         byPredecessor = unitNormal(toPredecessor, normal);
     }
     if (follower != 0) {
-        toFollower = model.positionOf(follower) - position;
+        toFollower = model->positionOf(follower) - position;
         byFollower = unitNormal(normal, toFollower);
     }
-    Vec3 back = model.positionOf(behind) - position;
+    Vec3 back = model->positionOf(behind) - position;
     if (behind == 0) {
         back = unitNormal(normal, toPredecessor) + unitNormal(toFollower, normal);
         devor(back);
-        back = model.stepAlong(direction) * back;
+        back = model->stepAlong(direction) * back;
     }
     const bool usePredecessor = predecessor != 0 && stepMode != STEP_BY_FOLLOWER;
     Vec3 forward = forwardFromRow(byFollower, follower != 0, byPredecessor, usePredecessor, stepMode, back);
@@ -94,7 +94,7 @@ bool headingFromNeighbours(std::int32_t node, std::int32_t direction, std::int32
     if (prosca(forward, back) > 0.0)
         forward = -forward;
     heading.forward = forward;
-    heading.backPoint = behind != 0 ? model.positionOf(behind) : position - forward;
+    heading.backPoint = behind != 0 ? model->positionOf(behind) : position - forward;
     heading.toPredecessor = toPredecessor;
     heading.back = back;
     heading.foldTest = behind != 0 && usePredecessor;
@@ -112,18 +112,18 @@ bool foldsBack(const Heading& heading, const Vec3& step) {
 bool stepOnSurface(std::int32_t node, double step, Heading& heading, SearchScratch& scratch,
                    SurfacePoint& found, bool& placed, std::int32_t& status) {
     placed = false;
-    const double tolerance = model.tolerance;
-    const Vec3 position = model.positionOf(node);
-    const Vec3 normal = model.normalOf(node);
+    const double tolerance = model->tolerance;
+    const Vec3 position = model->positionOf(node);
+    const Vec3 normal = model->normalOf(node);
     const Ball ball{position, step, tolerance};
     CircleSearch search{position, normal, heading.forward, step, heading.backPoint};
-    if (!searchSurface(model.triangleOf(node), &ball, 1, search, scratch, found, status))
+    if (!searchSurface(model->triangleOf(node), &ball, 1, search, scratch, found, status))
         return false;
     heading.forward = search.forward;
     placed = found.triangle != 0;
     if (placed && heading.foldTest && foldsBack(heading, found.point - position)) {
         placed = false;
-        if (!listInRange(model.triangleOf(node), &ball, 1, scratch, status))
+        if (!listInRange(model->triangleOf(node), &ball, 1, scratch, status))
             return false;
     }
     if (placed || scratch.foundCount == 0)
@@ -142,9 +142,9 @@ bool stepOnSurface(std::int32_t node, double step, Heading& heading, SearchScrat
 bool stepStraight(std::int32_t node, std::int32_t direction, std::int32_t stepMode, SearchScratch& scratch,
                   std::int32_t& status) {
     status = DRAPE_OK;
-    const Vec3 position = model.positionOf(node);
-    const double step = model.stepAlong(direction);
-    const bool bySeed = *model.nodeCount < NODES_STEPPED_BY_SEED;
+    const Vec3 position = model->positionOf(node);
+    const double step = model->stepAlong(direction);
+    const bool bySeed = *model->nodeCount < NODES_STEPPED_BY_SEED;
     Heading heading;
     if (isDirection(direction) && bySeed) {
         heading = headingFromSeed(position, direction);
@@ -154,10 +154,10 @@ bool stepStraight(std::int32_t node, std::int32_t direction, std::int32_t stepMo
     }
     SurfacePoint found;
     bool placed = false;
-    if (model.triangleOf(node) != 0 && !stepOnSurface(node, step, heading, scratch, found, placed, status))
+    if (model->triangleOf(node) != 0 && !stepOnSurface(node, step, heading, scratch, found, placed, status))
         return false;
     if (!placed)
-        found = {position + step * heading.forward, model.normalOf(node), 0};
+        found = {position + step * heading.forward, model->normalOf(node), 0};
     return storeNode(found.point, found.normal, found.triangle, 1, {direction, node}, {}, status);
 }
 
@@ -167,6 +167,6 @@ using namespace drape;
 
 extern "C" int32_t uzprmo(const int32_t* node, const int32_t* direction, const int32_t* stepMode,
                           int32_t* work, int32_t* status) {
-    SearchScratch scratch = SearchScratch::inCallersWork(work);
+    SearchScratch scratch(work);
     return stepStraight(*node, *direction, *stepMode, scratch, *status) ? 0 : 1;
 }

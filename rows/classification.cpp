@@ -8,20 +8,20 @@ namespace drape {
 namespace {
 
 bool undecided(std::int32_t n) {
-    return model.statusOf(n) == DRAPE_NODE_UNDECIDED;
+    return model->statusOf(n) == DRAPE_NODE_UNDECIDED;
 }
 
 void openFromBehind(std::int32_t direction, std::int32_t length, const RowLists& row) {
     for (std::int32_t i = 0; i < length; ++i) {
-        const std::int32_t behind = model.statusOf(model.link(opposite(direction), row.nodes[i]));
+        const std::int32_t behind = model->statusOf(model->link(opposite(direction), row.nodes[i]));
         if (row.backCrossings[i] == 0 && (behind == DRAPE_NODE_OPEN || behind == DRAPE_NODE_CUT))
-            model.setStatus(row.nodes[i], DRAPE_NODE_OPEN);
+            model->setStatus(row.nodes[i], DRAPE_NODE_OPEN);
     }
 }
 
 void takeFrom(std::int32_t neighbour, std::int32_t node, std::int32_t crossings) {
     if (undecided(node) && !undecided(neighbour) && crossings == 0)
-        model.setStatus(node, model.statusOf(neighbour));
+        model->setStatus(node, model->statusOf(neighbour));
 }
 
 // Each sweep reads the neighbour that it hasn't passed yet, so an opening moves one place and no further.
@@ -34,10 +34,10 @@ void openAlongRow(std::int32_t length, const RowLists& row) {
 
 void markGaps(std::int32_t direction, std::int32_t length, const RowLists& row) {
     for (std::int32_t i = 0; i < length; ++i) {
-        const std::int32_t behind = model.link(opposite(direction), row.nodes[i]);
-        if (row.backCrossings[i] == 2 && model.statusOf(behind) == DRAPE_NODE_OPEN &&
-            model.statusOf(row.nodes[i]) != DRAPE_NODE_CLOSED)
-            model.setStatus(row.nodes[i], DRAPE_NODE_ACROSS_GAP);
+        const std::int32_t behind = model->link(opposite(direction), row.nodes[i]);
+        if (row.backCrossings[i] == 2 && model->statusOf(behind) == DRAPE_NODE_OPEN &&
+            model->statusOf(row.nodes[i]) != DRAPE_NODE_CLOSED)
+            model->setStatus(row.nodes[i], DRAPE_NODE_ACROSS_GAP);
     }
 }
 
@@ -45,16 +45,16 @@ void markGaps(std::int32_t direction, std::int32_t length, const RowLists& row) 
 
 void classifyRow(std::int32_t direction, std::int32_t length, const RowLists& row) {
     for (std::int32_t i = 0; i < length; ++i)
-        model.setStatus(row.nodes[i], DRAPE_NODE_UNDECIDED);
+        model->setStatus(row.nodes[i], DRAPE_NODE_UNDECIDED);
     openFromBehind(direction, length, row);
     openAlongRow(length, row);
     for (std::int32_t i = 0; i < length; ++i)
         if (undecided(row.nodes[i]))
-            model.setStatus(row.nodes[i], DRAPE_NODE_CLOSED);
+            model->setStatus(row.nodes[i], DRAPE_NODE_CLOSED);
     markGaps(direction, length, row);
     for (std::int32_t i = 0; i < length; ++i)
-        if (model.triangleOf(row.nodes[i]) == 0)
-            model.setStatus(row.nodes[i], DRAPE_NODE_CLOSED);
+        if (model->triangleOf(row.nodes[i]) == 0)
+            model->setStatus(row.nodes[i], DRAPE_NODE_CLOSED);
 }
 
 } // namespace drape
@@ -73,7 +73,7 @@ extern "C" int32_t gzprip(const int32_t* rowRecord, const int32_t*, const int32_
     std::int32_t n = row.firstNode;
     for (std::int32_t i = 0; i < row.length; ++i) {
         nodes.data()[i] = n;
-        n = model.link(next(row.direction), n);
+        n = model->link(next(row.direction), n);
     }
     classifyRow(row.direction, row.length, {nodes.data(), rowCrossings, backCrossings});
     return 0;

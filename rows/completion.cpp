@@ -6,7 +6,7 @@
 
 #include "rows/classification.h"
 #include "rows/new_row.h"
-#include "services/work_arrays.h"
+#include "surface/run_indices.h"
 
 namespace drape {
 namespace {
@@ -14,7 +14,7 @@ namespace {
 // The walk over a side row, from the end where `nodes` starts it. Positions count from 0.
 class SideWalk {
 public:
-    void start(std::int32_t node) { model.setStatus(node, DRAPE_NODE_CLOSED); }
+    void start(std::int32_t node) { model->setStatus(node, DRAPE_NODE_CLOSED); }
 
     void step(std::int32_t node, bool rowCrossed, bool backCrossed) {
         if (rowCrossed) {
@@ -25,14 +25,14 @@ public:
             state_ = DRAPE_NODE_CLOSED;
             crossed_ = true;
         }
-        model.setStatus(node, state_);
+        model->setStatus(node, state_);
     }
 
     // The far end opens over an open node of the front if nothing was crossed on the way.
     void end(std::int32_t node, std::int32_t frontNode) {
-        if (model.statusOf(node) == DRAPE_NODE_CLOSED && !crossed_ &&
-            model.statusOf(frontNode) == DRAPE_NODE_OPEN)
-            model.setStatus(node, DRAPE_NODE_OPEN);
+        if (model->statusOf(node) == DRAPE_NODE_CLOSED && !crossed_ &&
+            model->statusOf(frontNode) == DRAPE_NODE_OPEN)
+            model->setStatus(node, DRAPE_NODE_OPEN);
     }
 
 private:
@@ -43,7 +43,7 @@ private:
 std::int32_t lastNodeOf(const FrontRecord& front) {
     std::int32_t n = front.firstNode;
     for (std::int32_t i = 1; i < front.length; ++i)
-        n = model.link(next(front.direction), n);
+        n = model->link(next(front.direction), n);
     return n;
 }
 
@@ -52,7 +52,7 @@ void classifySideRow(const FrontRecord& front, const RowArrays& lists) {
     if (last < 0)
         return;
     SideWalk walk;
-    if (model.statusOf(front.firstNode) != DRAPE_NODE_CUT) {
+    if (model->statusOf(front.firstNode) != DRAPE_NODE_CUT) {
         walk.start(lists.nodes[last]);
         for (std::int32_t i = last - 1; i >= 0; --i)
             walk.step(lists.nodes[i], lists.rowCrossings[i] > 0, lists.backCrossings[i] > 0);
@@ -69,7 +69,7 @@ bool buildAndClassify(std::int32_t frontIndex, SearchScratch& scratch, FrontReco
                       const RowArrays& lists, std::int32_t& status) {
     if (!buildRow(frontIndex, scratch, row, status) || !countCrossings(row, lists, status))
         return false;
-    const FrontRecord& front = model.front(frontIndex);
+    const FrontRecord& front = model->front(frontIndex);
     if (front.sideFlag == 0)
         classifyRow(row.direction, row.length, lists.asInput());
     else
@@ -80,13 +80,10 @@ bool buildAndClassify(std::int32_t frontIndex, SearchScratch& scratch, FrontReco
 } // namespace
 
 bool completeRow(std::int32_t frontIndex, FrontRecord& row, const RowArrays& lists, std::int32_t& status) {
-    if (model.runScratch != nullptr)
-        return buildAndClassify(frontIndex, *model.runScratch, row, lists, status);
-    WorkArray<std::int32_t> work;
-    if (!work.take(2 * std::int64_t{model.mesh.triCount}, status))
-        return false;
-    SearchScratch scratch = SearchScratch::inCallersWork(work.data());
-    return buildAndClassify(frontIndex, scratch, row, lists, status);
+    std::int32_t unreported = 0;
+    return withScratch(
+        [&](SearchScratch& scratch) { return buildAndClassify(frontIndex, scratch, row, lists, status); },
+        status, unreported);
 }
 
 } // namespace drape

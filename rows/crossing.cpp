@@ -5,7 +5,7 @@
 // those of its ends. A crossing is a place where the line of the segment meets such a ruling.
 #include "rows/crossing.h"
 
-#include "surface/boundary_tree.h"
+#include "surface/run_indices.h"
 
 #include <algorithm>
 #include <cmath>
@@ -199,7 +199,7 @@ std::int32_t mergeAtVertices(const SegmentHits& hits) {
         return count;
     for (std::int32_t i = 0; i < hits.count; ++i) {
         const std::int32_t j = i + 1 == hits.count ? 0 : i + 1;
-        if (hits.edges[j] == model.mesh.nextBoundaryEdge(hits.edges[i]) && hits.kinds[i] == AT_END &&
+        if (hits.edges[j] == model->mesh.nextBoundaryEdge(hits.edges[i]) && hits.kinds[i] == AT_END &&
             hits.kinds[j] == AT_START)
             --count;
     }
@@ -210,8 +210,8 @@ bool countOnSegment(const Vec3& a, const Vec3& b, double cellStep, bool offSurfa
                     std::int32_t& status) {
     status = DRAPE_OK;
     count = 0;
-    const SurfaceMesh& mesh = model.mesh;
-    const double tolerance = model.tolerance;
+    const SurfaceMesh& mesh = model->mesh;
+    const double tolerance = model->tolerance;
     const double reach = RULING_REACH * cellStep;
     const Box box = searchBox(boxAround(a, b), cellStep, tolerance);
     SegmentHits accepted;
@@ -235,7 +235,7 @@ bool countOnSegment(const Vec3& a, const Vec3& b, double cellStep, bool offSurfa
 }
 
 bool anyOffSurface(std::int32_t m, std::int32_t n) {
-    return model.triangleOf(m) == 0 || model.triangleOf(n) == 0;
+    return model->triangleOf(m) == 0 || model->triangleOf(n) == 0;
 }
 
 // How many nodes of a row, from `n` on, are looked at together.
@@ -246,27 +246,27 @@ constexpr std::int32_t STRETCH = 8;
 bool stretchIsClear(const FrontRecord& row, std::int32_t n, std::int32_t count, double cellStep) {
     Box box = Box::nothing();
     for (std::int32_t k = 0; k < count; ++k) {
-        const std::int32_t follower = model.link(next(row.direction), n);
-        const std::int32_t behind = model.link(opposite(row.direction), n);
-        box.include(model.positionOf(n));
+        const std::int32_t follower = model->link(next(row.direction), n);
+        const std::int32_t behind = model->link(opposite(row.direction), n);
+        box.include(model->positionOf(n));
         if (follower != 0)
-            box.include(model.positionOf(follower));
-        box.include(model.positionOf(behind));
+            box.include(model->positionOf(follower));
+        box.include(model->positionOf(behind));
         n = follower;
     }
-    return clearOfBoundary(searchBox(box, cellStep, model.tolerance));
+    return clearOfBoundary(searchBox(box, cellStep, model->tolerance));
 }
 
 // Fills entry i of the lists for node n.
 bool countAtNode(const FrontRecord& row, std::int32_t n, std::int32_t i, double cellStep,
                  const RowArrays& lists, std::int32_t& status) {
-    const std::int32_t follower = model.link(next(row.direction), n);
-    const std::int32_t behind = model.link(opposite(row.direction), n);
-    const Vec3 position = model.positionOf(n);
-    if (i + 1 < row.length && !countOnSegment(position, model.positionOf(follower), cellStep,
+    const std::int32_t follower = model->link(next(row.direction), n);
+    const std::int32_t behind = model->link(opposite(row.direction), n);
+    const Vec3 position = model->positionOf(n);
+    if (i + 1 < row.length && !countOnSegment(position, model->positionOf(follower), cellStep,
                                               anyOffSurface(n, follower), lists.rowCrossings[i], status))
         return false;
-    return countOnSegment(model.positionOf(behind), position, cellStep, anyOffSurface(n, behind),
+    return countOnSegment(model->positionOf(behind), position, cellStep, anyOffSurface(n, behind),
                           lists.backCrossings[i], status);
 }
 
@@ -274,11 +274,11 @@ bool countAtNode(const FrontRecord& row, std::int32_t n, std::int32_t i, double 
 
 bool countCrossings(const FrontRecord& row, const RowArrays& lists, std::int32_t& status) {
     status = DRAPE_OK;
-    const double cellStep = model.stepAlong(row.direction);
+    const double cellStep = model->stepAlong(row.direction);
     std::int32_t n = row.firstNode;
     bool clear = false;
     for (std::int32_t i = 0; i < row.length; ++i) {
-        if (i % STRETCH == 0 && model.boundaryTree != nullptr)
+        if (i % STRETCH == 0 && onFastRoad())
             clear = stretchIsClear(row, n, std::min(STRETCH, row.length - i), cellStep);
         lists.nodes[i] = n;
         if (clear) {
@@ -288,7 +288,7 @@ bool countCrossings(const FrontRecord& row, const RowArrays& lists, std::int32_t
         } else if (!countAtNode(row, n, i, cellStep, lists, status)) {
             return false;
         }
-        n = model.link(next(row.direction), n);
+        n = model->link(next(row.direction), n);
     }
     return true;
 }

@@ -15,13 +15,13 @@ void listRow(const FrontRecord& front, std::int32_t* nodes) {
     std::int32_t n = front.firstNode;
     for (std::int32_t p = 0; p < front.length; ++p) {
         nodes[p] = n;
-        n = model.link(next(front.direction), n);
+        n = model->link(next(front.direction), n);
     }
 }
 
 bool choosePivot(const FrontRecord& front, const std::int32_t* nodes, std::int32_t& pivotIndex,
                  std::int32_t& status) {
-    const auto choose = model.pivotByGridLine == 0 ? pivotByLeastShear : pivotByGridLine;
+    const auto choose = model->pivotByGridLine == 0 ? pivotByLeastShear : pivotByGridLine;
     return choose(nodes, front.length, front.direction, front.pivotRequest, pivotIndex, status);
 }
 
@@ -34,7 +34,7 @@ bool fillFromPivot(const FrontRecord& front, const std::int32_t* nodes, SearchSc
     if (!stepStraight(pivot, front.direction, front.stepMode, scratch, status))
         return false;
     row.direction = front.direction;
-    row.firstNode = *model.nodeCount;
+    row.firstNode = *model->nodeCount;
     row.length = 1;
     const bool columns = alongColumns(front.direction);
     const std::int32_t firstSide = columns ? DRAPE_DIRECTION_2 : DRAPE_DIRECTION_1;
@@ -48,7 +48,7 @@ bool fillFromPivot(const FrontRecord& front, const std::int32_t* nodes, SearchSc
 bool buildRow(std::int32_t frontIndex, SearchScratch& scratch, FrontRecord& row, std::int32_t& status) {
     status = DRAPE_OK;
     row = FrontRecord{};
-    const FrontRecord front = model.front(frontIndex);
+    const FrontRecord front = model->front(frontIndex);
     WorkArray<std::int32_t> nodes;
     if (!nodes.take(front.length, status))
         return false;
@@ -63,6 +63,6 @@ bool buildRow(std::int32_t frontIndex, SearchScratch& scratch, FrontRecord& row,
 using namespace drape;
 
 extern "C" int32_t gzprnf(const int32_t* frontIndex, int32_t* work, int32_t* rowRecord, int32_t* status) {
-    SearchScratch scratch = SearchScratch::inCallersWork(work);
+    SearchScratch scratch(work);
     return buildRow(*frontIndex, scratch, asFront(rowRecord), *status) ? 0 : 1;
 }

@@ -45,24 +45,24 @@ double shearMeasure(const Vec3& centre, const Vec3& before, const Vec3& behind, 
 std::int32_t leastShearedPosition(const std::int32_t* nodes, std::int32_t length, std::int32_t direction) {
     if (length < 3)
         return 0;
-    const double square = model.stepA * model.stepA * model.stepB * model.stepB;
+    const double square = model->stepA * model->stepA * model->stepB * model->stepB;
     double best = square;
     std::int32_t chosen = 0;
     std::int32_t before = nodes[0];
     std::int32_t centre = nodes[1];
     for (std::int32_t p = 2; p < length; ++p) {
-        if (model.statusOf(nodes[p - 2]) != DRAPE_NODE_OPEN || model.statusOf(nodes[p]) != DRAPE_NODE_OPEN)
+        if (model->statusOf(nodes[p - 2]) != DRAPE_NODE_OPEN || model->statusOf(nodes[p]) != DRAPE_NODE_OPEN)
             continue;
         const std::int32_t a = before;
         const std::int32_t c = centre;
-        const std::int32_t behind = model.link(opposite(direction), c);
-        const std::int32_t after = model.link(next(direction), c);
+        const std::int32_t behind = model->link(opposite(direction), c);
+        const std::int32_t after = model->link(next(direction), c);
         before = c;
         centre = after;
         if (c == 0 || behind == 0 || a == 0 || after == 0)
             continue;
-        const double measure = shearMeasure(model.positionOf(c), model.positionOf(a),
-                                            model.positionOf(behind), model.positionOf(after), square);
+        const double measure = shearMeasure(model->positionOf(c), model->positionOf(a),
+                                            model->positionOf(behind), model->positionOf(after), square);
         if (measure < best) {
             chosen = p;
             best = measure;
@@ -73,20 +73,20 @@ std::int32_t leastShearedPosition(const std::int32_t* nodes, std::int32_t length
 
 // The last position on the grid line through the seed, 0 if the row doesn't cross it.
 std::int32_t gridLinePosition(const std::int32_t* nodes, std::int32_t length, std::int32_t direction) {
-    const std::int32_t* coordinate = alongColumns(direction) ? model.nodeJ : model.nodeI;
+    const std::int32_t* coordinate = alongColumns(direction) ? model->nodeJ : model->nodeI;
     std::int32_t chosen = 0;
     for (std::int32_t p = 1; p <= length; ++p)
-        if (model.holdsNode(nodes[p - 1]) && coordinate[nodes[p - 1] - 1] == 0)
+        if (model->holdsNode(nodes[p - 1]) && coordinate[nodes[p - 1] - 1] == 0)
             chosen = p;
     return chosen;
 }
 
 // Moves an automatic choice off a closed node, to the last open one if there is any.
 void moveToOpenNode(const std::int32_t* nodes, std::int32_t length, std::int32_t& pivotIndex) {
-    if (length < 1 || model.statusOf(nodes[pivotIndex - 1]) >= 0)
+    if (length < 1 || model->statusOf(nodes[pivotIndex - 1]) >= 0)
         return;
     for (std::int32_t p = 1; p <= length; ++p)
-        if (model.statusOf(nodes[p - 1]) == DRAPE_NODE_OPEN)
+        if (model->statusOf(nodes[p - 1]) == DRAPE_NODE_OPEN)
             pivotIndex = p;
 }
 

@@ -8,11 +8,8 @@
 #include "run/model.h"
 #include "services/work_arrays.h"
 #include "surface/boundary_chain.h"
-#include "surface/boundary_tree.h"
 #include "surface/point_triangle.h"
-#include "surface/surface_search.h"
-#include "surface/triangle_bounds.h"
-#include "surface/triangle_tree.h"
+#include "surface/run_indices.h"
 
 #include <algorithm>
 
@@ -24,11 +21,7 @@ struct RunArrays {
     WorkArray<std::int32_t> fronts;
     WorkArray<std::int32_t> boundaryEdges;
     WorkArray<double> boundaryNormals;
-    WorkArray<std::int32_t> foundList, marks, fansDone;
-    TriangleBounds triangleBounds;
-    TriangleTree triangleTree;
-    BoundaryTree boundaryTree;
-    SearchScratch scratch;
+    RunIndices indices;
 
     // Whatever is written there is written before it is read, so none of these needs clearing.
     bool takeTables(std::int32_t nodeCapacity, std::int32_t vertCount, std::int32_t& status) {
@@ -37,56 +30,25 @@ struct RunArrays {
                boundaryNormals.take(3 * std::int64_t{vertCount}, status);
     }
 
-    bool takeScratch(const SurfaceMesh& mesh, std::int32_t& status) {
-        if (!foundList.take(mesh.triCount, status) || !marks.take(mesh.triCount, status) ||
-            !fansDone.take(mesh.vertCount, status))
-            return false;
-        clear(marks.data(), mesh.triCount);
-        clear(fansDone.data(), mesh.vertCount);
-        scratch.foundList = foundList.data();
-        scratch.marks = marks.data();
-        scratch.fansDone = fansDone.data();
-        return true;
-    }
-
     // The last failing release wins.
     void release(std::int32_t& status) {
         fronts.release(status);
         boundaryEdges.release(status);
         boundaryNormals.release(status);
-        foundList.release(status);
-        marks.release(status);
-        fansDone.release(status);
-        triangleBounds.release(status);
-        triangleTree.release(status);
-        boundaryTree.release(status);
+        indices.release(status);
     }
 };
 
-bool buildIndices(RunArrays& arrays, std::int32_t& status) {
-    const double longestStep = std::max(model.stepA, model.stepB);
-    if (!arrays.takeScratch(model.mesh, status) ||
-        !arrays.triangleBounds.build(model.mesh, model.tolerance, status) ||
-        !arrays.triangleTree.build(model.mesh, model.tolerance, longestStep, status) ||
-        !arrays.boundaryTree.build(model.mesh, model.tolerance, status))
-        return false;
-    model.runScratch = &arrays.scratch;
-    model.triangleBounds = &arrays.triangleBounds;
-    model.triangleTree = arrays.triangleTree.usable() ? &arrays.triangleTree : nullptr;
-    model.boundaryTree = &arrays.boundaryTree;
-    return true;
-}
-
 // The first of the triangles nearest to the seed.
 std::int32_t seedTriangle(const TriangleBounds& bounds) {
-    const SurfaceMesh& mesh = model.mesh;
+    const SurfaceMesh& mesh = model->mesh;
     std::int32_t nearest = 0;
     double best = 0.0;
     for (std::int32_t t = 1; t <= mesh.triCount; ++t) {
-        if (t > 1 && bounds.distanceBelow(t, model.seedPoint) >= best)
+        if (t > 1 && bounds.distanceBelow(t, model->seedPoint) >= best)
             continue;
-        const double distance = distanceToTriangle(model.seedPoint, mesh.corner(t, 0), mesh.corner(t, 1),
-                                                   mesh.corner(t, 2), model.tolerance)
+        const double distance = distanceToTriangle(model->seedPoint, mesh.corner(t, 0), mesh.corner(t, 1),
+                                                   mesh.corner(t, 2), model->tolerance)
                                     .distance;
         if (t == 1 || best > distance) {
             nearest = t;
@@ -97,41 +59,44 @@ std::int32_t seedTriangle(const TriangleBounds& bounds) {
 }
 
 bool storeSeed(const TriangleBounds& bounds, std::int32_t& status) {
-    const SurfaceMesh& mesh = model.mesh;
+    const SurfaceMesh& mesh = model->mesh;
     const std::int32_t triangle = seedTriangle(bounds);
     const Vec3 b = mesh.corner(triangle, 1);
     const Vec3 normal = unitNormal(b - mesh.corner(triangle, 0), mesh.corner(triangle, 2) - b);
-    *model.nodeCount = 0;
-    if (!storeNode(model.seedPoint, normal, triangle, 0, {}, {}, status))
+    *model->nodeCount = 0;
+    if (!storeNode(model->seedPoint, normal, triangle, 0, {}, {}, status))
         return false;
-    model.setStatus(1, DRAPE_NODE_OPEN);
+    model->setStatus(1, DRAPE_NODE_OPEN);
     return true;
 }
 
 void openSeedFronts() {
-    *model.frontCount = 4;
+    *model->frontCount = 4;
     for (std::int32_t d = 1; d <= 4; ++d) {
         FrontRecord front;
         front.direction = d;
         front.firstNode = 1;
         front.length = 1;
-        model.front(d) = front;
+        model->front(d) = front;
     }
 }
 
 // A finished grid knows open and closed nodes only.
 void closeMarkedNodes() {
-    for (std::int32_t n = 1; n <= *model.nodeCount; ++n) {
-        std::int32_t& status = model.nodeStatus[n - 1];
+    for (std::int32_t n = 1; n <= *model->nodeCount; ++n) {
+        std::int32_t& status = model->nodeStatus[n - 1];
         if (status == DRAPE_NODE_ACROSS_GAP || status == DRAPE_NODE_CUT)
             status = DRAPE_NODE_CLOSED;
     }
 }
 
 LoopEnd runOnModel(RunArrays& arrays, const std::int32_t* vertBoundary, std::int32_t& status) {
-    if (!walkBoundary(model.mesh, vertBoundary, model.mesh.boundaryCount, arrays.boundaryEdges.data(),
+    if (!walkBoundary(model->mesh, vertBoundary, model->mesh.boundaryCount, arrays.boundaryEdges.data(),
                       arrays.boundaryNormals.data(), status) ||
-        !buildIndices(arrays, status) || !storeSeed(arrays.triangleBounds, status))
+        !arrays.indices.build(model->mesh, model->tolerance, std::max(model->stepA, model->stepB), status))
+        return LoopEnd::stopped;
+    model->indices = &arrays.indices;
+    if (!storeSeed(arrays.indices.triangleBounds, status))
         return LoopEnd::stopped;
     openSeedFronts();
     const LoopEnd end = runFrontLoop(status);
@@ -172,6 +137,7 @@ extern "C" int32_t gzprp2(const double* seedPoint, const double* seedDirA, const
     RunArrays arrays;
     LoopEnd end = LoopEnd::stopped;
     if (arrays.takeTables(*nodeCapacity, *vertCount, *status)) {
+        const OwnModel own;
         std::int32_t frontCount = 0;
         const std::int32_t boundaryRoom = *vertCount;
         npinco(seedPoint, seedDirA, seedDirB, stepA, stepB, arrays.fronts.data(), &frontCount, link3, link1,
@@ -180,7 +146,6 @@ extern "C" int32_t gzprp2(const double* seedPoint, const double* seedDirA, const
                &boundaryRoom, arrays.boundaryEdges.data(), arrays.boundaryNormals.data(), pivotByGridLine,
                tolerance);
         end = runOnModel(arrays, vertBoundary, *status);
-        model = Model{};
     }
     if (end == LoopEnd::passArrayHeld)
         return 1;

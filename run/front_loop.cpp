@@ -33,9 +33,9 @@ public:
                 return LoopEnd::stopped;
             }
             skipHeldFronts();
-            if (*model.frontCount == 0)
+            if (*model->frontCount == 0)
                 return LoopEnd::tableEmpty;
-            if (index_ > *model.frontCount)
+            if (index_ > *model->frontCount)
                 index_ = 1;
         }
     }
@@ -43,7 +43,7 @@ public:
 private:
     // One pass at `index_`, which ends on the next place to look at.
     bool runPass(std::int32_t& status) {
-        FrontRecord& front = model.front(index_);
+        FrontRecord& front = model->front(index_);
         if (!extendFront(front, status))
             return false;
         const std::int32_t length = front.length;
@@ -57,7 +57,7 @@ private:
     }
 
     bool advanceFront(const RowArrays& lists, std::int32_t length, std::int32_t& status) {
-        const std::int32_t nodesBefore = *model.nodeCount;
+        const std::int32_t nodesBefore = *model->nodeCount;
         FrontRecord row;
         if (!completeRow(index_, row, lists, status))
             return false;
@@ -71,18 +71,18 @@ private:
     }
 
     bool repair(std::int32_t defectCount, std::int32_t nodesBefore, std::int32_t& status) {
-        const FrontRecord before = model.front(index_);
-        const std::int32_t frontsBefore = *model.frontCount;
-        if (!repairFront(index_, defectCount, defects_, status))
+        const FrontRecord before = model->front(index_);
+        const std::int32_t frontsBefore = *model->frontCount;
+        if (!repairFront(index_, defectCount, defects_, savedDefects_, status))
             return false;
-        if (*model.nodeCount != nodesBefore || *model.frontCount != frontsBefore) {
+        if (*model->nodeCount != nodesBefore || *model->frontCount != frontsBefore) {
             idleRepairs_ = 0;
             return true;
         }
         // Nothing was cut. The same front would show the same defect for ever, and so would fronts that only
         // change places.
         ++idleRepairs_;
-        if (model.front(index_) == before || idleRepairs_ / 2 > *model.frontCount) {
+        if (model->front(index_) == before || idleRepairs_ / 2 > *model->frontCount) {
             status = DRAPE_REPAIR_CUTS_NOTHING;
             return false;
         }
@@ -101,25 +101,25 @@ private:
             CornerRecord corners[CORNER_TABLE_SIZE];
             std::int32_t cornerCount = 0;
             findCorners(lists.asInput(), length, index_, &cursor, corners, cornerCount);
-            const std::int32_t frontsBefore = *model.frontCount;
+            const std::int32_t frontsBefore = *model->frontCount;
             if (!openCorners(corners, cornerCount, status))
                 return false;
-            index_ += *model.frontCount - frontsBefore + 1;
+            index_ += *model->frontCount - frontsBefore + 1;
         }
         return true;
     }
 
     // A held front is passed over each time that the loop comes to it after a pass.
     void skipHeldFronts() {
-        while (index_ <= *model.frontCount && model.front(index_).holdCount != 0) {
-            --model.front(index_).holdCount;
+        while (index_ <= *model->frontCount && model->front(index_).holdCount != 0) {
+            --model->front(index_).holdCount;
             ++index_;
         }
     }
 
     std::int32_t index_ = 1;
     std::int32_t idleRepairs_ = 0; // in a row, without a node stored or a front more
-    DefectRecord defects_[DEFECT_TABLE_SIZE];
+    DefectRecord defects_[DEFECT_TABLE_SIZE], savedDefects_[DEFECT_TABLE_SIZE];
     WorkArray<std::int32_t> pass_;
 };
 

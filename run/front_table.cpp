@@ -8,37 +8,37 @@ namespace drape {
 bool insertFront(const FrontRecord& record, std::int32_t position, std::int32_t& status) {
     status = DRAPE_OK;
     const FrontRecord inserted = record; // the caller's record may stand in the table that moves
-    const std::int32_t count = ++*model.frontCount;
+    const std::int32_t count = ++*model->frontCount;
     if (position < 1 || position > count) {
         status = DRAPE_BAD_FRONT_POSITION;
         return false;
     }
-    if (count > model.nodeCapacity) {
+    if (count > model->nodeCapacity) {
         status = DRAPE_FRONTS_FULL;
         return false;
     }
-    FrontRecord* place = &model.front(position);
-    FrontRecord* oldEnd = model.fronts + (count - 1);
+    FrontRecord* place = &model->front(position);
+    FrontRecord* oldEnd = model->fronts + (count - 1);
     std::move_backward(place, oldEnd, oldEnd + 1);
     *place = inserted;
     return true;
 }
 
 void removeFront(std::int32_t position) {
-    const std::int32_t count = --*model.frontCount;
+    const std::int32_t count = --*model->frontCount;
     if (position < 1 || position > count)
         return;
-    FrontRecord* place = &model.front(position);
-    std::move(place + 1, model.fronts + (count + 1), place);
+    FrontRecord* place = &model->front(position);
+    std::move(place + 1, model->fronts + (count + 1), place);
 }
 
 void dropRow(std::int32_t position) {
-    const FrontRecord& front = model.front(position);
-    *model.nodeCount -= front.length;
+    const FrontRecord& front = model->front(position);
+    *model->nodeCount -= front.length;
     std::int32_t n = front.firstNode;
     for (std::int32_t k = 0; k < front.length; ++k) {
-        model.setLink(front.direction, n, 0);
-        n = model.link(next(front.direction), n);
+        model->setLink(front.direction, n, 0);
+        n = model->link(next(front.direction), n);
     }
 }
 

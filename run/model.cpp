@@ -3,7 +3,13 @@
 
 namespace drape {
 
-Model model;
+namespace {
+
+constinit Model processModel;
+
+} // namespace
+
+constinit thread_local Model* model = &processModel;
 
 } // namespace drape
 
@@ -43,5 +49,5 @@ extern "C" void npinco(const double* seedPoint, const double* seedDirA, const do
               triVerts,  vertPos,    *boundaryCount, boundaryEdges, boundaryNormals};
     m.pivotByGridLine = *pivotByGridLine;
     m.tolerance = *tolerance;
-    model = m;
+    *model = m;
 }

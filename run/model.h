@@ -1,8 +1,9 @@
 // The model of one run and its node store.
 //
-// One drape run works on one process-wide model: the mesh, the grid arrays of the caller and the table of
-// live fronts. Nodes are only ever appended, rows are dropped from the end, and neighbours are reached by
-// links in four directions, clockwise 1 to 4. All node, triangle and vertex numbers are 1-based, 0 is none.
+// A model holds the mesh, the grid arrays of the caller and the table of live fronts. Nodes are only ever
+// appended, rows are dropped from the end, and neighbours are reached by links in four directions, clockwise
+// 1 to 4. All node, triangle and vertex numbers are 1-based, 0 is none. A whole run works on a model of its
+// own, so that runs in several threads don't meet; operations called one by one share the process's model.
 #pragma once
 
 #include "drape.h"
@@ -12,10 +13,7 @@
 
 namespace drape {
 
-class TriangleBounds;
-class TriangleTree;
-class BoundaryTree;
-struct SearchScratch;
+struct RunIndices;
 
 constexpr std::int32_t next(std::int32_t d) {
     return d == 4 ? 1 : d + 1;
@@ -128,12 +126,9 @@ struct Model {
     std::int32_t pivotByGridLine = 0;
     double tolerance = 0.0;
 
-    // What a whole run adds to answer the same questions faster. All null while operations are called one
-    // by one, which then go the plain road.
-    const TriangleBounds* triangleBounds = nullptr;
-    const TriangleTree* triangleTree = nullptr;
-    const BoundaryTree* boundaryTree = nullptr;
-    SearchScratch* runScratch = nullptr;
+    // What a whole run adds to answer the same questions faster. Null while operations are called one by one,
+    // which then go the plain road.
+    RunIndices* indices = nullptr;
 
     bool holdsNode(std::int32_t n) const { return n >= 1 && n <= nodeCapacity; }
     bool isNode(std::int32_t n) const { return n >= 1 && n <= *nodeCount; }
@@ -159,7 +154,23 @@ struct Model {
     FrontRecord& front(std::int32_t position) const { return fronts[position - 1]; }
 };
 
-extern Model model;
+// The model on which this thread works at present: the process's, or that of the run that it is in. One
+// pointer in the thread's static storage, so that reaching the model costs no call and the library can still
+// be loaded at run time.
+extern constinit thread_local Model* model __attribute__((tls_model("initial-exec")));
+
+// Puts a model of its own in the place of the thread's present one for as long as it lives.
+class OwnModel {
+public:
+    OwnModel() : before_(model) { model = &own_; }
+    ~OwnModel() { model = before_; }
+    OwnModel(const OwnModel&) = delete;
+    OwnModel& operator=(const OwnModel&) = delete;
+
+private:
+    Model own_;
+    Model* before_;
+};
 
 // A neighbour from which a new node is wired: the new node lies at link[direction][node].
 struct Neighbour {

@@ -10,8 +10,8 @@ namespace {
 constexpr double UNIT_LENGTH_SLACK = static_cast<double>(0.003f);
 
 void placeInGrid(std::int32_t n, std::int32_t direction, std::int32_t from) {
-    std::int32_t i = model.nodeI[from - 1];
-    std::int32_t j = model.nodeJ[from - 1];
+    std::int32_t i = model->nodeI[from - 1];
+    std::int32_t j = model->nodeJ[from - 1];
     switch (direction) {
     case DRAPE_DIRECTION_1:
         ++i;
@@ -28,17 +28,17 @@ void placeInGrid(std::int32_t n, std::int32_t direction, std::int32_t from) {
     default:
         break;
     }
-    model.nodeI[n - 1] = i;
-    model.nodeJ[n - 1] = j;
-    double* flat = model.nodeFlat + 2 * (std::int64_t{n} - 1);
-    flat[0] = static_cast<double>(i) * model.stepA;
-    flat[1] = static_cast<double>(j) * model.stepB;
+    model->nodeI[n - 1] = i;
+    model->nodeJ[n - 1] = j;
+    double* flat = model->nodeFlat + 2 * (std::int64_t{n} - 1);
+    flat[0] = static_cast<double>(i) * model->stepA;
+    flat[1] = static_cast<double>(j) * model->stepB;
 }
 
 void placeAtOrigin(std::int32_t n) {
-    model.nodeI[n - 1] = 0;
-    model.nodeJ[n - 1] = 0;
-    double* flat = model.nodeFlat + 2 * (std::int64_t{n} - 1);
+    model->nodeI[n - 1] = 0;
+    model->nodeJ[n - 1] = 0;
+    double* flat = model->nodeFlat + 2 * (std::int64_t{n} - 1);
     flat[0] = 0.0;
     flat[1] = 0.0;
 }
@@ -46,41 +46,41 @@ void placeAtOrigin(std::int32_t n) {
 void wire(std::int32_t n, Neighbour neighbour) {
     if (!isDirection(neighbour.direction))
         return;
-    model.setLink(neighbour.direction, neighbour.node, n);
-    model.setLink(opposite(neighbour.direction), n, neighbour.node);
+    model->setLink(neighbour.direction, neighbour.node, n);
+    model->setLink(opposite(neighbour.direction), n, neighbour.node);
 }
 
 } // namespace
 
 bool storeNode(const Vec3& position, const Vec3& normal, std::int32_t triangle, std::int32_t linkCount,
                Neighbour first, Neighbour second, std::int32_t& status) {
-    if (linkCount > 0 && !model.isNode(first.node)) {
+    if (linkCount > 0 && !model->isNode(first.node)) {
         status = DRAPE_BAD_PREVIOUS_NODE_1;
         return false;
     }
-    if (linkCount > 1 && !model.isNode(second.node)) {
+    if (linkCount > 1 && !model->isNode(second.node)) {
         status = DRAPE_BAD_PREVIOUS_NODE_2;
         return false;
     }
     status = DRAPE_OK;
-    if (*model.nodeCount >= model.nodeCapacity) {
+    if (*model->nodeCount >= model->nodeCapacity) {
         status = DRAPE_NODES_FULL;
         return false;
     }
-    const std::int32_t n = ++*model.nodeCount;
-    store(model.nodePos, position, n);
-    store(model.nodeNormal, normal, n);
+    const std::int32_t n = ++*model->nodeCount;
+    store(model->nodePos, position, n);
+    store(model->nodeNormal, normal, n);
     if (std::fabs(1.0 - vor(normal)) > UNIT_LENGTH_SLACK) {
         status = DRAPE_NORMAL_NOT_UNIT;
         return false;
     }
-    model.nodeTri[n - 1] = triangle;
+    model->nodeTri[n - 1] = triangle;
     if (linkCount == 0)
         placeAtOrigin(n);
     else
         placeInGrid(n, first.direction, first.node);
     for (std::int32_t d = 1; d <= 4; ++d)
-        model.links[d][n - 1] = 0;
+        model->links[d][n - 1] = 0;
     if (linkCount > 0)
         wire(n, first);
     if (linkCount == 2)
@@ -90,21 +90,21 @@ bool storeNode(const Vec3& position, const Vec3& normal, std::int32_t triangle, 
 
 bool copyNode(std::int32_t node, std::int32_t& status) {
     status = DRAPE_OK;
-    if (!model.isNode(node) || *model.nodeCount >= model.nodeCapacity) {
+    if (!model->isNode(node) || *model->nodeCount >= model->nodeCapacity) {
         status = DRAPE_NODE_NOT_COPIED;
         return false;
     }
-    const std::int32_t n = ++*model.nodeCount;
+    const std::int32_t n = ++*model->nodeCount;
     for (std::int32_t d = 1; d <= 4; ++d)
-        model.links[d][n - 1] = model.links[d][node - 1];
-    model.nodeStatus[n - 1] = model.nodeStatus[node - 1];
-    model.nodeI[n - 1] = model.nodeI[node - 1];
-    model.nodeJ[n - 1] = model.nodeJ[node - 1];
+        model->links[d][n - 1] = model->links[d][node - 1];
+    model->nodeStatus[n - 1] = model->nodeStatus[node - 1];
+    model->nodeI[n - 1] = model->nodeI[node - 1];
+    model->nodeJ[n - 1] = model->nodeJ[node - 1];
     for (std::int64_t k = 0; k < 2; ++k)
-        model.nodeFlat[2 * (std::int64_t{n} - 1) + k] = model.nodeFlat[2 * (std::int64_t{node} - 1) + k];
-    store(model.nodePos, load(model.nodePos, node), n);
-    model.nodeTri[n - 1] = model.nodeTri[node - 1];
-    store(model.nodeNormal, load(model.nodeNormal, node), n);
+        model->nodeFlat[2 * (std::int64_t{n} - 1) + k] = model->nodeFlat[2 * (std::int64_t{node} - 1) + k];
+    store(model->nodePos, load(model->nodePos, node), n);
+    model->nodeTri[n - 1] = model->nodeTri[node - 1];
+    store(model->nodeNormal, load(model->nodeNormal, node), n);
     return true;
 }
 

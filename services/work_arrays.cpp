@@ -1,13 +1,16 @@
 // Work arrays from the C heap.
 //
 // A handle is a slot of a process-wide table, counted from 1. A released slot goes on a free list and is
-// handed out again, so the table stays as long as the largest number of arrays held at once.
+// handed out again, so the table stays as long as the largest number of arrays held at once. Runs of several
+// threads share the table, so a lock stands before it, held for a few instructions at a time.
 #include "services/work_arrays.h"
 
 #include "drape.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
 namespace {
 
@@ -15,6 +18,22 @@ struct Slot {
     void* block;
     std::int32_t nextFree; // slot number, 0 at the end of the free list
 };
+
+// A lock of the standard library's would bring its run-time library in.
+class TableLock {
+public:
+    TableLock() {
+        while (taken.test_and_set(std::memory_order_acquire))
+            std::this_thread::yield();
+    }
+    ~TableLock() { taken.clear(std::memory_order_release); }
+    TableLock(const TableLock&) = delete;
+    TableLock& operator=(const TableLock&) = delete;
+
+private:
+    static constinit std::atomic_flag taken;
+};
+constinit std::atomic_flag TableLock::taken;
 
 Slot* slots = nullptr;
 std::int32_t slotCount = 0;
@@ -44,7 +63,12 @@ std::int32_t take(const T* base, std::int32_t count, std::int32_t& handle, std::
     }
     // An empty array has an address of its own too.
     void* block = std::malloc(static_cast<std::size_t>(count > 0 ? count : 1) * sizeof(T));
-    if (block == nullptr || (firstFree == 0 && !growTable())) {
+    if (block == nullptr) {
+        status = DRAPE_NO_MEMORY;
+        return 1;
+    }
+    const TableLock lock;
+    if (firstFree == 0 && !growTable()) {
         std::free(block);
         status = DRAPE_NO_MEMORY;
         return 1;
@@ -73,6 +97,7 @@ std::int32_t gialr8(const double* base, const std::int32_t* count, std::int32_t*
 
 std::int32_t giares(const std::int32_t* handle, std::int32_t* status) {
     const std::int32_t slot = *handle;
+    const TableLock lock;
     if (slot < 1 || slot > slotCount || slots[slot - 1].block == nullptr) {
         *status = DRAPE_UNKNOWN_HANDLE;
         return 1;

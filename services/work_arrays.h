@@ -2,7 +2,8 @@
 //
 // Four C functions stand between the library and the heap. They live in work_arrays.cpp alone, so a host
 // that links the static library can put its own versions in their place, and a test can make the n-th
-// request fail. Everything else goes through WorkArray, which knows how to address what they give.
+// request fail. Threads that are in runs call them at the same time. Everything else goes through WorkArray,
+// which knows how to address what they give.
 #pragma once
 
 #include <cstdint>

@@ -169,8 +169,8 @@ bool walkBoundary(const SurfaceMesh& mesh, const std::int32_t* vertBoundary, std
     const std::int32_t count = walkEdges(walk, room, edges, status);
     if (status == DRAPE_OK) {
         boundaryCount = count;
-        if (edges == model.mesh.boundaryEdges)
-            model.mesh.boundaryCount = count;
+        if (edges == model->mesh.boundaryEdges)
+            model->mesh.boundaryCount = count;
         blendNormals(mesh, edges, count, normals);
     }
     table.release(status);

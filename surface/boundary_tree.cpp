@@ -98,13 +98,4 @@ void BoundaryTree::release(std::int32_t& status) {
     firstEdge_.release(status);
 }
 
-std::int32_t firstBoundaryEdgeOf(std::int32_t triangle) {
-    if (model.boundaryTree != nullptr)
-        return model.boundaryTree->firstEdgeOf(triangle);
-    for (std::int32_t e = 1; e <= model.mesh.boundaryCount; ++e)
-        if (model.mesh.boundaryEdge(e).triangle == triangle)
-            return e;
-    return 0;
-}
-
 } // namespace drape

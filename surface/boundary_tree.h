@@ -2,7 +2,7 @@
 //
 // Consecutive edges of the chain lie side by side in space, so boxes over runs of edges in chain order make
 // a tight hierarchy without any sorting, and going through it from left to right meets the edges in chain
-// order, as a full pass would. Without a run the same questions are answered by the full pass.
+// order, as a full pass would.
 #pragma once
 
 #include "run/model.h"
@@ -115,30 +115,5 @@ private:
     WorkArray<double> block_;
     WorkArray<std::int32_t> firstEdge_;
 };
-
-// Calls visit(edge) in ascending order for all boundary edges that can overlap `box`: by the run's tree, or
-// for every edge of the chain.
-template <class Visit>
-void forEachBoundaryEdgeNear(const Box& box, Visit visit) {
-    if (model.boundaryTree != nullptr) {
-        model.boundaryTree->forEachNear(box, visit);
-        return;
-    }
-    for (std::int32_t e = 1; e <= model.mesh.boundaryCount; ++e)
-        if (!visit(e))
-            return;
-}
-
-// Whether a run can tell that no boundary edge overlaps `box`.
-inline bool clearOfBoundary(const Box& box) {
-    if (model.boundaryTree == nullptr)
-        return false;
-    bool clear = true;
-    model.boundaryTree->forEachNear(box, [&](std::int32_t) { return clear = false; });
-    return clear;
-}
-
-// The first edge of the chain whose triangle is `triangle`, 0 if there is none.
-std::int32_t firstBoundaryEdgeOf(std::int32_t triangle);
 
 } // namespace drape

@@ -7,10 +7,9 @@
 // Where not, and where nothing is found, the flood decides.
 #include "surface/surface_search.h"
 
-#include "services/growing_list.h"
 #include "surface/circle_triangle.h"
 #include "surface/point_triangle.h"
-#include "surface/triangle_tree.h"
+#include "surface/run_indices.h"
 
 #include <algorithm>
 #include <limits>
@@ -18,27 +17,10 @@
 namespace drape {
 namespace {
 
-// Where the walk stands in the fans of one triangle.
-struct FanWalk {
-    std::int32_t triangle;
-    std::int32_t corner;
-    std::int32_t vertex;   // at that corner
-    std::int32_t position; // next entry of vertTriList
-    std::int32_t end;
-};
-
-struct Candidate {
-    Vec3 point;
-    std::int32_t triangle;
-};
-
-// Working tables of one search, empty between searches; they outgrow their fixed places only on very fine
-// meshes.
-GrowingList<FanWalk, 1024> fanStack;
-GrowingList<Candidate, 512> candidates;
+using Candidates = decltype(SearchScratch::candidates);
 
 bool exactlyInRange(std::int32_t triangle, const Ball& ball) {
-    const SurfaceMesh& mesh = model.mesh;
+    const SurfaceMesh& mesh = model->mesh;
     const TriangleDistance exact =
         distanceToTriangle(ball.centre, mesh.corner(triangle, 0), mesh.corner(triangle, 1),
                            mesh.corner(triangle, 2), ball.tolerance);
@@ -48,7 +30,7 @@ bool exactlyInRange(std::int32_t triangle, const Ball& ball) {
 // Settles what the sphere of a triangle left open.
 bool settled(Range range, std::int32_t triangle, const Ball& ball) {
     if (range == Range::unknown)
-        range = model.triangleBounds->inRangeByCorners(triangle, ball);
+        range = model->indices->triangleBounds.inRangeByCorners(triangle, ball);
     return range == Range::unknown ? exactlyInRange(triangle, ball) : range == Range::in;
 }
 
@@ -66,7 +48,7 @@ Visit visitPlainly(std::int32_t triangle, const Ball* balls, int ballCount) {
 
 // The same answer from bounds.
 Visit visitByBounds(std::int32_t triangle, const Ball* balls, int ballCount) {
-    const TriangleBounds& bounds = *model.triangleBounds;
+    const TriangleBounds& bounds = model->indices->triangleBounds;
     const Range first = bounds.inRange(triangle, balls[0]);
     if (ballCount == 1) {
         const bool within = settled(first, triangle, balls[0]);
@@ -80,17 +62,21 @@ Visit visitByBounds(std::int32_t triangle, const Ball* balls, int ballCount) {
     return {inFirst || inSecond, inFirst && inSecond};
 }
 
-// The marks of a caller's array: 1 in range, 2 out of range. Fans are looked through every time.
-struct CallersMarks {
+// The plain road of a flood, over the marks of a caller's array: 1 in range, 2 out of range. Fans are looked
+// through every time.
+struct PlainFlood {
     std::int32_t* marks;
     bool visited(std::int32_t triangle) const { return marks[triangle - 1] > 0; }
     void mark(std::int32_t triangle, bool goOn) const { marks[triangle - 1] = goOn ? 1 : 2; }
     bool fanDone(std::int32_t) const { return false; }
     void finishFan(std::int32_t) const {}
+    static Visit visit(std::int32_t triangle, const Ball* balls, int ballCount) {
+        return visitPlainly(triangle, balls, ballCount);
+    }
 };
 
-// The run's stamps. A fan that has been looked through to its end holds no unvisited triangle.
-struct RunMarks {
+// The run's, over stamps. A fan that has been looked through to its end holds no unvisited triangle.
+struct RunFlood {
     std::int32_t* marks;
     std::int32_t* fansDone;
     std::int32_t stamp;
@@ -98,23 +84,27 @@ struct RunMarks {
     void mark(std::int32_t triangle, bool) const { marks[triangle - 1] = stamp; }
     bool fanDone(std::int32_t v) const { return fansDone[v - 1] == stamp; }
     void finishFan(std::int32_t v) const { fansDone[v - 1] = stamp; }
+    static Visit visit(std::int32_t triangle, const Ball* balls, int ballCount) {
+        return visitByBounds(triangle, balls, ballCount);
+    }
 };
 
-template <class Marks>
+template <class Road>
 class Flood {
 public:
-    Flood(const Marks& marks, const Ball* balls, int ballCount, SearchScratch& scratch)
-        : marks_(marks), balls_(balls), ballCount_(ballCount), scratch_(scratch) {}
+    Flood(const Road& road, const Ball* balls, int ballCount, SearchScratch& scratch)
+        : road_(road), balls_(balls), ballCount_(ballCount), scratch_(scratch) {}
 
     bool run(std::int32_t start, std::int32_t& status) {
-        fanStack.reset();
-        if (visit(start) && !fanStack.push(fanOf(start, 0), status))
+        auto& stack = scratch_.fanStack;
+        stack.reset();
+        if (visit(start) && !stack.push(fanOf(start, 0), status))
             return false;
-        while (!fanStack.empty()) {
-            const std::int32_t triangle = nextUnvisited(fanStack.top());
+        while (!stack.empty()) {
+            const std::int32_t triangle = nextUnvisited(stack.top());
             if (triangle == 0)
-                fanStack.pop();
-            else if (visit(triangle) && !fanStack.push(fanOf(triangle, 0), status))
+                stack.pop();
+            else if (visit(triangle) && !stack.push(fanOf(triangle, 0), status))
                 return false;
         }
         return true;
@@ -123,9 +113,8 @@ public:
 private:
     // Marks a triangle, lists it if it belongs there, and says if the walk goes on from it.
     bool visit(std::int32_t triangle) {
-        const Visit found = model.triangleBounds != nullptr ? visitByBounds(triangle, balls_, ballCount_)
-                                                            : visitPlainly(triangle, balls_, ballCount_);
-        marks_.mark(triangle, found.goOn);
+        const Visit found = Road::visit(triangle, balls_, ballCount_);
+        road_.mark(triangle, found.goOn);
         if (found.list)
             scratch_.foundList[scratch_.foundCount++] = triangle;
         return found.goOn;
@@ -133,7 +122,7 @@ private:
 
     FanWalk fanOf(std::int32_t triangle, std::int32_t corner) const {
         const std::int32_t v = mesh_.vertexOf(triangle, corner);
-        if (marks_.fanDone(v))
+        if (road_.fanDone(v))
             return {triangle, corner, v, 0, 0};
         return {triangle, corner, v, mesh_.fanBegin(v), mesh_.fanEnd(v)};
     }
@@ -141,23 +130,23 @@ private:
     // The next unvisited triangle around the corners of the walk's triangle, 0 when there is none left.
     std::int32_t nextUnvisited(FanWalk& walk) const {
         // The walk from a triangle of this fan may have looked the fan through to its end.
-        if (marks_.fanDone(walk.vertex))
+        if (road_.fanDone(walk.vertex))
             walk.position = walk.end;
         for (;;) {
             while (walk.position < walk.end) {
                 const std::int32_t triangle = mesh_.vertTriList[walk.position++];
-                if (!marks_.visited(triangle))
+                if (!road_.visited(triangle))
                     return triangle;
             }
-            marks_.finishFan(walk.vertex);
+            road_.finishFan(walk.vertex);
             if (walk.corner == 2)
                 return 0;
             walk = fanOf(walk.triangle, walk.corner + 1);
         }
     }
 
-    const SurfaceMesh mesh_ = model.mesh; // a copy, which no store to the marks can touch
-    Marks marks_;
+    const SurfaceMesh mesh_ = model->mesh; // a copy, which no store to the marks can touch
+    Road road_;
     const Ball* balls_;
     int ballCount_;
     SearchScratch& scratch_;
@@ -166,16 +155,16 @@ private:
 bool flood(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
            std::int32_t& status) {
     if (scratch.ownedByRun()) {
-        const RunMarks marks{scratch.marks, scratch.fansDone, scratch.stamp};
-        return Flood<RunMarks>(marks, balls, ballCount, scratch).run(start, status);
+        const RunFlood road{scratch.marks, scratch.fansDone, scratch.stamp};
+        return Flood<RunFlood>(road, balls, ballCount, scratch).run(start, status);
     }
-    return Flood<CallersMarks>({scratch.marks}, balls, ballCount, scratch).run(start, status);
+    return Flood<PlainFlood>({scratch.marks}, balls, ballCount, scratch).run(start, status);
 }
 
 // Cuts the circle against every listed triangle, in order.
 bool gatherCandidates(const Circle& circle, const std::int32_t* foundList, std::int32_t foundCount,
-                      double tolerance, std::int32_t& status) {
-    const SurfaceMesh& mesh = model.mesh;
+                      double tolerance, Candidates& candidates, std::int32_t& status) {
+    const SurfaceMesh& mesh = model->mesh;
     candidates.reset();
     for (std::int32_t k = 0; k < foundCount; ++k) {
         const std::int32_t triangle = foundList[k];
@@ -192,7 +181,7 @@ bool gatherCandidates(const Circle& circle, const std::int32_t* foundList, std::
 
 // Takes out the candidates at the place nearest to the point behind, if that is less than a cell away. False
 // if two places are equally near, so that the order of the candidates decided.
-bool dropBackwardCandidates(const Vec3& backPoint, double radius, double tolerance) {
+bool dropBackwardCandidates(Candidates& candidates, const Vec3& backPoint, double radius, double tolerance) {
     if (candidates.empty())
         return true;
     Vec3 nearPoint = candidates[0].point;
@@ -223,7 +212,7 @@ struct Furthest {
     bool clear; // no other lies as far
 };
 
-Furthest furthestForward(const Vec3& centre, const Vec3& forward) {
+Furthest furthestForward(Candidates& candidates, const Vec3& centre, const Vec3& forward) {
     Furthest furthest{candidates.begin(), true};
     double best = prosca(furthest.candidate->point - centre, forward);
     for (const Candidate& candidate : candidates) {
@@ -245,14 +234,15 @@ struct Choice {
 };
 
 // Uses the candidates up.
-Choice chooseCandidate(const Circle& circle, const Vec3& forward, const Vec3& backPoint, double tolerance) {
-    const bool dropClear = dropBackwardCandidates(backPoint, circle.radius, tolerance);
+Choice chooseCandidate(Candidates& candidates, const Circle& circle, const Vec3& forward,
+                       const Vec3& backPoint, double tolerance) {
+    const bool dropClear = dropBackwardCandidates(candidates, backPoint, circle.radius, tolerance);
     if (candidates.empty()) {
         candidates.reset();
         return {{}, dropClear};
     }
-    const Furthest furthest = furthestForward(circle.centre, forward);
-    const SurfaceMesh& mesh = model.mesh;
+    const Furthest furthest = furthestForward(candidates, circle.centre, forward);
+    const SurfaceMesh& mesh = model->mesh;
     const auto [point, triangle] = *furthest.candidate;
     candidates.reset();
     const Vec3 a = mesh.corner(triangle, 0);
@@ -265,8 +255,8 @@ Choice chooseCandidate(const Circle& circle, const Vec3& forward, const Vec3& ba
 // chain was found.
 bool reaches(std::int32_t start, std::int32_t goal, const Vec3& towards, const Ball* balls, int ballCount) {
     constexpr int longestChain = 64;
-    const SurfaceMesh& mesh = model.mesh;
-    const TriangleBounds& bounds = *model.triangleBounds;
+    const SurfaceMesh& mesh = model->mesh;
+    const TriangleBounds& bounds = model->indices->triangleBounds;
     const auto clearlyInRange = [&](std::int32_t t) {
         return bounds.inRange(t, balls[0]) == Range::in ||
                (ballCount == 2 && bounds.inRange(t, balls[1]) == Range::in);
@@ -298,15 +288,16 @@ bool reaches(std::int32_t start, std::int32_t goal, const Vec3& towards, const B
 
 // The search by the tree of triangles: all that the circle meets, if the flood would have listed it. False if
 // that can't be told without the flood, or if the order of its list decides; also with a work-array code.
-bool searchByTree(std::int32_t start, const Ball* balls, int ballCount, const CircleSearch& search,
-                  const Circle& circle, SurfacePoint& found, std::int32_t& status) {
-    const SurfaceMesh& mesh = model.mesh;
+bool searchByTree(const TriangleTree& tree, std::int32_t start, const Ball* balls, int ballCount,
+                  const CircleSearch& search, const Circle& circle, Candidates& candidates,
+                  SurfacePoint& found, std::int32_t& status) {
+    const SurfaceMesh& mesh = model->mesh;
     const double tolerance = balls[0].tolerance;
     if (!visitByBounds(start, balls, ballCount).goOn)
         return false;
     candidates.reset();
     bool certain = true;
-    model.triangleTree->forEachNearCircle(circle, [&](std::int32_t triangle) {
+    tree.forEachNearCircle(circle, [&](std::int32_t triangle) {
         const CircleCut cut = cutCircle(circle, mesh.corner(triangle, 0), mesh.corner(triangle, 1),
                                         mesh.corner(triangle, 2), tolerance, CLIP_AFTER_SLAB_TEST);
         if (cut.count == 0 || !visitByBounds(triangle, balls, ballCount).list)
@@ -320,7 +311,7 @@ bool searchByTree(std::int32_t start, const Ball* balls, int ballCount, const Ci
         candidates.reset();
         return false;
     }
-    const Choice choice = chooseCandidate(circle, search.forward, search.backPoint, tolerance);
+    const Choice choice = chooseCandidate(candidates, circle, search.forward, search.backPoint, tolerance);
     found = choice.found;
     return choice.clear && found.triangle != 0;
 }
@@ -336,12 +327,12 @@ bool hasUnitAxis(const Circle& circle) {
 void SearchScratch::beginFlood() {
     foundCount = 0;
     if (!ownedByRun()) {
-        clear(marks, model.mesh.triCount);
+        clear(marks, model->mesh.triCount);
         return;
     }
     if (stamp == std::numeric_limits<std::int32_t>::max()) {
-        clear(marks, model.mesh.triCount);
-        clear(fansDone, model.mesh.vertCount);
+        clear(marks, model->mesh.triCount);
+        clear(fansDone, model->mesh.vertCount);
         stamp = 0;
     }
     ++stamp;
@@ -349,14 +340,14 @@ void SearchScratch::beginFlood() {
 
 void SearchScratch::clearCallersList() {
     if (!ownedByRun())
-        clear(foundList, model.mesh.triCount);
+        clear(foundList, model->mesh.triCount);
 }
 
 bool listInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
                  std::int32_t& status) {
     scratch.beginFlood();
     const bool done = flood(start, balls, ballCount, scratch, status);
-    fanStack.reset();
+    scratch.fanStack.reset();
     return done;
 }
 
@@ -365,8 +356,9 @@ bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleS
     status = DRAPE_OK;
     const Circle circle{search.centre, unitNormal(search.planeNormal, search.forward), search.radius};
     const Vec3 given = search.forward;
-    if (model.triangleTree != nullptr && hasUnitAxis(circle) &&
-        searchByTree(start, balls, ballCount, search, circle, found, status)) {
+    const TriangleTree* tree = treeOfTriangles();
+    if (tree != nullptr && hasUnitAxis(circle) &&
+        searchByTree(*tree, start, balls, ballCount, search, circle, scratch.candidates, found, status)) {
         devor(search.forward);
         return true;
     }
@@ -379,9 +371,11 @@ bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleS
         return true;
     devor(search.forward);
     const double tolerance = balls[0].tolerance;
-    if (!gatherCandidates(circle, scratch.foundList, scratch.foundCount, tolerance, status))
+    if (!gatherCandidates(circle, scratch.foundList, scratch.foundCount, tolerance, scratch.candidates,
+                          status))
         return false;
-    const SurfacePoint chosen = chooseCandidate(circle, given, search.backPoint, tolerance).found;
+    const SurfacePoint chosen =
+        chooseCandidate(scratch.candidates, circle, given, search.backPoint, tolerance).found;
     if (chosen.triangle != 0)
         found = chosen;
     return true;
@@ -401,10 +395,12 @@ extern "C" int32_t uzprcm(const double* centre, const double* planeNormal, doubl
     devor(direction);
     store(forward, direction);
     const Circle circle{load(centre), unitNormal(load(planeNormal), given), *radius};
-    const bool done = gatherCandidates(circle, foundList, *foundCount, *tolerance, *status);
+    Candidates candidates;
+    const bool done = gatherCandidates(circle, foundList, *foundCount, *tolerance, candidates, *status);
     *triangle = 0;
     if (done) {
-        const SurfacePoint found = chooseCandidate(circle, given, load(backPoint), *tolerance).found;
+        const SurfacePoint found =
+            chooseCandidate(candidates, circle, given, load(backPoint), *tolerance).found;
         *triangle = found.triangle;
         if (found.triangle != 0) {
             store(point, found.point);

@@ -1,34 +1,10 @@
 // The surface search: the triangles near a circle, and the point where the circle meets them.
 #pragma once
 
-#include "run/model.h"
+#include "surface/search_scratch.h"
 #include "surface/triangle_bounds.h"
 
 namespace drape {
-
-// Marks and list of a flood. An array of a caller outside a run holds 0, 1 (in range) or 2 (out of range) per
-// triangle and is cleared for each flood. A run's own marks are stamps, so that nothing ever needs clearing.
-struct SearchScratch {
-    std::int32_t* foundList = nullptr;
-    std::int32_t foundCount = 0;
-    std::int32_t* marks = nullptr;
-    std::int32_t* fansDone = nullptr; // run only: per vertex, the stamp of the flood that has seen its fan
-    std::int32_t stamp = 0;           // run only: of the present flood
-
-    // A caller's array of 2 x triCount int32, the list before the marks.
-    static SearchScratch inCallersWork(std::int32_t* work) {
-        SearchScratch scratch;
-        scratch.foundList = work;
-        scratch.marks = work + model.mesh.triCount;
-        return scratch;
-    }
-    bool ownedByRun() const { return fansDone != nullptr; }
-
-    // Makes all triangles unvisited and empties the list.
-    void beginFlood();
-    // Zeroes the whole list of a caller's array, which row filling does before each flood.
-    void clearCallersList();
-};
 
 struct SurfacePoint {
     Vec3 point{};
