@@ -128,10 +128,12 @@ bool openOnUnhookedEnd(const CornerRecord& corner, std::int32_t& status) {
     const std::int32_t d = live ? model->front(corner.frontIndex).direction : 0;
     if (!copyNode(corner.backNode, status))
         return false;
-    const std::int32_t copy = *model->nodeCount;
-    model->setLink(opposite(d), corner.lastNode, copy);
-    model->setLink(d, corner.backNode, 0);
-    model->setLink(opposite(d), copy, 0);
+    if (isDirection(d)) {
+        const std::int32_t copy = *model->nodeCount;
+        model->setLink(opposite(d), corner.lastNode, copy);
+        model->setLink(d, corner.backNode, 0);
+        model->setLink(opposite(d), copy, 0);
+    }
     return openFront(corner, corner.lastNode, PIVOT_AUTOMATIC, status);
 }
 

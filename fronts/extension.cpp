@@ -11,7 +11,7 @@ bool passable(std::int32_t n) {
 }
 
 // Walks from `n` in direction `walk` over nodes that can join; `n` ends on the last one. The number that
-// joined, or -1 if the links run in a circle.
+// joined, or -1 if the links run in a circle: no more nodes can join than there is room for.
 std::int32_t joinFrom(std::int32_t& n, std::int32_t walk, std::int32_t frontDirection) {
     std::int32_t joined = 0;
     for (;;) {
@@ -19,7 +19,7 @@ std::int32_t joinFrom(std::int32_t& n, std::int32_t walk, std::int32_t frontDire
         // The node that the walk leaves has to be passable, the one that joins only free.
         if (m == 0 || !passable(n) || model->link(frontDirection, m) != 0)
             return joined;
-        if (++joined > *model->nodeCount)
+        if (++joined > model->nodeCapacity)
             return -1;
         n = m;
     }

@@ -41,7 +41,7 @@ bool stepAndClassify(const FrontRecord& front, SearchScratch& scratch, FrontReco
                      const RowArrays& lists, std::int32_t& status) {
     if (!stepEachNode(front, scratch, row, status) || !countCrossings(row, lists, status))
         return false;
-    classifyRow(row.direction, row.length, lists.asInput());
+    classifyRow(row, lists.rowCrossings, lists.backCrossings);
     return true;
 }
 

@@ -23,10 +23,12 @@ public:
     SuccessorLists(std::int32_t* words, std::int64_t itemCount, const std::int32_t* counts,
                    const std::int32_t* successors)
         : words_(words), counts_(counts), successors_(successors) {
+        // The last list's length has no part in where the lists start.
         std::int64_t start = 0;
         for (std::int64_t item = 1; item <= itemCount; ++item) {
+            if (item > 1)
+                start += length(item - 1);
             std::memcpy(words_ + 2 * (item - 1), &start, sizeof start);
-            start += length(item);
         }
     }
 

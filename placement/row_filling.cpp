@@ -128,15 +128,17 @@ bool closeCell(std::int32_t r, std::int32_t direction, std::int32_t walkDirectio
 
 bool fillRow(const std::int32_t* nodes, std::int32_t pivotIndex, std::int32_t length, std::int32_t direction,
              std::int32_t walkDirection, SearchScratch& scratch, FrontRecord& row, std::int32_t& status) {
-    const std::int32_t turn = walkDirection - direction;
+    const std::int64_t turn = std::int64_t{walkDirection} - direction;
     const bool upward = turn == 1 || turn == -3;
-    if (!isDirection(direction) || !isDirection(walkDirection) || !(upward || turn == -1 || turn == 3)) {
+    const std::int32_t step = upward ? 1 : -1;
+    const std::int32_t cells = upward ? length - pivotIndex : pivotIndex - 1;
+    // Directions that are none can't be walked in, but where no cell is left there is nothing to walk.
+    const bool walkable = cells < 1 || (isDirection(direction) && isDirection(walkDirection));
+    if (!(upward || turn == -1 || turn == 3) || !walkable) {
         status = DRAPE_DIRECTIONS_NOT_NEIGHBOURS;
         return false;
     }
     status = DRAPE_OK;
-    const std::int32_t step = upward ? 1 : -1;
-    const std::int32_t cells = upward ? length - pivotIndex : pivotIndex - 1;
     for (std::int32_t k = 1; k <= cells; ++k) {
         if (!closeCell(nodes[pivotIndex + k * step - 1], direction, walkDirection, scratch, status))
             return false;

@@ -1,11 +1,12 @@
 // The status of the nodes of a new row.
 #pragma once
 
-#include "rows/crossing.h"
+#include "run/model.h"
 
 namespace drape {
 
-// Takes the nodes of the row in order and its crossing counts; `direction` leads from the row behind.
-void classifyRow(std::int32_t direction, std::int32_t length, const RowLists& row);
+// `record` has the row's direction, first node and length; the crossing counts stand in the row's order.
+void classifyRow(const FrontRecord& record, const std::int32_t* rowCrossings,
+                 const std::int32_t* backCrossings);
 
 } // namespace drape

@@ -71,7 +71,7 @@ bool buildAndClassify(std::int32_t frontIndex, SearchScratch& scratch, FrontReco
         return false;
     const FrontRecord& front = model->front(frontIndex);
     if (front.sideFlag == 0)
-        classifyRow(row.direction, row.length, lists.asInput());
+        classifyRow(row, lists.rowCrossings, lists.backCrossings);
     else
         classifySideRow(front, lists);
     return true;

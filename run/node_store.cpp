@@ -75,7 +75,7 @@ bool storeNode(const Vec3& position, const Vec3& normal, std::int32_t triangle, 
         return false;
     }
     model->nodeTri[n - 1] = triangle;
-    if (linkCount == 0)
+    if (linkCount < 1)
         placeAtOrigin(n);
     else
         placeInGrid(n, first.direction, first.node);

@@ -52,6 +52,7 @@ TEST(Extension, GoesOverOpenNodesWithoutARow) {
                 model.link(d, model.node(d, 4, p)) = c.taken[p] == '1' ? 1 : 0;
             const std::int32_t front = model.addFront(d, model.node(d, 4, c.first - 1), c.length);
             std::int32_t status = 9;
+            model.grid.count = 1; // has no part in it
             EXPECT_EQ(gzpref(model.front(front), &status), 0);
             EXPECT_EQ(status, 0);
             EXPECT_EQ(frontAt(model, front), record(d, model.node(d, 4, c.newFirst - 1), c.newLength))
@@ -604,6 +605,14 @@ TEST(Corners, OfBothEndsStandInReverseAndBadRecordsDoNoHarm) {
     EXPECT_EQ(gzprlc(single, &one, &status), 0);
     EXPECT_EQ(model.grid.count, before.count + 2);
     EXPECT_EQ(model.frontCount, 4);
+
+    // Kind 5 beside a front that isn't there has no direction in which to unhook.
+    const Grid unhooked = model.grid;
+    const std::int32_t lost[7] = {1, model.node(4, 2, 3), 0, 5, 1, model.node(4, 3, 3), 6};
+    EXPECT_EQ(gzprlc(lost, &one, &status), 1);
+    EXPECT_EQ(status, DRAPE_BAD_FRONT_POSITION);
+    EXPECT_EQ(model.grid.count--, unhooked.count + 1);
+    EXPECT_EQ(firstDifference(model.grid, unhooked), "");
 }
 
 // A full store stops each kind that makes nodes.

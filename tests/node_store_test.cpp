@@ -51,6 +51,13 @@ TEST(NodeStore, NewNodesTakeTheirPlaceInTheGridFromTheFirstNeighbour) {
         ASSERT_EQ(storeNode(model, {1, 1, 1}, UP, 0, 0), 0);
         EXPECT_EQ(model.grid.nodeI[11], 0);
         EXPECT_EQ(model.grid.nodeFlat[22], 0.0);
+        // Counts that aren't foreseen: below none there is none, above two the first alone.
+        ASSERT_EQ(storeNode(model, {1, 1, 1}, UP, 0, -1, d, 10), 0);
+        EXPECT_EQ(model.grid.nodeI[12], 0);
+        EXPECT_EQ(model.link(oppositeOf(d), 13), 0);
+        ASSERT_EQ(storeNode(model, {1, 1, 1}, UP, 0, 3, d, 11, nextOf(d), 12), 0);
+        EXPECT_EQ(model.link(oppositeOf(d), 14), 11);
+        EXPECT_EQ(model.link(previousOf(d), 14), 0);
     }
 }
 

@@ -85,6 +85,16 @@ TEST(LevelOrdering, BadArgumentsAreRefusedAndTouchNothing) {
     }
 }
 
+// The order of one item is that item, whatever it leads to; the lists aren't looked at.
+TEST(LevelOrdering, OneItem) {
+    const std::int32_t one = 1;
+    std::int32_t inDegree = 0, orderedCount = 7, order = 7, status = 7;
+    EXPECT_EQ(
+        gz0zorc(nullptr, nullptr, &one, &one, &inDegree, nullptr, nullptr, &orderedCount, &order, &status),
+        0);
+    EXPECT_EQ((Items{inDegree, orderedCount, order, status}), (Items{-1, 1, 1, 0}));
+}
+
 TEST(LevelOrdering, SuccessorsThatAreNoItemsAndNegativeCountsAreSkipped) {
     constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();
     Graph graph;

@@ -152,6 +152,14 @@ TEST(RowFilling, RefusesWhatIsNoCell) {
         EXPECT_EQ(filled.row[DRAPE_FRONT_PIVOT_REQUEST], 77);
         EXPECT_EQ(model.grid.count, 9);
     }
+    for (const bool cellLeft : {false, true}) { // neighbours by number, but one of them is no direction
+        Lattice model(3);
+        const Filled filled = fill(model, 4, 5, cellLeft ? 2 : 3, 3);
+        EXPECT_EQ(filled.result, cellLeft ? 1 : 0);
+        EXPECT_EQ(filled.status, cellLeft ? DRAPE_DIRECTIONS_NOT_NEIGHBOURS : 0);
+        EXPECT_EQ(filled.row[DRAPE_FRONT_PIVOT_REQUEST], cellLeft ? 77 : 0);
+        EXPECT_EQ(model.grid.count, 9);
+    }
     {
         Lattice model(4); // the known corners of the second cell coincide
         ASSERT_EQ(step(model, 4, 1), 0);

@@ -353,6 +353,47 @@ TEST(Classification, FollowsFromBehindAndAlongTheRow) {
         }
 }
 
+// Long rows, with links that lead one way only, against the seven passes over a list.
+TEST(Classification, OfLongRowsIsThatOfAList) {
+    Random random(5);
+    for (const std::int32_t length : {63, 64, 65, 66, 130, 200})
+        for (std::int32_t d = 1; d <= 4; ++d) {
+            Lattice model(
+                20); // 400 nodes: the first ones are the row, and each has one of the others behind it
+            std::vector<std::int32_t> across, back, expected;
+            for (std::int32_t n = 1; n <= length; ++n) {
+                across.push_back(random.below(3) == 0 ? 1 : 0);
+                back.push_back(random.below(4));
+                model.link(nextOf(d), n) = n + 1;
+                model.link(previousOf(d), n) = 0;
+                model.link(oppositeOf(d), n) = n + 200;
+                model.status(n + 200) = random.below(3) == 0 ? DRAPE_NODE_CUT : DRAPE_NODE_OPEN;
+                expected.push_back(back.back() == 0 ? DRAPE_NODE_OPEN : DRAPE_NODE_UNDECIDED);
+            }
+            const auto take = [&](std::size_t to, std::size_t from, std::size_t edge) {
+                if (expected[to] == DRAPE_NODE_UNDECIDED && across[edge] == 0)
+                    expected[to] = expected[from];
+            };
+            const auto last = static_cast<std::size_t>(length - 1);
+            for (std::size_t i = 0; i < last; ++i)
+                take(i, i + 1, i);
+            for (std::size_t i = last; i > 0; --i)
+                take(i, i - 1, i - 1);
+            const Front row = {d, 1, length};
+            const std::int32_t side = 0;
+            std::int32_t status = 9;
+            ASSERT_EQ(gzprip(row.data(), &side, across.data(), back.data(), &status), 0);
+            for (std::int32_t n = 1; n <= length; ++n) {
+                const auto i = static_cast<std::size_t>(n - 1);
+                const bool gap = back[i] == 2 && model.status(n + 200) == DRAPE_NODE_OPEN;
+                ASSERT_EQ(model.status(n), expected[i] != DRAPE_NODE_OPEN ? DRAPE_NODE_CLOSED
+                                           : gap                          ? DRAPE_NODE_ACROSS_GAP
+                                                                          : DRAPE_NODE_OPEN)
+                    << "length " << length << " direction " << d << " position " << n;
+            }
+        }
+}
+
 // The row of a front of five or fewer nodes, with fences where '1' stands.
 TEST(Completion, SideFrontsAreWalkedFromOneEnd) {
     struct Case {
