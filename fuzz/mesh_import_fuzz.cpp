@@ -3,12 +3,13 @@
 // library takes, or in an error that says what is wrong.
 #include "byte_source.h"
 #include "drape.h"
+#include "host/cloth/mould.h"
+#include "host/mesh/boundary_loops.h"
+#include "host/mesh/pieces.h"
+#include "host/mesh/repair.h"
+#include "host/mesh/topology.h"
 #include "tests/height_field.h"
-#include "tool/errors.h"
-#include "tool/mesh_import.h"
-#include "tool/mesh_repair.h"
-#include "tool/mesh_topology.h"
-#include "tool/mould.h"
+#include "tool/read/mesh_import.h"
 
 #include <algorithm>
 #include <cmath>
@@ -20,15 +21,16 @@
 namespace {
 
 using namespace drape_fuzz;
+namespace host = drape::host;
 
 constexpr const char* endings[] = {".obj", ".off", ".ply", ".stl"};
 
-tool::PolygonSoup soupFromFile(const char* ending, const std::uint8_t* data, std::size_t size) {
+host::PolygonSoup soupFromFile(const char* ending, const std::uint8_t* data, std::size_t size) {
     const std::string path = "/tmp/drape_fuzz_" + std::to_string(getpid()) + ending;
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     try {
-        tool::PolygonSoup soup = tool::importMesh(path);
+        host::PolygonSoup soup = tool::importMesh(path);
         unlink(path.c_str());
         return soup;
     } catch (...) {
@@ -38,8 +40,8 @@ tool::PolygonSoup soupFromFile(const char* ending, const std::uint8_t* data, std
 }
 
 // Points near a lattice, so that many of them coincide and many faces are flat, doubled or crossed.
-tool::PolygonSoup soupFromBytes(ByteSource& bytes) {
-    tool::PolygonSoup soup;
+host::PolygonSoup soupFromBytes(ByteSource& bytes) {
+    host::PolygonSoup soup;
     const int points = 3 + bytes.below(30), faces = 1 + bytes.below(40);
     for (int i = 0; i < points; ++i) {
         const double x = bytes.below(5), y = bytes.below(5),
@@ -54,15 +56,15 @@ tool::PolygonSoup soupFromBytes(ByteSource& bytes) {
     return soup;
 }
 
-bool allFinite(const tool::PolygonSoup& soup) {
-    return std::all_of(soup.points.begin(), soup.points.end(), [](const tool::Point& p) {
+bool allFinite(const host::PolygonSoup& soup) {
+    return std::all_of(soup.points.begin(), soup.points.end(), [](const host::Point& p) {
         return std::all_of(p.begin(), p.end(), [](double value) { return std::isfinite(value); });
     });
 }
 
-void drapeShortly(const tool::Mould& mould) {
+void drapeShortly(const host::Mould& mould) {
     drape_test::Surface surface;
-    for (const tool::Point& p : mould.positions)
+    for (const host::Point& p : mould.positions)
         surface.vertPos.insert(surface.vertPos.end(), p.begin(), p.end());
     surface.triVerts = mould.corners;
     surface.vertTriStart = mould.fanStart;
@@ -84,18 +86,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ByteSource bytes(data, size);
     const int kind = bytes.below(8);
     const bool weld = !bytes.flag(), fillHoles = bytes.flag();
-    const tool::Log silent(tool::Talk::silent);
+    host::Notes untold;
     const std::size_t head = std::min<std::size_t>(size, 3);
     try {
-        const tool::PolygonSoup soup =
+        const host::PolygonSoup soup =
             kind < 4 ? soupFromFile(endings[kind], data + head, size - head) : soupFromBytes(bytes);
         if (!allFinite(soup) || soup.polygons.empty())
             return 0;
-        const tool::TriangleMesh mesh = tool::manifoldOf(tool::repairedMesh(soup, weld, silent), silent);
-        tool::TriangleMesh piece = tool::chosenPiece(mesh, nullptr, silent);
+        const host::TriangleMesh mesh = host::manifoldOf(host::repairedMesh(soup, weld, untold), untold);
+        host::TriangleMesh piece = host::chosenPiece(mesh, nullptr, untold);
         if (fillHoles)
-            piece = tool::withoutHoles(std::move(piece), silent);
-        drapeShortly(tool::mouldOf(std::move(piece), silent));
+            piece = host::withoutHoles(std::move(piece), untold);
+        drapeShortly(host::mouldOf(std::move(piece), untold));
     } catch (const std::exception&) {
         // Refused in words, which is as good an end as a mould.
     }

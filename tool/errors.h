@@ -13,9 +13,4 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// A file that can't be read, or a surface that can't be draped.
-struct InputError : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
 } // namespace tool

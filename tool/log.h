@@ -2,12 +2,14 @@
 // those who ask.
 #pragma once
 
+#include "tool/advice.h"
+
 #include <cstdio>
 #include <string>
 
 namespace tool {
 
-enum class Talk { silent, quiet, normal, verbose };
+enum class Talk { quiet, normal, verbose };
 
 class Log {
 public:
@@ -18,6 +20,17 @@ public:
     void warn(const std::string& text) const { say(Talk::quiet, "warning: ", text); }
     Talk talk() const { return talk_; }
 
+    void tell(const Note& note) const {
+        switch (weightOf(note.kind)) {
+        case Weight::detail:
+            return detail(wordsFor(note));
+        case Weight::change:
+            return this->note(wordsFor(note));
+        case Weight::warning:
+            return warn(wordsFor(note));
+        }
+    }
+
 private:
     void say(Talk least, const char* prefix, const std::string& text) const {
         if (talk_ >= least) {
@@ -26,6 +39,29 @@ private:
     }
 
     Talk talk_;
+};
+
+// Notes of the host that are told when their time has come: on demand, or at the end of the scope, also when
+// an error cuts the work short.
+class ToldNotes {
+public:
+    explicit ToldNotes(const Log& log) : log_(log) {}
+    ~ToldNotes() { tell(); }
+    ToldNotes(const ToldNotes&) = delete;
+    ToldNotes& operator=(const ToldNotes&) = delete;
+
+    Notes& list() { return notes_; }
+
+    void tell() {
+        for (const Note& note : notes_) {
+            log_.tell(note);
+        }
+        notes_.clear();
+    }
+
+private:
+    const Log& log_;
+    Notes notes_;
 };
 
 } // namespace tool

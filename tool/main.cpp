@@ -1,16 +1,20 @@
 // The program `drape`: a mould and a choice of start in, a drape, its pattern and its measures out.
-#include "curve.h"
 #include "drape.h"
-#include "drape_run.h"
-#include "errors.h"
-#include "options.h"
-#include "report.h"
-#include "status_text.h"
-#include "surface.h"
-#include "sweep.h"
-#include "text.h"
-#include "trial.h"
-#include "writers.h"
+#include "host/cloth/curve.h"
+#include "host/cloth/surface.h"
+#include "host/mesh/text.h"
+#include "host/search/trial.h"
+#include "tool/advice.h"
+#include "tool/errors.h"
+#include "tool/log.h"
+#include "tool/options.h"
+#include "tool/progress.h"
+#include "tool/read/curve_file.h"
+#include "tool/read/mesh_import.h"
+#include "tool/report.h"
+#include "tool/sweep.h"
+#include "tool/write/sweep_table.h"
+#include "tool/write/writers.h"
 
 #include <chrono>
 #include <iostream>
@@ -30,8 +34,31 @@ struct Work {
     std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
 };
 
-std::vector<SweepResult> sweepAndTell(Work& work, const Surface& surface) {
-    std::vector<SweepResult> ranked = sweep(work.settings, surface, work.log);
+// The seed that the settings name, if they name one. `filePoints` are the file's vertices in its order.
+std::optional<Point> namedSeed(const Settings& settings, const std::vector<Point>& filePoints) {
+    if (!settings.seedVertex) {
+        return settings.surface.seed;
+    }
+    const std::int64_t vertex = *settings.seedVertex;
+    if (vertex < 1 || vertex > static_cast<std::int64_t>(filePoints.size())) {
+        throw UsageError("--seed-vertex " + std::to_string(vertex) + ": the file has vertices 1 to " +
+                         std::to_string(filePoints.size()));
+    }
+    return filePoints[static_cast<std::size_t>(vertex - 1)];
+}
+
+Surface loadSurface(Work& work) {
+    const PolygonSoup soup = importMesh(work.settings.input);
+    work.log.detail("read " + counted(soup.points.size(), "vertex", "vertices") + " and " +
+                    counted(soup.polygons.size(), "face", "faces") + " from " + work.settings.input);
+    work.settings.surface.seed = namedSeed(work.settings, soup.points);
+    ToldNotes notes(work.log);
+    return preparedSurface(soup, work.settings.surface, work.settings.trial.start, notes.list());
+}
+
+std::vector<SweepResult> sweepAndTell(Work& work, const Surface& surface,
+                                      const std::vector<Candidate>& candidates) {
+    std::vector<SweepResult> ranked = sweepOverProcesses(work.settings, surface, candidates, work.log);
     if (!work.settings.quiet) {
         std::cout << sweepTable(ranked, work.settings.verbose ? ranked.size() : sweepRowsShown) << '\n';
     }
@@ -86,33 +113,58 @@ void writeOutputs(const Work& work, const Trial& trial, const CurveResult* curve
     }
 }
 
-Trial chosenTrial(Work& work, const Surface& surface, std::vector<SweepResult>& ranked) {
-    const bool talkative = isatty(STDERR_FILENO) != 0 && !work.settings.quiet;
-    if (!work.settings.sweep.wanted) {
-        return drapeFrom(surface, work.settings, surface.defaultSeed, work.settings.angle, work.log,
-                         talkative);
+std::string wordsFor(const PatchTried& patch) {
+    switch (patch.outcome) {
+    case PatchOutcome::drapes:
+        return "drapes";
+    case PatchOutcome::ends:
+        return "ends with code " + std::to_string(patch.status);
+    case PatchOutcome::tooSmall:
+        return "too small for a cell";
+    case PatchOutcome::liesOverItself:
+        break;
     }
-    ranked = sweepAndTell(work, surface);
-    const Candidate& best = ranked.front().candidate;
-    return drapeFrom(surface, work.settings, best.seed, best.angle, work.log, talkative);
+    return "lies over itself";
+}
+
+Trial drapeAndTell(Work& work, const Surface& surface, const Point& seed, double angle) {
+    ToldNotes notes(work.log);
+    ProgressLine progress;
+    TrialWatch watch;
+    watch.run = isatty(STDERR_FILENO) != 0 && !work.settings.quiet ? &progress : nullptr;
+    watch.patchTried = [&](const PatchTried& patch) {
+        notes.tell();
+        work.log.detail("within " + number(patch.radius) + ": " + wordsFor(patch));
+    };
+    return drapeFrom(surface, work.settings.trial, seed, angle, notes.list(), watch);
 }
 
 int run(Work& work) {
-    const Surface surface = loadSurface(work.settings, work.log);
-    if (work.settings.sweep.wanted && candidatesOf(work.settings, surface).empty()) {
-        work.log.note("this part of the sweep holds no candidate");
-        sweepAndTell(work, surface);
-        return exitDone;
+    const Surface surface = loadSurface(work);
+    std::vector<Candidate> candidates;
+    if (work.settings.sweep.wanted) {
+        candidates = candidatesFor(work.settings, surface);
+        if (candidates.empty()) {
+            work.log.note("this part of the sweep holds no candidate");
+            sweepAndTell(work, surface, candidates);
+            return exitDone;
+        }
     }
     std::optional<DrawnCurve> drawn;
     if (!work.settings.curve.empty()) {
         drawn = readCurve(work.settings.curve);
     }
     std::vector<SweepResult> ranked;
-    const Trial trial = chosenTrial(work, surface, ranked);
+    Candidate start{1, surface.defaultSeed, work.settings.angle};
+    if (work.settings.sweep.wanted) {
+        ranked = sweepAndTell(work, surface, candidates);
+        start = ranked.front().candidate;
+    }
+    const Trial trial = drapeAndTell(work, surface, start.seed, start.angle);
     std::optional<CurveResult> curve;
     if (drawn && trial.measures.cellsOnSurface > 0) {
-        curve = carryOver(*drawn, surface.mesh, trial.choice, trial.grid, work.log);
+        ToldNotes notes(work.log);
+        curve = carryOver(*drawn, surface.mesh, trial.choice, trial.grid, notes.list());
     }
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - work.begin).count();
@@ -132,7 +184,7 @@ int run(Work& work) {
     const std::string advice = work.settings.sweep.wanted
                                    ? "no candidate of the sweep came to its end; try more seeds and angles, "
                                      "--pivot shear, another --step, or --within max"
-                                   : textOfStatus(trial.grid.status).advice;
+                                   : adviceOnStatus(trial.grid.status);
     std::cerr << "drape: " << (work.settings.quiet ? endOf(trial) + "\ndrape: " : std::string()) << advice
               << '\n';
     return exitRunEnded;
@@ -154,8 +206,11 @@ int main(int argc, char** argv) {
         std::cerr << "drape: " << error.what() << '\n';
         return exitUsage;
     } catch (const InputError& error) {
-        std::cerr << "drape: " << error.what() << '\n';
-        return exitInput;
+        std::cerr << "drape: " << wordsFor(error) << '\n';
+        return error.refusal == Refusal::tooFine ? exitUsage : exitInput;
+    } catch (const StatusError& error) {
+        std::cerr << "drape: " << error.what() << "; " << adviceOnStatus(error.status) << '\n';
+        return exitOther;
     } catch (const std::bad_alloc&) {
         std::cerr << "drape: there isn't enough memory; a larger --step or a lower --max-nodes needs less\n";
         return exitOther;

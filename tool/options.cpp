@@ -1,11 +1,11 @@
 // Values are taken as text and read strictly, so that a NaN, an infinity or a stray word is an error of use
 // with the option's name on it.
-#include "options.h"
+#include "tool/options.h"
 
-#include "errors.h"
-#include "point_math.h"
-#include "text.h"
-#include "writers.h"
+#include "host/mesh/point.h"
+#include "tool/errors.h"
+#include "tool/read/numbers.h"
+#include "tool/write/writers.h"
 
 #include <CLI/CLI.hpp>
 #include <cmath>
@@ -115,7 +115,8 @@ void addInputOptions(CLI::App& app, Settings& settings, Texts& texts) {
            "Keep the triangles within R of the seed along the surface; \"max\" finds the largest such "
            "patch that one ply can cover in one layer")
         ->type_name("R|max");
-    app.add_flag("--fill-holes", settings.fillHoles, "Let the cloth run on over holes in the surface");
+    app.add_flag("--fill-holes", settings.surface.fillHoles,
+                 "Let the cloth run on over holes in the surface");
     app.add_flag("--no-weld", texts.noWeld, "Keep vertices apart that lie on each other, as along a slit");
 }
 
@@ -187,7 +188,7 @@ void addOutputOptions(CLI::App& app, Settings& settings, Texts& texts) {
 void understandStart(const Texts& texts, Settings& settings) {
     if (!texts.seed.empty()) {
         const auto v = numbersOf("--seed", texts.seed, 3, "x,y,z");
-        settings.seed = Point{v[0], v[1], v[2]};
+        settings.surface.seed = Point{v[0], v[1], v[2]};
     }
     if (!texts.seedVertex.empty()) {
         const double value = positiveOf("--seed-vertex", texts.seedVertex);
@@ -196,49 +197,49 @@ void understandStart(const Texts& texts, Settings& settings) {
         }
         settings.seedVertex = static_cast<std::int64_t>(value);
     }
-    if (settings.seed && settings.seedVertex) {
+    if (settings.surface.seed && settings.seedVertex) {
         throw UsageError("give --seed or --seed-vertex, not both");
     }
     if (!texts.warp.empty()) {
-        settings.warp = directionOf("--warp", numbersOf("--warp", texts.warp, 3, "x,y,z"), 0);
+        settings.trial.start.warp = directionOf("--warp", numbersOf("--warp", texts.warp, 3, "x,y,z"), 0);
     }
     settings.angle = texts.angle.empty() ? 0.0 : numberOf("--angle", texts.angle);
-    settings.bias = texts.bias.empty() ? 0.0 : numberOf("--bias", texts.bias);
+    settings.trial.start.bias = texts.bias.empty() ? 0.0 : numberOf("--bias", texts.bias);
     constexpr double mostBias = 80.0;
-    if (std::abs(settings.bias) > mostBias) {
+    if (std::abs(settings.trial.start.bias) > mostBias) {
         throw UsageError("--bias " + texts.bias + ": that has to lie between -80 and 80 degrees");
     }
     if (!texts.step.empty()) {
         const std::size_t comma = texts.step.find(',');
-        settings.stepA = positiveOf("--step", texts.step.substr(0, comma));
+        settings.trial.start.stepA = positiveOf("--step", texts.step.substr(0, comma));
         if (comma != std::string::npos) {
-            settings.stepB = positiveOf("--step", texts.step.substr(comma + 1));
+            settings.trial.start.stepB = positiveOf("--step", texts.step.substr(comma + 1));
         }
     }
 }
 
 void understandNumbers(const Texts& texts, Settings& settings) {
     if (!texts.tolerance.empty()) {
-        settings.tolerance = numberOf("--tolerance", texts.tolerance);
-        if (*settings.tolerance < 0.0) {
+        settings.trial.start.tolerance = numberOf("--tolerance", texts.tolerance);
+        if (*settings.trial.start.tolerance < 0.0) {
             throw UsageError("--tolerance " + texts.tolerance + ": that can't be below 0");
         }
     }
     if (texts.pivot != "grid" && texts.pivot != "shear") {
         throw UsageError("--pivot " + texts.pivot + ": give grid or shear");
     }
-    settings.pivotByGridLine = texts.pivot == "grid";
+    settings.trial.start.pivotByGridLine = texts.pivot == "grid";
     if (!texts.mostNodes.empty()) {
         const double value = numberOf("--max-nodes", texts.mostNodes);
         constexpr double most = 50e6; // keeps every array of the library within its element counts
         if (!(value >= 4.0) || value > most || value != std::floor(value)) {
             throw UsageError("--max-nodes " + texts.mostNodes + ": give a whole number from 4 to 50000000");
         }
-        settings.mostNodes = static_cast<std::int32_t>(value);
+        settings.trial.mostNodes = static_cast<std::int32_t>(value);
     }
     if (!texts.locking.empty()) {
-        settings.lockingAngle = numberOf("--locking", texts.locking);
-        if (settings.lockingAngle < 0.0 || settings.lockingAngle > 90.0) {
+        settings.trial.lockingAngle = numberOf("--locking", texts.locking);
+        if (settings.trial.lockingAngle < 0.0 || settings.trial.lockingAngle > 90.0) {
             throw UsageError("--locking " + texts.locking + ": that has to lie between 0 and 90 degrees");
         }
     }
@@ -250,12 +251,12 @@ void understandNumbers(const Texts& texts, Settings& settings) {
 void understandSurface(const Texts& texts, Settings& settings) {
     for (const std::string& text : texts.clips) {
         const auto v = numbersOf("--clip", text, 6, "x0,y0,z0,nx,ny,nz");
-        settings.clips.push_back({{v[0], v[1], v[2]}, directionOf("--clip", v, 3)});
+        settings.surface.clips.push_back({{v[0], v[1], v[2]}, directionOf("--clip", v, 3)});
     }
-    settings.weld = !texts.noWeld;
-    settings.withinLargest = texts.within == "max";
-    if (!texts.within.empty() && !settings.withinLargest) {
-        settings.within = positiveOf("--within", texts.within);
+    settings.surface.weld = !texts.noWeld;
+    settings.trial.withinLargest = texts.within == "max";
+    if (!texts.within.empty() && !settings.trial.withinLargest) {
+        settings.surface.within = settings.trial.within = positiveOf("--within", texts.within);
     }
 }
 

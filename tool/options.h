@@ -1,7 +1,7 @@
 // The command line and what it means.
 #pragma once
 
-#include "settings.h"
+#include "tool/settings.h"
 
 namespace tool {
 

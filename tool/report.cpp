@@ -1,11 +1,12 @@
 // Lengths and areas are in the file's unit throughout, angles in degrees, shares between 0 and 1.
-#include "report.h"
+#include "tool/report.h"
 
 #include "drape.h"
-#include "grid_access.h"
-#include "point_math.h"
-#include "status_text.h"
-#include "text.h"
+#include "host/cloth/grid.h"
+#include "host/cloth/status_text.h"
+#include "host/mesh/point.h"
+#include "host/mesh/text.h"
+#include "tool/advice.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -68,7 +69,7 @@ Json resultJson(const Trial& trial) {
     Json result{{"status", trial.grid.status},
                 {"name", text.name},
                 {"meaning", text.meaning},
-                {"advice", text.advice},
+                {"advice", adviceOn(text.remedy)},
                 {"complete", trial.grid.status == DRAPE_OK},
                 {"nodes", trial.grid.count},
                 {"nodesOnSurface", nodesOnSurface},

@@ -1,9 +1,10 @@
 // What the program says about a drape: a summary for people and a JSON report for programs.
 #pragma once
 
-#include "settings.h"
-#include "sweep.h"
-#include "trial.h"
+#include "host/cloth/curve.h"
+#include "host/search/ranking.h"
+#include "host/search/trial.h"
+#include "tool/settings.h"
 
 namespace tool {
 

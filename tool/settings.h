@@ -1,14 +1,16 @@
 // What the command line asks for, once it is understood.
 #pragma once
 
-#include "clip.h"
-#include "drape_data.h"
+#include "host/cloth/surface.h"
+#include "host/search/trial.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tool {
+
+using namespace drape::host;
 
 struct SweepSettings {
     bool wanted = false;
@@ -24,23 +26,10 @@ struct Settings {
     std::vector<std::string> outputs;
     std::string curve;
 
-    std::optional<Point> seed;
+    SurfaceWishes surface;
+    TrialWishes trial;
     std::optional<std::int64_t> seedVertex; // 1-based, as the file counts
-    Point warp{1.0, 0.0, 0.0};
-    double angle = 0.0; // degrees
-    double bias = 0.0;  // degrees
-    std::optional<double> stepA;
-    std::optional<double> stepB;
-    std::optional<double> tolerance;
-    bool pivotByGridLine = true;
-    std::optional<std::int32_t> mostNodes;
-    double lockingAngle = 45.0;
-
-    std::vector<Plane> clips;
-    bool weld = true;
-    bool fillHoles = false;
-    std::optional<double> within;
-    bool withinLargest = false;
+    double angle = 0.0;                     // degrees
 
     SweepSettings sweep;
     double millimetresPerUnit = 1.0;

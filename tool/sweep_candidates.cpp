@@ -1,85 +1,15 @@
-// Where to start, if nobody says: the default seed, then points of the surface as far as can be from the
-// seeds taken before and from the outline. Angles run over a quarter turn, since a cloth with equal sides
-// that is turned by 90 degrees is the same cloth.
-#include "sweep.h"
-
-#include "boundary_loops.h"
-#include "errors.h"
-#include "patch.h"
-#include "point_math.h"
-#include "surface_tree.h"
-#include "text.h"
+// What --sweep-seeds, --sweep-angles and --part say, read strictly.
+#include "tool/errors.h"
+#include "tool/read/numbers.h"
+#include "tool/sweep.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fstream>
-#include <limits>
+#include <iterator>
 
 namespace tool {
-
-using namespace vec;
-
 namespace {
-
-constexpr std::size_t defaultSeeds = 9;
-constexpr std::size_t mostCandidates = 1000000;
-constexpr double angleStep = 15.0;
-
-// Half as far from the outline as from the next seed is far enough.
-constexpr double outlineWeight = 2.0;
-
-std::vector<Point> spreadSeeds(const Surface& surface, std::size_t count) {
-    const TriangleMesh& mesh = surface.mesh;
-    std::vector<double> room(mesh.triangles.size(), std::numeric_limits<double>::infinity());
-    const auto take = [&](const std::vector<double>& distances, double weight) {
-        for (std::size_t t = 0; t < room.size(); ++t) {
-            for (const std::int32_t v : mesh.triangles[t]) {
-                room[t] = std::min(room[t], weight * distances[static_cast<std::size_t>(v)]);
-            }
-        }
-    };
-    const std::vector<Loop> loops = boundaryLoops(mesh);
-    if (!loops.empty()) {
-        take(distancesAlong(mesh, loops.front().vertices), outlineWeight);
-    }
-    std::vector<Point> seeds{surface.defaultSeed};
-    while (seeds.size() < count && seeds.size() < mesh.triangles.size()) {
-        take(distancesAlong(mesh, nearestSurfacePoint(mesh, seeds.back())), 1.0);
-        const auto best = std::max_element(room.begin(), room.end());
-        seeds.push_back(centreOf(mesh, static_cast<std::size_t>(best - room.begin())));
-    }
-    seeds.resize(std::min(seeds.size(), count));
-    return seeds;
-}
-
-// Points in rows and columns over the two longest sides of the bounding box, laid onto the surface.
-std::vector<Point> gridSeeds(const Surface& surface, std::size_t columns, std::size_t rows) {
-    Point low = surface.mesh.positions.front();
-    Point high = low;
-    for (const Point& p : surface.mesh.positions) {
-        for (std::size_t k = 0; k < 3; ++k) {
-            low[k] = std::min(low[k], p[k]);
-            high[k] = std::max(high[k], p[k]);
-        }
-    }
-    const Point size = high - low;
-    std::array<std::size_t, 3> axes{0, 1, 2};
-    std::stable_sort(axes.begin(), axes.end(),
-                     [&](std::size_t a, std::size_t b) { return size[a] > size[b]; });
-    std::sort(axes.begin(), axes.begin() + 2);
-    const SurfaceTree tree(surface.mesh);
-    std::vector<Point> seeds;
-    for (std::size_t r = 0; r < rows; ++r) {
-        for (std::size_t c = 0; c < columns; ++c) {
-            Point p = mix(low, high, 0.5);
-            p[axes[0]] =
-                low[axes[0]] + size[axes[0]] * (static_cast<double>(c) + 0.5) / static_cast<double>(columns);
-            p[axes[1]] =
-                low[axes[1]] + size[axes[1]] * (static_cast<double>(r) + 0.5) / static_cast<double>(rows);
-            seeds.push_back(tree.nearest(p).position);
-        }
-    }
-    return seeds;
-}
 
 [[noreturn]] void badSeeds(const std::string& text) {
     throw UsageError("--sweep-seeds " + text +
@@ -144,13 +74,11 @@ std::vector<Point> seedsOf(const std::string& text, const Surface& surface) {
 }
 
 std::vector<double> anglesOf(const Settings& settings, const Surface& surface) {
-    std::string text = settings.sweep.angles;
-    if (text.empty()) {
-        const bool square = settings.bias == 0.0 && surface.steps[0] == surface.steps[1];
-        text = square ? "0:90:" : "0:180:";
-        text += number(angleStep);
-    }
+    const std::string& text = settings.sweep.angles;
     std::vector<double> values;
+    if (text.empty()) {
+        return usualAngles(surface, settings.trial.start);
+    }
     if (text.find(':') == std::string::npos) {
         if (!readNumbers(text, values)) {
             throw UsageError("--sweep-angles " + text +
@@ -158,40 +86,29 @@ std::vector<double> anglesOf(const Settings& settings, const Surface& surface) {
         }
         return values;
     }
-    std::replace(text.begin(), text.end(), ':', ',');
-    if (!readNumbers(text, values) || values.size() != 3 || !(values[2] > 0.0) || !(values[1] > values[0]) ||
+    std::string list = text;
+    std::replace(list.begin(), list.end(), ':', ',');
+    if (!readNumbers(list, values) || values.size() != 3 || !(values[2] > 0.0) || !(values[1] > values[0]) ||
         (values[1] - values[0]) / values[2] > 1e6) {
-        throw UsageError("--sweep-angles " + settings.sweep.angles +
+        throw UsageError("--sweep-angles " + text +
                          ": a range is from:below:step with a step above 0, such as 0:90:15");
     }
-    std::vector<double> angles;
-    constexpr double slack = 1e-9;
-    for (int i = 0; values[0] + i * values[2] < values[1] - slack; ++i) {
-        angles.push_back(values[0] + i * values[2]);
-    }
-    return angles;
+    return angleRange(values[0], values[1], values[2]);
 }
 
 } // namespace
 
-std::vector<Candidate> candidatesOf(const Settings& settings, const Surface& surface) {
+std::vector<Candidate> candidatesFor(const Settings& settings, const Surface& surface) {
     const std::vector<Point> seeds = seedsOf(settings.sweep.seeds, surface);
-    const std::vector<double> angles = anglesOf(settings, surface);
+    std::vector<double> angles = anglesOf(settings, surface);
+    for (double& angle : angles) {
+        angle = settings.angle + angle;
+    }
     if (seeds.size() * angles.size() > mostCandidates) {
         throw UsageError("the sweep has more than " + std::to_string(mostCandidates) + " candidates");
     }
-    std::vector<Candidate> candidates;
-    std::size_t count = 0;
-    for (const Point& seed : seeds) {
-        for (const double angle : angles) {
-            ++count;
-            if ((count - 1) % static_cast<std::size_t>(settings.sweep.parts) ==
-                static_cast<std::size_t>(settings.sweep.part - 1)) {
-                candidates.push_back({count, seed, settings.angle + angle});
-            }
-        }
-    }
-    return candidates;
+    return shareOf(candidatesOf(seeds, angles), static_cast<std::size_t>(settings.sweep.part),
+                   static_cast<std::size_t>(settings.sweep.parts));
 }
 
 } // namespace tool

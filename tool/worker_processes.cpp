@@ -1,6 +1,6 @@
 // A worker asks to be killed with its parent. Where systems have no such thing, and for a parent that died
 // before it could ask, it looks between two steps whether its parent is still there.
-#include "worker_processes.h"
+#include "tool/worker_processes.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,0 +1,26 @@
+// Which fibres lie on each triangle of the mould: what a structural model of the part needs.
+#pragma once
+
+#include "host/cloth/measure.h"
+
+namespace drape::host {
+
+// How a triangle is covered, judged at its centroid.
+enum class Cover {
+    none = 0,  // no cell reaches it
+    whole = 1, // by a cell that lies on the mould with all its corners
+    edge = 2   // by a cell that hangs over an edge of the mould
+};
+
+struct TriangleFibres {
+    Cover cover = Cover::none;
+    std::int32_t cell = -1; // index into the measured cells
+    double shear = 0.0;     // degrees
+    Point warp{};           // unit vectors in the triangle's plane, zero where there is no cloth
+    Point weft{};
+};
+
+// One entry per triangle.
+std::vector<TriangleFibres> mapFibres(const Mould& mould, const Grid& grid, const Measures& measures);
+
+} // namespace drape::host

@@ -1,0 +1,116 @@
+// The order matters: welding joins what the clip then cuts once, and only a whole, clipped surface shows
+// which piece the seed is on.
+#include "host/cloth/surface.h"
+
+#include "host/mesh/boundary_loops.h"
+#include "host/mesh/error.h"
+#include "host/mesh/patch.h"
+#include "host/mesh/pieces.h"
+#include "host/mesh/point.h"
+#include "host/mesh/repair.h"
+#include "host/mesh/surface_point.h"
+#include "host/mesh/text.h"
+#include "host/mesh/topology.h"
+
+#include <limits>
+
+namespace drape::host {
+
+namespace {
+
+TriangleMesh clippedBy(TriangleMesh mesh, const std::vector<Plane>& planes, Notes& notes) {
+    for (const Plane& plane : planes) {
+        mesh = clipped(mesh, plane);
+        if (mesh.triangles.empty()) {
+            throw InputError("nothing of the surface lies on the side of the plane at " +
+                                 pointText(plane.point) + " to which " + pointText(plane.normal) + " points",
+                             Refusal::nothingLeft);
+        }
+        tell(notes, NoteKind::clipped,
+             "clipped to " + counted(mesh.triangles.size(), "triangle", "triangles"));
+    }
+    return mesh;
+}
+
+// The surface point nearest to the centroid, unless that lies at an edge of the surface, where a drape gets
+// nowhere: then the nearest place to it that has a few cells of room, or half of the most room there is.
+SurfacePoint middleOf(const TriangleMesh& mesh, Notes& notes) {
+    constexpr double cellsOfRoom = 3.0;
+    const Point centroid = centroidOf(mesh);
+    const SurfacePoint nearest = nearestSurfacePoint(mesh, centroid);
+    std::vector<std::int32_t> edge;
+    for (const Loop& loop : boundaryLoops(mesh)) {
+        edge.insert(edge.end(), loop.vertices.begin(), loop.vertices.end());
+    }
+    const std::vector<double> toEdge = distancesAlong(mesh, edge);
+    const auto room = [&](std::size_t t, const Point& p) {
+        const double area = vec::areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
+        double sum = 0.0;
+        for (std::size_t k = 0; k < 3; ++k) {
+            const double share =
+                vec::areaOf(p, mesh.corner(t, (k + 1) % 3), mesh.corner(t, (k + 2) % 3)) / area;
+            sum += share * toEdge[static_cast<std::size_t>(mesh.triangles[t][k])];
+        }
+        return sum;
+    };
+    double most = 0.0;
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        most = std::max(most, room(t, centreOf(mesh, t)));
+    }
+    const double wanted = std::min(0.5 * most, cellsOfRoom * std::sqrt(areaOf(mesh)) / cellsAcross);
+    if (edge.empty() || room(nearest.triangle, nearest.position) >= wanted) {
+        return nearest;
+    }
+    SurfacePoint best;
+    best.distance = std::numeric_limits<double>::infinity();
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        const Point here = centreOf(mesh, t);
+        const double away = vec::distance(here, centroid);
+        if (room(t, here) >= wanted && away < best.distance) {
+            best = {here, t, away};
+        }
+    }
+    tell(notes, NoteKind::seedMoved,
+         "the surface point nearest to the centroid lies at an edge; the seed was moved inward to " +
+             pointText(best.position));
+    return best;
+}
+
+void sayIfMoved(const SurfacePoint& seed, const std::optional<Point>& named, double step, Notes& notes) {
+    constexpr double noticed = 1e-3; // of a cell
+    if (named && seed.distance > noticed * step) {
+        tell(notes, NoteKind::seedMoved,
+             "the seed " + pointText(*named) + " was moved by " + number(seed.distance) +
+                 " onto the surface, to " + pointText(seed.position));
+    }
+}
+
+} // namespace
+
+Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, const StartWishes& start,
+                        Notes& notes) {
+    const std::optional<Point>& seed = wishes.seed;
+    TriangleMesh mesh = repairedMesh(soup, wishes.weld, notes);
+    mesh = manifoldOf(clippedBy(std::move(mesh), wishes.clips, notes), notes);
+    Surface surface;
+    surface.mesh = chosenPiece(mesh, seed ? &*seed : nullptr, notes);
+    if (wishes.fillHoles) {
+        surface.mesh = withoutHoles(std::move(surface.mesh), notes);
+    }
+    const SurfacePoint middle =
+        seed ? nearestSurfacePoint(surface.mesh, *seed) : middleOf(surface.mesh, notes);
+    surface.defaultSeed = middle.position;
+    double area = areaOf(surface.mesh);
+    if (wishes.within) {
+        const auto distances = distancesAlong(surface.mesh, middle);
+        area = areaOf(patchWithin(surface.mesh, middle, distances, *wishes.within));
+    }
+    if (!std::isfinite(area)) {
+        throw InputError("the surface is too wide for its area to be worked out", Refusal::unfit);
+    }
+    surface.steps = stepsFor(start, area);
+    sayIfMoved(middle, seed, std::min(surface.steps[0], surface.steps[1]), notes);
+    return surface;
+}
+
+} // namespace drape::host

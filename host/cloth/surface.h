@@ -1,0 +1,34 @@
+// The surface that is draped, from the polygons of a file to the one piece, before any seed matters:
+// repaired, clipped, made manifold.
+#pragma once
+
+#include "host/cloth/start.h"
+#include "host/mesh/clip.h"
+#include "host/mesh/note.h"
+#include "host/mesh/triangle_mesh.h"
+
+#include <optional>
+#include <vector>
+
+namespace drape::host {
+
+struct Surface {
+    TriangleMesh mesh;             // one piece
+    Point defaultSeed{};           // the seed asked for, moved onto the mesh, else one near the middle
+    std::array<double, 2> steps{}; // cell lengths along warp and weft
+};
+
+// What is done to the polygons on their way.
+struct SurfaceWishes {
+    std::optional<Point> seed; // names the piece to keep and the default seed
+    std::vector<Plane> clips;
+    bool weld = true;
+    bool fillHoles = false;
+    std::optional<double> within; // the area within this distance of the seed sets the cell lengths
+};
+
+// Throws InputError where nothing is left that can be draped.
+Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, const StartWishes& start,
+                        Notes& notes);
+
+} // namespace drape::host

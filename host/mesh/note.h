@@ -1,0 +1,55 @@
+// What a host's stages have to say about their work, as data: what was changed on a surface, what is worth a
+// warning. Each face tells it in its own manner.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace drape::host {
+
+enum class NoteKind {
+    // Changes to the surface.
+    welded,
+    facesCut,
+    facesLeftOut,
+    degenerateDropped,
+    doubledDropped,
+    crowdedEdges,
+    turnedOver,
+    cutOneSided,
+    splitVertices,
+    clipped,
+    pieceKept,
+    holesFilled,
+    holesLeft, // cloth that runs into a hole ends there
+    hole,      // one of the holes that the note before speaks of
+    seedMoved,
+    wholePieceClosed,
+    // Warnings.
+    warpUpright,
+    slenderCells,
+    curveOffSurface
+};
+
+enum class Weight { detail, change, warning };
+
+struct Note {
+    NoteKind kind;
+    std::string text; // without a full stop
+};
+
+using Notes = std::vector<Note>; // in the order in which things happened
+
+inline void tell(Notes& notes, NoteKind kind, std::string text) {
+    notes.push_back({kind, std::move(text)});
+}
+
+inline Weight weightOf(NoteKind kind) {
+    if (kind == NoteKind::clipped || kind == NoteKind::wholePieceClosed) {
+        return Weight::detail;
+    }
+    return kind >= NoteKind::warpUpright ? Weight::warning : Weight::change;
+}
+
+} // namespace drape::host

@@ -1,0 +1,40 @@
+// Pieces hang together across edges; where several are as near or as large, the first one is kept.
+#include "host/mesh/pieces.h"
+
+#include "host/mesh/surface_point.h"
+#include "host/mesh/text.h"
+#include "host/mesh/topology.h"
+
+#include <algorithm>
+
+namespace drape::host {
+
+TriangleMesh chosenPiece(const TriangleMesh& mesh, const Point* near, Notes& notes) {
+    const std::vector<std::int32_t> piece = piecesOf(mesh);
+    const std::int32_t pieces = piece.empty() ? 0 : *std::max_element(piece.begin(), piece.end()) + 1;
+    if (pieces <= 1) {
+        return mesh;
+    }
+    std::int32_t chosen = 0;
+    if (near != nullptr) {
+        chosen = piece[nearestSurfacePoint(mesh, *near).triangle];
+    } else {
+        std::vector<double> area(static_cast<std::size_t>(pieces), 0.0);
+        for (std::size_t t = 0; t < piece.size(); ++t) {
+            area[static_cast<std::size_t>(piece[t])] +=
+                vec::areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
+        }
+        chosen = static_cast<std::int32_t>(std::max_element(area.begin(), area.end()) - area.begin());
+    }
+    std::vector<char> keep(piece.size());
+    std::transform(piece.begin(), piece.end(), keep.begin(),
+                   [&](std::int32_t p) { return static_cast<char>(p == chosen); });
+    TriangleMesh kept = keptPart(mesh, keep);
+    tell(notes, NoteKind::pieceKept,
+         "kept the piece " + std::string(near != nullptr ? "nearest to the seed" : "of the largest area") +
+             " of " + std::to_string(pieces) + " pieces: " + std::to_string(kept.triangles.size()) + " of " +
+             counted(mesh.triangles.size(), "triangle", "triangles"));
+    return kept;
+}
+
+} // namespace drape::host

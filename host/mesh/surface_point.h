@@ -1,0 +1,29 @@
+// The point of a surface nearest to a point in space.
+#pragma once
+
+#include "host/mesh/triangle_mesh.h"
+
+namespace drape::host {
+
+struct SurfacePoint {
+    Point position{};
+    std::size_t triangle = 0;
+    double distance = 0.0; // from the point asked for
+};
+
+SurfacePoint nearestOnTriangle(const TriangleMesh& mesh, std::size_t triangle, const Point& point);
+
+// Tries every triangle; for many points at once there is the surface tree.
+SurfacePoint nearestSurfacePoint(const TriangleMesh& mesh, const Point& point);
+
+// Unit normal of a triangle, in the sense of its winding.
+Point normalOf(const TriangleMesh& mesh, std::size_t triangle);
+
+Point centreOf(const TriangleMesh& mesh, std::size_t triangle);
+
+double areaOf(const TriangleMesh& mesh);
+
+// Mean of the surface, each part weighing by its area.
+Point centroidOf(const TriangleMesh& mesh);
+
+} // namespace drape::host

@@ -1,0 +1,43 @@
+// Short texts for people; a locale plays no part in them.
+#include "host/mesh/text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+namespace drape::host {
+
+std::string number(double value, int digits) {
+    char buffer[40];
+    std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
+    constexpr double plainBelow = 1e9;
+    if (std::abs(value) >= 1.0 && std::abs(value) < plainBelow &&
+        std::string_view(buffer).find('e') != std::string::npos) {
+        std::snprintf(buffer, sizeof buffer, "%.0f", std::strtod(buffer, nullptr));
+    }
+    return buffer;
+}
+
+std::string fixed(double value, int decimals) {
+    char buffer[340];
+    std::snprintf(buffer, sizeof buffer, "%.*f", decimals, value);
+    return buffer;
+}
+
+std::string pointText(const Point& point) {
+    const double size = std::max({std::abs(point[0]), std::abs(point[1]), std::abs(point[2])});
+    const double nothing = std::max(1e-12, 1e-9 * size); // rounding that isn't worth a reader's time
+    std::string text;
+    for (const double x : point) {
+        text += (text.empty() ? "(" : ", ") + number(std::abs(x) < nothing ? 0.0 : x);
+    }
+    return text + ")";
+}
+
+std::string counted(std::size_t count, const std::string& one, const std::string& many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+} // namespace drape::host

@@ -1,0 +1,306 @@
+// Edges are sorted by their vertices, so that all triangles of an edge stand side by side; everything else
+// walks from neighbour to neighbour.
+#include "host/mesh/topology.h"
+
+#include "host/mesh/point.h"
+#include "host/mesh/text.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace drape::host {
+
+using namespace vec;
+namespace {
+
+struct EdgeUse {
+    std::int32_t low, high, triangle;
+    std::int32_t edge;
+};
+
+std::size_t at(std::int32_t index) {
+    return static_cast<std::size_t>(index);
+}
+
+std::vector<EdgeUse> sortedEdges(const TriangleMesh& mesh) {
+    std::vector<EdgeUse> uses;
+    uses.reserve(3 * mesh.triangles.size());
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        for (std::size_t k = 0; k < 3; ++k) {
+            const std::int32_t a = mesh.triangles[t][k];
+            const std::int32_t b = mesh.triangles[t][(k + 1) % 3];
+            uses.push_back(
+                {std::min(a, b), std::max(a, b), static_cast<std::int32_t>(t), static_cast<std::int32_t>(k)});
+        }
+    }
+    std::sort(uses.begin(), uses.end(), [](const EdgeUse& x, const EdgeUse& y) {
+        return std::array{x.low, x.high, x.triangle} < std::array{y.low, y.high, y.triangle};
+    });
+    return uses;
+}
+
+void join(Neighbours& neighbours, const EdgeUse& x, const EdgeUse& y) {
+    neighbours[at(x.triangle)][at(x.edge)] = y.triangle;
+    neighbours[at(y.triangle)][at(y.edge)] = x.triangle;
+}
+
+// Direction in which a triangle leaves its edge, square to the edge.
+Point wing(const TriangleMesh& mesh, const EdgeUse& use) {
+    const Point& from = mesh.positions[at(use.low)];
+    const Point along = unit(mesh.positions[at(use.high)] - from);
+    const Point out = mesh.corner(at(use.triangle), at((use.edge + 2) % 3)) - from;
+    return unit(out - dot(out, along) * along);
+}
+
+void joinSmoothest(const TriangleMesh& mesh, std::vector<EdgeUse> uses, Neighbours& neighbours) {
+    while (uses.size() > 1) {
+        std::size_t bestX = 0;
+        std::size_t bestY = 1;
+        double best = 2.0;
+        for (std::size_t x = 0; x < uses.size(); ++x) {
+            for (std::size_t y = x + 1; y < uses.size(); ++y) {
+                const double cosine = dot(wing(mesh, uses[x]), wing(mesh, uses[y]));
+                if (cosine < best) {
+                    best = cosine;
+                    bestX = x;
+                    bestY = y;
+                }
+            }
+        }
+        join(neighbours, uses[bestX], uses[bestY]);
+        uses.erase(uses.begin() + static_cast<std::ptrdiff_t>(bestY));
+        uses.erase(uses.begin() + static_cast<std::ptrdiff_t>(bestX));
+    }
+}
+
+// Whether two neighbours run along their common edge in opposite senses, as they do on a surface with a side.
+bool windingsAgree(const Triangle& t, std::size_t edge, const Triangle& u) {
+    const std::size_t other = edgeBetween(u, t[edge], t[(edge + 1) % 3]);
+    return u[other] == t[(edge + 1) % 3];
+}
+
+void turn(TriangleMesh& mesh, Neighbours& neighbours, std::size_t t) {
+    std::swap(mesh.triangles[t][1], mesh.triangles[t][2]);
+    std::swap(neighbours[t][0], neighbours[t][2]);
+}
+
+// Cuts the two triangles apart on an edge where no choice of sides can make them agree.
+void cutEdge(const TriangleMesh& mesh, Neighbours& neighbours, std::size_t t, std::size_t k) {
+    const std::int32_t u = neighbours[t][k];
+    const std::size_t other =
+        edgeBetween(mesh.triangles[at(u)], mesh.triangles[t][k], mesh.triangles[t][(k + 1) % 3]);
+    neighbours[at(u)][other] = noTriangle;
+    neighbours[t][k] = noTriangle;
+}
+
+struct Turning {
+    std::size_t turned = 0;
+    std::size_t cut = 0;
+};
+
+Turning makeWindingsAgree(TriangleMesh& mesh, Neighbours& neighbours) {
+    Turning result;
+    std::vector<char> seen(mesh.triangles.size(), 0);
+    std::vector<char> turned(mesh.triangles.size(), 0);
+    for (std::size_t first = 0; first < mesh.triangles.size(); ++first) {
+        if (seen[first] != 0) {
+            continue;
+        }
+        std::vector<std::size_t> piece{first};
+        seen[first] = 1;
+        std::size_t turnedHere = 0;
+        for (std::size_t next = 0; next < piece.size(); ++next) {
+            const std::size_t t = piece[next];
+            for (std::size_t k = 0; k < 3; ++k) {
+                if (neighbours[t][k] == noTriangle) {
+                    continue;
+                }
+                const std::size_t u = at(neighbours[t][k]);
+                const bool agree = windingsAgree(mesh.triangles[t], k, mesh.triangles[u]);
+                if (seen[u] == 0) {
+                    seen[u] = 1;
+                    piece.push_back(u);
+                    if (!agree) {
+                        turn(mesh, neighbours, u);
+                        turned[u] = 1;
+                        ++turnedHere;
+                    }
+                } else if (!agree) {
+                    cutEdge(mesh, neighbours, t, k);
+                    ++result.cut;
+                }
+            }
+        }
+        if (2 * turnedHere > piece.size()) {
+            for (std::size_t t : piece) {
+                turn(mesh, neighbours, t);
+            }
+            turnedHere = piece.size() - turnedHere;
+        }
+        result.turned += turnedHere;
+    }
+    return result;
+}
+
+// Root of a corner's class; corners of one vertex are joined across the edges that their triangles share.
+std::size_t rootOf(std::vector<std::size_t>& parent, std::size_t corner) {
+    while (parent[corner] != corner) {
+        parent[corner] = parent[parent[corner]];
+        corner = parent[corner];
+    }
+    return corner;
+}
+
+std::size_t cornerAt(const Triangle& t, std::int32_t vertex) {
+    return t[0] == vertex ? 0 : t[1] == vertex ? 1 : 2;
+}
+
+// Gives each fan of triangles a vertex of its own. Returns how many vertices were added.
+std::size_t splitFans(TriangleMesh& mesh, const Neighbours& neighbours) {
+    std::vector<std::size_t> parent(3 * mesh.triangles.size());
+    std::iota(parent.begin(), parent.end(), std::size_t{0});
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        for (std::size_t k = 0; k < 3; ++k) {
+            if (neighbours[t][k] == noTriangle) {
+                continue;
+            }
+            const std::size_t u = at(neighbours[t][k]);
+            for (const std::size_t end : {k, (k + 1) % 3}) {
+                const std::size_t other = cornerAt(mesh.triangles[u], mesh.triangles[t][end]);
+                const std::size_t x = rootOf(parent, 3 * t + end);
+                const std::size_t y = rootOf(parent, 3 * u + other);
+                parent[std::max(x, y)] = std::min(x, y);
+            }
+        }
+    }
+    const std::size_t before = mesh.positions.size();
+    std::vector<char> taken(before, 0);
+    std::vector<std::int32_t> vertexOf(parent.size(), -1);
+    for (std::size_t c = 0; c < parent.size(); ++c) {
+        const std::size_t root = rootOf(parent, c);
+        std::int32_t& vertex = mesh.triangles[c / 3][c % 3];
+        if (root == c && taken[at(vertex)] == 0) {
+            taken[at(vertex)] = 1;
+            vertexOf[c] = vertex;
+        } else if (root == c) {
+            vertexOf[c] = static_cast<std::int32_t>(mesh.positions.size());
+            mesh.positions.push_back(Point(mesh.positions[at(vertex)]));
+        }
+        vertex = vertexOf[root];
+    }
+    return mesh.positions.size() - before;
+}
+
+} // namespace
+
+std::size_t edgeBetween(const Triangle& t, std::int32_t a, std::int32_t b) {
+    for (std::size_t k = 0; k < 3; ++k) {
+        const std::int32_t x = t[k];
+        const std::int32_t y = t[(k + 1) % 3];
+        if ((x == a && y == b) || (x == b && y == a)) {
+            return k;
+        }
+    }
+    return 3;
+}
+
+Topology topologyOf(const TriangleMesh& mesh) {
+    Topology topology;
+    topology.neighbours.assign(mesh.triangles.size(), {noTriangle, noTriangle, noTriangle});
+    const std::vector<EdgeUse> uses = sortedEdges(mesh);
+    for (std::size_t i = 0; i < uses.size();) {
+        std::size_t end = i + 1;
+        while (end < uses.size() && uses[end].low == uses[i].low && uses[end].high == uses[i].high) {
+            ++end;
+        }
+        if (end - i == 2) {
+            join(topology.neighbours, uses[i], uses[i + 1]);
+        } else if (end - i > 2) {
+            ++topology.crowdedEdges;
+            const auto from = uses.begin() + static_cast<std::ptrdiff_t>(i);
+            joinSmoothest(mesh, {from, from + static_cast<std::ptrdiff_t>(end - i)}, topology.neighbours);
+        }
+        i = end;
+    }
+    return topology;
+}
+
+TriangleMesh manifoldOf(TriangleMesh mesh, Notes& notes) {
+    Topology topology = topologyOf(mesh);
+    if (topology.crowdedEdges > 0) {
+        tell(notes, NoteKind::crowdedEdges,
+             "at " + counted(topology.crowdedEdges, "edge", "edges") +
+                 " more than two triangles meet; the smoothest pair was kept joined there, the others cut "
+                 "off");
+    }
+    const Turning turning = makeWindingsAgree(mesh, topology.neighbours);
+    if (turning.turned > 0) {
+        tell(notes, NoteKind::turnedOver,
+             "turned over " + counted(turning.turned, "triangle", "triangles") +
+                 " so that neighbours have the same side up");
+    }
+    if (turning.cut > 0) {
+        tell(notes, NoteKind::cutOneSided,
+             "cut the surface at " + counted(turning.cut, "edge", "edges") +
+                 ", since it has only one side (as a twisted band)");
+    }
+    const std::size_t split = splitFans(mesh, topology.neighbours);
+    if (split > 0) {
+        tell(notes, NoteKind::splitVertices,
+             "split the surface at " + counted(split, "vertex", "vertices") +
+                 " where it only touched itself");
+    }
+    return mesh;
+}
+
+std::vector<std::int32_t> piecesOf(const TriangleMesh& mesh) {
+    const Neighbours neighbours = topologyOf(mesh).neighbours;
+    std::vector<std::int32_t> piece(mesh.triangles.size(), -1);
+    std::vector<std::size_t> open;
+    std::int32_t count = 0;
+    for (std::size_t first = 0; first < piece.size(); ++first) {
+        if (piece[first] >= 0) {
+            continue;
+        }
+        piece[first] = count;
+        open.assign(1, first);
+        while (!open.empty()) {
+            const std::size_t t = open.back();
+            open.pop_back();
+            for (const std::int32_t u : neighbours[t]) {
+                if (u != noTriangle && piece[at(u)] < 0) {
+                    piece[at(u)] = count;
+                    open.push_back(at(u));
+                }
+            }
+        }
+        ++count;
+    }
+    return piece;
+}
+
+TriangleMesh keptPart(const TriangleMesh& mesh, const std::vector<char>& keep) {
+    std::vector<std::int32_t> number(mesh.positions.size(), -1);
+    for (std::size_t t = 0; t < keep.size(); ++t) {
+        for (const std::int32_t v : mesh.triangles[t]) {
+            number[at(v)] = keep[t] != 0 ? 0 : number[at(v)];
+        }
+    }
+    TriangleMesh part;
+    for (std::size_t v = 0; v < number.size(); ++v) {
+        if (number[v] == 0) {
+            number[v] = static_cast<std::int32_t>(part.positions.size());
+            part.positions.push_back(mesh.positions[v]);
+        }
+    }
+    for (std::size_t t = 0; t < keep.size(); ++t) {
+        if (keep[t] != 0) {
+            const Triangle& c = mesh.triangles[t];
+            part.triangles.push_back({number[at(c[0])], number[at(c[1])], number[at(c[2])]});
+            part.sourceFaces.push_back(mesh.sourceFaces[t]);
+        }
+    }
+    return part;
+}
+
+} // namespace drape::host

@@ -1,0 +1,115 @@
+// Where to start, if nobody says: the default seed, then points of the surface as far as can be from the
+// seeds taken before and from the outline.
+#include "host/search/candidates.h"
+
+#include "host/mesh/boundary_loops.h"
+#include "host/mesh/patch.h"
+#include "host/mesh/surface_tree.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+namespace drape::host {
+
+using namespace vec;
+
+namespace {
+
+// Half as far from the outline as from the next seed is far enough.
+constexpr double outlineWeight = 2.0;
+
+} // namespace
+
+std::vector<Point> spreadSeeds(const Surface& surface, std::size_t count) {
+    const TriangleMesh& mesh = surface.mesh;
+    std::vector<double> room(mesh.triangles.size(), std::numeric_limits<double>::infinity());
+    const auto take = [&](const std::vector<double>& distances, double weight) {
+        for (std::size_t t = 0; t < room.size(); ++t) {
+            for (const std::int32_t v : mesh.triangles[t]) {
+                room[t] = std::min(room[t], weight * distances[static_cast<std::size_t>(v)]);
+            }
+        }
+    };
+    const std::vector<Loop> loops = boundaryLoops(mesh);
+    if (!loops.empty()) {
+        take(distancesAlong(mesh, loops.front().vertices), outlineWeight);
+    }
+    std::vector<Point> seeds{surface.defaultSeed};
+    while (seeds.size() < count && seeds.size() < mesh.triangles.size()) {
+        take(distancesAlong(mesh, nearestSurfacePoint(mesh, seeds.back())), 1.0);
+        const auto best = std::max_element(room.begin(), room.end());
+        seeds.push_back(centreOf(mesh, static_cast<std::size_t>(best - room.begin())));
+    }
+    seeds.resize(std::min(seeds.size(), count));
+    return seeds;
+}
+
+std::vector<Point> gridSeeds(const Surface& surface, std::size_t columns, std::size_t rows) {
+    Point low = surface.mesh.positions.front();
+    Point high = low;
+    for (const Point& p : surface.mesh.positions) {
+        for (std::size_t k = 0; k < 3; ++k) {
+            low[k] = std::min(low[k], p[k]);
+            high[k] = std::max(high[k], p[k]);
+        }
+    }
+    const Point size = high - low;
+    std::array<std::size_t, 3> axes{0, 1, 2};
+    std::stable_sort(axes.begin(), axes.end(),
+                     [&](std::size_t a, std::size_t b) { return size[a] > size[b]; });
+    std::sort(axes.begin(), axes.begin() + 2);
+    const SurfaceTree tree(surface.mesh);
+    std::vector<Point> seeds;
+    for (std::size_t r = 0; r < rows; ++r) {
+        for (std::size_t c = 0; c < columns; ++c) {
+            Point p = mix(low, high, 0.5);
+            p[axes[0]] =
+                low[axes[0]] + size[axes[0]] * (static_cast<double>(c) + 0.5) / static_cast<double>(columns);
+            p[axes[1]] =
+                low[axes[1]] + size[axes[1]] * (static_cast<double>(r) + 0.5) / static_cast<double>(rows);
+            seeds.push_back(tree.nearest(p).position);
+        }
+    }
+    return seeds;
+}
+
+std::vector<double> angleRange(double first, double below, double step) {
+    std::vector<double> angles;
+    constexpr double slack = 1e-9;
+    for (int i = 0; first + i * step < below - slack; ++i) {
+        angles.push_back(first + i * step);
+    }
+    return angles;
+}
+
+std::vector<double> usualAngles(const Surface& surface, const StartWishes& start) {
+    const bool square = start.bias == 0.0 && surface.steps[0] == surface.steps[1];
+    return angleRange(0.0, square ? 90.0 : 180.0, defaultAngleStep);
+}
+
+std::vector<Candidate> candidatesOf(const std::vector<Point>& seeds, const std::vector<double>& angles) {
+    if (seeds.size() * angles.size() > mostCandidates) {
+        throw std::invalid_argument("the sweep has more than " + std::to_string(mostCandidates) +
+                                    " candidates");
+    }
+    std::vector<Candidate> candidates;
+    for (const Point& seed : seeds) {
+        for (const double angle : angles) {
+            candidates.push_back({candidates.size() + 1, seed, angle});
+        }
+    }
+    return candidates;
+}
+
+std::vector<Candidate> shareOf(const std::vector<Candidate>& candidates, std::size_t part,
+                               std::size_t parts) {
+    std::vector<Candidate> share;
+    for (std::size_t i = part - 1; i < candidates.size(); i += parts) {
+        share.push_back(candidates[i]);
+    }
+    return share;
+}
+
+} // namespace drape::host

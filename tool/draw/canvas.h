@@ -1,0 +1,72 @@
+// A page to draw on with cairo that ends up as the bytes of an SVG, PDF or PNG file, and the few marks that
+// all our drawings share. y runs down the page.
+#pragma once
+
+#include "tool/draw/colour.h"
+#include "tool/draw/drawings.h"
+
+#include <array>
+#include <cairo.h>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+enum class PageUnit { millimetre, pixel };
+enum class Align { left, centre, right };
+
+class Canvas {
+public:
+    // Width and height in page units. An image gets `pixelsPerUnit` pixels for each of them.
+    Canvas(Drawing drawing, PageUnit unit, double width, double height, double pixelsPerUnit);
+    ~Canvas();
+    Canvas(const Canvas&) = delete;
+    Canvas& operator=(const Canvas&) = delete;
+
+    cairo_t* cairo() const { return cairo_; }
+    bool isImage() const { return drawing_ == Drawing::png; }
+
+    void colour(const Colour& colour, double opacity = 1.0);
+    void path(const std::vector<std::array<double, 2>>& points, bool closed); // adds to the current path
+    void stroke(double width);
+    void text(double x, double y, double size, const std::string& words, Align align = Align::left);
+
+    // The finished file; nothing can be drawn after it.
+    std::string bytes();
+
+private:
+    Drawing drawing_;
+    std::string bytes_;
+    cairo_surface_t* surface_ = nullptr;
+    cairo_t* cairo_ = nullptr;
+};
+
+constexpr Colour ink{0.10, 0.12, 0.15};
+constexpr Colour paleInk{0.38, 0.41, 0.45};
+
+// A place and a size on the page.
+struct Box {
+    double x, y, width, height;
+};
+
+// Colour bar with degrees and a mark at the locking angle if it falls inside. Upright if it's higher than
+// wide, with the numbers at its right; otherwise lying, with the numbers below.
+void drawColourBar(Canvas& canvas, const Box& box, const ShearScale& scale, double textSize);
+
+// A round length at or below `longest` millimetres: 1, 2 or 5 with zeros.
+double roundLength(double longest);
+
+// A bar of the length of `millimetres` (`width` on the page) from x, y to the right, with its length above
+// it.
+void drawScaleBar(Canvas& canvas, double x, double y, double width, double millimetres, double textSize);
+
+// A ring with a dot: where the drape began.
+void drawSeedMark(Canvas& canvas, double x, double y, double radius);
+
+// "1 234 cells of 8 x 8 mm, mean shear 4.1°, largest 21.3°" with what else the reader should know at once.
+std::string captionOf(const Scene& scene);
+
+// Warning for a run that ended early; empty after a whole run.
+std::string warningOf(const Scene& scene);
+
+} // namespace tool

@@ -1,0 +1,353 @@
+// The drape on its mould in three dimensions. A depth image finds what can be seen; as an image file it is
+// the picture itself, in a vector file the visible triangles and cells are drawn one by one, far ones first.
+// Fibres, outlines and the seed are strokes over either.
+#include "host/cloth/cloth_lines.h"
+#include "host/cloth/grid.h"
+#include "host/mesh/point.h"
+#include "host/mesh/text.h"
+#include "tool/draw/canvas.h"
+#include "tool/draw/depth_image.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+namespace tool {
+namespace {
+
+// The page, in pixels.
+constexpr double pageWidth = 1200.0;
+constexpr double margin = 30.0;
+constexpr double barSpace = 120.0;
+constexpr double tallestMould = 760.0;
+constexpr double lowestPage = 420.0;
+constexpr double captionSpace = 92.0;
+constexpr double textSize = 17.0;
+
+constexpr double fibreSpacing = 5.0;        // pixels, at least
+constexpr std::size_t mostPolygons = 60000; // in a vector file; beyond this its surfaces are an image
+constexpr double creaseCosine = 0.77; // triangles that meet at more than about 40 degrees keep their edge
+constexpr double clothLift = 0.15;    // of cloth over the mould, in cells: chords cut into a convex mould
+constexpr double strokeLift = 2.0;    // of lines over what they lie on, in pixels
+constexpr Colour mouldColour{0.74, 0.75, 0.77};
+constexpr Colour warningColour{0.75, 0.05, 0.10};
+
+// A scene made ready to be drawn: mould triangles are numbered first, cells after them.
+struct Stage {
+    const Scene& scene;
+    MouldView view;
+    ShearScale scale;
+    double lift;                  // of cloth over the mould, in pixels
+    std::vector<Point> triangles; // normals
+    std::vector<Point> areas;     // normals as long as twice the area
+
+    std::uint32_t numberOfCell(std::size_t cell) const {
+        return static_cast<std::uint32_t>(triangles.size() + cell);
+    }
+};
+
+std::vector<Point> triangleAreas(const Mould& mould) {
+    std::vector<Point> areas(mould.triangleCount());
+    for (std::size_t t = 0; t < areas.size(); ++t) {
+        const Point& a = mould.corner(t, 0);
+        areas[t] = vec::cross(vec::subtract(mould.corner(t, 1), a), vec::subtract(mould.corner(t, 2), a));
+    }
+    return areas;
+}
+
+std::vector<Point> unitsOf(const std::vector<Point>& vectors) {
+    std::vector<Point> units(vectors.size());
+    std::transform(vectors.begin(), vectors.end(), units.begin(), vec::unit);
+    return units;
+}
+
+// Normal at a triangle's corner: the mean of those triangles around it that bend off only gently.
+Point smoothNormal(const Stage& stage, std::size_t triangle, std::size_t vertex) {
+    const Mould& mould = *stage.scene.mould;
+    const auto start = static_cast<std::size_t>(mould.fanStart[vertex]);
+    const auto end = vertex + 1 < mould.fanStart.size() ? static_cast<std::size_t>(mould.fanStart[vertex + 1])
+                                                        : mould.fan.size();
+    Point sum{};
+    for (std::size_t k = start; k < end; ++k) {
+        const auto other = static_cast<std::size_t>(mould.fan[k]) - 1;
+        if (vec::dot(stage.triangles[other], stage.triangles[triangle]) > creaseCosine) {
+            sum = vec::add(sum, stage.areas[other]);
+        }
+    }
+    return vec::length(sum) > 0.0 ? vec::unit(sum) : stage.triangles[triangle];
+}
+
+void drawMould(DepthImage& image, const Stage& stage) {
+    const Mould& mould = *stage.scene.mould;
+    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
+        std::array<SeenCorner, 3> corners;
+        for (int k = 0; k < 3; ++k) {
+            const auto at = static_cast<std::size_t>(k);
+            const auto vertex = static_cast<std::size_t>(mould.corners[3 * t + at]) - 1;
+            corners[at] = {stage.view.see(mould.corner(t, k)), smoothNormal(stage, t, vertex)};
+        }
+        image.draw(corners, mouldColour, static_cast<std::uint32_t>(t), 0.0);
+    }
+}
+
+Point normalOf(const Grid& grid, const Cell& cell) {
+    const auto p = [&](std::size_t k) { return nodePosition(grid, cell.nodes[k]); };
+    return vec::unit(vec::cross(vec::subtract(p(2), p(0)), vec::subtract(p(3), p(1))));
+}
+
+void drawCloth(DepthImage& image, const Stage& stage) {
+    const Grid& grid = *stage.scene.grid;
+    const auto& cells = stage.scene.measures->cells;
+    for (std::size_t index = 0; index < cells.size(); ++index) {
+        const Cell& cell = cells[index];
+        if (!cell.onSurface) {
+            continue;
+        }
+        const Point flat = normalOf(grid, cell);
+        std::array<SeenCorner, 4> q;
+        for (std::size_t k = 0; k < 4; ++k) {
+            const Point normal = nodeNormal(grid, cell.nodes[k]);
+            q[k] = {stage.view.see(nodePosition(grid, cell.nodes[k])),
+                    vec::dot(normal, flat) > creaseCosine ? normal : flat};
+        }
+        const Colour colour = shearColour(stage.scale, cell.shear);
+        const std::uint32_t number = stage.numberOfCell(index);
+        const auto across = [&](std::size_t a, std::size_t b) {
+            return vec::distance(nodePosition(grid, cell.nodes[a]), nodePosition(grid, cell.nodes[b]));
+        };
+        const std::size_t turn = across(0, 2) <= across(1, 3) ? 0 : 1;
+        image.draw({q[turn], q[turn + 1], q[(turn + 2) % 4]}, colour, number, stage.lift);
+        image.draw({q[turn], q[(turn + 2) % 4], q[(turn + 3) % 4]}, colour, number, stage.lift);
+    }
+}
+
+// Puts the image on the page with its corner at x, y.
+void placeImage(Canvas& canvas, const DepthImage& image, double x, double y) {
+    const auto pixels = image.averaged();
+    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, image.width(), image.height());
+    unsigned char* data = cairo_image_surface_get_data(surface);
+    const int stride = cairo_image_surface_get_stride(surface);
+    for (int row = 0; data != nullptr && row < image.height(); ++row) {
+        for (int column = 0; column < image.width(); ++column) {
+            const auto& rgb = pixels[static_cast<std::size_t>(row) * static_cast<std::size_t>(image.width()) +
+                                     static_cast<std::size_t>(column)];
+            const std::uint32_t packed =
+                static_cast<std::uint32_t>(rgb[0]) << 16U | static_cast<std::uint32_t>(rgb[1]) << 8U | rgb[2];
+            std::memcpy(data + static_cast<std::ptrdiff_t>(row) * stride + 4 * column, &packed,
+                        sizeof packed);
+        }
+    }
+    cairo_surface_mark_dirty(surface);
+    cairo_set_source_surface(canvas.cairo(), surface, x, y);
+    cairo_paint(canvas.cairo());
+    cairo_surface_destroy(surface);
+}
+
+struct Polygon {
+    std::vector<std::array<double, 2>> points;
+    double near;
+    Colour colour;
+    bool cloth;
+};
+
+Polygon polygonOf(const Stage& stage, const DepthImage& image, std::uint32_t owner) {
+    Polygon polygon{{}, 0.0, {}, owner >= stage.triangles.size()};
+    const auto add = [&](const Point& corner) {
+        const Seen seen = stage.view.see(corner);
+        polygon.points.push_back({seen.x, seen.y});
+        polygon.near += seen.near;
+    };
+    if (polygon.cloth) {
+        const Cell& cell = stage.scene.measures->cells[owner - stage.triangles.size()];
+        for (const std::int32_t node : cell.nodes) {
+            add(nodePosition(*stage.scene.grid, node));
+        }
+        polygon.colour =
+            image.shaded(shearColour(stage.scale, cell.shear), normalOf(*stage.scene.grid, cell));
+    } else {
+        for (int k = 0; k < 3; ++k) {
+            add(stage.scene.mould->corner(owner, k));
+        }
+        polygon.colour = image.shaded(mouldColour, stage.triangles[owner]);
+    }
+    polygon.near /= static_cast<double>(polygon.points.size());
+    return polygon;
+}
+
+// All cloth lies over all of the mould: whatever part of the mould hides cloth isn't hidden by it in turn on
+// surfaces that can be draped.
+void drawPolygons(Canvas& canvas, const Stage& stage, const DepthImage& image,
+                  const std::vector<std::uint32_t>& owners) {
+    std::vector<Polygon> polygons;
+    polygons.reserve(owners.size());
+    for (const std::uint32_t owner : owners) {
+        polygons.push_back(polygonOf(stage, image, owner));
+    }
+    std::stable_sort(polygons.begin(), polygons.end(), [](const Polygon& a, const Polygon& b) {
+        return a.cloth != b.cloth ? b.cloth : a.near < b.near;
+    });
+    cairo_set_line_width(canvas.cairo(), 0.5); // covers the seams between neighbours
+    for (const Polygon& polygon : polygons) {
+        canvas.path(polygon.points, true);
+        canvas.colour(polygon.colour);
+        cairo_fill_preserve(canvas.cairo());
+        cairo_stroke(canvas.cairo());
+    }
+}
+
+// The stretches of a chain of points that can be seen, added to the path.
+void addVisible(Canvas& canvas, const Stage& stage, const DepthImage& image, const std::vector<Point>& chain,
+                double lift) {
+    std::vector<std::array<double, 2>> stretch;
+    const auto finish = [&] {
+        if (stretch.size() > 1) {
+            canvas.path(stretch, false);
+        }
+        stretch.clear();
+    };
+    for (std::size_t k = 1; k < chain.size(); ++k) {
+        const Seen from = stage.view.see(chain[k - 1]);
+        const Seen to = stage.view.see(chain[k]);
+        const Seen middle = stage.view.see(vec::mix(chain[k - 1], chain[k], 0.5));
+        if (!std::isfinite(from.near + to.near + from.x + to.x + from.y + to.y) ||
+            !image.sees(middle, lift)) {
+            finish();
+            continue;
+        }
+        if (stretch.empty()) {
+            stretch.push_back({from.x, from.y});
+        }
+        stretch.push_back({to.x, to.y});
+    }
+    finish();
+}
+
+std::vector<Point> pointsOf(const Grid& grid, const NodeChain& chain) {
+    std::vector<Point> points;
+    for (const std::int32_t node : chain) {
+        points.push_back(nodePosition(grid, node));
+    }
+    return points;
+}
+
+std::int32_t thinning(double step, double scale) {
+    const double pixels = step * scale;
+    return pixels >= fibreSpacing || !(pixels > 0.0)
+               ? 1
+               : static_cast<std::int32_t>(std::min(std::ceil(fibreSpacing / pixels), 1e6));
+}
+
+void drawFibres(Canvas& canvas, const Stage& stage, const DepthImage& image) {
+    const Grid& grid = *stage.scene.grid;
+    const double lift = stage.lift + strokeLift;
+    for (const Fibre fibre : {Fibre::warp, Fibre::weft}) {
+        const bool warp = fibre == Fibre::warp;
+        const double spacing = warp ? stage.scene.choice->stepB : stage.scene.choice->stepA;
+        std::vector<NodeChain> throughSeed;
+        for (NodeChain& line :
+             fibreLines(grid, stage.scene.measures->cells, fibre, thinning(spacing, stage.view.scale))) {
+            addVisible(canvas, stage, image, pointsOf(grid, line), lift);
+            const auto first = static_cast<std::size_t>(line.front());
+            if ((warp ? grid.j[first] : grid.i[first]) == 0) {
+                throughSeed.push_back(std::move(line));
+            }
+        }
+        canvas.colour(ink, 0.5);
+        canvas.stroke(0.75);
+        for (const NodeChain& line : throughSeed) {
+            addVisible(canvas, stage, image, pointsOf(grid, line), lift);
+        }
+        canvas.colour(ink, 0.9);
+        canvas.stroke(1.9);
+    }
+}
+
+void drawOutlines(Canvas& canvas, const Stage& stage, const DepthImage& image) {
+    const Mould& mould = *stage.scene.mould;
+    for (const auto& loop : mould.loops) {
+        std::vector<Point> points;
+        for (std::size_t k = 0; k < loop.size() + 1 && !loop.empty(); ++k) {
+            points.push_back(mould.positions[static_cast<std::size_t>(loop[k % loop.size()])]);
+        }
+        addVisible(canvas, stage, image, points, strokeLift);
+    }
+    canvas.colour(ink, 0.75);
+    canvas.stroke(1.1);
+    for (NodeChain& loop : outlineLoops(*stage.scene.grid, stage.scene.measures->cells)) {
+        loop.push_back(loop.front());
+        addVisible(canvas, stage, image, pointsOf(*stage.scene.grid, loop), stage.lift + strokeLift);
+    }
+    canvas.colour(ink, 0.95);
+    canvas.stroke(1.6);
+}
+
+// Everything that lies in the mould's own pixels; the canvas stands at their corner.
+void drawScene(Canvas& canvas, const Stage& stage) {
+    const int width = std::max(1, static_cast<int>(std::ceil(stage.view.width)));
+    const int height = std::max(1, static_cast<int>(std::ceil(stage.view.height)));
+    DepthImage image(width, height, stage.view);
+    drawMould(image, stage);
+    drawCloth(image, stage);
+    image.drawSilhouettes(std::max(6.0, 0.03 * std::max(width, height)));
+    const auto owners = canvas.isImage() ? std::vector<std::uint32_t>{} : image.seenOwners();
+    if (canvas.isImage() || owners.size() > mostPolygons) {
+        placeImage(canvas, image, 0.0, 0.0);
+    } else {
+        drawPolygons(canvas, stage, image, owners);
+    }
+    drawFibres(canvas, stage, image);
+    drawOutlines(canvas, stage, image);
+    if (stage.scene.grid->count > 0) {
+        const Seen seed = stage.view.see(nodePosition(*stage.scene.grid, 0));
+        if (image.sees(seed, stage.lift + 2.0 * strokeLift)) {
+            drawSeedMark(canvas, seed.x, seed.y, 6.5);
+        }
+    }
+}
+
+void drawCaption(Canvas& canvas, const Stage& stage, double height) {
+    const double line = height - margin - 1.2 * textSize;
+    const double perPixel = stage.scene.millimetresPerUnit / stage.view.scale;
+    const double bar = roundLength(0.25 * pageWidth * perPixel);
+    drawScaleBar(canvas, margin, line, bar / perPixel, bar, textSize);
+    const std::string warning = warningOf(stage.scene);
+    canvas.colour(ink);
+    canvas.text(pageWidth - margin, line + 0.3 * textSize, textSize, captionOf(stage.scene), Align::right);
+    canvas.colour(warning.empty() ? paleInk : warningColour);
+    canvas.text(pageWidth - margin, line + 1.7 * textSize, 0.85 * textSize,
+                warning.empty() ? "ring: seed   heavy lines: warp and weft through the seed" : warning,
+                Align::right);
+}
+
+} // namespace
+
+std::string mouldPicture(const Scene& scene, Drawing drawing) {
+    const double room = pageWidth - 3.0 * margin - barSpace;
+    const MouldView view = chooseView(*scene.mould, *scene.grid, room, tallestMould);
+    const auto areas = triangleAreas(*scene.mould);
+    const double step = std::max(scene.choice->stepA, scene.choice->stepB);
+    const Stage stage{
+        scene,          view, shearScale(*scene.measures), clothLift * view.scale * vec::finite(step),
+        unitsOf(areas), areas};
+    const double inner = std::max(view.height, lowestPage - 2.0 * margin - captionSpace);
+    const double height = std::ceil(inner + 2.0 * margin + captionSpace);
+    Canvas canvas(drawing, PageUnit::pixel, pageWidth, height, 1.0);
+    cairo_save(canvas.cairo());
+    cairo_translate(canvas.cairo(), std::floor(margin + 0.5 * (room - view.width)),
+                    std::floor(margin + 0.5 * (inner - view.height)));
+    drawScene(canvas, stage);
+    cairo_restore(canvas.cairo());
+    if (!scene.measures->cells.empty()) {
+        const double left = pageWidth - margin - barSpace + 40.0;
+        const double bar = std::min(inner - 40.0, 420.0);
+        const double top = margin + 0.5 * (inner - bar) + 12.0;
+        canvas.colour(ink);
+        canvas.text(left, top - 1.0 * textSize, textSize, "shear");
+        drawColourBar(canvas, {left, top, 24.0, bar}, stage.scale, textSize);
+    }
+    drawCaption(canvas, stage, height);
+    return canvas.bytes();
+}
+
+} // namespace tool

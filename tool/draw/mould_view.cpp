@@ -1,0 +1,140 @@
+// "Above" is the mean normal of the mould, or the normal at the seed where the mould closes around itself.
+// The mould is turned so that its longer principal axis runs across the picture, then the eye is moved aside
+// and lowered: depth shows best when no principal direction points along the view.
+#include "tool/draw/mould_view.h"
+
+#include "host/cloth/grid.h"
+#include "host/mesh/point.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+
+namespace tool {
+namespace {
+
+constexpr double degree = std::numbers::pi / 180.0;
+constexpr double sideways = 28.0 * degree;
+constexpr double elevation = 38.0 * degree;
+
+struct Moments {
+    Point centroid{};
+    Point normal{}; // of all triangles, weighted by area
+    double area = 0.0;
+};
+
+Point triangleArea(const Mould& mould, std::size_t t) { // normal, as long as the area
+    const Point& a = mould.corner(t, 0);
+    return vec::scale(vec::cross(vec::subtract(mould.corner(t, 1), a), vec::subtract(mould.corner(t, 2), a)),
+                      0.5);
+}
+
+Point triangleCentre(const Mould& mould, std::size_t t) {
+    return vec::scale(vec::add(mould.corner(t, 0), vec::add(mould.corner(t, 1), mould.corner(t, 2))),
+                      1.0 / 3.0);
+}
+
+Moments momentsOf(const Mould& mould) {
+    Moments moments;
+    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
+        const Point normal = triangleArea(mould, t);
+        const double area = vec::length(normal);
+        moments.area += area;
+        moments.normal = vec::add(moments.normal, normal);
+        moments.centroid = vec::add(moments.centroid, vec::scale(triangleCentre(mould, t), area));
+    }
+    moments.centroid = vec::scale(moments.centroid, moments.area > 0.0 ? 1.0 / moments.area : 0.0);
+    return moments;
+}
+
+Point anySquareTo(const Point& direction) {
+    const Point axis = std::abs(direction[0]) < 0.9 ? Point{1.0, 0.0, 0.0} : Point{0.0, 1.0, 0.0};
+    return vec::unit(vec::subtract(axis, vec::scale(direction, vec::dot(axis, direction))));
+}
+
+Point chooseAbove(const Mould& mould, const Grid& grid, const Moments& moments) {
+    Point above = moments.normal;
+    if (vec::length(above) < 0.1 * moments.area && grid.count > 0) {
+        above = nodeNormal(grid, 0);
+    }
+    above = vec::unit(above);
+    if (mould.triangleCount() == 0 || vec::length(above) < 0.5) {
+        return {0.0, 0.0, 1.0};
+    }
+    return above[2] < -0.2 ? vec::scale(above, -1.0) : above; // z is up in most files
+}
+
+// The longer axis of the mould square to `above`; along x where no axis is clearly longer.
+Point chooseAcross(const Mould& mould, const Moments& moments, const Point& above) {
+    const Point e1 = anySquareTo(above);
+    const Point e2 = vec::cross(above, e1);
+    double xx = 0.0;
+    double xy = 0.0;
+    double yy = 0.0;
+    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
+        const Point arm = vec::subtract(triangleCentre(mould, t), moments.centroid);
+        const double area = vec::length(triangleArea(mould, t));
+        const double x = vec::dot(arm, e1);
+        const double y = vec::dot(arm, e2);
+        xx += area * x * x;
+        xy += area * x * y;
+        yy += area * y * y;
+    }
+    const double spread = std::hypot(xx - yy, 2.0 * xy);
+    if (spread < 0.1 * (xx + yy)) {
+        return e1;
+    }
+    const double angle = 0.5 * std::atan2(2.0 * xy, xx - yy);
+    const Point across = vec::add(vec::scale(e1, std::cos(angle)), vec::scale(e2, std::sin(angle)));
+    const double sign = std::abs(across[0]) > 1e-6 ? across[0] : across[1] + across[2];
+    return vec::scale(across, sign < 0.0 ? -1.0 : 1.0);
+}
+
+void fit(MouldView& view, const Mould& mould, double width, double height) {
+    double left = std::numeric_limits<double>::infinity();
+    double top = left;
+    double right = -left;
+    double bottom = -left;
+    for (const Point& position : mould.positions) {
+        const Seen seen = view.see(position);
+        left = std::min(left, seen.x);
+        right = std::max(right, seen.x);
+        top = std::min(top, seen.y);
+        bottom = std::max(bottom, seen.y);
+    }
+    const double spanX = std::max(right - left, 1e-12);
+    const double spanY = std::max(bottom - top, 1e-12);
+    if (!std::isfinite(spanX) || !std::isfinite(spanY)) {
+        return;
+    }
+    view.scale = std::min(width / spanX, height / spanY);
+    view.shiftX = -view.scale * left;
+    view.shiftY = -view.scale * top;
+    view.width = view.scale * spanX;
+    view.height = view.scale * spanY;
+}
+
+} // namespace
+
+Seen MouldView::see(const Point& point) const {
+    return {scale * vec::dot(point, right) + shiftX, shiftY - scale * vec::dot(point, up),
+            scale * vec::dot(point, toEye)};
+}
+
+MouldView chooseView(const Mould& mould, const Grid& grid, double width, double height) {
+    const Moments moments = momentsOf(mould);
+    const Point above = chooseAbove(mould, grid, moments);
+    const Point across = chooseAcross(mould, moments, above);
+    const Point back = vec::cross(above, across);
+    MouldView view;
+    view.right = vec::add(vec::scale(across, std::cos(sideways)), vec::scale(back, std::sin(sideways)));
+    const Point ahead = vec::cross(above, view.right); // level, away from the eye
+    view.toEye =
+        vec::subtract(vec::scale(above, std::sin(elevation)), vec::scale(ahead, std::cos(elevation)));
+    view.up = vec::cross(view.toEye, view.right);
+    fit(view, mould, width, height);
+    return view;
+}
+
+} // namespace tool

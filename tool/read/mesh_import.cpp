@@ -1,0 +1,202 @@
+// A child process reads the file and hands the surface back through a pipe: a status byte, then either a
+// message or the counts, the points and the faces.
+#include "tool/read/mesh_import.h"
+
+#include "host/mesh/error.h"
+#include "host/mesh/point.h"
+#include "host/mesh/text.h"
+#include "tool/read/mesh_formats.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tool {
+
+using namespace vec;
+namespace {
+
+constexpr char soupFollows = 'S';
+constexpr char messageFollows = 'M';
+
+void appendBytes(std::string& bytes, const void* data, std::size_t size) {
+    bytes.append(static_cast<const char*>(data), size);
+}
+
+std::string packed(const PolygonSoup& soup) {
+    std::string bytes(1, soupFollows);
+    const std::uint64_t counts[2] = {soup.points.size(), soup.polygons.size()};
+    appendBytes(bytes, counts, sizeof counts);
+    appendBytes(bytes, soup.points.data(), soup.points.size() * sizeof(Point));
+    for (const auto& polygon : soup.polygons) {
+        const auto corners = static_cast<std::int32_t>(polygon.size());
+        appendBytes(bytes, &corners, sizeof corners);
+        appendBytes(bytes, polygon.data(), polygon.size() * sizeof(std::int32_t));
+    }
+    return bytes;
+}
+
+// Takes values off a byte string from front to back; what the child sends is whole or absent.
+class Unpacker {
+public:
+    explicit Unpacker(const std::string& bytes) : bytes_(bytes) {}
+
+    void take(void* target, std::size_t size) {
+        if (size > bytes_.size() - at_) {
+            throw InputError("the reader stopped in the middle of the file");
+        }
+        if (size > 0) {
+            std::memcpy(target, bytes_.data() + at_, size);
+        }
+        at_ += size;
+    }
+
+private:
+    const std::string& bytes_;
+    std::size_t at_ = 0;
+};
+
+PolygonSoup unpacked(const std::string& bytes) {
+    Unpacker from(bytes);
+    char kind = 0;
+    std::uint64_t counts[2] = {};
+    from.take(&kind, 1);
+    from.take(counts, sizeof counts);
+    PolygonSoup soup;
+    soup.points.resize(counts[0]);
+    from.take(soup.points.data(), soup.points.size() * sizeof(Point));
+    soup.polygons.resize(counts[1]);
+    for (auto& polygon : soup.polygons) {
+        std::int32_t corners = 0;
+        from.take(&corners, sizeof corners);
+        polygon.resize(static_cast<std::size_t>(corners));
+        from.take(polygon.data(), polygon.size() * sizeof(std::int32_t));
+    }
+    return soup;
+}
+
+// A broken header can announce any size: memory and time are held to what the file's own size can call for.
+void limitTo(std::size_t fileSize) {
+#if !defined(__SANITIZE_ADDRESS__)
+    const rlim_t memory = std::max<rlim_t>(rlim_t{4} << 30, rlim_t{200} * fileSize);
+    const rlimit space{memory, memory};
+    setrlimit(RLIMIT_AS, &space);
+#endif
+    const rlim_t seconds = 30 + fileSize / 1000000;
+    const rlimit time{seconds, seconds + 1};
+    setrlimit(RLIMIT_CPU, &time);
+    const rlimit noCore{0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
+}
+
+[[noreturn]] void readAndSend(const std::string& path, std::size_t fileSize, int pipeEnd) {
+    limitTo(fileSize);
+    const int nowhere = open("/dev/null", O_WRONLY);
+    dup2(nowhere, STDOUT_FILENO);
+    dup2(nowhere, STDERR_FILENO);
+    std::string bytes;
+    try {
+        bytes = packed(readMeshFile(path));
+    } catch (const std::bad_alloc&) {
+        bytes = std::string(1, messageFollows) + "it asks for more memory than its size can call for";
+    } catch (const std::exception& error) {
+        bytes = std::string(1, messageFollows) + error.what();
+    } catch (...) {
+        bytes = std::string(1, messageFollows) + "the reader gave up";
+    }
+    std::size_t sent = 0;
+    while (sent < bytes.size()) {
+        const ssize_t n = write(pipeEnd, bytes.data() + sent, bytes.size() - sent);
+        if (n < 0 && errno != EINTR) {
+            _exit(1);
+        }
+        sent += n > 0 ? static_cast<std::size_t>(n) : 0;
+    }
+    _exit(0);
+}
+
+std::string readAll(int pipeEnd) {
+    std::string bytes;
+    char buffer[1 << 16];
+    while (true) {
+        const ssize_t n = read(pipeEnd, buffer, sizeof buffer);
+        if (n > 0) {
+            bytes.append(buffer, static_cast<std::size_t>(n));
+        } else if (n == 0 || errno != EINTR) {
+            return bytes;
+        }
+    }
+}
+
+std::size_t readableSize(const std::string& path) {
+    struct stat info {};
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0 || fstat(file, &info) != 0) {
+        throw InputError("can't open " + path + ": " + std::strerror(errno));
+    }
+    close(file);
+    if (!S_ISREG(info.st_mode)) {
+        throw InputError("can't read " + path + ": it isn't a regular file");
+    }
+    if (info.st_size == 0) {
+        throw InputError("can't read " + path + ": the file is empty");
+    }
+    return static_cast<std::size_t>(info.st_size);
+}
+
+void check(const PolygonSoup& soup) {
+    for (std::size_t i = 0; i < soup.points.size(); ++i) {
+        if (!isFinite(soup.points[i])) {
+            throw InputError("vertex " + std::to_string(i + 1) + " isn't three finite numbers");
+        }
+    }
+    if (soup.polygons.empty()) {
+        throw InputError("it holds no faces" + std::string(soup.points.empty() ? "" : ", only points"));
+    }
+}
+
+} // namespace
+
+PolygonSoup importMesh(const std::string& path) {
+    const std::size_t fileSize = readableSize(path);
+    int ends[2];
+    if (pipe(ends) != 0) {
+        throw std::runtime_error(std::string("can't start the reader: ") + std::strerror(errno));
+    }
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        close(ends[0]);
+        readAndSend(path, fileSize, ends[1]);
+    }
+    close(ends[1]);
+    const std::string bytes = child > 0 ? readAll(ends[0]) : std::string();
+    close(ends[0]);
+    int status = 0;
+    while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    try {
+        if (WIFSIGNALED(status) && (WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGKILL)) {
+            throw InputError("the reader found no end to it");
+        }
+        if (child < 0 || WIFSIGNALED(status) || bytes.empty()) {
+            throw InputError("its contents are broken in a way that stopped the reader");
+        }
+        if (bytes[0] == messageFollows) {
+            throw InputError(bytes.substr(1));
+        }
+        PolygonSoup soup = unpacked(bytes);
+        check(soup);
+        return soup;
+    } catch (const InputError& error) {
+        throw InputError("can't read " + path + ": " + error.what());
+    }
+}
+
+} // namespace tool

@@ -1,0 +1,22 @@
+// Numbers as files hold them, the same on every machine: a point as the decimal mark, and no value that a
+// reader would refuse.
+#pragma once
+
+#include "host/mesh/point.h"
+
+#include <array>
+#include <charconv>
+#include <string>
+
+namespace tool {
+
+// Up to `digits` significant digits, without trailing zeros.
+inline std::string fileNumber(double value, int digits = 9) {
+    std::array<char, 48> text{};
+    const double shown = drape::host::vec::finite(value) == 0.0 ? 0.0 : value; // also turns -0 into 0
+    const auto end =
+        std::to_chars(text.data(), text.data() + text.size(), shown, std::chars_format::general, digits);
+    return {text.data(), end.ptr};
+}
+
+} // namespace tool

@@ -1,0 +1,33 @@
+// What a drape can be written as. The ending of a file name asks for the kind of file; every kind is made in
+// memory first and then put in place whole, so a reader never meets half a file.
+#pragma once
+
+#include "tool/draw/scene.h"
+
+#include <string>
+
+namespace tool {
+
+// Whether the ending of `path` names a kind of file that writeOutput makes.
+bool isKnownOutput(const std::string& path);
+
+// The endings with a line on each, for the help text.
+std::string outputHelp();
+
+// Writes the kind of file that the ending of `path` asks for. Throws std::runtime_error with a message fit
+// for the user; then no file is left behind and an older one stays as it was.
+void writeOutput(const std::string& path, const Scene& scene);
+
+// Puts `bytes` at `path`, whole or not at all: a temporary file in the same folder takes its place at the
+// end.
+void writeWhole(const std::string& path, const std::string& bytes);
+
+// One per kind of file; each gives the bytes of the file.
+std::string gridVtp(const Scene& scene);
+std::string gridGltf(const Scene& scene, bool binary);
+std::string fibresVtp(const Scene& scene);
+std::string fibresCsv(const Scene& scene);
+std::string outlineDxf(const Scene& scene);
+std::string curveCsv(const Scene& scene);
+
+} // namespace tool
