@@ -83,3 +83,35 @@ def stl_binary(mesh):
     for f in faces:
         data += struct.pack("<3f", 0, 0, 1) + b"".join(struct.pack("<3f", *points[v]) for v in f) + b"\0\0"
     return data
+
+
+def uneven_sheet():
+    """A tilted, doubly curved sheet that is the same from no two sides: columns and rows of changing width, a
+    notch, a hole, a corner cut off, and faces of three, four and six corners, far from the origin."""
+    xs = [12.0 * (k / 15) ** 1.15 for k in range(16)]
+    ys = [9.0 * (k / 12) ** 0.9 for k in range(13)]
+    points = []
+    for y in ys:
+        for x in xs:
+            height = 0.055 * (x - 5) ** 2 - 0.03 * (y - 4) ** 2 + 0.012 * x * y + 0.08 * math.sin(1.3 * x + 0.4 * y)
+            points.append((x + 0.15 * y, y - 0.08 * x, height))
+    width = len(xs)
+    faces, skipped = [], {(2, 11), (3, 11), (2, 10), (11, 2), (12, 2), (11, 3), (14, 0)}
+    for j in range(len(ys) - 1):
+        for i in range(width - 1):
+            a, b, c, d = j * width + i, j * width + i + 1, (j + 1) * width + i + 1, (j + 1) * width + i
+            if (i, j) in skipped:
+                continue
+            if (i, j) == (6, 7):
+                faces.append((a, b, b + 1, c + 1, c, d))
+            elif (i, j) != (7, 7):
+                faces += [(a, b, c, d)] if (i + 2 * j) % 3 else [(a, b, d), (b, c, d)]
+    return [turned(p) for p in points], faces
+
+
+def turned(p, shift=(31.0, -12.0, 7.0)):
+    """A fixed turn about a slanting axis and a shift, so that no axis of a mould is one of space."""
+    x, y, z = p
+    x, y = 0.8 * x - 0.6 * y, 0.6 * x + 0.8 * y
+    y, z = (12 * y - 5 * z) / 13, (5 * y + 12 * z) / 13
+    return x + shift[0], y + shift[1], z + shift[2]
