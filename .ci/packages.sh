@@ -3,7 +3,7 @@
 TOOL_PACKAGES=(cmake ninja-build g++ pkg-config libassimp-dev libcgal-dev libcli11-dev nlohmann-json3-dev
                libpugixml-dev libcairo2-dev fonts-dejavu-core python3)
 
-TEST_PACKAGES=("${TOOL_PACKAGES[@]}" clang libclang-rt-dev gfortran binutils valgrind libgtest-dev
+TEST_PACKAGES=("${TOOL_PACKAGES[@]}" clang libclang-rt-dev g++-multilib gfortran binutils valgrind libgtest-dev
                libbenchmark-dev parallel poppler-utils)
 
 ensure_packages() {
