@@ -8,6 +8,7 @@
 #include "run/model.h"
 #include "services/work_arrays.h"
 #include "surface/boundary_chain.h"
+#include "surface/flatness.h"
 #include "surface/point_triangle.h"
 #include "surface/run_indices.h"
 
@@ -61,8 +62,12 @@ std::int32_t seedTriangle(const TriangleBounds& bounds) {
 bool storeSeed(const TriangleBounds& bounds, std::int32_t& status) {
     const SurfaceMesh& mesh = model->mesh;
     const std::int32_t triangle = seedTriangle(bounds);
+    const Vec3 a = mesh.corner(triangle, 0);
     const Vec3 b = mesh.corner(triangle, 1);
-    const Vec3 normal = unitNormal(b - mesh.corner(triangle, 0), mesh.corner(triangle, 2) - b);
+    const Vec3 c = mesh.corner(triangle, 2);
+    Vec3 normal = unitNormal(b - a, c - b);
+    if (enclosesNothing(b - a, c - a, parvis(b - a, c - a)))
+        normal = 0.0 * normal; // which the store refuses
     *model->nodeCount = 0;
     if (!storeNode(model->seedPoint, normal, triangle, 0, {}, {}, status))
         return false;

@@ -327,6 +327,33 @@ TEST(Run, CodesOfShapesThatCannotBeDraped) {
 }
 
 // A failed run may leave the marks that a finished one rewrites.
+// Corners on a line but for rounding have a cross product that points anywhere. The seed's triangle is told
+// by the measure of all triangles, not by what that product makes of itself.
+TEST(Run, SeedOnATriangleThatIsFlatButForRounding) {
+    Random random(24);
+    for (int k = 0; k < 200; ++k) {
+        Surface mesh;
+        const double share = random.between(0.2, 0.8);
+        Point a, way;
+        for (std::size_t c = 0; c < 3; ++c) {
+            a[c] = random.between(-1.0, 1.0);
+            way[c] = random.between(-1.0, 1.0);
+        }
+        for (const double along : {0.0, 1.0, share})
+            for (std::size_t c = 0; c < 3; ++c)
+                mesh.vertPos.push_back(a[c] + along * way[c]);
+        mesh.triVerts = {1, 2, 3};
+        joinUp(mesh);
+        Settings settings;
+        std::copy(a.begin(), a.end(), settings.seed);
+        settings.stepA = settings.stepB = 0.3;
+        const Grid grid = drape(mesh, settings);
+        ASSERT_EQ(grid.status, DRAPE_NORMAL_NOT_UNIT) << k;
+        ASSERT_EQ(grid.count, 1) << k;
+        ASSERT_EQ(distanceOf(positionOf(grid, 1), settings.seed), 0.0);
+    }
+}
+
 TEST(Run, FailedRunsKeepTheMarksOfTheirRepairs) {
     const Surface surface = dome(8.0, 24, 1);
     Settings settings = seededAt(surface, 0.2, 3.3, 0.8);
@@ -352,8 +379,8 @@ TEST(Run, InputThatCannotBeUsedIsRefusedBeforeAnythingIsDone) {
     };
     const Case cases[] = {
         {"no triangle", 201, [](Surface& s, Settings&) { s.triVerts.clear(); }},
-        {"two vertices", 201, [](Surface& s, Settings&) { s.vertPos.resize(6); }},
-        {"empty lists", 201, [](Surface& s, Settings&) { s.vertTriList.clear(); }},
+        {"no vertex", 201, [](Surface& s, Settings&) { s.vertPos.clear(); }},
+        {"lists shorter than their starts", 202, [](Surface& s, Settings&) { s.vertTriList.clear(); }},
         {"room for three nodes", 201, [](Surface&, Settings& g) { g.capacity = 3; }},
         {"step 0", 201, [](Surface&, Settings& g) { g.stepA = 0.0; }},
         {"step below 0", 201, [](Surface&, Settings& g) { g.stepB = -1.0; }},
@@ -391,6 +418,40 @@ TEST(Run, InputThatCannotBeUsedIsRefusedBeforeAnythingIsDone) {
     settings.tolerance = 0.0;
     settings.capacity = 4;
     EXPECT_LT(drape(plate, settings).status, 200);
+}
+
+// What the steps have an answer to: meshes too small for a boundary, and vertices without a triangle.
+TEST(Run, OddMeshesAreNotRefused) {
+    for (const std::int32_t vertices : {1, 2, 3})
+        for (const bool listed : {false, true}) {
+            Surface mesh;
+            mesh.vertPos.assign(3 * at(vertices + 1), 0.0);
+            mesh.vertBoundary.assign(at(vertices + 1), 1);
+            mesh.triVerts = {1, vertices > 1 ? 2 : 1, 1};
+            mesh.vertTriStart.assign(at(vertices + 1), 0);
+            if (listed)
+                mesh.vertTriList = {1};
+            Grid grid = emptyGrid(8);
+            grid.count = 77;
+            drape(mesh, {}, grid);
+            EXPECT_EQ(grid.status, DRAPE_BOUNDARY_NOT_CLOSED) << vertices;
+            EXPECT_EQ(grid.count, 77); // as the caller left it
+        }
+
+    const Surface plate = picture(std::vector<std::string>(3, "###"));
+    Surface strewn = plate; // a point first, which is on no boundary, and one last
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    strewn.vertPos.insert(strewn.vertPos.begin(), {nan, 1e308, -nan});
+    strewn.vertPos.insert(strewn.vertPos.end(), {0.0, std::numeric_limits<double>::infinity(), nan});
+    strewn.vertBoundary.insert(strewn.vertBoundary.begin(), 0);
+    strewn.vertBoundary.push_back(0);
+    strewn.vertTriStart.insert(strewn.vertTriStart.begin(), 0);
+    strewn.vertTriStart.push_back(strewn.vertTriCount());
+    for (std::int32_t& v : strewn.triVerts)
+        ++v;
+    const Settings settings = seededAt(plate, 1.2, 1.3, 0.9, 20.0);
+    EXPECT_EQ(firstDifference(drape(strewn, settings), drape(plate, settings)), "");
+    EXPECT_EQ(drape(plate, settings).status, DRAPE_OK);
 }
 
 } // namespace

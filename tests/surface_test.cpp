@@ -337,6 +337,21 @@ TEST(PointToTriangle, NamesTheFeature) {
     }
 }
 
+// Whether corners count as standing on a line doesn't hang on the unit, however far off that is.
+TEST(PointToTriangle, KnowsATriangleAtAnyScale) {
+    for (const double s : {1.0, 1e-40, 4e-82, 1e-150, 1e40, 4e77, 1e150}) {
+        const Triangle right = {Point{0, 0, 0}, Point{s, 0, 0}, Point{0, s, 0}};
+        const Measured above = measure({0.25 * s, 0.25 * s, s}, right, 0.0);
+        EXPECT_EQ(above.location, DRAPE_IN_INTERIOR) << s;
+        EXPECT_NEAR(above.distance / s, 1.0, 1e-12) << s;
+        const Triangle line = {Point{0, 0, 0}, Point{s, 0.3 * s, 0}, Point{0.7 * s, (0.7 * s) * 0.3, 0}};
+        const Measured beside = measure({0, 0, 0.5 * s}, line, 0.0);
+        EXPECT_EQ(beside.location, DRAPE_AT_VERTEX_A) << s;
+        EXPECT_NEAR(beside.distance / s, 0.5, 1e-12) << s;
+    }
+    EXPECT_EQ(measure({1, 0, 0}, {Point{2, 0, 0}, Point{2, 0, 0}, Point{3, 0, 0}}, 0.0).distance, 1.0);
+}
+
 // Planes and circles.
 
 TEST(ThreePlanes, MeetInThePointThatLiesOnAll) {
