@@ -1,20 +1,16 @@
 // Building the box tree over the boundary chain.
 #include "surface/boundary_tree.h"
 
-#include "surface/flatness.h"
+#include "surface/margins.h"
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace drape {
 namespace {
 
-constexpr double ENDLESS = std::numeric_limits<double>::infinity();
+using margins::ENDLESS;
 constexpr Box WHOLE_SPACE{{-ENDLESS, -ENDLESS, -ENDLESS}, {ENDLESS, ENDLESS, ENDLESS}};
-
-// Rounding of a distance to a triangle, in shares of what it is worked out from.
-constexpr double RELATIVE_MARGIN = 1e-9;
 
 Vec3 lower(const Vec3& a, const Vec3& b) {
     return {std::min(a.x, b.x), std::min(a.y, b.y), std::min(a.z, b.z)};
@@ -26,18 +22,19 @@ Box joined(const Box& a, const Box& b) {
     return {lower(a.low, b.low), upper(a.high, b.high)};
 }
 
-// The box of a triangle, widened by what its exact distance may fall short of the true one: the overhang of
-// the edge tests. Slivers, whose distances can't be bounded, get the whole space.
+// The box of a triangle, widened by what its exact distance may fall short of the true one. Where that can't
+// be bounded it is the whole space.
 Box boxOf(const SurfaceMesh& mesh, std::int32_t triangle, double tolerance) {
     const Vec3 a = mesh.corner(triangle, 0);
     const Vec3 b = mesh.corner(triangle, 1);
     const Vec3 c = mesh.corner(triangle, 2);
-    const TriangleShape shape(a, b, c);
-    const double margin = tolerance / shape.shortest + RELATIVE_MARGIN * shape.longest;
-    if (shape.isSliver() || !(margin < ENDLESS))
+    const Box box{lower(a, lower(b, c)), upper(a, upper(b, c))};
+    const double offset = std::max(margins::largestCoordinate(box.low), margins::largestCoordinate(box.high));
+    const double slack = margins::distanceSlack(TriangleShape(a, b, c), offset, tolerance);
+    if (!(slack < ENDLESS))
         return WHOLE_SPACE;
-    const Vec3 widening{margin, margin, margin};
-    return {lower(a, lower(b, c)) - widening, upper(a, upper(b, c)) + widening};
+    const Vec3 widening{slack, slack, slack};
+    return {box.low - widening, box.high + widening};
 }
 
 double gap(double low, double high, double value) {
@@ -55,8 +52,7 @@ double BoundaryTree::distanceBelow(std::int64_t node, const Vec3& point) const {
     const Box& box = boxes_[node];
     const Vec3 d{gap(box.low.x, box.high.x, point.x), gap(box.low.y, box.high.y, point.y),
                  gap(box.low.z, box.high.z, point.z)};
-    const double distance = std::sqrt(vor(d)) * (1.0 - RELATIVE_MARGIN);
-    return distance == distance ? distance : 0.0;
+    return margins::distanceBelow(std::sqrt(vor(d)));
 }
 
 void BoundaryTree::fillLeaf(const SurfaceMesh& mesh, std::int64_t leaf, double tolerance) {

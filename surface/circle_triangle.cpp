@@ -6,7 +6,7 @@
 #include "surface/circle_triangle.h"
 
 #include "drape.h"
-#include "surface/flatness.h"
+#include "surface/margins.h"
 
 #include <algorithm>
 #include <cmath>
@@ -92,89 +92,6 @@ OnEdge liesOnEdge(const Clip& clip, const EdgeFrame& edge, const Vec3& point) {
     return within && clip.tolerance2 > cadis(r, point) ? OnEdge::yes : OnEdge::no;
 }
 
-// Sum of the coordinates' sizes, as a measure of what rounding a position carries.
-double sizeOf(const Vec3& v) {
-    return std::fabs(v.x) + std::fabs(v.y) + std::fabs(v.z);
-}
-
-// Whether the foot of a point, `toPoint` from the edge's start, lies clearly beside the edge `along`.
-bool clearlyBeside(const Vec3& toPoint, const Vec3& along, double margin) {
-    const double length2 = vor(along);
-    const double foot = prosca(toPoint, along);
-    const double margin2 = margin * margin;
-    if (foot < 0.0 || foot > length2) {
-        const double beyond = foot < 0.0 ? foot : foot - length2;
-        return beyond * beyond > margin2 * length2;
-    }
-    return vor(parvis(toPoint, along)) > margin2 * length2;
-}
-
-// Conservative short cuts past the stages. They hold for sound triangles only: slivers, whose planes are
-// ill-conditioned, and tolerances at which edge planes could count as parallel are left to the stages
-// themselves. All margins lie far above what the stages round and snap.
-class ShortCuts {
-public:
-    explicit ShortCuts(const Clip& clip)
-        : clip_(clip), ab_(clip.b - clip.a), bc_(clip.c - clip.b), ca_(clip.a - clip.c) {
-        constexpr double sliverRatio = 1e-3;
-        const double longest2 = std::max(vor(ab_), std::max(vor(bc_), vor(ca_)));
-        sound_ =
-            vor(parvis(ab_, ca_)) > sliverRatio * sliverRatio * longest2 * longest2 && clip.tolerance2 < 0.25;
-        size_ = sizeOf(ab_) + sizeOf(ca_);
-        offset_ = sizeOf(clip.a);
-        snap_ = 2.0 * std::sqrt(clip.tolerance2);
-    }
-
-    // Takes out the points that no stage would take, since they lie well outside the triangle's box.
-    void dropDistant(WorkingPoints& working) const {
-        if (!sound_)
-            return;
-        WorkingPoints left;
-        for (std::int32_t k = 0; k < working.count; ++k) {
-            const Vec3& p = working.points[k];
-            const double margin = marginAt(p);
-            if (!apart(p.x, clip_.a.x, clip_.b.x, clip_.c.x, margin) &&
-                !apart(p.y, clip_.a.y, clip_.b.y, clip_.c.y, margin) &&
-                !apart(p.z, clip_.a.z, clip_.b.z, clip_.c.z, margin))
-                left.points[left.count++] = p;
-        }
-        working = left;
-    }
-
-    // Whether the edge stage would take none of the points: they lie well inside the triangle or off it.
-    bool clearOfEdges(const WorkingPoints& working) const {
-        if (!sound_)
-            return false;
-        for (std::int32_t k = 0; k < working.count; ++k) {
-            const Vec3& p = working.points[k];
-            const double margin = marginAt(p);
-            if (!clearlyBeside(p - clip_.a, ab_, margin) || !clearlyBeside(p - clip_.b, bc_, margin) ||
-                !clearlyBeside(p - clip_.c, ca_, margin))
-                return false;
-        }
-        return true;
-    }
-
-private:
-    double marginAt(const Vec3& point) const {
-        constexpr double sizeMargin = 1e-9;
-        constexpr double offsetMargin = 1e-12;
-        const double away = sizeOf(point - clip_.a);
-        // The last term is what the side tests lose on points far off.
-        return snap_ + sizeMargin * (size_ + away) + offsetMargin * (offset_ + sizeOf(point)) +
-               offsetMargin * away * (away / size_) * 8.0;
-    }
-
-    static bool apart(double p, double a, double b, double c, double margin) {
-        return p < std::min(a, std::min(b, c)) - margin || p > std::max(a, std::max(b, c)) + margin;
-    }
-
-    const Clip& clip_;
-    Vec3 ab_, bc_, ca_;
-    bool sound_;
-    double size_, offset_, snap_;
-};
-
 // False if an edge's planes have no common point, which ends the whole cut.
 bool edgeStage(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
     const EdgeFrame edges[] = {edgeFrame(clip.a, clip.b, clip.normal, DRAPE_ON_EDGE_AB),
@@ -199,30 +116,94 @@ bool edgeStage(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
     return true;
 }
 
-void interiorStage(const Clip& clip, const WorkingPoints& working, CircleCut& cut) {
-    for (std::int32_t k = 0; k < working.count; ++k) {
-        const Vec3 a = clip.a - working.points[k];
-        const Vec3 b = clip.b - working.points[k];
-        const Vec3 c = clip.c - working.points[k];
-        const double m1 = promix(a, b, clip.normal);
-        const double m2 = promix(b, c, clip.normal);
-        const double m3 = promix(c, a, clip.normal);
-        if ((m1 < 0.0 && m2 < 0.0 && m3 < 0.0) || (m1 >= 0.0 && m2 >= 0.0 && m3 >= 0.0))
-            append(cut, working.points[k], DRAPE_IN_INTERIOR);
+// On which side of each edge a point lies: the edge's length times the distance, above 0 inside.
+struct Sides {
+    double ab, bc, ca;
+
+    Sides(const Clip& clip, const Vec3& point) {
+        const Vec3 a = clip.a - point;
+        const Vec3 b = clip.b - point;
+        const Vec3 c = clip.c - point;
+        ab = promix(a, b, clip.normal);
+        bc = promix(b, c, clip.normal);
+        ca = promix(c, a, clip.normal);
     }
+    bool inside() const {
+        return (ab < 0.0 && bc < 0.0 && ca < 0.0) || (ab >= 0.0 && bc >= 0.0 && ca >= 0.0);
+    }
+    bool anyBelow(double limit) const { return ab < limit || bc < limit || ca < limit; }
+    bool allAbove(double limit) const { return ab > limit && bc > limit && ca > limit; }
+};
+
+void interiorStage(const Clip& clip, const WorkingPoints& working, CircleCut& cut) {
+    for (std::int32_t k = 0; k < working.count; ++k)
+        if (Sides(clip, working.points[k]).inside())
+            append(cut, working.points[k], DRAPE_IN_INTERIOR);
 }
 
 void clipToTriangle(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
-    const ShortCuts shortCuts(clip);
-    shortCuts.dropDistant(working);
     cornerStage(clip, working, cut);
     if (working.count == 0)
         return;
-    if (!shortCuts.clearOfEdges(working) && !edgeStage(clip, working, cut)) {
+    if (!edgeStage(clip, working, cut)) {
         cut.singular = true;
         return;
     }
     interiorStage(clip, working, cut);
+}
+
+// Where every point lies clearly beside the triangle, or clear of its edges inside, the interior stage
+// decides.
+bool clipByInteriorAlone(const Clip& clip, const WorkingPoints& working, CircleCut& cut) {
+    const margins::SideLimit limit(clip.a, clip.b - clip.a, clip.a - clip.c,
+                                   TriangleShape(clip.a, clip.b, clip.c), clip.tolerance2);
+    if (!limit.bounded)
+        return false;
+    bool inside[2] = {false, false};
+    for (std::int32_t k = 0; k < working.count; ++k) {
+        const Sides sides(clip, working.points[k]);
+        const double reach = limit.at(working.points[k] - clip.a);
+        if (!sides.anyBelow(-reach) && !sides.allAbove(reach))
+            return false;
+        inside[k] = sides.inside();
+    }
+    for (std::int32_t k = 0; k < working.count; ++k)
+        if (inside[k])
+            append(cut, working.points[k], DRAPE_IN_INTERIOR);
+    return true;
+}
+
+enum class ShortCuts { none, taken };
+
+template <ShortCuts shortCuts>
+CircleCut cut(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance,
+              std::int32_t clipMode) {
+    CircleCut cut;
+    if (clipMode == CLIP_AFTER_SLAB_TEST && outsideSlab(circle, a, b, c, tolerance))
+        return cut;
+    if (enclosesNothing(b - a, c - a, parvis(b - a, c - a)))
+        return cut;
+    const Clip clip{a, b, c, unitNormal(b - a, c - a), tolerance * tolerance};
+    Vec3 direction = parvis(circle.axis, clip.normal);
+    if (clip.tolerance2 > vor(direction))
+        return cut; // parallel planes
+    devor(direction);
+    const PlanesPoint foot = commonPoint({circle.centre, circle.axis}, {a, clip.normal},
+                                         {circle.centre, direction}, clip.tolerance2);
+    if (foot.singular) {
+        cut.singular = true;
+        return cut;
+    }
+    WorkingPoints working = pointsOnLine(circle, foot.point, direction, tolerance);
+    if (clipMode == CUT_TRIANGLE_PLANE) {
+        for (std::int32_t k = 0; k < working.count; ++k)
+            append(cut, working.points[k], DRAPE_AT_NOWHERE);
+        return cut;
+    }
+    if (working.count == 0 || (shortCuts == ShortCuts::taken && clipByInteriorAlone(clip, working, cut)))
+        return cut;
+    clipToTriangle(clip, working, cut);
+    return cut;
 }
 
 } // namespace
@@ -250,31 +231,12 @@ bool outsideSlab(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3&
 
 CircleCut cutCircle(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance,
                     std::int32_t clipMode) {
-    CircleCut cut;
-    if (clipMode == CLIP_AFTER_SLAB_TEST && outsideSlab(circle, a, b, c, tolerance))
-        return cut;
-    if (enclosesNothing(b - a, c - a, parvis(b - a, c - a)))
-        return cut;
-    const Clip clip{a, b, c, unitNormal(b - a, c - a), tolerance * tolerance};
-    Vec3 direction = parvis(circle.axis, clip.normal);
-    if (clip.tolerance2 > vor(direction))
-        return cut; // parallel planes
-    devor(direction);
-    const PlanesPoint foot = commonPoint({circle.centre, circle.axis}, {a, clip.normal},
-                                         {circle.centre, direction}, clip.tolerance2);
-    if (foot.singular) {
-        cut.singular = true;
-        return cut;
-    }
-    WorkingPoints working = pointsOnLine(circle, foot.point, direction, tolerance);
-    if (clipMode == CUT_TRIANGLE_PLANE) {
-        for (std::int32_t k = 0; k < working.count; ++k)
-            append(cut, working.points[k], DRAPE_AT_NOWHERE);
-        return cut;
-    }
-    if (working.count > 0)
-        clipToTriangle(clip, working, cut);
-    return cut;
+    return cut<ShortCuts::none>(circle, a, b, c, tolerance, clipMode);
+}
+
+CircleCut cutCircleShortly(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c,
+                           double tolerance) {
+    return cut<ShortCuts::taken>(circle, a, b, c, tolerance, CLIP_AFTER_SLAB_TEST);
 }
 
 } // namespace drape

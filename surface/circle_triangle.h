@@ -43,4 +43,8 @@ bool outsideSlab(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3&
 CircleCut cutCircle(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance,
                     std::int32_t clipMode);
 
+// The same in mode CLIP_AFTER_SLAB_TEST, past the stages that can't take any of the points.
+CircleCut cutCircleShortly(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c,
+                           double tolerance);
+
 } // namespace drape

@@ -53,10 +53,8 @@ struct TriangleShape {
     }
 
     // Slivers, and what holds no number: exact tests on them are too ill-conditioned to be bounded.
-    bool isSliver() const {
-        constexpr double ratio = 1e-3; // of the height to the longest side
-        return !(area > ratio * longest * longest);
-    }
+    static constexpr double SLIVER_RATIO = 1e-3; // of the height to the longest side
+    bool isSliver() const { return !(area > SLIVER_RATIO * longest * longest); }
 };
 
 } // namespace drape

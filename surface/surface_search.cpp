@@ -161,15 +161,19 @@ bool flood(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& 
     return Flood<PlainFlood>({scratch.marks}, balls, ballCount, scratch).run(start, status);
 }
 
-// Cuts the circle against every listed triangle, in order.
+// Cuts the circle against every listed triangle, in order. A run takes the short cuts of the cut.
 bool gatherCandidates(const Circle& circle, const std::int32_t* foundList, std::int32_t foundCount,
                       double tolerance, Candidates& candidates, std::int32_t& status) {
     const SurfaceMesh& mesh = model->mesh;
+    const bool shortly = onFastRoad();
     candidates.reset();
     for (std::int32_t k = 0; k < foundCount; ++k) {
         const std::int32_t triangle = foundList[k];
-        const CircleCut cut = cutCircle(circle, mesh.corner(triangle, 0), mesh.corner(triangle, 1),
-                                        mesh.corner(triangle, 2), tolerance, CLIP_AFTER_SLAB_TEST);
+        const Vec3 a = mesh.corner(triangle, 0);
+        const Vec3 b = mesh.corner(triangle, 1);
+        const Vec3 c = mesh.corner(triangle, 2);
+        const CircleCut cut = shortly ? cutCircleShortly(circle, a, b, c, tolerance)
+                                      : cutCircle(circle, a, b, c, tolerance, CLIP_AFTER_SLAB_TEST);
         for (std::int32_t hit = 0; hit < cut.count; ++hit)
             if (!candidates.push({cut.points[hit], triangle}, status)) {
                 candidates.reset();
@@ -298,8 +302,8 @@ bool searchByTree(const TriangleTree& tree, std::int32_t start, const Ball* ball
     candidates.reset();
     bool certain = true;
     tree.forEachNearCircle(circle, [&](std::int32_t triangle) {
-        const CircleCut cut = cutCircle(circle, mesh.corner(triangle, 0), mesh.corner(triangle, 1),
-                                        mesh.corner(triangle, 2), tolerance, CLIP_AFTER_SLAB_TEST);
+        const CircleCut cut = cutCircleShortly(circle, mesh.corner(triangle, 0), mesh.corner(triangle, 1),
+                                               mesh.corner(triangle, 2), tolerance);
         if (cut.count == 0 || !visitByBounds(triangle, balls, ballCount).list)
             return true;
         certain = reaches(start, triangle, cut.points[0], balls, ballCount);

@@ -1,4 +1,4 @@
-// Bounding spheres: how large the safety margins have to be.
+// Bounding spheres: what a sphere, or the corners, settle before the exact distance.
 #include "surface/triangle_bounds.h"
 
 #include "surface/flatness.h"
@@ -10,20 +10,8 @@
 namespace drape {
 namespace {
 
-// Rounding of the exact tests, in shares of the triangle's size and of its distance from the origin; both
-// lie some thousand times above what double precision loses on a triangle that is no sliver.
-constexpr double SIZE_MARGIN = 1e-9;
-constexpr double OFFSET_MARGIN = 1e-13;
-// Lengths outside this range can overflow or vanish when they are squared.
-constexpr double LARGEST_LENGTH = 1e100;
-constexpr double SMALLEST_LENGTH = 1e-100;
-
 float roundedUp(double value) {
     return std::nextafter(static_cast<float>(value), std::numeric_limits<float>::infinity());
-}
-
-double largestCoordinate(const Vec3& v) {
-    return std::max(std::fabs(v.x), std::max(std::fabs(v.y), std::fabs(v.z)));
 }
 
 // Squared distance from p to the segment that leaves `a` along `ab`, with `ap` from a to p.
@@ -34,7 +22,7 @@ double squaredDistanceToEdge(const Vec3& ap, const Vec3& ab) {
         return vor(ap);
     if (along >= length2)
         return vor(ap - ab);
-    return vor(ap) - along * along / length2;
+    return vor(parvis(ap, ab)) / length2;
 }
 
 // Squared distance from a point to a triangle, by the region in which its foot lies (after Ericson, Real-Time
@@ -68,19 +56,16 @@ double squaredDistance(const Vec3& p, const Vec3& a, const Vec3& b, const Vec3& 
 
 TriangleBounds::Sphere TriangleBounds::boundOf(const Vec3& a, const Vec3& b, const Vec3& c,
                                                double tolerance) {
-    constexpr float endless = std::numeric_limits<float>::infinity();
     const Vec3 centre = (a + b + c) / 3.0;
-    const TriangleShape shape(a, b, c);
-    const double offset =
-        std::max(largestCoordinate(a), std::max(largestCoordinate(b), largestCoordinate(c)));
-    const bool bounded = !shape.isSliver() && shape.shortest > SMALLEST_LENGTH && offset < LARGEST_LENGTH &&
-                         tolerance < LARGEST_LENGTH;
-    if (!bounded)
+    const double offset = std::max(margins::largestCoordinate(a),
+                                   std::max(margins::largestCoordinate(b), margins::largestCoordinate(c)));
+    const double slack = margins::distanceSlack(TriangleShape(a, b, c), offset, tolerance);
+    if (!(slack < margins::ENDLESS)) {
+        constexpr float endless = std::numeric_limits<float>::infinity();
         return {0.0, 0.0, 0.0, endless, endless};
+    }
     const double radius = std::sqrt(std::max(cadis(a, centre), std::max(cadis(b, centre), cadis(c, centre))));
-    // An edge test lets a foot hang over a corner by tolerance / edge length.
-    const double slack = tolerance / shape.shortest + SIZE_MARGIN * radius + OFFSET_MARGIN * offset;
-    return {centre.x, centre.y, centre.z, roundedUp(radius * (1.0 + SIZE_MARGIN)), roundedUp(slack)};
+    return {centre.x, centre.y, centre.z, roundedUp(radius), roundedUp(slack)};
 }
 
 bool TriangleBounds::build(const SurfaceMesh& mesh, double tolerance, std::int32_t& status) {
@@ -121,8 +106,7 @@ Range TriangleBounds::inRangeByCorners(std::int32_t triangle, const Ball& ball) 
 double TriangleBounds::distanceBelow(std::int32_t triangle, const Vec3& point) const {
     const Sphere& s = spheres_[triangle - 1];
     const double distance = std::sqrt(cadis(point, {s.x, s.y, s.z}));
-    return distance * (1.0 - Ball::RELATIVE_MARGIN) - static_cast<double>(s.radius) -
-           static_cast<double>(s.slack);
+    return margins::distanceBelow(distance) - static_cast<double>(s.radius) - static_cast<double>(s.slack);
 }
 
 } // namespace drape

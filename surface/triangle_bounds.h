@@ -1,12 +1,13 @@
 // Bounding spheres of the mesh triangles, worked out once per run.
 //
 // A sphere settles most questions whether a triangle is in range of a point without its exact geometry. The
-// answers are conservative, with a margin far above rounding and above what the exact test snaps or allows to
-// hang over, so what they settle is what that test would have said. Only `unknown` goes on to it.
+// answers are conservative, with a margin above what the exact test rounds, snaps or allows to hang over, so
+// what they settle is what that test would have said. Only `unknown` goes on to it.
 #pragma once
 
 #include "run/model.h"
 #include "services/work_arrays.h"
+#include "surface/margins.h"
 
 namespace drape {
 
@@ -14,12 +15,9 @@ enum class Range { in, out, unknown };
 
 // A ball around a node: triangles nearer than radius + tolerance are in range of it.
 struct Ball {
-    // Shares of a length by which the bounds stay clear of rounding.
-    static constexpr double RELATIVE_MARGIN = 1e-9;
-
     Ball(const Vec3& c, double r, double t)
-        : centre(c), radius(r), tolerance(t), clearlyWithin(r * (1.0 - RELATIVE_MARGIN)),
-          clearlyBeyond((r + t) * (1.0 + RELATIVE_MARGIN)) {}
+        : centre(c), radius(r), tolerance(t), clearlyWithin(r * (1.0 - margins::DISTANCE_SHARE)),
+          clearlyBeyond((r + t) * (1.0 + margins::DISTANCE_SHARE)) {}
 
     Vec3 centre;
     double radius;
@@ -62,8 +60,7 @@ public:
     double distanceBelow(std::int32_t triangle, const Vec3& point) const;
 
 private:
-    // `slack` holds the rounding of the triangle's frame and the overhang of its edge tests; it is infinite
-    // for slivers, whose exact tests are too ill-conditioned to be bounded.
+    // `slack` is that of the exact distance, infinite where it has no bound.
     struct Sphere {
         double x, y, z;
         float radius, slack;

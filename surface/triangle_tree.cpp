@@ -2,7 +2,7 @@
 // and the boxes from the leaves up.
 #include "surface/triangle_tree.h"
 
-#include "surface/flatness.h"
+#include "surface/margins.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,11 +10,6 @@
 
 namespace drape {
 namespace {
-
-// Shares by which bounds stay clear of rounding.
-constexpr double SIZE_MARGIN = 1e-5;
-constexpr double OFFSET_MARGIN = 1e-12;
-constexpr double LARGEST_LENGTH = 1e15; // its square, and that of its inverse, fit single precision
 
 // The curve's resolution: so many bits for each coordinate, sorted so many at a time.
 constexpr int BITS_PER_AXIS = 16;
@@ -94,34 +89,22 @@ TriangleTree::Band::Band(const Circle& circle)
       axis{static_cast<float>(circle.axis.x), static_cast<float>(circle.axis.y),
            static_cast<float>(circle.axis.z)},
       axisSize{std::fabs(axis[0]), std::fabs(axis[1]), std::fabs(axis[2])} {
-    constexpr double rounding = 1e-6;
-    const double size = std::fabs(circle.centre.x) + std::fabs(circle.centre.y) + std::fabs(circle.centre.z);
-    const double slack = rounding * (size + circle.radius);
+    const double slack = margins::SINGLE_SLACK * (margins::sizeOf(circle.centre) + circle.radius);
     margin = static_cast<float>(slack);
-    const double outer = circle.radius * (1.0 + static_cast<double>(SINGLE_MARGIN)) + slack;
-    const double inner = circle.radius * (1.0 - static_cast<double>(SINGLE_MARGIN)) - slack;
-    outer2 = roundedUp(outer * outer);
-    inner2 = inner > 0.0 ? roundedDown(inner * inner) : 0.0f;
+    const auto squareUp = [](double length) { return roundedUp(length * length); };
+    const double inner = circle.radius * (1.0 - margins::SINGLE_SHARE) - slack;
+    rim.outer2 = squareUp(circle.radius * (1.0 + margins::SINGLE_SHARE) + slack);
+    rim.inner2 = inner > 0.0 ? roundedDown(inner * inner) : 0.0f;
+    disc.outer2 = squareUp(margins::DISC_REACH * circle.radius + slack);
+    disc.inner2 = 0.0f;
 }
 
-// How far from its triangle a point can lie that the cut takes for a hit: what the tolerance snaps, what the
-// side tests lose against circles of the largest radius, and how far a thin triangle's normal can tilt.
-// Infinite for needles; below 0 for triangles without area, which are never hit.
+// How far from its triangle a point can lie that the cut takes for a hit. Infinite for needles; below 0 for
+// triangles without area, which are never hit.
 double TriangleTree::hitMargin(const Vec3& a, const Vec3& b, const Vec3& c) const {
-    constexpr double rounding = 1e-13;
-    const double endless = std::numeric_limits<double>::infinity();
     if (enclosesNothing(b - a, c - a, parvis(b - a, c - a)))
         return -1.0;
-    const TriangleShape shape(a, b, c);
-    const double longest = shape.longest;
-    const double ratio = shape.area / (longest * longest);
-    const double span = 2.0 * reach_ + longest;
-    const double size = std::fabs(a.x) + std::fabs(a.y) + std::fabs(a.z);
-    double margin = 2.0 * tolerance_ + SIZE_MARGIN * longest + rounding * span * span / shape.shortest +
-                    rounding * span / ratio + OFFSET_MARGIN * size;
-    if (shape.isSliver())
-        margin += longest;
-    return margin < span ? margin : endless;
+    return margins::hitMargin(TriangleShape(a, b, c), tolerance_, reach_, extent_);
 }
 
 void TriangleTree::putTriangle(const SurfaceMesh& mesh, std::int32_t triangle, Quad& quad, int lane) const {
@@ -150,9 +133,11 @@ bool TriangleTree::sortTriangles(const SurfaceMesh& mesh, std::int32_t& status) 
     const double offset = std::max(std::max(std::fabs(extent.low.x), std::fabs(extent.high.x)),
                                    std::max(std::max(std::fabs(extent.low.y), std::fabs(extent.high.y)),
                                             std::max(std::fabs(extent.low.z), std::fabs(extent.high.z))));
-    if (!(offset < LARGEST_LENGTH) || !(largest > 1.0 / LARGEST_LENGTH) || !(reach_ < LARGEST_LENGTH) ||
-        !(reach_ > 1.0 / LARGEST_LENGTH) || !(tolerance_ < LARGEST_LENGTH))
+    if (!(offset < margins::LARGEST_SINGLE) || !(largest > 1.0 / margins::LARGEST_SINGLE) ||
+        !(reach_ < margins::LARGEST_SINGLE) || !(reach_ > 1.0 / margins::LARGEST_SINGLE) ||
+        !(tolerance_ < margins::LARGEST_SINGLE))
         return true;
+    extent_ = margins::sizeOf(size);
     const double scale = (1 << BITS_PER_AXIS) / largest;
 
     Keyed now{reinterpret_cast<std::uint64_t*>(keys.data()), order_.data()};
@@ -197,30 +182,61 @@ void TriangleTree::layOutLevels() {
     }
 }
 
+void TriangleTree::putQuad(const Quad& below, Quad& quad, int lane) {
+    for (int k = 0; k < 3; ++k)
+        for (int part = 0; part < ARITY; ++part) {
+            quad.low[k][lane] = std::min<float>(quad.low[k][lane], below.low[k][part]);
+            quad.high[k][lane] = std::max<float>(quad.high[k][lane], below.high[k][part]);
+        }
+}
+
+TriangleTree::Cone TriangleTree::Cone::around(const Part* parts, int count) {
+    Vec3 middle{0.0, 0.0, 0.0};
+    for (int k = 0; k < count; ++k)
+        middle = prosca(parts[k].axis, middle) < 0.0 ? middle - parts[k].axis : middle + parts[k].axis;
+    devor(middle);
+    double least = 1.0;
+    for (int k = 0; k < count; ++k) {
+        const double turn = std::fabs(prosca(parts[k].axis, middle));
+        const double spread = parts[k].cosine;
+        const double sines = std::max((1.0 - turn * turn) * (1.0 - spread * spread), 0.0);
+        const double cosine = turn * spread - std::sqrt(sines);
+        if (!(spread > 0.0) || !(cosine > 0.0))
+            return {}; // all directions
+        least = std::min(least, cosine);
+    }
+    return {{static_cast<float>(middle.x), static_cast<float>(middle.y), static_cast<float>(middle.z)},
+            roundedDown(least - margins::SINGLE_SLACK)};
+}
+
 void TriangleTree::fillQuads(const SurfaceMesh& mesh) {
     constexpr float endless = std::numeric_limits<float>::infinity();
+    const double coplanar = std::sqrt(1.0 - margins::NEARLY_COPLANAR * margins::NEARLY_COPLANAR);
     for (int level = 0; level < levelCount_; ++level) {
         const std::int64_t children = level == 0 ? treeCount_ : levelSize_[level - 1];
         for (std::int64_t node = 0; node < levelSize_[level]; ++node) {
             Quad& quad = quads_[levelStart_[level] + node];
-            for (int lane = 0; lane < ARITY; ++lane) {
+            for (int k = 0; k < 3; ++k) {
+                quad.low[k] = Floats{} + endless;
+                quad.high[k] = Floats{} - endless;
+            }
+            const auto count = static_cast<int>(std::min<std::int64_t>(children - ARITY * node, ARITY));
+            Cone::Part parts[ARITY];
+            for (int lane = 0; lane < count; ++lane) {
                 const std::int64_t child = ARITY * node + lane;
-                if (child < children && level == 0) {
-                    putTriangle(mesh, order_.data()[child], quad, lane);
-                    continue;
-                }
-                for (int k = 0; k < 3; ++k) {
-                    quad.low[k][lane] = endless;
-                    quad.high[k][lane] = -endless;
-                    if (child >= children)
-                        continue;
+                if (level == 0) {
+                    const std::int32_t triangle = order_.data()[child];
+                    putTriangle(mesh, triangle, quad, lane);
+                    const Vec3 a = mesh.corner(triangle, 0);
+                    parts[lane] = {unitNormal(mesh.corner(triangle, 1) - a, mesh.corner(triangle, 2) - a),
+                                   coplanar};
+                } else {
                     const Quad& below = quads_[levelStart_[level - 1] + child];
-                    for (int part = 0; part < ARITY; ++part) {
-                        quad.low[k][lane] = std::min<float>(quad.low[k][lane], below.low[k][part]);
-                        quad.high[k][lane] = std::max<float>(quad.high[k][lane], below.high[k][part]);
-                    }
+                    putQuad(below, quad, lane);
+                    parts[lane] = below.cone.asPart();
                 }
             }
+            quad.cone = Cone::around(parts, count);
         }
     }
 }

@@ -2,18 +2,21 @@
 //
 // Triangles are put in the order of a space-filling curve through their centres, and boxes over runs of
 // neighbours make the tree. A box holds every place where the exact cut could report a hit on its triangles,
-// so a search goes to the few triangles at the circle's two ends and leaves out nothing.
+// so a search goes to the few triangles at the circle's two ends and leaves out nothing. Where triangles lie
+// nearly in the circle's plane their hits may be anywhere on the disc, so a cone of normals goes with the
+// boxes and tells where that can be.
 #pragma once
 
 #include "run/model.h"
 #include "services/work_arrays.h"
 #include "surface/circle_triangle.h"
+#include "surface/margins.h"
 
 namespace drape {
 
 class TriangleTree {
 public:
-    // Keeps 36 bytes per triangle, and 24 more while it builds. `reach` bounds the radius of all circles.
+    // Keeps 42 bytes per triangle, and 24 more while it builds. `reach` bounds the radius of all circles.
     bool build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status);
     void release(std::int32_t& status);
 
@@ -55,10 +58,26 @@ private:
     using Floats = float __attribute__((vector_size(ARITY * sizeof(float)), aligned(sizeof(float))));
     using Lanes = std::int32_t __attribute__((vector_size(ARITY * sizeof(std::int32_t))));
 
-    // The boxes of four children side by side, so that one pass tests them all; a missing child's box is
-    // inside out and meets nothing.
+    // The normals of some triangles, whichever way they point, and all directions within the angle that
+    // counts as nearly coplanar: what makes a smaller angle with the axis than has the cosine `limit`.
+    struct Cone {
+        float axis[3] = {};
+        float limit = -2.0f;
+
+        // Around up to four directions, each with the cosine of the angle that counts around it.
+        struct Part {
+            Vec3 axis;
+            double cosine;
+        };
+        static Cone around(const Part* parts, int count);
+        Part asPart() const { return {{axis[0], axis[1], axis[2]}, limit}; }
+    };
+
+    // The boxes of four children side by side, so that one pass tests them all, and a cone over all of them;
+    // a missing child's box is inside out and meets nothing.
     struct Quad {
         Floats low[3], high[3];
+        Cone cone;
     };
     struct Node {
         int level; // 0 has triangles for children
@@ -86,22 +105,33 @@ private:
                 nearest2 += gap * gap;
                 furthest2 += (off + half) * (off + half);
             }
-            return (height <= extent) & (-height <= extent) & (nearest2 <= outer2) & (furthest2 >= inner2);
+            const Ring& ring = isNearlyCoplanar(quad.cone) ? disc : rim;
+            return (height <= extent) & (-height <= extent) & (nearest2 <= ring.outer2) &
+                   (furthest2 >= ring.inner2);
         }
 
-        static constexpr float SINGLE_MARGIN = 1e-5f;
-        static constexpr float widening = 0.5f * (1.0f + SINGLE_MARGIN);
+        bool isNearlyCoplanar(const Cone& cone) const {
+            const float cosine = axis[0] * cone.axis[0] + axis[1] * cone.axis[1] + axis[2] * cone.axis[2];
+            return cosine >= cone.limit || -cosine >= cone.limit;
+        }
+
+        struct Ring {
+            float outer2, inner2;
+        };
+        static constexpr float widening = 0.5f * (1.0f + static_cast<float>(margins::SINGLE_SHARE));
         float centre[3], axis[3], axisSize[3];
-        float margin, outer2, inner2;
+        float margin;
+        Ring rim, disc; // where hits lie on triangles that cut the circle's plane, and on those nearly in it
     };
 
     bool sortTriangles(const SurfaceMesh& mesh, std::int32_t& status);
     double hitMargin(const Vec3& a, const Vec3& b, const Vec3& c) const;
     void layOutLevels();
     void putTriangle(const SurfaceMesh& mesh, std::int32_t triangle, Quad& quad, int lane) const;
+    static void putQuad(const Quad& below, Quad& quad, int lane);
     void fillQuads(const SurfaceMesh& mesh);
 
-    double tolerance_ = 0.0, reach_ = 0.0;
+    double tolerance_ = 0.0, reach_ = 0.0, extent_ = 0.0;
     std::int32_t treeCount_ = 0; // triangles in the tree
     int levelCount_ = 0;         // the last level holds one quad
     std::int64_t levelStart_[MAX_LEVELS] = {};

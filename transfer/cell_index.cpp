@@ -8,6 +8,7 @@
 #include "transfer/cell_index.h"
 
 #include "drape.h"
+#include "surface/margins.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,16 +16,6 @@
 
 namespace drape {
 namespace {
-
-// Within this range no squared distance overflows.
-constexpr double largestCoordinate = 1e150;
-
-// Bounds are lowered by so much, relatively for rounding (some 1e-15) and absolutely for underflow.
-constexpr double boundSlack = 1e-12;
-constexpr double boundFloor = 1e-300;
-
-// A mean of four coordinates is off by a few units in the last place of the largest of them.
-constexpr double meanSlack = 1e-14;
 
 // A work array for the sorting has three elements per cell.
 constexpr std::int64_t mostCells = std::numeric_limits<std::int32_t>::max() / 3;
@@ -78,17 +69,14 @@ double spreadOfCorners(const GridView& grid, const CellCorners& cell) {
     return 0.25 * (cadis(c, a) + cadis(c, b) + cadis(c, e) + cadis(a, b) + cadis(a, e) + cadis(b, e));
 }
 
-double largestOf(const Vec3& v) {
-    return std::max({std::fabs(v.x), std::fabs(v.y), std::fabs(v.z)});
-}
-
 // The means that the cell can have in exact arithmetic.
 Box boxOfCell(const GridView& grid, std::int32_t cell) {
     const CellCorners corners = grid.corners(cell);
-    const double largest =
-        std::max({largestOf(grid.position(corners.c)), largestOf(grid.position(corners.a)),
-                  largestOf(grid.position(corners.b)), largestOf(grid.position(corners.e))});
-    const double margin = meanSlack * largest;
+    const double largest = std::max({margins::largestCoordinate(grid.position(corners.c)),
+                                     margins::largestCoordinate(grid.position(corners.a)),
+                                     margins::largestCoordinate(grid.position(corners.b)),
+                                     margins::largestCoordinate(grid.position(corners.e))});
+    const double margin = margins::MEAN_ROUNDING * largest;
     const Vec3 mean = meanOfCorners(grid, corners);
     const Vec3 reach = {margin, margin, margin};
     return {mean - reach, mean + reach, spreadOfCorners(grid, corners)};
@@ -102,7 +90,7 @@ double gap(double low, double high, double value) {
 double boundOf(const Box& box, const Vec3& p) {
     const Vec3 d = {gap(box.low.x, box.high.x, p.x), gap(box.low.y, box.high.y, p.y),
                     gap(box.low.z, box.high.z, p.z)};
-    return (4.0 * vor(d) + box.leastSpread) * (1.0 - boundSlack) - boundFloor;
+    return (4.0 * vor(d) + box.leastSpread) * (1.0 - margins::CELL_SHARE) - margins::CELL_FLOOR;
 }
 
 struct BoundedBox {
@@ -111,8 +99,9 @@ struct BoundedBox {
 };
 
 bool inRange(const Vec3& v) {
-    return std::fabs(v.x) <= largestCoordinate && std::fabs(v.y) <= largestCoordinate &&
-           std::fabs(v.z) <= largestCoordinate;
+    return std::fabs(v.x) <= margins::LARGEST_CELL_COORDINATE &&
+           std::fabs(v.y) <= margins::LARGEST_CELL_COORDINATE &&
+           std::fabs(v.z) <= margins::LARGEST_CELL_COORDINATE;
 }
 
 bool finite(const Vec3& v) {

@@ -1,0 +1,155 @@
+// How far an index or a short cut stays clear of the exact test that it stands before.
+//
+// Each exact test works in floating point, so "what the index leaves out, the test would have left out too"
+// has to hold with the test as it rounds, not with the geometry that it means. Every bound of that kind is
+// derived here, from the steps of its test. Where a test is too ill-conditioned to be bounded, the margin is
+// endless and the test itself decides.
+//
+// u stands for the unit roundoff. Differences of given points carry a relative error of u however far off the
+// points lie, so offsets count only where coordinates themselves are multiplied, averaged or widened.
+#pragma once
+
+#include "services/vectors.h"
+#include "surface/flatness.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace drape::margins {
+
+constexpr double ROUNDOFF = 0x1p-53;
+constexpr double ENDLESS = std::numeric_limits<double>::infinity();
+
+// Lengths beyond these overflow or vanish in the fourth powers of the exact tests.
+constexpr double LARGEST_LENGTH = 1e70;
+constexpr double SMALLEST_LENGTH = 1e-70;
+
+inline double largestCoordinate(const Vec3& v) {
+    return std::max(std::fabs(v.x), std::max(std::fabs(v.y), std::fabs(v.z)));
+}
+
+// Sum of the coordinates' sizes; no dot product with a unit vector is larger.
+inline double sizeOf(const Vec3& v) {
+    return std::fabs(v.x) + std::fabs(v.y) + std::fabs(v.z);
+}
+
+// Distance of a point to a triangle, as distanceToTriangle computes it.
+//
+// The test lays the triangle into a frame of its own. The frame's normal is a cross product with an error of
+// 8 u |u||c - a|, a tilt of 8 u k with k = longest^2 / area, and so the frame is square, and the corners lie
+// in its plane, but for as much. That and the rounding of the dot products move the distance d by at most
+// 20 u k (d + 2 longest); inRangeByCorners, which takes a cross product of its own, adds 10 u k (d +
+// longest). On top of rounding
+//  - a foot within `tolerance` of a corner or an edge takes that for the nearest place: too far by no more
+//    than the tolerance, which the limit of the range holds anyway;
+//  - an edge reaches over its ends by tolerance / length, since the overhang is allowed on dot products that
+//    aren't divided by the length: too near by that.
+// A foot beside an edge by less than 4 u times its length can count as inside, far below the rest.
+constexpr double FRAME_ROUNDING = 64.0 * ROUNDOFF;
+
+// The share of a distance that is lost on the thinnest triangle that still has a bound.
+constexpr double DISTANCE_SHARE = FRAME_ROUNDING / TriangleShape::SLIVER_RATIO;
+
+// An average of three points, or a box widened by a margin, is off by less than so much of its coordinates.
+constexpr double PLACE_ROUNDING = 8.0 * ROUNDOFF;
+
+// By how much a distance to the triangle, nothing else than the share above aside, can be off beyond the
+// tolerance itself, with `offset` its largest coordinate. Endless for slivers.
+inline double distanceSlack(const TriangleShape& shape, double offset, double tolerance) {
+    if (shape.isSliver() || !(shape.shortest > SMALLEST_LENGTH) || !(shape.longest < LARGEST_LENGTH) ||
+        !(offset < LARGEST_LENGTH) || !(tolerance < LARGEST_LENGTH))
+        return ENDLESS;
+    const double conditioning = shape.longest * shape.longest / shape.area;
+    const double overhang = tolerance / shape.shortest;
+    return overhang + FRAME_ROUNDING * conditioning * (shape.longest + overhang) + PLACE_ROUNDING * offset;
+}
+
+// A distance that no exact test falls short of, where `distance` bounds the true one from below. Nothing is
+// bounded at distances whose squares come near the end of the numbers.
+inline double distanceBelow(double distance) {
+    return distance < LARGEST_LENGTH ? distance * (1.0 - DISTANCE_SHARE) : -ENDLESS;
+}
+
+// A hit of a circle on a triangle, as cutCircle computes it.
+//
+// The hit P lies on the line of two planes: P = Q -+ h d with d = axis x n at unit length, Q the point common
+// to both planes and the plane square to d through the centre C, and h^2 = r^2 - |Q - C|^2. With s = |axis x
+// n|, the sine between the planes, Q solves three equations whose numerators carry 24 u times the coordinates
+// of C and of the triangle, divided by a determinant s. So P may lie off the triangle's plane, and off the
+// circle, by up to 64 u (|C| + |a|) / s. Whatever has become of Q, |P - C| <= |Q - C| + h <= sqrt(2) r, or
+// r + tolerance where the foot itself counts as the point.
+//
+// Neither the corner and edge stages nor the interior stage ask for a height over the plane; they bound where
+// P lies along it:
+//  - corners and edges take P within 2 tolerance (foot within one of an end, P within one of its foot);
+//  - the interior stage takes the signs of three triple products. Each is the length of an edge times P's
+//    distance beside it, but for an error e = 8 u |a||b| with a, b the way to its ends. A point beside two
+//    edges of lengths p and q by no more than e / p and e / q lies within (p + q) e / area of the triangle,
+//    so within 2 k e / longest.
+constexpr double CUT_ROUNDING = 64.0 * ROUNDOFF;
+constexpr double SIDE_ROUNDING = 8.0 * ROUNDOFF;
+
+// Planes closer to parallel than this sine count as nearly coplanar: then nothing but |P - C| is known of a
+// hit, and the places of hits spread over the disc. At all others P is off by CUT_ROUNDING / NEARLY_COPLANAR
+// of the coordinates, 7e-12, which vanishes in the slack of the single precision in which boxes are tested.
+constexpr double NEARLY_COPLANAR = 1e-3;
+constexpr double SINGLE_SLACK =
+    1e-6; // of coordinates and radius; single precision rounds off 6e-8 three times
+constexpr double SINGLE_SHARE = 1e-5; // of boxes and radius, above the sums of such roundings
+static_assert(10.0 * CUT_ROUNDING / NEARLY_COPLANAR < SINGLE_SLACK);
+constexpr double LARGEST_SINGLE = 1e15; // its square, and that of its inverse, fit single precision
+
+// A hit on a nearly coplanar triangle lies beside the triangle's foot by no more than |P - C|, and the foot's
+// height over the circle's plane is no more than NEARLY_COPLANAR of some 1.5 r, since the triangle has to
+// pass the slab test. Together less than 1.5 r.
+constexpr double DISC_REACH = 1.5; // of the radius
+
+// How far beside the box of its triangle a hit of a circle with radius up to `reach` can lie. The height of P
+// over the plane is within that reach even where planes are nearly coplanar, and counts by the tilt of the
+// normal too, 8 u k. So with D the way from the triangle, d <= K (D + longest)^2 + 4 k (8 u k) D, where K =
+// 32 u k / longest; that holds for small d and again for d near 1 / K, which has to lie beyond the `extent`
+// of the whole mesh. Endless where the triangle is too thin for that, or out of all proportion to the circle.
+inline double hitMargin(const TriangleShape& shape, double tolerance, double reach, double extent) {
+    constexpr double outOfProportion = 1e6; // a radius below the single precision of its triangle
+    const double conditioning = shape.longest * shape.longest / shape.area;
+    const double span = 2.0 * (2.0 * reach + shape.longest + tolerance);
+    const double curvature = 4.0 * SIDE_ROUNDING * conditioning;
+    const double beside = curvature * span * (span / shape.longest + conditioning);
+    if (!(curvature * (extent + span) < 0.25 * shape.longest) || !(beside < span) ||
+        !(shape.longest < outOfProportion * reach))
+        return ENDLESS;
+    return 2.0 * tolerance + beside + SINGLE_SLACK * shape.longest;
+}
+
+// The same for a single point, whose triple products are at hand: beyond the limit no corner and no edge
+// takes it, and they alone decide. The edge stage finds the foot from three planes square to each other, so
+// that its place is off by CUT_ROUNDING of the coordinates, and within the planes of edge and normal, which
+// stand off the edge by the normal's tilt. A triple product is an edge's length, no more than `size`, times a
+// distance.
+struct SideLimit {
+    // For corners a, a + ab and a - ca; slivers, and tolerances at which an edge's planes could count as
+    // parallel, have no limit.
+    SideLimit(const Vec3& a, const Vec3& ab, const Vec3& ca, const TriangleShape& shape, double tolerance2)
+        : bounded(!shape.isSliver() && tolerance2 < 0.25), size(sizeOf(ab) + sizeOf(ca)),
+          fixed(2.0 * std::sqrt(tolerance2) + TILT_SHARE * size + CUT_ROUNDING * sizeOf(a)) {}
+
+    double at(const Vec3& fromPoint) const {
+        const double away = sizeOf(fromPoint) + size;
+        return (fixed + CUT_ROUNDING * away) * size + SIDE_ROUNDING * away * away;
+    }
+
+    static constexpr double TILT_SHARE = 2.0 * SIDE_ROUNDING / TriangleShape::SLIVER_RATIO;
+    bool bounded;
+    double size, fixed;
+};
+
+// The sum of the squared distances of a point to a cell's corners, as cellDistance computes it: ten
+// roundings, and as many in its bound by mean and spread. The mean of four points is off by 3 u of their
+// coordinates.
+constexpr double CELL_SHARE = 32.0 * ROUNDOFF;
+constexpr double CELL_FLOOR = 1e-300; // squares below it vanish
+constexpr double MEAN_ROUNDING = 4.0 * ROUNDOFF;
+constexpr double LARGEST_CELL_COORDINATE = 1e150; // no sum of squares overflows
+
+} // namespace drape::margins

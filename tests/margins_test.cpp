@@ -1,0 +1,408 @@
+// What an index leaves out, the exact test that it stands before would have left out too: each index of a run
+// against its exact test on random triangles of all sizes, offsets and shapes, with the questions asked where
+// the answer is about to turn. These look inside the library, since nothing outside shows a margin.
+#include "height_field.h"
+#include "surface/boundary_tree.h"
+#include "surface/circle_triangle.h"
+#include "surface/point_triangle.h"
+#include "surface/triangle_bounds.h"
+#include "surface/triangle_tree.h"
+#include "transfer/cell_index.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <set>
+
+namespace {
+
+using namespace drape;
+using drape_test::Random;
+
+double power(Random& random, double low, double high) { // 10 to some exponent
+    return std::pow(10.0, random.between(low, high));
+}
+
+Vec3 randomVector(Random& random) { // within the cube of edge 2
+    const double x = random.between(-1.0, 1.0), y = random.between(-1.0, 1.0), z = random.between(-1.0, 1.0);
+    return {x, y, z};
+}
+Vec3 randomDirection(Random& random) {
+    Vec3 v = randomVector(random);
+    devor(v);
+    return v;
+}
+
+// The circumstances of one trial, all lengths in proportion to the triangles.
+struct Scene {
+    double size, offset, tolerance;
+    Vec3 origin;
+
+    explicit Scene(Random& random) {
+        size = power(random, -6.0, 6.0);
+        offset = random.below(3) == 0 ? 0.0 : size * power(random, 0.0, 8.0);
+        const int kind = random.below(4);
+        tolerance = kind == 0   ? 0.0
+                    : kind == 1 ? size * power(random, -17.0, -13.0) // where snapping and rounding meet
+                                : size * power(random, -13.0, -1.0);
+        origin = offset * randomVector(random);
+    }
+};
+
+struct Corners {
+    Vec3 a, b, c;
+    Vec3 at(double u, double v) const { return a + u * (b - a) + v * (c - a); }
+};
+
+// Any triangle, one of a lattice, a flat one or a needle, down to heights of 1e-8 of the longest side.
+Corners randomTriangle(const Scene& scene, Random& random) {
+    const Vec3 a = scene.origin + scene.size * randomVector(random);
+    if (random.below(4) == 0) { // two axes of a lattice, so that planes are those of floors and walls
+        const int axis = random.below(3);
+        const Vec3 sides[] = {{scene.size, 0, 0}, {0, scene.size, 0}, {0, 0, scene.size}};
+        return {a, a + sides[axis], a + sides[(axis + 1) % 3]};
+    }
+    const Vec3 along = scene.size * randomDirection(random), across = scene.size * randomDirection(random);
+    const int thin = random.below(3);
+    const double height = thin == 0 ? 1.0 : power(random, thin == 1 ? -3.0 : -8.0, 0.0);
+    const double place = random.below(3) == 0 ? random.unit() * height : random.unit();
+    const Corners made{a, a + along, a + place * along + height * across};
+    switch (random.below(3)) { // any corner may come first
+    case 0:
+        return made;
+    case 1:
+        return {made.b, made.c, made.a};
+    default:
+        return {made.c, made.a, made.b};
+    }
+}
+
+// Triangles without anything in common, in the arrays in which the library reads a mesh.
+struct Soup {
+    std::vector<double> positions;
+    std::vector<std::int32_t> corners, chain;
+    SurfaceMesh mesh;
+
+    void add(const Corners& t) {
+        for (const Vec3& p : {t.a, t.b, t.c}) {
+            positions.insert(positions.end(), {p.x, p.y, p.z});
+            corners.push_back(static_cast<std::int32_t>(positions.size() / 3));
+        }
+        const auto last = static_cast<std::int32_t>(corners.size());
+        chain.insert(chain.end(), {last / 3, last - 2, last - 1});
+    }
+    const SurfaceMesh& finished() {
+        mesh.triCount = static_cast<std::int32_t>(corners.size() / 3);
+        mesh.vertCount = static_cast<std::int32_t>(positions.size() / 3);
+        mesh.triVerts = corners.data();
+        mesh.vertPos = positions.data();
+        mesh.boundaryCount = mesh.triCount;
+        mesh.boundaryEdges = chain.data();
+        return mesh;
+    }
+    Corners triangle(std::int32_t t) const {
+        return {mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2)};
+    }
+};
+
+double exactDistance(const Vec3& p, const Corners& t, double tolerance) {
+    return distanceToTriangle(p, t.a, t.b, t.c, tolerance).distance;
+}
+
+// Near the triangle or far off, over its inside, beyond its ends, or beyond an end along an edge.
+Vec3 pointNear(const Corners& t, const Scene& scene, Random& random) {
+    const double height = scene.size * power(random, -9.0, 4.0);
+    const Vec3 up = unitNormal(t.b - t.a, t.c - t.a);
+    switch (random.below(4)) {
+    case 0:
+        return t.at(random.between(-0.5, 1.5), random.between(-0.5, 1.5)) + height * up;
+    case 1:
+        return t.at(random.between(-2.0, 3.0), 0.0) + height * up;
+    case 2:
+        return t.at(0.0, random.unit()) + height * randomDirection(random);
+    default:
+        return t.a + height * randomDirection(random);
+    }
+}
+
+TEST(Margins, BoundsSettleARangeAsTheExactDistanceDoes) {
+    Random random(41);
+    int settled = 0, open = 0;
+    for (int round = 0; round < 3000; ++round) {
+        const Scene scene(random);
+        Soup soup;
+        for (int k = 0; k < 8; ++k)
+            soup.add(randomTriangle(scene, random));
+        TriangleBounds bounds;
+        std::int32_t status = 0;
+        ASSERT_TRUE(bounds.build(soup.finished(), scene.tolerance, status));
+        for (std::int32_t t = 1; t <= 8; ++t)
+            for (int k = 0; k < 12; ++k) {
+                const Vec3 p = pointNear(soup.triangle(t), scene, random);
+                const double distance = exactDistance(p, soup.triangle(t), scene.tolerance);
+                ASSERT_LE(bounds.distanceBelow(t, p), distance);
+                const double off = power(random, -17.0, -1.0) * (random.below(2) == 0 ? 1.0 : -1.0);
+                const double reach =
+                    random.below(2) == 0 ? distance * (1.0 + off) : distance + off * scene.size;
+                if (!(reach > scene.tolerance))
+                    continue;
+                const Ball ball(p, reach - scene.tolerance, scene.tolerance);
+                const Range exact = ball.radius + ball.tolerance > distance ? Range::in : Range::out;
+                for (const Range range : {bounds.inRange(t, ball), bounds.inRangeByCorners(t, ball)}) {
+                    ++(range == Range::unknown ? open : settled);
+                    ASSERT_TRUE(range == Range::unknown || range == exact)
+                        << "size " << scene.size << " offset " << scene.offset / scene.size << " tolerance "
+                        << scene.tolerance / scene.size << " distance " << distance / scene.size << " off "
+                        << (reach - distance) / distance;
+                }
+            }
+        bounds.release(status);
+    }
+    EXPECT_GT(settled, 60000);
+    EXPECT_GT(open, 100000);
+}
+
+TEST(Margins, TheNearestBoundaryTriangleIsThatOfAFullPass) {
+    Random random(42);
+    for (int round = 0; round < 1500; ++round) {
+        const Scene scene(random);
+        Soup soup;
+        const int count = 1 + random.below(40);
+        const Corners first = randomTriangle(scene, random);
+        for (int k = 0; k < count; ++k) {
+            Corners t = random.below(2) == 0 ? first : randomTriangle(scene, random);
+            const Vec3 away = scene.size * Vec3{double(random.below(5)), double(random.below(5)), 0.0};
+            soup.add({t.a + away, t.b + away, t.c + away});
+        }
+        BoundaryTree tree;
+        std::int32_t status = 0;
+        ASSERT_TRUE(tree.build(soup.finished(), scene.tolerance, status));
+        for (int k = 0; k < 30; ++k) {
+            const Vec3 p = pointNear(soup.triangle(1 + random.below(count)), scene, random);
+            const auto distanceTo = [&](std::int32_t e) {
+                return exactDistance(p, soup.triangle(e), scene.tolerance);
+            };
+            std::int32_t nearest = 1;
+            for (std::int32_t e = 2; e <= count; ++e)
+                if (distanceTo(e) < distanceTo(nearest))
+                    nearest = e;
+            ASSERT_EQ(tree.nearest(p, distanceTo), nearest)
+                << "size " << scene.size << " offset " << scene.offset / scene.size << " tolerance "
+                << scene.tolerance / scene.size;
+        }
+        tree.release(status);
+    }
+}
+
+// A direction across `axis` that leads out of the triangle's box at one of its corners, if it has one there.
+Vec3 awayFrom(const Corners& t, const Vec3& corner, const Vec3& axis, Random& random) {
+    const Vec3 out = corner - t.at(1.0 / 3.0, 1.0 / 3.0), way = randomVector(random);
+    const auto signedLike = [](double value, double sign) {
+        return sign == 0.0 ? value : std::copysign(value, sign);
+    };
+    const Vec3 away{signedLike(way.x, out.x), signedLike(way.y, out.y), signedLike(way.z, out.z)};
+    return unitNormal(axis, unitNormal(away, axis));
+}
+
+// A circle that comes by a place on the triangle: across its plane, or nearly in it, and there by chance at
+// the height of its own rounding; also one that touches the triangle's box from without or within.
+Circle circleThrough(const Corners& t, const Scene& scene, double radius, Random& random) {
+    const Vec3 normal = unitNormal(t.b - t.a, t.c - t.a);
+    Vec3 axis = randomDirection(random);
+    const bool coplanar = random.below(2) == 0;
+    if (coplanar)
+        axis = normal + power(random, -17.0, -1.0) * randomDirection(random);
+    devor(axis);
+    Vec3 place = t.at(random.between(-0.3, 1.3), random.between(-0.3, 1.3));
+    Vec3 outward = unitNormal(axis, randomDirection(random));
+    const int kind = random.below(3);
+    if (kind == 0) // on an edge, but for the tolerance
+        place = t.at(random.unit(), 0.0);
+    if (kind == 1) {
+        place = t.a;
+        outward = awayFrom(t, place, axis, random);
+        if (!coplanar)
+            axis = unitNormal(outward, randomDirection(random));
+        if (random.below(2) == 0)
+            outward = -outward;
+    }
+    place = place + scene.tolerance * random.between(0.0, 2.5) * randomDirection(random);
+    return {place + radius * outward, axis, radius};
+}
+
+bool sameCut(const CircleCut& a, const CircleCut& b) {
+    bool same = a.count == b.count && a.singular == b.singular;
+    for (std::int32_t k = 0; same && k < a.count; ++k)
+        same = a.kinds[k] == b.kinds[k] && a.points[k].x == b.points[k].x && a.points[k].y == b.points[k].y &&
+               a.points[k].z == b.points[k].z;
+    return same;
+}
+
+TEST(Margins, ShortCutsThroughTheCutChangeNoHit) {
+    Random random(43);
+    int hits = 0;
+    for (int round = 0; round < 60000; ++round) {
+        const Scene scene(random);
+        const Corners t = randomTriangle(scene, random);
+        const double radius = scene.size * power(random, -3.0, 3.0);
+        for (int k = 0; k < 5; ++k) {
+            const Circle circle = circleThrough(t, scene, radius, random);
+            const CircleCut plain = cutCircle(circle, t.a, t.b, t.c, scene.tolerance, CLIP_AFTER_SLAB_TEST);
+            ASSERT_TRUE(sameCut(cutCircleShortly(circle, t.a, t.b, t.c, scene.tolerance), plain))
+                << "size " << scene.size << " offset " << scene.offset / scene.size << " tolerance "
+                << scene.tolerance / scene.size << " kind " << plain.kinds[0] << " " << plain.kinds[1];
+            hits += plain.count;
+        }
+    }
+    EXPECT_GT(hits, 30000);
+}
+
+// Compares the tree with a cut of every triangle; gives the number of hits, -1 if it left one out.
+int hitsOfCircle(const TriangleTree& tree, const Soup& soup, const Circle& circle, double tolerance,
+                 int& visited) {
+    std::set<std::int32_t> met;
+    tree.forEachNearCircle(circle, [&](std::int32_t t) {
+        met.insert(t);
+        return true;
+    });
+    visited += static_cast<int>(met.size());
+    int hits = 0;
+    for (std::int32_t t = 1; t <= soup.mesh.triCount; ++t) {
+        const Corners c = soup.triangle(t);
+        const CircleCut cut = cutCircle(circle, c.a, c.b, c.c, tolerance, CLIP_AFTER_SLAB_TEST);
+        hits += cut.count;
+        if (cut.count > 0 && met.count(t) == 0)
+            return -1;
+    }
+    return hits;
+}
+
+TEST(Margins, TheTreeOfTrianglesLeavesOutNothingThatACircleHits) {
+    Random random(44);
+    int hits = 0, visited = 0, asked = 0;
+    for (int round = 0; round < 12000; ++round) {
+        const Scene scene(random);
+        Soup soup;
+        const int count = 1 + random.below(30);
+        const double spread = scene.size * power(random, 0.0, 2.0);
+        for (int k = 0; k < count; ++k) {
+            const Corners t = randomTriangle(scene, random);
+            const Vec3 away = spread * randomVector(random);
+            soup.add({t.a + away, t.b + away, t.c + away});
+        }
+        const double reach = scene.size * power(random, random.below(4) == 0 ? -8.0 : -2.0, 2.0);
+        TriangleTree tree;
+        std::int32_t status = 0;
+        ASSERT_TRUE(tree.build(soup.finished(), scene.tolerance, reach, status));
+        for (int k = 0; k < 10 && tree.usable(); ++k) {
+            const double radius = random.below(2) == 0 ? reach : reach * random.unit();
+            const Circle circle =
+                circleThrough(soup.triangle(1 + random.below(count)), scene, radius, random);
+            const int found = hitsOfCircle(tree, soup, circle, scene.tolerance, visited);
+            ASSERT_GE(found, 0) << "size " << scene.size << " offset " << scene.offset / scene.size
+                                << " tolerance " << scene.tolerance / scene.size << " radius "
+                                << radius / scene.size;
+            hits += found;
+            asked += count;
+        }
+        tree.release(status);
+    }
+    EXPECT_GT(hits, 10000);
+    EXPECT_LT(visited, asked / 2);
+}
+
+// A wall of a regular lattice, turned any way, and circles that lie in it but for rounding: the cut's points
+// are then anywhere on the circle's disc.
+TEST(Margins, TheTreeOfTrianglesLeavesOutNothingOnAWallInTheCirclesPlane) {
+    Random random(46);
+    int hits = 0, visited = 0;
+    for (int round = 0; round < 400; ++round) {
+        const Scene scene(random);
+        const Vec3 normal = random.below(4) == 0 ? Vec3{0.0, 1.0, 0.0} : randomDirection(random);
+        const Vec3 u = scene.size * unitNormal(normal, randomDirection(random));
+        const Vec3 v = (random.below(2) == 0 ? 1.0 : power(random, -7.0, 0.0)) * parvis(normal, u);
+        const auto at = [&](int i, int j) { return scene.origin + (double(i) * u + double(j) * v); };
+        Soup soup;
+        const int side = 12;
+        for (int j = 0; j < side; ++j)
+            for (int i = 0; i < side; ++i) {
+                soup.add({at(i, j), at(i + 1, j), at(i + 1, j + 1)});
+                soup.add({at(i, j), at(i + 1, j + 1), at(i, j + 1)});
+            }
+        const double reach = scene.size * random.between(0.5, 6.0);
+        TriangleTree tree;
+        std::int32_t status = 0;
+        ASSERT_TRUE(tree.build(soup.finished(), 0.0, reach, status));
+        for (int k = 0; k < 12 && tree.usable(); ++k) {
+            Vec3 axis = unitNormal(u, v) + power(random, -20.0, -6.0) * randomDirection(random);
+            devor(axis);
+            const Circle circle{at(random.below(side), random.below(side)) +
+                                    power(random, -20.0, -14.0) * scene.size * randomVector(random),
+                                axis, reach};
+            const int found = hitsOfCircle(tree, soup, circle, 0.0, visited);
+            ASSERT_GE(found, 0) << "size " << scene.size << " offset " << scene.offset / scene.size
+                                << " height " << std::sqrt(vor(v)) / scene.size << " radius "
+                                << reach / scene.size;
+            hits += found;
+        }
+        tree.release(status);
+    }
+    EXPECT_GT(hits, 3000);
+}
+
+// A grid of cells at any size and offset; even lattices are full of ties.
+struct Cells {
+    std::vector<std::int32_t> link1, link4, none;
+    std::vector<double> positions;
+    int side;
+
+    Cells(const Scene& scene, Random& random) : side(3 + random.below(10)) {
+        const double jitter = random.below(2) == 0 ? 0.0 : power(random, -17.0, 0.0);
+        for (int j = 0; j < side; ++j)
+            for (int i = 0; i < side; ++i) {
+                const Vec3 p = scene.origin +
+                               scene.size * (Vec3{double(i), double(j), 0.0} + jitter * randomVector(random));
+                positions.insert(positions.end(), {p.x, p.y, p.z});
+                const int n = j * side + i + 1;
+                link1.push_back(i + 1 < side ? n + 1 : 0);
+                link4.push_back(j + 1 < side ? n + side : 0);
+            }
+        none.assign(link1.size(), 0);
+    }
+    GridView view() const {
+        return {none.data(),
+                link1.data(),
+                none.data(),
+                link4.data(),
+                none.data(),
+                positions.data(),
+                static_cast<std::int32_t>(link1.size())};
+    }
+};
+
+TEST(Margins, TheIndexOfCellsRanksAsAScanDoes) {
+    Random random(45);
+    for (int round = 0; round < 2500; ++round) {
+        const Scene scene(random);
+        const Cells cells(scene, random);
+        CellIndex index;
+        std::int32_t status = 0;
+        ASSERT_TRUE(index.build(cells.view(), status));
+        for (int k = 0; k < 20; ++k) {
+            const double step = random.below(2) == 0 ? 0.5 : random.unit();
+            const Vec3 p =
+                scene.origin + scene.size * Vec3{step * random.below(2 * cells.side),
+                                                 step * random.below(2 * cells.side),
+                                                 random.below(2) == 0 ? 0.0 : power(random, -9.0, 9.0)};
+            std::int32_t ranks[longestRanking], scanned[longestRanking];
+            index.rank(cells.view(), p, longestRanking, ranks);
+            rankCells(cells.view(), p, longestRanking, scanned);
+            for (int place = 0; place < longestRanking; ++place)
+                ASSERT_EQ(ranks[place], scanned[place])
+                    << "size " << scene.size << " offset " << scene.offset / scene.size;
+        }
+        index.release(status);
+    }
+}
+
+} // namespace
