@@ -2,58 +2,18 @@
 same from no two sides, with cells of unequal sides, so that nothing can be swapped, mirrored or left out unseen.
 """
 
-import csv
-import functools
-import json
 import math
-import pathlib
-import subprocess
-import tempfile
 import unittest
 
 import library
 import model
+from drapes import Drapes, of_each
 from model import dot
-from moulds import obj, uneven_sheet
-from program import DRAPE, RUN_ENDED, Case
-from readers import PolyData
 
 SEED = (38.0, -2.6, 14.0)
 
 
-class Drape:
-    """One run of the program with its grid, fibres and report read back."""
-
-    def __init__(self, folder, mesh, *words, outputs=(), expect=0, stem="d"):
-        self.folder = pathlib.Path(folder)
-        self.step = None
-        self.path = {ending: self.folder / f"{stem}.{ending}"
-                     for ending in ("vtp", "fibres.vtp", "fibres.csv", "json", *outputs)}
-        written = [part for path in self.path.values() for part in ("-o", path)]
-        done = subprocess.run([DRAPE, mesh, *map(str, words), *written], capture_output=True, text=True, timeout=300)
-        if done.returncode != expect:
-            raise AssertionError(f"exit {done.returncode}\n{done.stdout}{done.stderr}")
-        self.stdout, self.stderr = done.stdout, done.stderr
-        self.report = json.loads(self.path["json"].read_text())
-        self.file = PolyData(self.path["vtp"])
-        self.grid = model.Grid(self.file)
-        self.fibres = PolyData(self.path["fibres.vtp"])
-        with open(self.path["fibres.csv"], newline="") as file:
-            self.table = list(csv.DictReader(file))
-        self.mould = model.Mould(self.fibres.points, self.fibres.faces(), [int(row["face"]) for row in self.table])
-        self.map = model.fibre_map(self.mould, self.grid)
-
-
-def of_each(test):
-    """Runs a test for each drape of the class."""
-    def run(self):
-        for name, drape in self.drapes.items():
-            with self.subTest(name):
-                test(self, name, drape)
-    return functools.wraps(test)(run)
-
-
-class Values(Case):
+class Values(Drapes):
     """Four drapes of the uneven sheet: fine and coarse, both pivots, whole and given up."""
 
     VARIANTS = {
@@ -63,24 +23,6 @@ class Values(Case):
         "coarse": ("--step", "2.1,1.9", "--units-mm", "25.4"),
         "ended": ("--step", "1.1,0.8", "--max-nodes", "61", "--pivot", "shear"),
     }
-
-    @classmethod
-    def setUpClass(cls):
-        folder = tempfile.TemporaryDirectory()
-        cls.addClassCleanup(folder.cleanup)
-        cls.mesh = pathlib.Path(folder.name) / "sheet.obj"
-        cls.mesh.write_text(obj(uneven_sheet()))
-        cls.drapes = {name: Drape(folder.name, cls.mesh, *words, expect=RUN_ENDED if name == "ended" else 0, stem=name)
-                      for name, words in cls.VARIANTS.items()}
-
-    def assertClose(self, got, wanted, tolerance=1e-9, what=None):
-        got, wanted = list(got), list(wanted)
-        self.assertEqual(len(got), len(wanted), what)
-        for k, (a, b) in enumerate(zip(got, wanted)):
-            if hasattr(a, "__len__"):
-                self.assertClose(a, b, tolerance, (what, k))
-            else:
-                self.assertLessEqual(abs(a - b), tolerance * max(1.0, abs(b)), (what, k, a, b))
 
     @of_each
     def test_choice(self, name, drape):

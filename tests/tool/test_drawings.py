@@ -1,0 +1,503 @@
+"""The 3D model, the cutting file, the drawings and the pictures against the grid that they show: places, directions,
+units, colours, and which lines are drawn where.
+"""
+
+import collections
+import csv
+import math
+import re
+import unittest
+
+import model
+from drapes import Drape, Drapes, of_each
+from model import add, cross, dot, scaled, sub, unit
+from readers import Gltf, Svg, dxf_entities, dxf_header, pdf_words, png_pixels
+
+INK, GREY, CURVE = (0.10, 0.12, 0.15), (0.91, 0.915, 0.925), (0.85, 0.10, 0.40)
+ROOM, TALLEST, EDGE, CAPTION, LOWEST = 990.0, 760.0, 30.0, 92.0, 420.0  # pixels of a picture
+MARGIN, LEGEND = 10.0, 32.0  # millimetres of a page at 1:1, before it grows with large patterns
+
+
+def near(a, b, tolerance):
+    return all(abs(x - y) <= tolerance for x, y in zip(a, b, strict=True))
+
+
+def matched(got, wanted, tolerance):
+    """Whether the two lists of points hold the same points, in any order."""
+    rest = list(wanted)
+    for p in got:
+        found = next((q for q in rest if near(p, q, tolerance)), None)
+        if found is None:
+            return False
+        rest.remove(found)
+    return not rest
+
+
+def bends(points):
+    """The points of a closed line at which it turns."""
+    points = list(points)
+    return [q for p, q, r in zip(points[-1:] + points, points, points[1:] + points[:1])
+            if abs(cross((*unit(sub(q, p)), 0), (*unit(sub(r, q)), 0))[2]) > 1e-4]
+
+
+class Drawings(Drapes):
+    OUTPUTS = ("glb", "gltf", "dxf", "pattern.svg", "pattern.png", "pdf", "svg", "png")
+    VARIANTS = {
+        "fine": ("--step", "1.1,0.8", "--locking", "3", "--seed", "38,-2.6,14", "--units-mm", "20"),
+        "large": ("--step", "1.3,0.9", "--units-mm", "100", "--angle", "70"),
+        "ended": ("--step", "1.1,0.8", "--max-nodes", "61", "--units-mm", "25.4"),
+    }
+
+    RINGS = {
+        "fine": [(-4, -2), (-3, -2), (-2, -2), (-2, -3), (-2, -4), (-2, -5), (-3, -5), (-3, -6), (-4, -6), (-4, -5),
+                 (-4, -4), (-4, -3)],
+        "large": [(0, 0), (1, 0), (2, 0), (2, 1), (1, 1), (1, 2), (0, 2), (-1, 2), (-1, 1), (0, 1)],
+    }
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        # A first run tells where the nodes lie; the curve of the second goes through some of them, drawn off the cloth
+        # along a slanting direction that it names, or along the mould's normal without naming it.
+        cls.curve = {}
+        for name, ring in cls.RINGS.items():
+            grid = cls.drapes[name].grid
+            at = {(grid.i[n], grid.j[n]): n for cell in grid.on_surface(grid.cells) for n in cell}
+            lines = []
+            for n in (at[place] for place in ring):
+                slant = add(grid.normal[n], (0.2, -0.1, 0.15)) if name == "fine" else grid.normal[n]
+                point = add(grid.position[n], scaled(slant, 0.12 if name == "fine" else 0.02))
+                lines.append((point, slant if name == "fine" else ()))
+            cls.curve[name] = [p for p, _ in lines], [grid.flat[at[place]] for place in ring]
+            path = cls.folder / f"{name}.xyz"
+            path.write_text("".join(" ".join(map(repr, (*p, *d))) + "\n" for p, d in lines))
+            cls.drapes[name] = Drape(cls.folder, cls.mesh, *cls.VARIANTS[name], "--curve", path,
+                                     outputs=(*cls.OUTPUTS, "curve.csv"), stem=name)
+
+    def setUp(self):
+        self.unit = {"fine": 20.0, "large": 100.0, "ended": 25.4}
+
+    def colours(self, drape):
+        told = drape.report["shear"]
+        return model.shear_scale(told["largest"], told["lockingAngle"])
+
+    @of_each
+    def test_cloth_stands_upright_in_metres(self, name, drape):
+        grid, told = drape.grid, drape.report["shear"]
+        for kind in ("glb", "gltf"):
+            file = Gltf(drape.path[kind])
+            tree = file.tree
+            (node,) = tree["nodes"]
+            self.assertEqual((tree["asset"]["version"], tree["scenes"][tree["scene"]]["nodes"], node["mesh"]),
+                             ("2.0", [0], 0))
+            cloth, lines = tree["meshes"][0]["primitives"]
+            self.assertEqual((cloth.get("mode", 4), lines["mode"], lines["attributes"]["POSITION"]),
+                             (4, 1, cloth["attributes"]["POSITION"]))
+            self.assertTrue(all(material["doubleSided"] for material in tree["materials"]))
+            self.assertEqual([cloth["material"], lines["material"]], [0, 1])
+            self.assertEqual([m["name"] for m in tree["materials"]], ["cloth", "fibres"])
+            self.assertClose(node["extras"]["origin"], grid.position[0], 1e-12)
+            self.assertEqual(tree["extras"], {"shearScaleTop": self.colours(drape)[0], "lockingAngle": told["lockingAngle"]})
+            self.assertEqual([view["target"] for view in tree["bufferViews"]], [34962] * 4 + [34963] * 2)
+            self.assertEqual(tree["buffers"], [{"byteLength": len(file.body)}])
+
+            *axis, w = node["rotation"]
+            turn = lambda v: add(v, scaled(cross(axis, add(cross(axis, v), scaled(v, w))), 2))
+            read = lambda attribute: file.accessor(cloth["attributes"][attribute])
+            places = [turn([s * x for s, x in zip(node["scale"], p)]) for p in read("POSITION")]
+            normals, shear, colours = [turn(n) for n in read("NORMAL")], read("_SHEAR"), read("COLOR_0")
+            upright = lambda v: (v[0], v[2], -v[1])  # z up becomes y up, and right stays right
+            metres = lambda n: upright(scaled(sub(grid.position[n], grid.position[0]), self.unit[name] / 1000))
+            cells = grid.on_surface(grid.cells)
+            corners = file.accessor(cloth["indices"])
+            triangles = [tuple(corners[k:k + 3]) for k in range(0, len(corners), 3)]
+            wanted = [half for cell in cells for half in grid.halves(cell)]
+            self.assertEqual(len(triangles), len(wanted))
+            node_of = {}
+            for k, cell in enumerate(cells):
+                pair = sorted([sorted(triangles[2 * k]), sorted(triangles[2 * k + 1])])
+                places_of = [[places[v] for v in triangle] for triangle in (triangles[2 * k], triangles[2 * k + 1])]
+                for got, half in zip(places_of, grid.halves(cell)):
+                    turns = [[metres(n) for n in (*half[r:], *half[:r])] for r in range(3)]
+                    size = 1e-6 * max(abs(x) for p in got for x in p)
+                    self.assertTrue(any(all(near(p, q, size) for p, q in zip(got, t)) for t in turns), (k, pair))
+                for triangle, half in zip((triangles[2 * k], triangles[2 * k + 1]), grid.halves(cell)):
+                    for v in triangle:
+                        node_of[v] = min(half, key=lambda n: math.dist(metres(n), places[v]))
+            self.assertEqual(sorted(node_of), list(range(len(places))))
+            self.assertEqual(len(set(node_of.values())), len(places))
+            around = collections.defaultdict(list)
+            for cell, value in zip(cells, grid.on_surface(grid.shear)):
+                for n in cell:
+                    around[n].append(value)
+            for v, n in node_of.items():
+                self.assertClose(normals[v], upright(unit(grid.normal[n])), 1e-6)
+                self.assertAlmostEqual(shear[v], sum(around[n]) / len(around[n]), 4)
+                light = [model.to_linear(x) for x in model.shear_colour(self.colours(drape), shear[v])]
+                self.assertClose([c / 65535 for c in colours[v]], [*light, 1.0], 2e-5)
+            ends = file.accessor(lines["indices"])
+            got = {frozenset((node_of[a], node_of[b])) for a, b in zip(ends[0::2], ends[1::2])}
+            self.assertEqual(got, {frozenset((c[k], c[(k + 1) % 4])) for c in cells for k in range(4)})
+            self.assertEqual(len(got), len(ends) // 2)
+            bounds = tree["accessors"][cloth["attributes"]["POSITION"]]
+            stored = read("POSITION")
+            self.assertEqual([bounds["min"], bounds["max"]], [[f(p[k] for p in stored) for k in range(3)] for f in (min, max)])
+            self.assertTrue(tree["accessors"][cloth["attributes"]["COLOR_0"]]["normalized"])
+
+    @of_each
+    def test_outline_arrow_and_seed_in_millimetres(self, name, drape):
+        grid, mm = drape.grid, self.unit[name]
+        text = drape.path["dxf"].read_text()
+        entities = dxf_entities(text)
+        by = lambda layer: [e for e in entities if e["layer"] == layer]
+        self.assertEqual({e["layer"] for e in entities},
+                         {"OUTLINE", "WARP", "SEED", *(["CURVE"] if name != "ended" else [])})
+        got, area = collections.Counter(), 0.0
+        step = [mm * s for s in drape.report["choice"]["step"]]
+        for line in by("OUTLINE"):
+            self.assertTrue(line["closed"])
+            points = line["points"]
+            area += model.flat_area(points)
+            for p, q in zip(points, points[1:] + points[:1]):
+                a, b = ([round(x / s) for x, s in zip(r, step)] for r in (p, q))
+                self.assertClose(p, [k * s for k, s in zip(a, step)], 1e-7)
+                self.assertEqual(sum(x == y for x, y in zip(a, b)), 1, "corners only, sides along the fibres")
+                count = sum(abs(x - y) for x, y in zip(a, b))
+                for k in range(count):
+                    places = [tuple(x + (y - x) * (k + e) // count for x, y in zip(a, b)) for e in (0, 1)]
+                    got[tuple(places)] += 1
+            turns = [cross((*sub(q, p), 0), (*sub(r, q), 0))[2] for p, q, r in
+                     zip(points, points[1:] + points[:1], points[2:] + points[:2])]
+            self.assertTrue(all(abs(t) > 1e-9 for t in turns))
+        wanted = collections.Counter()
+        for (a, b), count in grid.outline().items():
+            wanted[a[:2], b[:2]] += count
+        self.assertEqual(got, wanted)
+        self.assertAlmostEqual(area, mm ** 2 * grid.pattern()[0], 5)
+        (seed,) = by("SEED")
+        self.assertEqual((seed["kind"], seed["points"]), ("POINT", [[0.0, 0.0]]))
+        shaft, barb = (line["points"] for line in by("WARP"))
+        length = 4 * step[0]
+        self.assertClose(shaft, [(0, 0), (length, 0)])
+        self.assertClose(barb, [(0.8 * length, 0.2 * length), (length, 0), (0.8 * length, -0.2 * length)])
+        drawn = [(0.0, 0.0)] + [p for e in by("OUTLINE") + by("CURVE") for p in e["points"]]
+        low, high = ([f(p[k] for p in drawn) for k in (0, 1)] for f in (min, max))
+        head = dxf_header(text)
+        self.assertClose([head["$EXTMIN"], head["$EXTMAX"]], [low, high])
+        lines = [line.strip() for line in text.splitlines()]
+        self.assertEqual(lines[lines.index("$ACADVER") + 2], "AC1009")
+        layers = re.findall(r"\nLAYER\n2\n(\w+)\n70\n0\n62\n(\d+)\n", "\n".join(lines))
+        self.assertEqual(layers, [("OUTLINE", "7"), ("CURVE", "1"), ("WARP", "5"), ("SEED", "3")])
+
+    def test_curve_lies_where_the_cloth_has_it(self):
+        for name, (points, flats) in self.curve.items():
+            with self.subTest(name):
+                drape, mm = self.drapes[name], self.unit[name]
+                (line,) = [e for e in dxf_entities(drape.path["dxf"].read_text()) if e["layer"] == "CURVE"]
+                self.assertTrue(line["closed"])
+                with open(drape.path["curve.csv"], newline="") as file:
+                    rows = [[float(row[column]) for column in "xyzuv"] for row in csv.DictReader(file)]
+                self.assertClose([row[:3] for row in rows], points, 1e-8)
+                away = sorted(math.dist(row[3:], flat) for row, flat in zip(rows, flats, strict=True))
+                # Beside a node of twisted cells another cell's plane can be met first.
+                self.assertLess(away[-1], 0.03)
+                self.assertLess(away[len(away) * 3 // 4], 1e-6 if name == "fine" else 3e-3)
+                self.assertClose(line["points"], [scaled(row[3:], mm) for row in rows], 1e-7)
+                self.assertEqual(drape.report["curve"], {"points": len(points)})
+                self.assertIn(f"curve     {len(points)} points carried onto the pattern", drape.stdout)
+
+    def page(self, name, drape):
+        """Where the pattern lies on its page: growth with size, size, place of the seed."""
+        grid, mm = drape.grid, self.unit[name]
+        flats = [grid.flat[n] for cell, whole, edge in zip(grid.cells, grid.whole, grid.edge) if whole or edge for n in cell]
+        flats += [(0.0, 0.0)]
+        if name != "ended":
+            flats += [scaled(e["points"][k], 1 / mm) for e in dxf_entities(drape.path["dxf"].read_text())
+                      if e["layer"] == "CURVE" for k in range(len(e["points"]))]
+        low, high = ([mm * f(p[k] for p in flats) for k in (0, 1)] for f in (min, max))
+        width, height = high[0] - low[0], high[1] - low[1]
+        growth = max(1.0, max(width, height) / 400)
+        size = (max(width, 190 * growth) + 2 * MARGIN * growth, height + (2 * MARGIN + LEGEND) * growth)
+        return growth, size, ((size[0] - width) / 2 - low[0], MARGIN * growth + high[1])
+
+    @of_each
+    def test_cells_lines_and_marks(self, name, drape):
+        grid, mm = drape.grid, self.unit[name]
+        growth, size, seed = self.page(name, drape)
+        drawing = Svg(drape.path["pattern.svg"])
+        self.assertClose([float(s.removesuffix("mm")) for s in drawing.size], size, 1e-4)
+        place = lambda flat: (seed[0] + mm * flat[0], seed[1] - mm * flat[1])
+        box = lambda cell, more: [place(grid.flat[cell[0]])[0] - more, place(grid.flat[cell[2]])[1] - more,
+                                  place(grid.flat[cell[2]])[0] + more, place(grid.flat[cell[0]])[1] + more]
+        bounds = lambda part: [f(p[k] for p in part) for f in (min, max) for k in (0, 1)]
+        filled = collections.defaultdict(list)
+        for shape in drawing.shapes:
+            if shape["fill"] and not shape["curved"]:
+                filled[tuple(round(c, 4) for c in shape["fill"])] += shape["parts"]
+        rounding = 0.006 * growth
+        grey = [box(cell, 0.0) for cell, edge in zip(grid.cells, grid.edge) if edge]
+        self.assertTrue(matched(map(bounds, filled[GREY]), grey, rounding))
+        # Each cell lies in a rectangle of its own colour, and the rectangles hold nothing else.
+        top, locking = self.colours(drape)
+        legend = size[1] - (LEGEND + MARGIN - 9) * growth
+        area = 0.0
+        for colour, parts in filled.items():
+            for b in map(bounds, parts):
+                if colour not in (GREY, (1.0, 1.0, 1.0), INK) and b[3] < legend:
+                    area += (b[2] - b[0] - 0.06 * growth) * (b[3] - b[1] - 0.06 * growth)
+        self.assertAlmostEqual(area / (mm ** 2 * grid.pattern()[0]), 1.0, 2)
+        for cell, shear in zip(grid.on_surface(grid.cells), grid.on_surface(grid.shear)):
+            band = (min(89, int(shear / top * 90)) + 0.5) / 90 * top
+            band = min(band, locking) if shear <= locking else max(band, locking + 1e-9)
+            wanted = tuple(round(c, 4) for c in model.shear_colour((top, locking), band))
+            b = box(cell, 0.03 * growth)
+            hit = [c for c, parts in filled.items() if near(c, wanted, 2e-4) for r in map(bounds, parts)
+                   if r[0] - rounding <= b[0] and b[2] <= r[2] + rounding and near(r[1::2], b[1::2], rounding)]
+            self.assertTrue(hit, (cell, shear))
+        self.check_lines(drape, drawing, place, growth, mm)
+        self.check_marks(drape, drawing, seed, growth, legend)
+
+    def check_lines(self, drape, drawing, place, growth, mm):
+        grid = drape.grid
+        strokes = collections.defaultdict(list)
+        for shape in drawing.shapes:
+            if shape["stroke"] and not shape["curved"]:
+                strokes[tuple(round(c, 3) for c in shape["stroke"]), round(shape["width"] / growth, 3)] += shape["parts"]
+        fibres = strokes[INK, 0.12]
+        cells = grid.on_surface(grid.cells)
+        sides = {kind: {(c[a], c[b]) for c in cells for a, b in pairs}
+                 for kind, pairs in (("warp", ((0, 1), (3, 2))), ("weft", ((0, 3), (1, 2))))}
+        along = [sum(abs(p[-1][k] - p[0][k]) for p in fibres) for k in (0, 1)]
+        step = drape.report["choice"]["step"]
+        self.assertClose(along, [mm * step[0] * len(sides["warp"]), mm * step[1] * len(sides["weft"])], 1e-3)
+        for a, b in fibres:
+            self.assertTrue(abs(a[0] - b[0]) < 0.01 * growth or abs(a[1] - b[1]) < 0.01 * growth)
+        loops = [e["points"] for e in dxf_entities(drape.path["dxf"].read_text()) if e["layer"] == "OUTLINE"]
+        thick = strokes[INK, 0.4]
+        wanted = [place(scaled(p, 1 / mm)) for loop in loops for p in loop]
+        self.assertTrue(matched([p for part in thick for p in dict.fromkeys(part)], wanted, 0.006 * growth))
+        curve = [part for (colour, _), parts in strokes.items() if near(colour, CURVE, 1e-3) for part in parts]
+        drawn = [e["points"] for e in dxf_entities(drape.path["dxf"].read_text()) if e["layer"] == "CURVE"]
+        self.assertEqual(len(curve), len(drawn))
+        for part, points in zip(curve, drawn):
+            self.assertTrue(matched(bends(dict.fromkeys(part)), [place(scaled(q, 1 / mm)) for q in bends(points)],
+                                    0.006 * growth))
+
+    def check_marks(self, drape, drawing, seed, growth, legend):
+        ring = [s for s in drawing.shapes if s["curved"] and s["fill"] and near(s["fill"], (1, 1, 1), 1e-6)]
+        inked = [p for s in drawing.shapes if s["fill"] and near(s["fill"], INK, 1e-3) and not s["curved"] for p in s["parts"]]
+        tips = [p[0] for p in inked]
+        reach = 14 * growth
+        for tip in ((seed[0] + reach, seed[1]), (seed[0], seed[1] - reach)):
+            self.assertTrue(any(near(t, tip, 0.01 * growth) for t in tips), "arrows along warp and weft")
+        self.assertEqual(len(ring), 1)
+        xs, ys = zip(*ring[0]["parts"][0])
+        self.assertTrue(near(((min(xs) + max(xs)) / 2, (min(ys) + max(ys)) / 2), seed, 0.8 * growth))
+
+    @of_each
+    def test_words_and_bars(self, name, drape):
+        grid, mm, told = drape.grid, self.unit[name], drape.report["shear"]
+        growth, size, _ = self.page(name, drape)
+        page, words = pdf_words(drape.path["pdf"])
+        points = 72 / 25.4
+        self.assertClose(page, scaled(size, points), 1e-4)
+        text = " ".join(word for word, *_ in words)
+        _, e = grid.pattern()
+        step = drape.report["choice"]["step"]
+        line = (f"Flat pattern {mm * (e[2] - e[0]):.4g} × {mm * (e[3] - e[1]):.4g} mm {sum(grid.whole)} cells of "
+                f"{mm * step[0]:.3g} × {mm * step[1]:.3g} mm mean shear {told['mean']:.1f}° largest {told['largest']:.1f}°")
+        if told["shareBeyondLocking"] > 0:
+            line += f" {100 * told['shareBeyondLocking']:.1f} % beyond {told['lockingAngle']:.4g}°"
+        self.assertIn(line, text)
+        self.assertIn({"ended": f"partial drape: {drape.report['result']['meaning']} (code 23)"}.get(
+            name, "Red line: transferred curve. Grey cells hang over the edge of the mould."), text)
+        where = {word: box for word, *box in words}
+        seed = scaled(self.page(name, drape)[2], points)
+        self.assertTrue(where["warp"][0] > seed[0] and abs(where["warp"][1] + where["warp"][3] - 2 * seed[1]) < 12 * growth)
+        self.assertTrue(where["weft"][3] < seed[1] and abs(where["weft"][0] + where["weft"][2] - 2 * seed[0]) < 12 * growth)
+        # The bar to check a print against is as long as it says, a round length up to half the page.
+        drawing = Svg(drape.path["pattern.svg"])
+        bars = [s for s in drawing.shapes if s["stroke"] and len(s["parts"]) == 3 and near(s["stroke"], INK, 1e-3)]
+        (bar,) = bars
+        (a, b) = bar["parts"][2]
+        label = float(re.search(r"([\d.]+) mm shear", text)[1])
+        self.assertAlmostEqual(math.dist(a, b) / label, 1.0, 4)
+        half = (size[0] - 2 * MARGIN * growth) / 2
+        self.assertIn(label, [d * 10 ** k for d in (1, 2, 5) for k in range(-3, 5)])
+        self.assertTrue(label <= half < 2.5 * label)
+        # The colour bar runs from 0 to its top, and a label stands under its angle.
+        top, locking = self.colours(drape)
+        fills = [s for s in drawing.shapes if s["fill"] and len(s["parts"]) == 1 and not s["curved"]
+                 and s["parts"][0][0][1] > size[1] - 30 * growth]
+        fills = [s for s in fills if not near(s["fill"], (1, 1, 1), 1e-3)]
+        self.assertEqual(len(fills), 120)
+        for k, shape in enumerate(fills):
+            self.assertClose(shape["fill"], model.shear_colour((top, locking), top * (k + 0.5) / 120), 1e-4)
+        left = fills[0]["parts"][0][0][0]
+        right = max(p[0] for p in fills[-1]["parts"][0])
+        labels = [(float(word[:-1]), (box[0] + box[2]) / 2 / points) for word, *box in words
+                  if re.fullmatch(r"[\d.]+°", word) and box[1] > (size[1] - 30 * growth) * points
+                  and box[0] > left * points - 9 * growth]
+        self.assertGreater(len(labels), 2)
+        for angle, x in labels:
+            if locking == top or angle != locking:
+                self.assertAlmostEqual(x, left + (right - left) * angle / top, delta=0.7 * growth)
+        if locking < top:
+            self.assertIn(f"{locking:.4g}° lock", text)
+        spacing = {1: 0.2, 2: 0.5, 5: 1, 10: 2, 15: 5}[top]
+        self.assertEqual({angle for angle, _ in labels} - {locking},
+                         {spacing * k for k in range(round(top / spacing) + 1)
+                          if locking == top or abs(spacing * k - locking) > 0.6 * spacing} - {locking})
+
+    def test_pattern_image_shows_the_same(self):
+        drape = self.drapes["fine"]
+        grid, (growth, size, seed) = drape.grid, self.page("fine", drape)
+        width, height, rows = png_pixels(drape.path["pattern.png"])
+        scale = 1500 / max(size)
+        self.assertEqual((width, height), tuple(round(s * scale) for s in size))
+        colours = self.colours(drape)
+        away = []
+        for cell, shear in zip(grid.on_surface(grid.cells), grid.on_surface(grid.shear)):
+            u, v = add(scaled(grid.flat[cell[0]], 0.69), scaled(grid.flat[cell[2]], 0.31))
+            x, y = int(scale * (seed[0] + 20 * u)), int(scale * (seed[1] - 20 * v))
+            wanted = model.shear_colour(colours, shear)
+            away.append(max(abs(rows[y][3 * x + k] / 255 - wanted[k]) for k in range(3)))
+        away.sort()
+        self.assertLess(away[int(0.9 * len(away))], 0.03)  # some cells lie under words, marks and the curve
+
+
+    def view(self, drape):
+        """The view from its description: 28 degrees beside the longer axis of the mould, 38 above its level."""
+        mould = drape.mould
+        above = unit(add(*(scaled(n, a) for n, a in zip(mould.normals, mould.areas))))
+        centroid = mould.centroid()
+        arms = [(sub(model.middle(*c), centroid), a) for c, a in zip(mould.corners, mould.areas)]
+        level = unit(sub((1, 0, 0), scaled(above, above[0])))
+        beside = cross(above, level)
+        moment = lambda d: sum(a * dot(arm, d) ** 2 for arm, a in arms)
+        xx, xy, yy = (sum(a * dot(arm, d) * dot(arm, e) for arm, a in arms)
+                      for d, e in ((level, level), (level, beside), (beside, beside)))
+        longest = model.turned(level, above, math.degrees(0.5 * math.atan2(2 * xy, xx - yy)))
+        self.assertGreater(moment(longest), 1.2 * moment(cross(above, longest)))
+        across = longest if longest[0] > 0 else scaled(longest, -1)
+        right = model.turned(across, above, 28)
+        eye = add(scaled(above, math.sin(math.radians(38))), scaled(cross(right, above), math.cos(math.radians(38))))
+        up = cross(eye, right)
+        xs, ys = ([dot(p, axis) for p in mould.points] for axis in (right, up))
+        scale = min(ROOM / (max(xs) - min(xs)), TALLEST / (max(ys) - min(ys)))
+        size = scale * (max(xs) - min(xs)), scale * (max(ys) - min(ys))
+        inner = max(size[1], LOWEST - 2 * EDGE - CAPTION)
+        corner = math.floor(EDGE + (ROOM - size[0]) / 2), math.floor(EDGE + (inner - size[1]) / 2)
+        see = lambda p: (corner[0] + scale * (dot(p, right) - min(xs)), corner[1] + scale * (max(ys) - dot(p, up)))
+        return see, scale, (right, up, eye), (1200, math.ceil(inner + 2 * EDGE + CAPTION))
+
+    @of_each
+    def test_shapes_stand_where_they_are_seen(self, name, drape):
+        see, scale, axes, size = self.view(drape)
+        grid, mould = drape.grid, drape.mould
+        drawing = Svg(drape.path["svg"])
+        self.assertEqual(tuple(float(re.match(r"[\d.]+", s)[0]) for s in drawing.size), size)
+        shapes = [s for s in drawing.shapes if s["fill"] and s["fill"] == s["stroke"] and s["width"] == 0.5]
+        faces = [dict.fromkeys((round(x, 6), round(y, 6)) for x, y in s["parts"][0]) for s in shapes]
+        kinds = [len(f) for f in faces]
+        self.assertEqual(kinds, sorted(kinds), "the mould first, cloth over it")
+        cells = {k: [see(p) for p in grid.places(c)] for k, c in enumerate(grid.cells) if grid.whole[k]}
+        triangles = {t: [see(p) for p in corners] for t, corners in enumerate(mould.corners)}
+        seen, lights, before = [], [], None
+        light = unit(add(scaled(axes[2], 0.65), scaled(axes[1], 0.75), scaled(axes[0], -0.55)))
+        for shape, face in zip(shapes, faces):
+            among = cells if len(face) == 4 else triangles
+            key = min(among, key=lambda k: sum(map(math.dist, among[k], face)))
+            self.assertTrue(all(near(p, q, 0.02) for p, q in zip(face, among[key], strict=True)), (key, face))
+            corners = grid.places(grid.cells[key]) if len(face) == 4 else mould.corners[key]
+            normal = unit(cross(sub(corners[2], corners[0]), sub(corners[3], corners[1]))) if len(face) == 4 else \
+                mould.normals[key]
+            closeness = dot(model.middle(*corners), axes[2])
+            self.assertTrue(before is None or before[0] != len(face) or before[1] <= closeness + 1e-9, "far ones first")
+            before = len(face), closeness
+            seen.append((len(face), key))
+            colour = model.shear_colour(self.colours(drape), grid.shear[key]) if len(face) == 4 else (0.74, 0.75, 0.77)
+            side = -1 if dot(normal, axes[2]) < 0 else 1
+            if max(shape["fill"]) < 0.995:
+                lights.append((side * dot(normal, light), *self.brightness(shape["fill"], colour)))
+        self.assertEqual({key for kind, key in seen if kind == 4}, set(cells), "all cells of this sheet can be seen")
+        self.assertEqual(len(seen), len(set(seen)))
+        lights.sort()
+        for (_, dark, _), (_, bright, _) in zip(lights, lights[1:]):
+            self.assertLessEqual(dark, bright + 0.02)
+        self.assertTrue(all(0.15 < share < 1.13 and -0.02 < shine < 0.12 for _, share, shine in lights))
+        self.assertGreater(lights[-1][1] - lights[0][1], 0.1)
+
+    def brightness(self, drawn, colour):
+        """A drawn colour is a share of the plain one plus white; both in linear light, least squares over three."""
+        y, x = ([model.to_linear(c) for c in colours] for colours in (drawn, colour))
+        mx, my = sum(x) / 3, sum(y) / 3
+        spread = sum((a - mx) ** 2 for a in x)
+        if spread < 1e-3:
+            return my / mx, 0.0
+        share = sum((a - mx) * (b - my) for a, b in zip(x, y)) / spread
+        shine = my - share * mx
+        for a, b in zip(x, y):
+            self.assertAlmostEqual(share * a + shine, b, delta=2e-3)
+        return share, shine
+
+    @of_each
+    def test_lines_marks_and_scale(self, name, drape):
+        see, scale, _, size = self.view(drape)
+        grid, mould = drape.grid, drape.mould
+        strokes = collections.defaultdict(list)
+        drawing = Svg(drape.path["svg"])
+        for shape in drawing.shapes:
+            if shape["stroke"] and not shape["fill"]:
+                strokes[round(shape["width"], 3), shape["opacity"]] += shape["parts"]
+        cells = grid.on_surface(grid.cells)
+        sides = {(c[a], c[b]) for c in cells for a, b in ((0, 1), (3, 2), (0, 3), (1, 2))}
+        heavy = {(a, b) for a, b in sides if (grid.j[a] == grid.j[b] == 0) or (grid.i[a] == grid.i[b] == 0)}
+        ways = lambda pairs: [(see(grid.position[a]), see(grid.position[b])) for a, b in pairs]
+        rim = [(see(a[2]), see(b[2])) for a, b in grid.outline()]
+        loops = [(see(mould.points[a]), see(mould.points[b])) for _, loop in mould.loops()
+                 for a, b in zip(loop, loop[1:] + loop[:1])]
+        for key, wanted, least in (((0.75, "0.5"), ways(sides), 0.9), ((1.9, "0.9"), ways(heavy), 0.8),
+                                   ((1.6, "0.95"), rim, 0.8), ((1.1, "0.75"), loops, 0.8)):
+            got = [(a, b) for part in strokes[key] for a, b in zip(part, part[1:])]
+            self.assertGreaterEqual(len(got), least * len(wanted), key)
+            self.assertLessEqual(len(got), len(wanted), key)
+            for a, b in got:
+                self.assertTrue(any(near(a, p, 0.02) and near(b, q, 0.02) for p, q in wanted), (key, a, b))
+        ring = [s for s in drawing.shapes if s["curved"] and s["fill"] and near(s["fill"], (1, 1, 1), 1e-6)]
+        self.assertEqual(len(ring), 1)
+        xs, ys = zip(*ring[0]["parts"][0])
+        self.assertTrue(near(((min(xs) + max(xs)) / 2, (min(ys) + max(ys)) / 2), see(grid.position[0]), 4))
+        (bar,) = [s for s in drawing.shapes if s["stroke"] and len(s["parts"]) == 3 and not s["fill"] and s["width"] > 2]
+        (a, b) = bar["parts"][2]
+        millimetres = math.dist(a, b) / scale * self.unit[name]
+        digits = millimetres / 10 ** math.floor(math.log10(millimetres) + 1e-5)
+        self.assertTrue(any(abs(digits - d) < 1e-3 for d in (1, 2, 5)), millimetres)
+        self.assertTrue(math.dist(a, b) <= 300 < 2.5 * math.dist(a, b))
+
+    def test_picture_image_shows_the_same(self):
+        drape = self.drapes["fine"]
+        see, _, axes, size = self.view(drape)
+        grid, mould = drape.grid, drape.mould
+        width, height, rows = png_pixels(drape.path["png"])
+        self.assertEqual((width, height), size)
+        pixel = lambda p: [c / 255 for c in rows[int(p[1])][3 * int(p[0]):3 * int(p[0]) + 3]]
+        away, colours = [], self.colours(drape)
+        for cell, shear in zip(grid.on_surface(grid.cells), grid.on_surface(grid.shear)):
+            p, q, r, s = grid.places(cell)
+            got = [model.to_linear(c) for c in pixel(see(add(scaled(p, 0.42), scaled(q, 0.28), scaled(r, 0.12), scaled(s, 0.18))))]
+            plain = [model.to_linear(c) for c in model.shear_colour(colours, shear)]
+            shares = [g / p for g, p in zip(got, plain)]
+            away.append(max(shares) - min(shares))
+        away.sort()
+        self.assertLess(away[int(0.8 * len(away))], 0.12)
+        bare = [pixel(see(model.middle(*c))) for c, f in zip(mould.corners, drape.map) if f.cover == 0]
+        self.assertTrue(bare)
+        greys = sum(max(c) - min(c) < 0.05 and c[0] < 0.97 for c in bare)
+        self.assertGreater(greys, 0.6 * len(bare))
+        for x, y in ((2, 2), (width - 2, 2), (2, height - 2), (width - 2, height - 2)):
+            self.assertEqual(pixel((x, y)), [1.0, 1.0, 1.0])
+
+
+if __name__ == "__main__":
+    unittest.main()
