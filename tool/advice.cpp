@@ -48,7 +48,16 @@ std::string adviceOnStatus(std::int32_t status) {
 }
 
 std::string wordsFor(const Note& note) {
-    return note.text + (note.kind == NoteKind::holesLeft ? " (--fill-holes lets it run on)" : "");
+    switch (note.kind) {
+    case NoteKind::holesLeft:
+        return note.text + " (--fill-holes lets it run on)";
+    case NoteKind::turnedToSide:
+        return note.text + " (--side names another)";
+    case NoteKind::sideUnclear:
+        return note.text + "; --side x,y,z names one";
+    default:
+        return note.text;
+    }
 }
 
 std::string wordsFor(const InputError& error) {
@@ -62,8 +71,13 @@ std::string wordsFor(const InputError& error) {
                "points, or drape a part of it with --within R";
     case Refusal::tooFine:
         return text + "; take a larger --step, or allow for them with --max-nodes";
+    case Refusal::noSuchSide:
+        return "--side: " + text + "; name another direction";
+    case Refusal::tooCoarse:
+        return "--tolerance: " + text;
     case Refusal::unreadable:
     case Refusal::unfit:
+    case Refusal::upright:
         break;
     }
     return text;

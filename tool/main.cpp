@@ -139,6 +139,12 @@ Trial drapeAndTell(Work& work, const Surface& surface, const Point& seed, double
     return drapeFrom(surface, work.settings.trial, seed, angle, notes.list(), watch);
 }
 
+// Whether the command line is to blame rather than the file.
+bool isOfUse(Refusal refusal) {
+    return refusal == Refusal::tooFine || refusal == Refusal::noSuchSide || refusal == Refusal::upright ||
+           refusal == Refusal::tooCoarse;
+}
+
 int run(Work& work) {
     const Surface surface = loadSurface(work);
     std::vector<Candidate> candidates;
@@ -207,7 +213,7 @@ int main(int argc, char** argv) {
         return exitUsage;
     } catch (const InputError& error) {
         std::cerr << "drape: " << wordsFor(error) << '\n';
-        return error.refusal == Refusal::tooFine ? exitUsage : exitInput;
+        return isOfUse(error.refusal) ? exitUsage : exitInput;
     } catch (const StatusError& error) {
         std::cerr << "drape: " << error.what() << "; " << adviceOnStatus(error.status) << '\n';
         return exitOther;

@@ -8,6 +8,7 @@
 #include "tool/write/writers.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <sstream>
@@ -21,7 +22,7 @@ namespace {
 constexpr const char* examples = R"(Examples:
   drape mould.stl -o mould.png
         drape from the middle, fibres along x, and look at it
-  drape mould.obj --seed 0,0,120 --warp 1,1,0 --step 5 -o d.grid.vtp -o d.fibres.csv
+  drape mould.obj --seed 0,0,120 --rosette 1,0,0 --angle 45 --step 5 -o d.grid.vtp -o d.fibres.csv
         a chosen start; the grid for a viewer, fibre angles for a structural model
   drape mould.obj --sweep -o best.pattern.pdf -o sweep.sweep.csv
         try many starts on all cores, keep the best, print its pattern 1:1
@@ -71,8 +72,8 @@ Point directionOf(const std::string& option, const std::vector<double>& values, 
 
 // The text of each option as it was given, empty if it wasn't.
 struct Texts {
-    std::string seed, seedVertex, warp, angle, bias, step, tolerance, pivot{"grid"}, mostNodes, locking,
-        within, part, jobs, millimetres;
+    std::string seed, seedVertex, side, rosette, warp, angle, step, tolerance, pivot{"grid"}, mostNodes,
+        locking, within, part, jobs, millimetres;
     std::vector<std::string> clips;
     bool noWeld = false;
 };
@@ -129,9 +130,16 @@ void addStartOptions(CLI::App& app, Texts& texts) {
     add("--seed", texts.seed, "x,y,z",
         "Where the drape starts, moved onto the surface if need be [surface point nearest to the centroid]");
     add("--seed-vertex", texts.seedVertex, "N", "Start at the file's N-th vertex, counted from 1");
-    add("--warp", texts.warp, "x,y,z", "Direction of the warp, laid onto the surface at the seed [1,0,0]");
-    add("--angle", texts.angle, "DEG", "Turn warp and weft about the normal at the seed [0]");
-    add("--bias", texts.bias, "DEG", "Turn the weft away from square to the warp at the seed [0]");
+    add("--side", texts.side, "x,y,z",
+        "The cloth lies on the side of the surface to which this points [+z, or +y or +x where the surface "
+        "faces "
+        "no clear z]");
+    add("--rosette", texts.rosette, "x,y,z",
+        "Direction of angle 0, laid onto the surface at the seed [that of --warp, or 1,0,0]");
+    add("--warp", texts.warp, "x,y,z",
+        "Direction of the warp, laid onto the surface at the seed [that of --rosette]");
+    add("--angle", texts.angle, "DEG",
+        "Turn warp and weft at the seed, anticlockwise seen from the side on which the cloth lies [0]");
     add("--step", texts.step, "A[,B]", "Cell length along warp and weft [about 40 cells across]");
     add("--tolerance", texts.tolerance, "T", "Lengths below this count as nothing [1/1000 of a cell]");
     add("--pivot", texts.pivot, "grid|shear",
@@ -200,16 +208,19 @@ void understandStart(const Texts& texts, Settings& settings) {
     if (settings.surface.seed && settings.seedVertex) {
         throw UsageError("give --seed or --seed-vertex, not both");
     }
-    if (!texts.warp.empty()) {
-        settings.trial.start.warp = directionOf("--warp", numbersOf("--warp", texts.warp, 3, "x,y,z"), 0);
-    }
+    const auto direction = [](const std::string& option, const std::string& text) {
+        return text.empty() ? std::optional<Point>()
+                            : directionOf(option, numbersOf(option, text, 3, "x,y,z"), 0);
+    };
+    settings.surface.side = direction("--side", texts.side);
+    settings.trial.start.rosette = direction("--rosette", texts.rosette);
+    settings.trial.start.warp = direction("--warp", texts.warp);
     settings.angle = texts.angle.empty() ? 0.0 : numberOf("--angle", texts.angle);
-    settings.trial.start.bias = texts.bias.empty() ? 0.0 : numberOf("--bias", texts.bias);
-    constexpr double mostBias = 80.0;
-    if (std::abs(settings.trial.start.bias) > mostBias) {
-        throw UsageError("--bias " + texts.bias + ": that has to lie between -80 and 80 degrees");
-    }
     if (!texts.step.empty()) {
+        if (std::count(texts.step.begin(), texts.step.end(), ',') > 1) {
+            throw UsageError("--step " + texts.step +
+                             ": give one length, or two as A,B for the cell's sides along warp and weft");
+        }
         const std::size_t comma = texts.step.find(',');
         settings.trial.start.stepA = positiveOf("--step", texts.step.substr(0, comma));
         if (comma != std::string::npos) {

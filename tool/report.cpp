@@ -55,6 +55,10 @@ Json choiceJson(const Trial& trial) {
     return {{"seed", pointJson(c.seed)},
             {"warp", pointJson(c.warp)},
             {"weft", pointJson(c.weft)},
+            {"normal", pointJson(c.normal)},
+            {"side", textOf(trial.side)},
+            {"rosette", pointJson(c.rosette)},
+            {"plyAngle", plyAngle(c)},
             {"angle", trial.angle},
             {"step", Json::array({c.stepA, c.stepB})},
             {"tolerance", c.tolerance},
@@ -160,6 +164,10 @@ std::string summaryOf(const Story& story) {
     text += line("start", "seed " + pointText(c.seed) + ", warp " + pointText(c.warp) + ", cells " +
                               number(c.stepA) + " by " + number(c.stepB) +
                               (c.pivotByGridLine ? ", pivots by grid line" : ", pivots by least shear"));
+    text += line("side", "the cloth lies on the side " + textOf(t.side) + ", normal " + pointText(c.normal) +
+                             " at the seed");
+    text += line("angle", "warp at " + number(plyAngle(c)) + " degrees from the rosette " +
+                              pointText(c.rosette) + ", anticlockwise seen from that side");
     text += line("result", t.grid.status == DRAPE_OK ? "complete: " + textOfStatus(DRAPE_OK).meaning
                                                      : "partial: " + endOf(t));
     text +=

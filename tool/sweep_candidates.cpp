@@ -77,7 +77,7 @@ std::vector<double> anglesOf(const Settings& settings, const Surface& surface) {
     const std::string& text = settings.sweep.angles;
     std::vector<double> values;
     if (text.empty()) {
-        return usualAngles(surface, settings.trial.start);
+        return usualAngles(surface);
     }
     if (text.find(':') == std::string::npos) {
         if (!readNumbers(text, values)) {

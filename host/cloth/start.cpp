@@ -2,6 +2,7 @@
 // it the weft lies a quarter turn to the left of the warp.
 #include "host/cloth/start.h"
 
+#include "host/mesh/error.h"
 #include "host/mesh/point.h"
 #include "host/mesh/text.h"
 
@@ -13,9 +14,10 @@ using namespace vec;
 
 namespace {
 
-// A warp direction this close to the normal (as the sine of the angle between them) says too little.
+// A direction this close to the normal (as the sine of the angle between them) says too little.
 constexpr double leastSine = 0.02;
 constexpr double toleranceShare = 1e-3;
+constexpr double mostToleranceShare = 0.1;
 constexpr double slenderRatio = 1.6;
 
 // To two significant digits, for a step that is easy to read and to repeat.
@@ -34,6 +36,28 @@ Point inPlane(const Point& wanted, const Point& normal) {
     return unit(wanted) - dot(unit(wanted), normal) * normal;
 }
 
+// A wanted direction as a unit vector in the plane.
+Point laidIn(const Point& wanted, const Point& normal, const std::string& what) {
+    const Point laid = inPlane(wanted, normal);
+    if (length(laid) < leastSine) {
+        throw InputError("the " + what + " direction " + pointText(wanted) +
+                             " stands upright on the surface at the seed; give one that runs along it there",
+                         Refusal::upright);
+    }
+    return unit(laid);
+}
+
+// Along x, or where the surface stands across it, along y.
+Point usualDirection(const Point& normal, Notes& notes) {
+    const Point along = inPlane({1.0, 0.0, 0.0}, normal);
+    if (length(along) >= leastSine) {
+        return unit(along);
+    }
+    tell(notes, NoteKind::warpUpright,
+         "the surface stands square to x at the seed, so the warp was laid along y there");
+    return unit(inPlane({0.0, 1.0, 0.0}, normal));
+}
+
 } // namespace
 
 std::array<double, 2> stepsFor(const StartWishes& wishes, double area) {
@@ -49,16 +73,13 @@ Choice choiceAt(const TriangleMesh& mesh, const SurfacePoint& seed, const StartW
     Choice choice;
     choice.seed = seed.position;
     const Point normal = normalOf(mesh, seed.triangle);
-    Point warp = inPlane(wishes.warp, normal);
-    if (length(warp) < leastSine) {
-        const Point other = std::abs(normal[1]) < 0.9 ? Point{0.0, 1.0, 0.0} : Point{1.0, 0.0, 0.0};
-        warp = inPlane(other, normal);
-        tell(notes, NoteKind::warpUpright,
-             "the warp direction " + pointText(wishes.warp) + " stands upright on the surface at the seed; " +
-                 pointText(other) + " was taken instead");
-    }
-    choice.warp = turned(unit(warp), normal, angle);
-    choice.weft = turned(cross(normal, choice.warp), normal, wishes.bias);
+    choice.normal = normal;
+    choice.rosette = wishes.rosette ? laidIn(*wishes.rosette, normal, "rosette")
+                     : wishes.warp  ? laidIn(*wishes.warp, normal, "warp")
+                                    : usualDirection(normal, notes);
+    const Point warp = wishes.warp ? laidIn(*wishes.warp, normal, "warp") : choice.rosette;
+    choice.warp = turned(warp, normal, angle);
+    choice.weft = cross(normal, choice.warp);
     choice.stepA = steps[0];
     choice.stepB = steps[1];
     choice.tolerance = wishes.tolerance.value_or(toleranceShare * std::sqrt(steps[0] * steps[1]));
@@ -70,6 +91,23 @@ Choice choiceAt(const TriangleMesh& mesh, const SurfacePoint& seed, const StartW
                  number(ratio, 3) + " to 1); above 1.6 a row that leaves the mould may fold and end the run");
     }
     return choice;
+}
+
+double plyAngle(const Choice& choice) {
+    const double degrees =
+        std::atan2(dot(choice.normal, cross(choice.rosette, choice.warp)), dot(choice.rosette, choice.warp)) *
+        180.0 / std::numbers::pi;
+    return degrees <= -180.0 ? 180.0 : degrees + 0.0;
+}
+
+void checkTolerance(const StartWishes& wishes, const std::array<double, 2>& steps) {
+    const double most = mostToleranceShare * std::min(steps[0], steps[1]);
+    if (wishes.tolerance && !(*wishes.tolerance <= most)) {
+        throw InputError("a tolerance of " + number(*wishes.tolerance) + " swallows cells of " +
+                             number(steps[0]) + " by " + number(steps[1]) +
+                             "; the most is a tenth of a cell, " + number(most),
+                         Refusal::tooCoarse);
+    }
 }
 
 } // namespace drape::host

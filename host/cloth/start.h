@@ -13,8 +13,10 @@ namespace drape::host {
 // Where and how to drape.
 struct Choice {
     Point seed{};
-    Point warp{}; // direction 1 at the seed
-    Point weft{}; // direction 4 at the seed
+    Point warp{};    // direction 1 at the seed
+    Point weft{};    // direction 4 at the seed
+    Point normal{};  // unit normal of the surface at the seed, on the side of the cloth
+    Point rosette{}; // unit vector at the seed from which the ply's angle counts
     double stepA = 0.0;
     double stepB = 0.0;
     double tolerance = 0.0;
@@ -24,8 +26,10 @@ struct Choice {
 
 // What a caller may ask of a start; what is left out follows from the surface.
 struct StartWishes {
-    Point warp{1.0, 0.0, 0.0};       // any length above 0; laid into the surface at the seed
-    double bias = 0.0;               // degrees, of the weft away from square to the warp
+    // Directions of any length above 0, laid into the surface at the seed: where angle 0 is, and where the
+    // warp goes before it's turned. Each stands for the other where one is missing, +x for both.
+    std::optional<Point> rosette;
+    std::optional<Point> warp;
     std::optional<double> stepA;     // cell length along the warp
     std::optional<double> stepB;     // along the weft; that of the warp if it isn't given
     std::optional<double> tolerance; // lengths below this count as nothing
@@ -38,8 +42,16 @@ constexpr double cellsAcross = 40.0;
 std::array<double, 2> stepsFor(const StartWishes& wishes, double area);
 
 // Warp is the wanted direction laid into the seed triangle's plane and turned by `angle` degrees about its
-// normal; weft is square to it, turned further by the bias. Both are unit vectors.
+// normal; weft is square to it. Both are unit vectors. Throws InputError (upright) if a direction that was
+// asked for stands upright on the surface there.
 Choice choiceAt(const TriangleMesh& mesh, const SurfacePoint& seed, const StartWishes& wishes, double angle,
                 const std::array<double, 2>& steps, Notes& notes);
+
+// Degrees from the rosette to the warp at the seed, above -180 and up to 180, anticlockwise seen from the
+// side on which the cloth lies.
+double plyAngle(const Choice& choice);
+
+// Throws InputError (tooCoarse) if lengths that count as nothing come near to the cell's.
+void checkTolerance(const StartWishes& wishes, const std::array<double, 2>& steps);
 
 } // namespace drape::host

@@ -97,6 +97,10 @@ Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, co
     if (wishes.fillHoles) {
         surface.mesh = withoutHoles(std::move(surface.mesh), notes);
     }
+    // Before any point of it is looked for, so that a file's windings leave no trace.
+    const Point place = seed ? *seed : centroidOf(surface.mesh);
+    const std::size_t atSeed = wishes.side ? nearestSurfacePoint(surface.mesh, place).triangle : 0;
+    surface.side = turnToSide(surface.mesh, wishes.side, atSeed, notes);
     const SurfacePoint middle =
         seed ? nearestSurfacePoint(surface.mesh, *seed) : middleOf(surface.mesh, notes);
     surface.defaultSeed = middle.position;
@@ -109,6 +113,7 @@ Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, co
         throw InputError("the surface is too wide for its area to be worked out", Refusal::unfit);
     }
     surface.steps = stepsFor(start, area);
+    checkTolerance(start, surface.steps);
     sayIfMoved(middle, seed, std::min(surface.steps[0], surface.steps[1]), notes);
     return surface;
 }

@@ -5,6 +5,7 @@
 #include "host/cloth/start.h"
 #include "host/mesh/clip.h"
 #include "host/mesh/note.h"
+#include "host/mesh/side.h"
 #include "host/mesh/triangle_mesh.h"
 
 #include <optional>
@@ -16,12 +17,14 @@ struct Surface {
     TriangleMesh mesh;             // one piece
     Point defaultSeed{};           // the seed asked for, moved onto the mesh, else one near the middle
     std::array<double, 2> steps{}; // cell lengths along warp and weft
+    Side side;                     // to which the normals point and on which the cloth lies
 };
 
 // What is done to the polygons on their way.
 struct SurfaceWishes {
     std::optional<Point> seed; // names the piece to keep and the default seed
     std::vector<Plane> clips;
+    std::optional<Point> side; // the cloth lies on the side to which this points
     bool weld = true;
     bool fillHoles = false;
     std::optional<double> within; // the area within this distance of the seed sets the cell lengths

@@ -11,7 +11,10 @@ enum class Refusal {
     unfit,       // a surface whose size or shape leaves nothing to drape
     nothingLeft, // a plane cut everything away
     closed,      // cloth needs an edge to end at
-    tooFine      // more cells than a common machine holds
+    tooFine,     // more cells than a common machine holds
+    noSuchSide,  // no side of the surface faces the direction that was named
+    upright,     // a direction along the surface is wanted, and this one stands on it
+    tooCoarse    // the tolerance swallows cells
 };
 
 struct InputError : std::runtime_error {

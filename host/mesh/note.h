@@ -17,6 +17,7 @@ enum class NoteKind {
     doubledDropped,
     crowdedEdges,
     turnedOver,
+    turnedToSide,
     cutOneSided,
     splitVertices,
     clipped,
@@ -26,8 +27,9 @@ enum class NoteKind {
     hole,      // one of the holes that the note before speaks of
     seedMoved,
     wholePieceClosed,
+    warpUpright, // the usual warp direction couldn't be laid into the surface
     // Warnings.
-    warpUpright,
+    sideUnclear,
     slenderCells,
     curveOffSurface
 };
@@ -49,7 +51,7 @@ inline Weight weightOf(NoteKind kind) {
     if (kind == NoteKind::clipped || kind == NoteKind::wholePieceClosed) {
         return Weight::detail;
     }
-    return kind >= NoteKind::warpUpright ? Weight::warning : Weight::change;
+    return kind >= NoteKind::sideUnclear ? Weight::warning : Weight::change;
 }
 
 } // namespace drape::host

@@ -60,7 +60,9 @@ double earQuality(const Ring& ring, std::size_t i, const std::vector<Point>& pos
 std::vector<Triangle> trianglesOf(const std::vector<std::int32_t>& polygon,
                                   const std::vector<Point>& positions) {
     std::vector<Triangle> triangles;
+    // Of equal ears that at the lowest vertex goes, whichever way round the polygon is told.
     Ring ring = polygon;
+    std::rotate(ring.begin(), std::min_element(ring.begin(), ring.end()), ring.end());
     const Point normal = ring.size() > 3 ? meanNormal(ring, positions) : Point{};
     std::size_t start = 0;
     while (ring.size() > 3) {

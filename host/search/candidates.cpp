@@ -84,8 +84,8 @@ std::vector<double> angleRange(double first, double below, double step) {
     return angles;
 }
 
-std::vector<double> usualAngles(const Surface& surface, const StartWishes& start) {
-    const bool square = start.bias == 0.0 && surface.steps[0] == surface.steps[1];
+std::vector<double> usualAngles(const Surface& surface) {
+    const bool square = surface.steps[0] == surface.steps[1];
     return angleRange(0.0, square ? 90.0 : 180.0, defaultAngleStep);
 }
 

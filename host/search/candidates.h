@@ -28,7 +28,7 @@ std::vector<double> angleRange(double first, double below, double step);
 
 // A quarter turn, since a cloth with equal sides that is turned by 90 degrees is the same cloth, and a half
 // turn otherwise.
-std::vector<double> usualAngles(const Surface& surface, const StartWishes& start);
+std::vector<double> usualAngles(const Surface& surface);
 
 // Each angle at each seed, in that order. Throws std::invalid_argument beyond `mostCandidates`.
 std::vector<Candidate> candidatesOf(const std::vector<Point>& seeds, const std::vector<double>& angles);

@@ -28,6 +28,7 @@ struct Runner {
     // Drapes `mesh`, which holds `seed` on its surface.
     Trial run(const TriangleMesh& mesh, const Point& seed, Notes& notes) const {
         Trial trial;
+        trial.side = surface.side;
         trial.angle = angle;
         const SurfacePoint start = nearestSurfacePoint(mesh, seed);
         trial.choice = choiceAt(mesh, start, wishes.start, angle, surface.steps, notes);

@@ -24,6 +24,7 @@ struct Trial {
     Choice choice;
     Grid grid;
     Measures measures;
+    Side side;
     double angle = 0.0;           // degrees about the normal at the seed
     std::optional<double> within; // distance along the surface that the patch was cut at
     double seconds = 0.0;         // of the library's run

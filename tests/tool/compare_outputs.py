@@ -20,7 +20,7 @@ TIMES = re.compile(rb'"(run|wall)": [0-9.e+-]+|took [0-9.e+-]+ s, everything [0-
 # Options of one run each; CURVE stands for a curve that fits no mesh in particular.
 ON_ALL = ("", "--step 7.3 --angle 30 --pivot shear -v", "--within max -v --angle 45", "--clip 0,0,1,0.2,0.1,1 --fill-holes",
           "--sweep-seeds 3 --sweep-angles 0,45 -j 2", "--curve CURVE")
-ON_DOME = ("--bias 12 --warp 1,1,0 --step 6,9 -q", "--seed-vertex 40 --within 50", "--seed 20,10,300", "--seed-vertex 999999",
+ON_DOME = ("--warp 1,1,0 --step 6,9 -q", "--seed-vertex 40 --within 50", "--seed 20,10,300", "--seed-vertex 999999",
            "--max-nodes 300", "--sweep --part 2/5", "--sweep-seeds 3x2 --within max --sweep-angles 0:90:45 -v",
            "--sweep-seeds 2 --part 40/40", "--sweep-seeds 0,0,0;20,10,5 --sweep-angles 15", "--sweep-seeds none",
            "--step 0.001", "--step 1e-5 --within max", "--warp 0,0,1", "--no-weld --units-mm 1000 --locking 10", "--step 4,16",

@@ -15,7 +15,7 @@ import subprocess
 import unittest
 import xml.etree.ElementTree as xml
 
-from moulds import cube, cup, obj, off, plate, ply_binary, ply_text, stl_binary, stl_text
+from moulds import cube, cup, obj, off, plate, ply_binary, ply_text, stl_binary, stl_text, uneven_sheet
 from program import DONE, DRAPE, INPUT, OTHER, ROOT, RUN_ENDED, USAGE, Case
 
 
@@ -246,17 +246,65 @@ class Start(Case):
         report, _ = self.choice("--warp", "0,2,5")
         self.assertPoint(report["choice"]["warp"], (0, 1, 0))
         self.assertPoint(report["choice"]["weft"], (-1, 0, 0))
-        report, _ = self.choice("--angle", "30", "--bias", "-10")
+        report, _ = self.choice("--angle", "30")
         turn = lambda degrees: (math.cos(math.radians(degrees)), math.sin(math.radians(degrees)), 0)
         self.assertPoint(report["choice"]["warp"], turn(30))
-        self.assertPoint(report["choice"]["weft"], turn(110))
-        report, done = self.choice("--warp", "0,0,1")
-        self.assertIn("warp direction", done.stderr)
-        self.assertAlmostEqual(math.hypot(*report["choice"]["warp"]), 1.0)
+        self.assertPoint(report["choice"]["weft"], turn(120))
+        wall = [(0.0, x, y) for x, y, _ in plate()[0]], plate()[1]
+        report, done = self.choice(mesh=wall)
+        self.assertIn("warp was laid along y", done.stderr)
+        self.assertPoint(report["choice"]["warp"], (0, 1, 0))
 
-    def test_bias_shears_the_cells_at_the_seed(self):
-        report, _ = self.choice("--bias", "-10", "--step", "0.5")
-        self.assertAlmostEqual(report["shear"]["largest"], 10.0, 6)
+    def test_angle_counts_from_the_rosette(self):
+        for words, ply in (((), 0), (("--angle", "-30"), -30), (("--rosette", "0,3,1"), 0), (("--warp", "1,1,0"), 0),
+                           (("--rosette", "0,1,0", "--angle", "200"), -160), (("--rosette", "1,1,0", "--warp", "0,1,0"), 45),
+                           (("--rosette", "0,1,0", "--warp", "1,0,0", "--angle", "10"), -80)):
+            for side, sense in (("0,0,1", 1), ("0,0,-1", -1)):
+                turns = words.index("--angle") + 1 if "--angle" in words else None
+                seen = [*words]
+                if turns:
+                    seen[turns] = str(sense * float(words[turns]))
+                report, done = self.choice(*seen, "--side", side)
+                choice = report["choice"]
+                self.assertAlmostEqual(choice["plyAngle"], sense * ply, 9)
+                self.assertPoint(choice["normal"], (0, 0, sense))
+                x, y, _ = choice["rosette"]
+                c, s = math.cos(math.radians(ply)), math.sin(math.radians(ply))
+                self.assertPoint(choice["warp"], (c * x - s * y, s * x + c * y, 0))
+                self.assertIn(f"side towards {'+' if sense > 0 else '-'}z", done.stdout)
+
+    def test_reversed_faces_give_the_same_ply(self):
+        points, faces = uneven_sheet()
+        ply = {}
+        for name, mesh in (("as made", (points, faces)), ("reversed", (points, [f[::-1] for f in faces])),
+                           ("from another corner", (points, [(f[0], *f[:0:-1]) for f in faces]))):
+            report, done = self.report(self.file("m.obj", obj(mesh)), "--clip", "33,-11,9,1,0.3,0.1")
+            report.pop("seconds")
+            ply[name] = report
+            self.assertEqual("look the other way" in done.stderr, name != "as made")
+        self.assertEqual(ply["reversed"], ply["as made"])
+        self.assertEqual(ply["from another corner"], ply["as made"])
+
+    def test_side_where_the_surface_as_a_whole_faces_none(self):
+        tube, closed = ([], []), cube()
+        for k in range(24):
+            c, s = math.cos(math.pi / 12 * k), math.sin(math.pi / 12 * k)
+            tube[0].extend([(0.0, c, s), (4.0, c, s)])
+            a, b, c, d = 2 * k, 2 * k + 1, (2 * k + 3) % 48, (2 * k + 2) % 48
+            tube[1].append((a, b, c, d))
+        for turned in (1, -1):
+            path = self.file("tube.obj", obj((tube[0], [f[::turned] for f in tube[1]])))
+            report, _ = self.report(path, "--seed", "2,0,1", "--step", "0.3", expect=None)
+            self.assertEqual(report["choice"]["side"], "outward")
+            self.assertGreater(report["choice"]["normal"][2], 0.9)
+            report, _ = self.report(path, "--seed", "2,0,1", "--side", "0,0,-1", "--step", "0.3", expect=None)
+            self.assertLess(report["choice"]["normal"][2], -0.9)
+            path = self.file("cube.obj", obj((closed[0], [f[::turned] for f in closed[1]])))
+            report, _ = self.report(path, "--seed", "2,2,4", "--within", "3", "--step", "0.4", expect=None)
+            self.assertPoint(report["choice"]["normal"], (0, 0, 1))
+        swing = [(x, y, math.sin(math.pi * x / 3)) for x, y, _ in plate()[0]], plate()[1]
+        wall = [(x, z, y) for x, y, z in swing[0]], swing[1]
+        self.assertIn("+y", self.drape(self.file("wall.obj", obj(wall))).stdout)
 
     def test_seeds(self):
         report, done = self.choice("--seed", "2.25,2.5,7")
@@ -428,7 +476,8 @@ class Refusals(Case):
             (), ("--step", "0"), ("--step", "nan"), ("--step", "inf"), ("--step", "1,-1"), ("--step", "1,2,3"),
             ("--seed", "1,2"), ("--seed", "1,2,nan"), ("--seed", "1,2,1e300"), ("--seed", "1,2,3x"),
             ("--seed", "1,1,0", "--seed-vertex", "1"), ("--seed-vertex", "50"), ("--seed-vertex", "0"),
-            ("--warp", "0,0,0"), ("--angle", "inf"), ("--bias", "85"), ("--tolerance", "-1"), ("--pivot", "best"),
+            ("--warp", "0,0,0"), ("--warp", "0,0,1"), ("--rosette", "0,0,2"), ("--side", "1,0,0"), ("--angle", "inf"),
+            ("--bias", "5"), ("--tolerance", "-1"), ("--step", "1", "--tolerance", "0.2"), ("--pivot", "best"),
             ("--max-nodes", "3"), ("--max-nodes", "1.5"), ("--locking", "91"), ("--within", "-1"), ("--within", "most"),
             ("--clip", "0,0,0,0,0,0"), ("--clip", "0,0,0"), ("--part", "1/2"), ("--sweep", "--part", "3/2"),
             ("--sweep", "--part", "0/2"), ("--sweep-angles", "0:90"), ("--sweep-seeds", "many"), ("--jobs", "0"),
@@ -489,7 +538,7 @@ class Manners(Case):
         text = self.drape("--help").stdout
         self.assertIn("Examples:", text)
         self.assertLessEqual(max(map(len, text.splitlines())), 110)
-        options = {word.strip(",.;():") for word in text.replace(",--", " --").split() if word.startswith("--")}
+        options = {word.strip(",.;():[]") for word in text.replace(",--", " --").split() if word.startswith("--")}
         options = {word for word in options if word.strip("-")}
         self.assertGreater(len(options), 20)
         manual = (ROOT / "tool" / "drape.1").read_text().replace("\\-", "-")

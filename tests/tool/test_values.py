@@ -18,7 +18,7 @@ class Values(Drapes):
 
     VARIANTS = {
         "fine": ("--step", "1.1,0.8", "--locking", "3", "--seed", "38,-2.6,14", "--warp", "0.5,2,0.3"),
-        "turned": ("--step", "0.8,1.2", "--angle", "25", "--bias", "-9", "--pivot", "shear", "--tolerance", "0.004",
+        "turned": ("--step", "0.8,1.2", "--angle", "25", "--rosette", "0.3,1,0", "--pivot", "shear", "--tolerance", "0.004",
                    "--locking", "8"),
         "coarse": ("--step", "2.1,1.9", "--units-mm", "25.4"),
         "ended": ("--step", "1.1,0.8", "--max-nodes", "61", "--pivot", "shear"),
@@ -32,10 +32,14 @@ class Values(Drapes):
         normal = drape.mould.normals[t]
         self.assertClose(choice["seed"], place, 1e-12)
         lie = lambda v: model.unit(model.sub(v, model.scaled(normal, dot(v, normal))))
-        angle, bias = (25, -9) if name == "turned" else (0, 0)
-        warp = model.turned(lie((0.5, 2, 0.3) if name == "fine" else (1, 0, 0)), normal, angle)
+        angle = 25 if name == "turned" else 0
+        rosette = lie({"fine": (0.5, 2, 0.3), "turned": (0.3, 1, 0)}.get(name, (1, 0, 0)))
+        warp = model.turned(rosette, normal, angle)
+        self.assertClose(choice["rosette"], rosette, 1e-12)
+        self.assertClose(choice["normal"], normal, 1e-12)
+        self.assertAlmostEqual(choice["plyAngle"], angle, 9)
         self.assertClose(choice["warp"], warp, 1e-12)
-        self.assertClose(choice["weft"], model.turned(warp, normal, 90 + bias), 1e-12)
+        self.assertClose(choice["weft"], model.turned(warp, normal, 90), 1e-12)
         step = {"fine": [1.1, 0.8], "turned": [0.8, 1.2], "coarse": [2.1, 1.9], "ended": [1.1, 0.8]}[name]
         self.assertEqual(choice["step"], step)
         self.assertAlmostEqual(choice["angle"], angle)
@@ -175,6 +179,9 @@ class Values(Drapes):
             f"outline {four(r['mould']['loops'][0]['length'])} long",
             f"start     seed {point(choice['seed'])}, warp {point(choice['warp'])}, cells {four(choice['step'][0])} by "
             f"{four(choice['step'][1])}, pivots by {'grid line' if choice['pivot'] == 'grid' else 'least shear'}",
+            f"side      the cloth lies on the side towards +z, normal {point(choice['normal'])} at the seed",
+            f"angle     warp at {four(choice['plyAngle'])} degrees from the rosette {point(choice['rosette'])}, "
+            "anticlockwise seen from that side",
             f"result    {end}",
             f"cloth     {result['nodes']} nodes, {result['cellsOnSurface']} cells on the mould; the cloth covers "
             f"{percent(result['coveredShare'])} of it",
