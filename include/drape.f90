@@ -1,6 +1,6 @@
 ! Interface module of Drape for Fortran hosts: the four host entry points and the constants that they need.
 ! Compile this file with the host's own compiler. drape.h is the manual; Fortran passes by reference, so
-! every argument goes as it is, and node n is element n of each array.
+! every argument goes as it is, and node n is element n of each array. What is declared type(*) is never read.
 module drape
     use, intrinsic :: iso_c_binding, only: c_int32_t, c_double
     implicit none
@@ -35,7 +35,8 @@ module drape
             integer(c_int32_t), intent(out) :: link3(*), link1(*), link2(*), link4(*)
             integer(c_int32_t), intent(out) :: nodeI(*), nodeJ(*), nodeStatus(*), nodeTri(*)
             real(c_double), intent(out) :: nodePos(3, *), nodeFlat(2, *), nodeNormal(3, *)
-            integer(c_int32_t), intent(in) :: nodeCapacity, reserved, triCount, vertCount, vertTriCount
+            integer(c_int32_t), intent(in) :: nodeCapacity, triCount, vertCount, vertTriCount
+            type(*), intent(in) :: reserved
             integer(c_int32_t), intent(in) :: vertTriStart(*), vertTriList(*), triVerts(3, *)
             real(c_double), intent(in) :: vertPos(3, *)
             integer(c_int32_t), intent(in) :: vertBoundary(*)
@@ -50,9 +51,10 @@ module drape
                 nodeFlat, spareC, nodeCount, points, directions, pointCount, flatOut, low, high, status) &
                 bind(c, name="gzfttc")
             import :: c_int32_t, c_double
-            integer(c_int32_t), intent(in) :: link3(*), link1(*), link2(*), link4(*), spareA(*), spareB(*)
+            integer(c_int32_t), intent(in) :: link3(*), link1(*), link2(*), link4(*)
+            type(*), intent(in) :: spareA(*), spareB(*), spareC(*)
             integer(c_int32_t), intent(in) :: nodeStatus(*)
-            real(c_double), intent(in) :: nodePos(3, *), nodeFlat(2, *), spareC(*)
+            real(c_double), intent(in) :: nodePos(3, *), nodeFlat(2, *)
             integer(c_int32_t), intent(in) :: nodeCount
             real(c_double), intent(inout) :: points(3, *), directions(3, *)
             integer(c_int32_t), intent(in) :: pointCount
@@ -73,7 +75,8 @@ module drape
         integer(c_int32_t) function gz0zorc(reserved1, reserved2, start, count, inDegree, successorCount, &
                 successors, orderedCount, order, status) bind(c, name="gz0zorc")
             import :: c_int32_t
-            integer(c_int32_t), intent(in) :: reserved1, reserved2, start, count
+            type(*), intent(in) :: reserved1, reserved2
+            integer(c_int32_t), intent(in) :: start, count
             integer(c_int32_t), intent(inout) :: inDegree(*)
             integer(c_int32_t), intent(in) :: successorCount(*), successors(*)
             integer(c_int32_t), intent(out) :: orderedCount

@@ -14,14 +14,17 @@
  * CONVENTIONS
  *
  * Arguments    Every argument is a pointer: to an int32_t, to a double, or to the first element of an array
- *              of them. There are no structures. No pointer may be null, save where an argument is never
- *              read.
+ *              of them. There are no structures. An argument that is never read is a const void* and may be
+ *              anything; no other pointer may be null.
  * Vectors      Three consecutive doubles x, y, z. An array of vectors is packed: element n of `nodePos`
  *              starts at nodePos[3 * (n - 1)].
  * Numbers      Nodes, triangles, vertices, fronts, cells, curve points and positions in a row count from 1,
  *              and 0 is none. Entry n of an array is array[n - 1] in C.
  * Units        Lengths, positions, steps and `tolerance` are in the unit of the surface. No operation takes
- *              or gives an angle.
+ *              or gives an angle. The unit matters: some tests hold an area, or a sine, against `tolerance`
+ *              as it stands. Scale the mesh, the seed and the steps so that a step is near 1, and the result
+ *              back. At steps of 1000 and more a tolerance of a thousandth of a step gives a wrong drape, and
+ *              no code tells: status 0 and as little as one node.
  * Direction    "in" is read only, "out" is written only, "in/out" both. No argument may overlap one that is
  *              written, unless the operation says so.
  * Results      An operation that can fail returns 0 or 1 and writes a code to `status`, its last argument: 0
@@ -40,16 +43,18 @@
  *              the arrays have the sizes given here. The other operations take what they are handed on
  *              trust, as steps of a run do, unless they name a code for it.
  * Determinism  Equal input gives equal output, bit for bit, from every build and on every machine with IEEE
- *              double arithmetic.
+ *              double arithmetic. One thing carries over from call to call: uzftte, and gzfttc through it,
+ *              give a point for which no cell has a position the last one that uzftte gave, and (0, 0) before
+ *              there was any.
  *
  *
  * THE SURFACE
  *
  *   triCount      number of triangles, at least 1
  *   triVerts      3 int32 per triangle: its vertices, all triangles wound the same way round
- *   vertCount     number of vertices, at least 3
- *   vertPos       3 doubles per vertex: its position
- *   vertTriCount  length of vertTriList, 3 * triCount for a mesh whose lists are complete
+ *   vertCount     number of vertices, at least 1
+ *   vertPos       3 doubles per vertex: its position; at a vertex that no triangle names it may be anything
+ *   vertTriCount  length of vertTriList, at least 0; 3 * triCount for a mesh whose lists are complete
  *   vertTriStart  vertCount int32: how many entries of vertTriList stand before the vertex's own, ascending
  *   vertTriList   vertTriCount int32: the triangles around vertex 1, then those around vertex 2, and so on;
  *                 the triangles of vertex v are entries vertTriStart[v] + 1 to vertTriStart[v + 1], for the
@@ -249,23 +254,27 @@ enum {
  *   nodeNormal       out  3 * nodeCapacity doubles. The eleven arrays need no preparation and may not
  *                         overlap
  *   nodeCapacity     in   size of the node arrays in nodes, at least 4. The ring of nodes beyond the
- *                         boundary and the twins at cuts count too: twice the surface's area / (stepA *
- *                         stepB), and some 100 more, is ample as a rule
+ *                         boundary and the twins at cuts count too:
+ *                             2 * area / (stepA * stepB) + 4 * boundary length / min(stepA, stepB) + 100
+ *                         is ample as a rule, on long strips too
  *   reserved         in   never read; it keeps its place
  *   triCount to vertBoundary
  *                    in   the surface, as above
  *   nodeCount        out  nodes made
  *   tolerance        in   0 or more. Points nearer to each other than this count as one; a thousandth of a
- *                         cell side is a good value
+ *                         cell side is a good value where a step is near 1 (Units, above)
  *   pivotByGridLine  in   0: a row begins where its cells are least sheared; any other value: where it
  *                         crosses the grid line through the seed
  *   status           out  0, or the code that ended the run
  *
  * Returns 0, also after a failed run; 1 only with status 5, which guards against a fault of the library
- * itself.
+ * itself. Status 0 says that no front was left to go on, not that the surface is covered: what lies behind a
+ * slit can stay bare, and so can all of it where the unit doesn't suit. Hold the cells' area against the
+ * surface's.
  *
  * Codes: 201 and 202 for input that can't be used, before anything is done, with nodeCount 0; 3 and 4 if the
- * boundary flags describe no closed loop; 24 with one node if the triangle nearest to the seed has no area;
+ * boundary flags describe no closed loop; 24 with one node if the triangle nearest to the seed has no area,
+ * or none but for rounding;
  * 23 if nodeCapacity is used up, 13 if a repair finds it so; 9 and 24 where the boundary meets a cell side
  * in a way that can't be counted; 15, 16 and 17 where a cell can't be placed; 207 where a repair gets
  * nowhere; 301 and 302 for want of a work array. 1, 2, 10 to 12, 14, 20 to 22, 203 and 208 guard the steps
@@ -279,7 +288,7 @@ DRAPE_API int32_t gzprp2(const double* seedPoint, const double* seedDirA, const 
                          const double* stepA, const double* stepB, int32_t* link3, int32_t* link1,
                          int32_t* link2, int32_t* link4, int32_t* nodeI, int32_t* nodeJ, int32_t* nodeStatus,
                          int32_t* nodeTri, double* nodePos, double* nodeFlat, double* nodeNormal,
-                         const int32_t* nodeCapacity, const int32_t* reserved, const int32_t* triCount,
+                         const int32_t* nodeCapacity, const void* reserved, const int32_t* triCount,
                          const int32_t* vertCount, const int32_t* vertTriCount, const int32_t* vertTriStart,
                          const int32_t* vertTriList, const int32_t* triVerts, const double* vertPos,
                          const int32_t* vertBoundary, int32_t* nodeCount, const double* tolerance,
@@ -311,16 +320,16 @@ DRAPE_API int32_t gzprp2(const double* seedPoint, const double* seedDirA, const 
  * The search starts at a point that lies clearly in one cell. To find it the curve is rotated, and `points`
  * and `directions` are left rotated alike: a caller that needs them keeps its own copy. A point that no cell
  * holds still gets a flat position, extrapolated from the nearest cells, or else the position of the point
- * before it. That position carries over from one call to the next.
+ * before it. That position carries over from one call to the next (Determinism, above).
  *
  * Codes: 205 if no point lies clearly in one cell, with the curve back in its order; 206 if pointCount or
  * nodeCount is below 1 or no cell is complete; flatOut isn't written with either. 301 and 302 for want of a
  * work array; flatOut can be written in part then.
  */
 DRAPE_API int32_t gzfttc(const int32_t* link3, const int32_t* link1, const int32_t* link2,
-                         const int32_t* link4, const int32_t* spareA, const int32_t* spareB,
+                         const int32_t* link4, const void* spareA, const void* spareB,
                          const int32_t* nodeStatus, const double* nodePos, const double* nodeFlat,
-                         const double* spareC, const int32_t* nodeCount, double* points, double* directions,
+                         const void* spareC, const int32_t* nodeCount, double* points, double* directions,
                          const int32_t* pointCount, double* flatOut, const int32_t* low, const int32_t* high,
                          int32_t* status);
 
@@ -335,20 +344,22 @@ DRAPE_API int32_t gzfttc(const int32_t* link3, const int32_t* link1, const int32
  *
  * Points outside source map outside target: nothing is clamped.
  *
- * Returns 1 with 161 if source has no area or a coordinate is not a number; mapped is unchanged then.
+ * Returns 1 with 161 if source has no area or holds a coordinate that is not a number; mapped is unchanged
+ * then. One in target or point goes on into mapped.
  */
 DRAPE_API int32_t nptfpt(const double* source, const double* target, const double* point, double* mapped,
                          int32_t* status);
 
 /* Put the items of a directed graph in level order: from one item outward, ascending within a level.
  *
- *   reserved1, reserved2  in      never read
+ *   reserved1, reserved2  in      never read; they keep their places
  *   start                 in      first item, 1 to count
  *   count                 in      number of items, at least 1
  *   inDegree              in/out  count int32: incoming links of each item. An item with 0 or less is never
  *                                 reached, whatever points to it; each item taken into the order is lowered
  *                                 by 1
- *   successorCount        in      count int32: number of successors of each item; below 0 counts as 0
+ *   successorCount        in      count int32: number of successors of each item; below 0 counts as 0. Not
+ *                                 read if count is 1
  *   successors            in      the successors of item 1, then those of item 2, and so on, as many as
  *                                 successorCount adds up to. Items outside 1 to count are skipped
  *   orderedCount          out     items in order; below count if some weren't reached, which is no failure
@@ -358,7 +369,7 @@ DRAPE_API int32_t nptfpt(const double* source, const double* target, const doubl
  * Returns 1 with 201 if count is below 1 or start out of range, with orderedCount 0 and nothing else
  * written; with 301 or 302 for want of a work array.
  */
-DRAPE_API int32_t gz0zorc(const int32_t* reserved1, const int32_t* reserved2, const int32_t* start,
+DRAPE_API int32_t gz0zorc(const void* reserved1, const void* reserved2, const int32_t* start,
                           const int32_t* count, int32_t* inDegree, const int32_t* successorCount,
                           const int32_t* successors, int32_t* orderedCount, int32_t* order, int32_t* status);
 
@@ -402,11 +413,12 @@ DRAPE_API void npinco(const double* seedPoint, const double* seedDirA, const dou
  *   position    in   3 doubles
  *   normal      in   3 doubles of unit length: |1 - length squared| at most 0.003
  *   triangle    in   triangle of the node, 0 off the surface
- *   linkCount   in   0: no links, at (0, 0) of the grid; 1: linked to prevNode1; 2: to prevNode2 too
+ *   linkCount   in   0: no links, at (0, 0) of the grid; 1: linked to prevNode1; 2: to prevNode2 too. Below 0
+ *                    counts as 0; above 2 both must be nodes, and the new one is linked to prevNode1 alone
  *   direction1  in   from prevNode1 to the new node. Column, row and flat position follow from these two
  *   prevNode1   in   node, read if linkCount is above 0
  *   direction2  in   from prevNode2 to the new node
- *   prevNode2   in   node, read if linkCount is 2
+ *   prevNode2   in   node, read if linkCount is above 1
  *   status      out  0 or a code
  *
  * The new node is node nodeCount. Its nodeStatus isn't written: that is the caller's.
@@ -473,21 +485,23 @@ DRAPE_API void parbisfortran(const double* a, const double* b, double* result, c
 
 /* Walk the surface boundary into one closed chain.
  *
- *   vertBoundary .. vertPos  in   the surface, as above; triCount isn't read
- *   boundaryCount            in/out  in: edges that the two tables hold, vertCount in a run; out: edges of
- *                                    the chain
+ *   vertBoundary .. vertPos  in   the surface, as above; triCount is never read
+ *   boundaryCount            in/out  in: edges that the two tables hold, vertCount in a run; below 1 counts
+ *                                    as vertCount; out: edges of the chain
  *   boundaryEdges            out  3 int32 per edge: triangle, start vertex, end vertex. Each edge ends where
  *                                 the next one starts, and the last where the first does
  *   boundaryNormals          out  3 doubles per edge: unit normal at its start vertex, the mean of the
  *                                 triangles of the two edges that meet there
  *   status                   out  0 or a code
  *
- * The chain goes through the lowest flagged vertex; the order of that vertex's triangles sets its sense.
+ * The chain goes through the lowest flagged vertex; the order of that vertex's triangles sets its sense. If
+ * boundaryEdges is the table that npinco registered, the model's own number of boundary edges is set too.
  *
  * Returns 1 with 3 if a vertex has too many candidates, 4 if the walk finds no way on, meets more than two
- * ways or doesn't close, or a code of the work arrays. boundaryCount is unchanged then.
+ * ways, comes to an edge again or fills the tables, or a code of the work arrays. boundaryCount is unchanged
+ * then.
  */
-DRAPE_API int32_t gzprel(const int32_t* vertBoundary, const int32_t* triCount, const int32_t* vertCount,
+DRAPE_API int32_t gzprel(const int32_t* vertBoundary, const void* triCount, const int32_t* vertCount,
                          const int32_t* vertTriCount, const int32_t* vertTriStart, const int32_t* vertTriList,
                          const int32_t* triVerts, const double* vertPos, int32_t* boundaryCount,
                          int32_t* boundaryEdges, double* boundaryNormals, int32_t* status);
@@ -511,8 +525,6 @@ DRAPE_API void npdmpe(const double* point, const double* vertexA, const double* 
  *   threshold                           in   smallest determinant of the normals that counts as regular
  *   solution                            out  3 doubles; means nothing if singular is 1
  *   singular                            out  1 if the planes have no single common point, else 0
- *
- * Always returns 0.
  */
 DRAPE_API void npx3pl(const double* point1, const double* normal1, const double* point2,
                       const double* normal2, const double* point3, const double* normal3,
@@ -569,14 +581,14 @@ DRAPE_API int32_t uzprcm(const double* centre, const double* planeNormal, double
 /* Place a point in the plane of the nearest boundary triangle. Reads the model.
  *
  * The arguments are those of uzprcm, with foundCount before foundList and without a triangle: the point may
- * lie off the surface. forward is read only and has unit length; backPoint isn't read; point and normal
+ * lie off the surface. forward is read only and has unit length; backPoint is never read; point and normal
  * aren't written after a failure.
  *
  * Returns 1 with 18 if more than 21 listed triangles have a boundary edge, 19 if the circle misses the plane
  * or the surface has no boundary, 20 if no hit lies ahead.
  */
 DRAPE_API int32_t uzprpf(const double* centre, const double* planeNormal, const double* forward,
-                         const double* radius, const double* backPoint, const int32_t* foundCount,
+                         const double* radius, const void* backPoint, const int32_t* foundCount,
                          const int32_t* foundList, const double* tolerance, double* point, double* normal,
                          int32_t* status);
 
@@ -698,14 +710,14 @@ DRAPE_API int32_t npxseb(const double* pointA, const double* pointB, const doubl
 /* Give the nodes of a row their status. Reads and writes the model.
  *
  *   rowRecord      in   10 int32: direction, firstNode and length of the row
- *   sideFlag       in   not read
+ *   sideFlag       in   never read
  *   rowCrossings   in   length - 1 int32, from gzpric
  *   backCrossings  in   length int32, from gzpric
  *   status         out  always 0
  *
  * Returns 0.
  */
-DRAPE_API int32_t gzprip(const int32_t* rowRecord, const int32_t* sideFlag, const int32_t* rowCrossings,
+DRAPE_API int32_t gzprip(const int32_t* rowRecord, const void* sideFlag, const int32_t* rowCrossings,
                          const int32_t* backCrossings, int32_t* status);
 
 /* Build, test and classify the next row of a front. Reads and extends the model.
@@ -730,8 +742,8 @@ DRAPE_API int32_t gzprpf(const int32_t* frontIndex, int32_t* rowRecord, int32_t*
  *   front   in/out  10 int32: firstNode and length are written if all goes well; it may stand in the table
  *   status  out     0, or 2
  *
- * Returns 1 with 2 if the row's links end before its length, or lead round in a ring; the record is
- * unchanged then.
+ * Returns 1 with 2 if the row's links end before its length, or lead round in a ring of more nodes than
+ * nodeCapacity; the record is unchanged then.
  */
 DRAPE_API int32_t gzpref(int32_t* front, int32_t* status);
 
@@ -851,8 +863,10 @@ DRAPE_API int32_t gzprld(const int32_t* rowNodes, const int32_t* rowCrossings, c
  *
  * The new fronts come to stand behind the one at whose corners they open.
  *
- * Returns 1 with 13 of uzprcp, 21 to 24 of uzprsp, or 10 or 203 of uzpraf. What was done for earlier records
- * stays.
+ * A record of kind 3 whose two nodes aren't neighbours is passed over, as one of no known kind is.
+ *
+ * Returns 1 with 13 of uzprcp, 21 to 24 of uzprsp, 204 if the two nodes of kind 6 aren't neighbours, or 10 or
+ * 203 of uzpraf. What was done for earlier records stays.
  */
 DRAPE_API int32_t gzprlc(const int32_t* corners, const int32_t* cornerCount, int32_t* status);
 
@@ -873,17 +887,16 @@ DRAPE_API int32_t uzprds(const int32_t* nodeA, const int32_t* nodeB, int32_t* st
 /* The nearest and the second nearest cell of a point, over the whole grid.
  *
  *   point              in   3 doubles
- *   link3 .. nodePos   in   grid, as for gzfttc; link3, link2 and nodeStatus aren't read
+ *   link3 .. nodePos   in   grid, as for gzfttc; link3, link2 and nodeStatus are never read
  *   nodeCount          in   number of nodes
  *   nearest, second    out  cells; near is what has the least sum of squared distances to its four corners
  *   status             out  always 0
  *
  * Returns 0.
  */
-DRAPE_API int32_t uzftpq(const double* point, const int32_t* link3, const int32_t* link1,
-                         const int32_t* link2, const int32_t* link4, const int32_t* nodeStatus,
-                         const double* nodePos, const int32_t* nodeCount, int32_t* nearest, int32_t* second,
-                         int32_t* status);
+DRAPE_API int32_t uzftpq(const double* point, const void* link3, const int32_t* link1, const void* link2,
+                         const int32_t* link4, const void* nodeStatus, const double* nodePos,
+                         const int32_t* nodeCount, int32_t* nearest, int32_t* second, int32_t* status);
 
 /* The four nearest cells of a point, over the whole grid.
  *
@@ -895,9 +908,9 @@ DRAPE_API int32_t uzftpq(const double* point, const int32_t* link3, const int32_
  *
  * Returns 0.
  */
-DRAPE_API int32_t uzftp2(const double* point, const int32_t* link3, const int32_t* link1,
-                         const int32_t* link2, const int32_t* link4, const int32_t* nodeStatus,
-                         const double* nodePos, const int32_t* nodeCount, int32_t* ranks, int32_t* status);
+DRAPE_API int32_t uzftp2(const double* point, const void* link3, const int32_t* link1, const void* link2,
+                         const int32_t* link4, const void* nodeStatus, const double* nodePos,
+                         const int32_t* nodeCount, int32_t* ranks, int32_t* status);
 
 /* Walk from a known cell to the cell of a curve point.
  *
@@ -924,7 +937,7 @@ DRAPE_API int32_t uzftcq(const double* points, const int32_t* pointIndex, const 
  *   points, directions  in      3 doubles each per curve point
  *   pointIndex          in      point to carry
  *   cell                in      cell to use
- *   link3 .. link4      in      links of the grid; link3 and link2 aren't read
+ *   link3 .. link4      in      links of the grid; link3 and link2 are never read
  *   spareA, spareB      in      never read
  *   nodePos, nodeFlat   in      3 and 2 doubles per node
  *   spareC, nodeCount   in      never read
@@ -935,11 +948,10 @@ DRAPE_API int32_t uzftcq(const double* points, const int32_t* pointIndex, const 
  * Returns 0. An incomplete cell leaves flatPoint as it is, with inside 0.
  */
 DRAPE_API int32_t uzfttp(const double* points, const double* directions, const int32_t* pointIndex,
-                         const int32_t* cell, const int32_t* link3, const int32_t* link1,
-                         const int32_t* link2, const int32_t* link4, const int32_t* spareA,
-                         const int32_t* spareB, const double* nodePos, const double* nodeFlat,
-                         const double* spareC, const int32_t* nodeCount, double* flatPoint, int32_t* inside,
-                         int32_t* status);
+                         const int32_t* cell, const void* link3, const int32_t* link1, const void* link2,
+                         const int32_t* link4, const void* spareA, const void* spareB, const double* nodePos,
+                         const double* nodeFlat, const void* spareC, const void* nodeCount, double* flatPoint,
+                         int32_t* inside, int32_t* status);
 
 /* Where a line meets the plane of three points, in that plane's coordinates.
  *
@@ -957,20 +969,20 @@ DRAPE_API int32_t npprtr(const double* point, const double* direction, const dou
  *
  *   points, directions   in      3 doubles each per curve point
  *   pointIndex           in      point to carry
- *   link3 .. nodeCount   in      grid, in the order given; the spare arguments are never read
+ *   link3 .. nodeCount   in      grid, in the order given; link3, link2, nodeStatus and the spare
+ *                                arguments are never read
  *   flatOut              in/out  2 doubles per curve point: the point's own is written
  *   cellOf               in/out  1 int32 per curve point: the point's own is read and becomes the cell taken
  *                                instead, the nearest or the second nearest
  *   status               out     always 0
  *
- * Returns 0. Where that cell gives no position, the one of the call before stands.
+ * Returns 0. Where that cell gives no position, the one of the call before stands (Determinism, above).
  */
 DRAPE_API int32_t uzftte(const double* points, const double* directions, const int32_t* pointIndex,
-                         const int32_t* link3, const int32_t* link1, const int32_t* link2,
-                         const int32_t* link4, const int32_t* spareA, const int32_t* spareB,
-                         const int32_t* nodeStatus, const double* nodePos, const double* nodeFlat,
-                         const double* spareC, const int32_t* nodeCount, double* flatOut, int32_t* cellOf,
-                         int32_t* status);
+                         const void* link3, const int32_t* link1, const void* link2, const int32_t* link4,
+                         const void* spareA, const void* spareB, const void* nodeStatus,
+                         const double* nodePos, const double* nodeFlat, const void* spareC,
+                         const int32_t* nodeCount, double* flatOut, int32_t* cellOf, int32_t* status);
 
 /* Rotate a closed curve by a number of points.
  *

@@ -94,7 +94,7 @@ std::int32_t orderByLevels(const Graph& graph, std::int32_t start, std::int32_t*
 } // namespace
 } // namespace drape
 
-extern "C" int32_t gz0zorc(const int32_t* /*reserved1*/, const int32_t* /*reserved2*/, const int32_t* start,
+extern "C" int32_t gz0zorc(const void* /*reserved1*/, const void* /*reserved2*/, const int32_t* start,
                            const int32_t* count, int32_t* inDegree, const int32_t* successorCount,
                            const int32_t* successors, int32_t* orderedCount, int32_t* order,
                            int32_t* status) {

@@ -116,7 +116,7 @@ bool fallBackToBoundary(const Vec3& centre, const Vec3& planeNormal, const Vec3&
 using namespace drape;
 
 extern "C" int32_t uzprpf(const double* centre, const double* planeNormal, const double* forward,
-                          const double* radius, const double*, const int32_t* foundCount,
+                          const double* radius, const void*, const int32_t* foundCount,
                           const int32_t* foundList, const double* tolerance, double* point, double* normal,
                           int32_t* status) {
     FallbackPoint found;

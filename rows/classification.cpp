@@ -118,7 +118,7 @@ void classifyRow(const FrontRecord& record, const std::int32_t* rowCrossings,
 
 using namespace drape;
 
-extern "C" int32_t gzprip(const int32_t* rowRecord, const int32_t*, const int32_t* rowCrossings,
+extern "C" int32_t gzprip(const int32_t* rowRecord, const void*, const int32_t* rowCrossings,
                           const int32_t* backCrossings, int32_t* status) {
     *status = DRAPE_OK;
     classifyRow(asFront(rowRecord), rowCrossings, backCrossings);

@@ -119,7 +119,7 @@ extern "C" int32_t gzprp2(const double* seedPoint, const double* seedDirA, const
                           const double* stepA, const double* stepB, int32_t* link3, int32_t* link1,
                           int32_t* link2, int32_t* link4, int32_t* nodeI, int32_t* nodeJ, int32_t* nodeStatus,
                           int32_t* nodeTri, double* nodePos, double* nodeFlat, double* nodeNormal,
-                          const int32_t* nodeCapacity, const int32_t*, const int32_t* triCount,
+                          const int32_t* nodeCapacity, const void*, const int32_t* triCount,
                           const int32_t* vertCount, const int32_t* vertTriCount, const int32_t* vertTriStart,
                           const int32_t* vertTriList, const int32_t* triVerts, const double* vertPos,
                           const int32_t* vertBoundary, int32_t* nodeCount, const double* tolerance,

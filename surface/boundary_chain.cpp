@@ -182,7 +182,7 @@ bool walkBoundary(const SurfaceMesh& mesh, const std::int32_t* vertBoundary, std
 
 using namespace drape;
 
-extern "C" int32_t gzprel(const int32_t* vertBoundary, const int32_t*, const int32_t* vertCount,
+extern "C" int32_t gzprel(const int32_t* vertBoundary, const void*, const int32_t* vertCount,
                           const int32_t* vertTriCount, const int32_t* vertTriStart,
                           const int32_t* vertTriList, const int32_t* triVerts, const double* vertPos,
                           int32_t* boundaryCount, int32_t* boundaryEdges, double* boundaryNormals,

@@ -223,6 +223,32 @@ TEST(Run, SeedOffTheSurfaceStandsWhereItIsAndTakesTheLowestNearestTriangle) {
 
 // Failures.
 
+// The room that the manual advises is enough where the nodes beyond the boundary outnumber those on the
+// surface.
+TEST(Run, AdvisedRoomIsEnoughForStrips) {
+    for (const double width : {0.1, 0.5, 2.0})
+        for (const double stepB : {1.0, 0.7})
+            for (const double degrees : {0.0, 40.0}) {
+                constexpr double length = 200.0;
+                const Surface strip = gridSurface(
+                    200, 1,
+                    [=](int i, int j) {
+                        return Point{double(i), j * width, 0.0};
+                    },
+                    everywhere);
+                Settings settings = seededAt(strip, 90.3, 0.6 * width, 1.0, degrees);
+                settings.stepB = stepB;
+                settings.tolerance = 1e-3 * stepB;
+                settings.capacity = static_cast<std::int32_t>(2.0 * length * width / stepB +
+                                                              8.0 * (length + width) / stepB + 100.0);
+                const Grid grid = drape(strip, settings);
+                EXPECT_EQ(grid.status, DRAPE_OK) << width << ' ' << stepB << ' ' << degrees;
+                if (degrees == 0.0 && width < 1.0) { // turned, a cell steps over a narrow strip at once
+                    EXPECT_GT(grid.count, 2.0 * length * width / stepB + 100.0);
+                }
+            }
+}
+
 TEST(Run, FullStoreKeepsTheNodesMadeSoFar) {
     const Surface surface = squareMould(6.0, 24, domeHeight(9.0));
     Settings settings = seededAt(surface, 0.3, 0.2, 1.0, 20.0);

@@ -42,24 +42,24 @@ void rankCells(const GridView& grid, const Vec3& p, std::int32_t count, std::int
 
 } // namespace drape
 
-extern "C" int32_t uzftpq(const double* point, const int32_t* link3, const int32_t* link1,
-                          const int32_t* link2, const int32_t* link4, const int32_t* nodeStatus,
+extern "C" int32_t uzftpq(const double* point, const void* /*link3*/, const int32_t* link1,
+                          const void* /*link2*/, const int32_t* link4, const void* /*nodeStatus*/,
                           const double* nodePos, const int32_t* nodeCount, int32_t* nearest, int32_t* second,
                           int32_t* status) {
     *status = DRAPE_OK;
     int32_t ranks[2];
-    drape::rankCells({link3, link1, link2, link4, nodeStatus, nodePos, *nodeCount}, drape::load(point), 2,
+    drape::rankCells({nullptr, link1, nullptr, link4, nullptr, nodePos, *nodeCount}, drape::load(point), 2,
                      ranks);
     *nearest = ranks[0];
     *second = ranks[1];
     return 0;
 }
 
-extern "C" int32_t uzftp2(const double* point, const int32_t* link3, const int32_t* link1,
-                          const int32_t* link2, const int32_t* link4, const int32_t* nodeStatus,
+extern "C" int32_t uzftp2(const double* point, const void* /*link3*/, const int32_t* link1,
+                          const void* /*link2*/, const int32_t* link4, const void* /*nodeStatus*/,
                           const double* nodePos, const int32_t* nodeCount, int32_t* ranks, int32_t* status) {
     *status = DRAPE_OK;
-    drape::rankCells({link3, link1, link2, link4, nodeStatus, nodePos, *nodeCount}, drape::load(point),
+    drape::rankCells({nullptr, link1, nullptr, link4, nullptr, nodePos, *nodeCount}, drape::load(point),
                      drape::longestRanking, ranks);
     return 0;
 }

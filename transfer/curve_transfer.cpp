@@ -205,9 +205,9 @@ void transferCurve(GlobalSearch& search, const double* nodeFlat, const Curve& cu
 } // namespace drape
 
 extern "C" int32_t gzfttc(const int32_t* link3, const int32_t* link1, const int32_t* link2,
-                          const int32_t* link4, const int32_t* /*spareA*/, const int32_t* /*spareB*/,
+                          const int32_t* link4, const void* /*spareA*/, const void* /*spareB*/,
                           const int32_t* nodeStatus, const double* nodePos, const double* nodeFlat,
-                          const double* /*spareC*/, const int32_t* nodeCount, double* points,
+                          const void* /*spareC*/, const int32_t* nodeCount, double* points,
                           double* directions, const int32_t* pointCount, double* flatOut, const int32_t* low,
                           const int32_t* high, int32_t* status) {
     *status = DRAPE_OK;

@@ -108,27 +108,27 @@ extern "C" int32_t npprtr(const double* point, const double* direction, const do
 
 // The node count isn't promised here, so links are only held against 0.
 extern "C" int32_t uzfttp(const double* points, const double* directions, const int32_t* pointIndex,
-                          const int32_t* cell, const int32_t* link3, const int32_t* link1,
-                          const int32_t* link2, const int32_t* link4, const int32_t* /*spareA*/,
-                          const int32_t* /*spareB*/, const double* nodePos, const double* nodeFlat,
-                          const double* /*spareC*/, const int32_t* /*nodeCount*/, double* flatPoint,
+                          const int32_t* cell, const void* /*link3*/, const int32_t* link1,
+                          const void* /*link2*/, const int32_t* link4, const void* /*spareA*/,
+                          const void* /*spareB*/, const double* nodePos, const double* nodeFlat,
+                          const void* /*spareC*/, const void* /*nodeCount*/, double* flatPoint,
                           int32_t* inside, int32_t* status) {
     *status = DRAPE_OK;
     const drape::GridView grid = {
-        link3, link1, link2, link4, nullptr, nodePos, std::numeric_limits<int32_t>::max()};
+        nullptr, link1, nullptr, link4, nullptr, nodePos, std::numeric_limits<int32_t>::max()};
     const drape::CurvePoint point = {drape::load(points, *pointIndex), drape::load(directions, *pointIndex)};
     *inside = drape::mapThroughCell(grid, nodeFlat, point, *cell, flatPoint) ? -1 : 0;
     return 0;
 }
 
 extern "C" int32_t uzftte(const double* points, const double* directions, const int32_t* pointIndex,
-                          const int32_t* link3, const int32_t* link1, const int32_t* link2,
-                          const int32_t* link4, const int32_t* /*spareA*/, const int32_t* /*spareB*/,
-                          const int32_t* nodeStatus, const double* nodePos, const double* nodeFlat,
-                          const double* /*spareC*/, const int32_t* nodeCount, double* flatOut,
-                          int32_t* cellOf, int32_t* status) {
+                          const void* /*link3*/, const int32_t* link1, const void* /*link2*/,
+                          const int32_t* link4, const void* /*spareA*/, const void* /*spareB*/,
+                          const void* /*nodeStatus*/, const double* nodePos, const double* nodeFlat,
+                          const void* /*spareC*/, const int32_t* nodeCount, double* flatOut, int32_t* cellOf,
+                          int32_t* status) {
     *status = DRAPE_OK;
-    drape::GlobalSearch search({link3, link1, link2, link4, nodeStatus, nodePos, *nodeCount});
+    drape::GlobalSearch search({nullptr, link1, nullptr, link4, nullptr, nodePos, *nodeCount});
     const std::int64_t index = *pointIndex;
     drape::mapThroughOtherCell(search, nodeFlat, {drape::load(points, index), drape::load(directions, index)},
                                cellOf[index - 1], flatOut + 2 * (index - 1));
