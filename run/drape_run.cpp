@@ -40,18 +40,25 @@ struct RunArrays {
     }
 };
 
-// The first of the triangles nearest to the seed.
-std::int32_t seedTriangle(const TriangleBounds& bounds) {
+double distanceFromSeed(std::int32_t triangle) {
     const SurfaceMesh& mesh = model->mesh;
-    std::int32_t nearest = 0;
-    double best = 0.0;
-    for (std::int32_t t = 1; t <= mesh.triCount; ++t) {
-        if (t > 1 && bounds.distanceBelow(t, model->seedPoint) >= best)
+    return distanceToTriangle(model->seedPoint, mesh.corner(triangle, 0), mesh.corner(triangle, 1),
+                              mesh.corner(triangle, 2), model->tolerance)
+        .distance;
+}
+
+// The first of the triangles nearest to the seed, by the caller's numbers.
+std::int32_t seedTriangle(const RunIndices& indices) {
+    std::int32_t nearest = indices.firstTriangle;
+    double best = distanceFromSeed(nearest);
+    if (best != best)
+        return nearest; // not a number: nothing is strictly nearer
+    for (std::int32_t t = 1; t <= model->mesh.triCount; ++t) {
+        if (indices.triangleBounds.distanceBelow(t, model->seedPoint) > best)
             continue;
-        const double distance = distanceToTriangle(model->seedPoint, mesh.corner(t, 0), mesh.corner(t, 1),
-                                                   mesh.corner(t, 2), model->tolerance)
-                                    .distance;
-        if (t == 1 || best > distance) {
+        const double distance = distanceFromSeed(t);
+        if (distance < best || (distance == best && indices.innerMesh.outerTriangle(t) <
+                                                        indices.innerMesh.outerTriangle(nearest))) {
             nearest = t;
             best = distance;
         }
@@ -59,9 +66,9 @@ std::int32_t seedTriangle(const TriangleBounds& bounds) {
     return nearest;
 }
 
-bool storeSeed(const TriangleBounds& bounds, std::int32_t& status) {
+bool storeSeed(const RunIndices& indices, std::int32_t& status) {
     const SurfaceMesh& mesh = model->mesh;
-    const std::int32_t triangle = seedTriangle(bounds);
+    const std::int32_t triangle = seedTriangle(indices);
     const Vec3 a = mesh.corner(triangle, 0);
     const Vec3 b = mesh.corner(triangle, 1);
     const Vec3 c = mesh.corner(triangle, 2);
@@ -95,18 +102,34 @@ void closeMarkedNodes() {
     }
 }
 
-LoopEnd runOnModel(RunArrays& arrays, const std::int32_t* vertBoundary, std::int32_t& status) {
-    if (!walkBoundary(model->mesh, vertBoundary, model->mesh.boundaryCount, arrays.boundaryEdges.data(),
-                      arrays.boundaryNormals.data(), status) ||
-        !arrays.indices.build(model->mesh, model->tolerance, std::max(model->stepA, model->stepB), status))
-        return LoopEnd::stopped;
-    model->indices = &arrays.indices;
-    if (!storeSeed(arrays.indices.triangleBounds, status))
+// The run's triangle numbers back into the caller's, whatever ended the run.
+void restoreTriangleNumbers(const InnerMesh& innerMesh) {
+    for (std::int32_t n = 1; n <= model->trianglesWritten; ++n) {
+        std::int32_t& triangle = model->nodeTri[n - 1];
+        if (triangle != 0)
+            triangle = innerMesh.outerTriangle(triangle);
+    }
+}
+
+LoopEnd runOnMesh(const RunIndices& indices, std::int32_t& status) {
+    if (!storeSeed(indices, status))
         return LoopEnd::stopped;
     openSeedFronts();
     const LoopEnd end = runFrontLoop(status);
     if (end == LoopEnd::tableEmpty)
         closeMarkedNodes();
+    return end;
+}
+
+LoopEnd runOnModel(RunArrays& arrays, const std::int32_t* vertBoundary, std::int32_t& status) {
+    if (!walkBoundary(model->mesh, vertBoundary, model->mesh.boundaryCount, arrays.boundaryEdges.data(),
+                      arrays.boundaryNormals.data(), status) ||
+        !arrays.indices.build(model->mesh, arrays.boundaryEdges.data(), model->tolerance,
+                              std::max(model->stepA, model->stepB), status))
+        return LoopEnd::stopped;
+    model->indices = &arrays.indices;
+    const LoopEnd end = runOnMesh(arrays.indices, status);
+    restoreTriangleNumbers(arrays.indices.innerMesh);
     return end;
 }
 

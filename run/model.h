@@ -126,6 +126,9 @@ struct Model {
     std::int32_t pivotByGridLine = 0;
     double tolerance = 0.0;
 
+    // Nodes 1 to so many have been given a triangle, those of dropped rows among them.
+    std::int32_t trianglesWritten = 0;
+
     // What a whole run adds to answer the same questions faster. Null while operations are called one by one,
     // which then go the plain road.
     RunIndices* indices = nullptr;
@@ -147,6 +150,11 @@ struct Model {
             nodeStatus[n - 1] = value;
     }
     std::int32_t triangleOf(std::int32_t n) const { return holdsNode(n) ? nodeTri[n - 1] : 0; }
+    void setTriangle(std::int32_t n, std::int32_t triangle) {
+        nodeTri[n - 1] = triangle;
+        if (n > trianglesWritten)
+            trianglesWritten = n;
+    }
     Vec3 positionOf(std::int32_t n) const { return holdsNode(n) ? load(nodePos, n) : Vec3{}; }
     Vec3 normalOf(std::int32_t n) const { return holdsNode(n) ? load(nodeNormal, n) : Vec3{}; }
 

@@ -74,7 +74,7 @@ bool storeNode(const Vec3& position, const Vec3& normal, std::int32_t triangle, 
         status = DRAPE_NORMAL_NOT_UNIT;
         return false;
     }
-    model->nodeTri[n - 1] = triangle;
+    model->setTriangle(n, triangle);
     if (linkCount < 1)
         placeAtOrigin(n);
     else
@@ -103,7 +103,7 @@ bool copyNode(std::int32_t node, std::int32_t& status) {
     for (std::int64_t k = 0; k < 2; ++k)
         model->nodeFlat[2 * (std::int64_t{n} - 1) + k] = model->nodeFlat[2 * (std::int64_t{node} - 1) + k];
     store(model->nodePos, load(model->nodePos, node), n);
-    model->nodeTri[n - 1] = model->nodeTri[node - 1];
+    model->setTriangle(n, model->triangleOf(node));
     store(model->nodeNormal, load(model->nodeNormal, node), n);
     return true;
 }

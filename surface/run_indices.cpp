@@ -3,24 +3,38 @@
 
 namespace drape {
 
-bool RunIndices::takeScratch(const SurfaceMesh& mesh, std::int32_t& status) {
+// The marks serve as tables of the new numbers before they serve as marks.
+bool RunIndices::renumber(SurfaceMesh& mesh, std::int32_t* boundaryEdges, std::int32_t& status) {
     if (!foundList_.take(mesh.triCount, status) || !marks_.take(mesh.triCount, status) ||
-        !fansDone_.take(mesh.vertCount, status))
+        !fansDone_.take(mesh.vertCount, status) ||
+        !innerMesh.build(mesh, marks_.data(), fansDone_.data(), status))
         return false;
+    const std::int32_t* innerTriangles = marks_.data();
+    const std::int32_t* innerVertices = fansDone_.data();
+    for (std::int64_t e = 0; e < mesh.boundaryCount; ++e) {
+        std::int32_t* edge = boundaryEdges + 3 * e;
+        edge[0] = innerTriangles[edge[0] - 1];
+        edge[1] = innerVertices[edge[1] - 1];
+        edge[2] = innerVertices[edge[2] - 1];
+    }
+    firstTriangle = innerTriangles[0];
     clear(marks_.data(), mesh.triCount);
     clear(fansDone_.data(), mesh.vertCount);
     scratch.foundList = foundList_.data();
     scratch.marks = marks_.data();
     scratch.fansDone = fansDone_.data();
+    mesh = innerMesh.mesh();
     return true;
 }
 
-bool RunIndices::build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status) {
-    return takeScratch(mesh, status) && triangleBounds.build(mesh, tolerance, status) &&
+bool RunIndices::build(SurfaceMesh& mesh, std::int32_t* boundaryEdges, double tolerance, double reach,
+                       std::int32_t& status) {
+    return renumber(mesh, boundaryEdges, status) && triangleBounds.build(mesh, tolerance, status) &&
            triangleTree.build(mesh, tolerance, reach, status) && boundaryTree.build(mesh, tolerance, status);
 }
 
 void RunIndices::release(std::int32_t& status) {
+    innerMesh.release(status);
     foundList_.release(status);
     marks_.release(status);
     fansDone_.release(status);

@@ -8,6 +8,7 @@
 #include "run/model.h"
 #include "services/work_arrays.h"
 #include "surface/boundary_tree.h"
+#include "surface/inner_mesh.h"
 #include "surface/search_scratch.h"
 #include "surface/triangle_bounds.h"
 #include "surface/triangle_tree.h"
@@ -15,18 +16,22 @@
 namespace drape {
 
 struct RunIndices {
-    // `reach` bounds the radius of all circles. False with a work-array code.
-    bool build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status);
+    // Puts the renumbered mesh in the place of `mesh` and its numbers into the chain, which stands in
+    // `boundaryEdges`. `reach` bounds the radius of all circles. False with a work-array code.
+    bool build(SurfaceMesh& mesh, std::int32_t* boundaryEdges, double tolerance, double reach,
+               std::int32_t& status);
     // The last failing release wins.
     void release(std::int32_t& status);
 
+    InnerMesh innerMesh;
+    std::int32_t firstTriangle = 0; // number 1 of the caller
     TriangleBounds triangleBounds;
     TriangleTree triangleTree;
     BoundaryTree boundaryTree;
     SearchScratch scratch;
 
 private:
-    bool takeScratch(const SurfaceMesh& mesh, std::int32_t& status);
+    bool renumber(SurfaceMesh& mesh, std::int32_t* boundaryEdges, std::int32_t& status);
 
     WorkArray<std::int32_t> foundList_, marks_, fansDone_;
 };

@@ -141,6 +141,34 @@ inline void makeIrregular(Surface& surface, double amount, Random& random, bool 
     joinUp(surface);
 }
 
+// Numbers vertices and triangles anew at random, as files from scanners and partitioners have them; the
+// corners of each triangle keep their order.
+inline void shuffle(Surface& surface, Random& random) {
+    const auto permutation = [&](std::int32_t count) {
+        std::vector<std::size_t> order(static_cast<std::size_t>(count));
+        for (std::size_t k = 0; k < order.size(); ++k) {
+            order[k] = k;
+            std::swap(order[k], order[static_cast<std::size_t>(random.below(static_cast<int>(k) + 1))]);
+        }
+        return order;
+    };
+    const std::vector<std::size_t> vertices = permutation(surface.vertCount()),
+                                   triangles = permutation(surface.triCount());
+    Surface shuffled = surface;
+    for (std::size_t v = 0; v < vertices.size(); ++v) {
+        std::copy_n(&surface.vertPos[3 * v], 3, &shuffled.vertPos[3 * vertices[v]]);
+        shuffled.vertBoundary[vertices[v]] = surface.vertBoundary[v];
+    }
+    for (std::size_t t = 0; t < triangles.size(); ++t)
+        for (std::size_t k = 0; k < 3; ++k)
+            shuffled.triVerts[3 * triangles[t] + k] = static_cast<std::int32_t>(
+                vertices[static_cast<std::size_t>(surface.triVerts[3 * t + k] - 1)] + 1);
+    const std::vector<std::int32_t> flags = shuffled.vertBoundary;
+    surface = std::move(shuffled);
+    joinUp(surface);
+    surface.vertBoundary = flags;
+}
+
 // Splits a triangle at a + u (b - a) + v (c - a) into three. u = 0.5, v = 0 makes a triangle without area,
 // u = v = 0 a duplicate vertex, a tiny v a sliver.
 inline void splitTriangle(Surface& surface, std::int32_t triangle, double u, double v) {

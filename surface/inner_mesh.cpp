@@ -1,0 +1,124 @@
+// Renumbering: vertices along the curve, triangles as a walk from fan to fan meets them.
+#include "surface/inner_mesh.h"
+
+#include "surface/vertex_order.h"
+
+namespace drape {
+namespace {
+
+// Asks for memory that will be read soon; the walk over a mesh in random order waits for little else.
+void fetch([[maybe_unused]] const void* address) {
+#if defined(__GNUC__)
+    __builtin_prefetch(address);
+#endif
+}
+
+// The walk over the vertices in their new order, which writes the new mesh as it goes.
+class Renumbering {
+public:
+    Renumbering(const SurfaceMesh& outer, const PlacedVertex* order, std::int32_t* innerVertices,
+                std::int32_t* innerTriangles, std::int32_t* outerTriangles)
+        : outer_(outer), order_(order), innerVertices_(innerVertices), innerTriangles_(innerTriangles),
+          outerTriangles_(outerTriangles) {}
+
+    void run(double* positions, std::int32_t* triVerts, std::int32_t* fanStarts, std::int32_t* fans) {
+        std::int32_t listed = 0;
+        for (std::int32_t k = 0; k < outer_.vertCount; ++k) {
+            fetchAhead(k);
+            const std::int32_t v = order_[k].vertex();
+            store(positions, outer_.vertex(v), k + 1);
+            fanStarts[k] = listed;
+            for (std::int32_t position = outer_.fanBegin(v); position < outer_.fanEnd(v); ++position)
+                fans[listed++] = numberOf(outer_.vertTriList[position], triVerts);
+        }
+        // Triangles that stand in no fan.
+        for (std::int32_t t = 1; triangleCount_ < outer_.triCount; ++t)
+            numberOf(t, triVerts);
+    }
+
+private:
+    // The number of a triangle, which gets one when it is first met.
+    std::int32_t numberOf(std::int32_t triangle, std::int32_t* triVerts) {
+        std::int32_t& number = innerTriangles_[triangle - 1];
+        if (number == 0) {
+            for (int corner = 0; corner < 3; ++corner)
+                triVerts[3 * std::int64_t{triangleCount_} + corner] =
+                    innerVertices_[outer_.vertexOf(triangle, corner) - 1];
+            outerTriangles_[triangleCount_] = triangle;
+            number = ++triangleCount_;
+        }
+        return number;
+    }
+
+    // What the walk reads some vertices on: first where a fan begins, then the fan, then its triangles.
+    void fetchAhead(std::int32_t k) const {
+        constexpr std::int32_t stride = 8;
+        if (k + 3 * stride < outer_.vertCount) {
+            const std::int32_t v = order_[k + 3 * stride].vertex();
+            fetch(outer_.vertTriStart + (v - 1));
+            fetch(outer_.vertPos + 3 * (std::int64_t{v} - 1));
+        }
+        if (k + 2 * stride < outer_.vertCount)
+            fetch(outer_.vertTriList + outer_.fanBegin(order_[k + 2 * stride].vertex()));
+        if (k + stride < outer_.vertCount) {
+            const std::int32_t v = order_[k + stride].vertex();
+            for (std::int32_t position = outer_.fanBegin(v); position < outer_.fanEnd(v); ++position) {
+                const std::int64_t t = outer_.vertTriList[position] - 1;
+                fetch(innerTriangles_ + t);
+                fetch(outer_.triVerts + 3 * t);
+            }
+        }
+    }
+
+    const SurfaceMesh& outer_;
+    const PlacedVertex* order_;
+    const std::int32_t* innerVertices_;
+    std::int32_t* innerTriangles_;
+    std::int32_t* outerTriangles_;
+    std::int32_t triangleCount_ = 0;
+};
+
+} // namespace
+
+bool InnerMesh::takeArrays(const SurfaceMesh& outer, std::int32_t& status) {
+    return positions_.take(3 * std::int64_t{outer.vertCount}, status) &&
+           triVerts_.take(3 * std::int64_t{outer.triCount}, status) &&
+           fanStarts_.take(outer.vertCount, status) && fans_.take(outer.vertTriCount, status) &&
+           outerTriangles_.take(outer.triCount, status);
+}
+
+bool InnerMesh::build(const SurfaceMesh& outer, std::int32_t* innerTriangles, std::int32_t* innerVertices,
+                      std::int32_t& status) {
+    static_assert(sizeof(PlacedVertex) == sizeof(double));
+    WorkArray<double> ordered, spare;
+    if (!takeArrays(outer, status) || !ordered.take(outer.vertCount, status) ||
+        !spare.take(outer.vertCount, status))
+        return false;
+    auto* order = reinterpret_cast<PlacedVertex*>(ordered.data());
+    if (!orderVertices(outer, order, reinterpret_cast<PlacedVertex*>(spare.data()), status))
+        return false;
+    for (std::int32_t k = 0; k < outer.vertCount; ++k)
+        innerVertices[order[k].vertex() - 1] = k + 1;
+    clear(innerTriangles, outer.triCount);
+    Renumbering(outer, order, innerVertices, innerTriangles, outerTriangles_.data())
+        .run(positions_.data(), triVerts_.data(), fanStarts_.data(), fans_.data());
+    mesh_ = outer;
+    mesh_.vertPos = positions_.data();
+    mesh_.triVerts = triVerts_.data();
+    mesh_.vertTriStart = fanStarts_.data();
+    mesh_.vertTriList = fans_.data();
+    mesh_.vertTriCount = outer.vertTriCount - outer.fanBegin(1);
+    ordered.release(status);
+    spare.release(status);
+    return status == DRAPE_OK;
+}
+
+void InnerMesh::release(std::int32_t& status) {
+    positions_.release(status);
+    triVerts_.release(status);
+    fanStarts_.release(status);
+    fans_.release(status);
+    outerTriangles_.release(status);
+}
+
+} // namespace drape

@@ -1,0 +1,117 @@
+// Vertices along a Hilbert curve: the curve visits the cells of a cube one after the other without a jump, so
+// what is near in number is near in space. A table gives for each orientation of the curve which octant comes
+// when and how the curve lies in it; the vertices are sorted by their cells' places, digit by digit.
+#include "surface/vertex_order.h"
+
+#include "surface/boundary_tree.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+
+namespace drape {
+namespace {
+
+constexpr int LEVELS = 11; // of octants within octants: 2048 cells along each axis
+constexpr int PASSES = 3;  // of the sort, LEVELS bits at a time
+constexpr std::size_t DIGITS = std::size_t{1} << LEVELS;
+
+constexpr std::uint32_t rotated(std::uint32_t octant, std::uint32_t by) { // three bits, to the left
+    return ((octant << (by % 3)) | (octant >> (3 - by % 3))) & 7u;
+}
+
+// The curve in one octant is told by the corner where it enters and the axis along which it leaves (after
+// Hamilton, Compact Hilbert Indices, 2006): 8 x 3 orientations.
+struct CurveTable {
+    std::uint8_t digit[24][8]{}; // when the curve comes to an octant
+    std::uint8_t next[24][8]{};  // its orientation there
+
+    constexpr CurveTable() {
+        for (std::uint32_t entry = 0; entry < 8; ++entry)
+            for (std::uint32_t axis = 0; axis < 3; ++axis)
+                for (std::uint32_t octant = 0; octant < 8; ++octant) {
+                    const std::uint32_t gray = rotated(octant ^ entry, 2 - axis); // axis + 1 to the right
+                    const std::uint32_t w = gray ^ (gray >> 1) ^ (gray >> 2);
+                    const std::uint32_t even = w == 0 ? 0 : (w - 1) & ~1u;
+                    const std::uint32_t way = w == 0 ? 0 : std::countr_one(w % 2 == 0 ? w - 1 : w) % 3;
+                    const std::uint32_t nextEntry = entry ^ rotated(even ^ (even >> 1), axis + 1);
+                    const std::uint32_t state = 3 * entry + axis;
+                    digit[state][octant] = static_cast<std::uint8_t>(w);
+                    next[state][octant] = static_cast<std::uint8_t>(3 * nextEntry + (axis + way + 1) % 3);
+                }
+    }
+};
+constexpr CurveTable CURVE;
+
+struct Cells {
+    Vec3 low;
+    double perUnit;
+
+    static std::uint32_t along(double place) {
+        constexpr double last = (1 << LEVELS) - 1;
+        return static_cast<std::uint32_t>(place > 0.0 ? std::min(place, last) : 0.0); // 0 for no number
+    }
+    std::uint64_t placeOnCurve(const Vec3& p) const {
+        const std::uint32_t x = along((p.x - low.x) * perUnit), y = along((p.y - low.y) * perUnit),
+                            z = along((p.z - low.z) * perUnit);
+        std::uint64_t place = 0;
+        std::uint32_t state = 0;
+        for (int level = LEVELS - 1; level >= 0; --level) {
+            const std::uint32_t octant =
+                ((x >> level) & 1u) | ((y >> level) & 1u) << 1 | ((z >> level) & 1u) << 2;
+            place = place << 3 | CURVE.digit[state][octant];
+            state = CURVE.next[state][octant];
+        }
+        return place;
+    }
+};
+
+// Vertices that no triangle uses may lie anywhere and don't count.
+Cells cellsOver(const SurfaceMesh& mesh) {
+    Box extent = Box::nothing();
+    for (std::int32_t v = 1; v <= mesh.vertCount; ++v)
+        if (mesh.fanBegin(v) < mesh.fanEnd(v))
+            extent.include(mesh.vertex(v));
+    const Vec3 size = extent.high - extent.low;
+    const double largest = std::max(size.x, std::max(size.y, size.z));
+    return {extent.low, largest > 0.0 ? (1 << LEVELS) / largest : 0.0};
+}
+
+std::size_t digitOf(const PlacedVertex& placed, int pass) {
+    return (placed.place() >> (LEVELS * pass)) % DIGITS;
+}
+
+} // namespace
+
+bool orderVertices(const SurfaceMesh& mesh, PlacedVertex* ordered, PlacedVertex* spare,
+                   std::int32_t& status) {
+    WorkArray<std::int32_t> block;
+    if (!block.take(PASSES * std::int64_t{DIGITS}, status))
+        return false;
+    std::int32_t* counts = block.data();
+    clear(counts, PASSES * std::int64_t{DIGITS});
+
+    // An odd number of passes ends where it began if it begins in the other table.
+    static_assert(PASSES % 2 == 1);
+    PlacedVertex* from = spare;
+    PlacedVertex* to = ordered;
+    const Cells cells = cellsOver(mesh);
+    for (std::int32_t v = 1; v <= mesh.vertCount; ++v) {
+        from[v - 1] = PlacedVertex(cells.placeOnCurve(mesh.vertex(v)), v);
+        for (int pass = 0; pass < PASSES; ++pass)
+            ++counts[DIGITS * pass + digitOf(from[v - 1], pass)];
+    }
+    for (int pass = 0; pass < PASSES; ++pass) {
+        std::int32_t* starts = counts + DIGITS * pass;
+        std::int32_t start = 0;
+        for (std::size_t digit = 0; digit < DIGITS; ++digit)
+            start += std::exchange(starts[digit], start);
+        for (std::int32_t k = 0; k < mesh.vertCount; ++k)
+            to[starts[digitOf(from[k], pass)]++] = from[k];
+        std::swap(from, to);
+    }
+    block.release(status);
+    return status == DRAPE_OK;
+}
+
+} // namespace drape
