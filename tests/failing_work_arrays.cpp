@@ -1,4 +1,4 @@
-// A work-array layer that counts what is held and refuses one request.
+// A work-array layer that counts what is held, refuses one request or fails one release.
 //
 // It takes the place of services/work_arrays.cpp when the test is linked, and each array is a heap block of
 // exactly the length asked for, so that a sanitizer sees every step outside it.
@@ -17,6 +17,8 @@ std::map<std::int32_t, void*> blocks;
 std::int32_t lastHandle = 0;
 std::int64_t requests = 0;
 std::int64_t refused = 0;
+std::int64_t releases = 0;
+std::int64_t failingRelease = 0;
 unsigned char filling = 0;
 
 template <class T>
@@ -62,7 +64,10 @@ std::int32_t giares(const std::int32_t* handle, std::int32_t* status) {
     }
     std::free(held->second);
     blocks.erase(held);
-    return 0;
+    if (++releases != failingRelease)
+        return 0;
+    *status = drape_test::RELEASE_FAILED;
+    return 1;
 }
 
 void crcmac(void* target, const std::int32_t* byteCount, const std::int32_t* fillValue) {
@@ -76,6 +81,16 @@ void beginRequests(std::int64_t failing, unsigned char fill) {
     requests = 0;
     refused = failing;
     filling = fill;
+    releases = failingRelease = 0;
+}
+
+void failRelease(std::int64_t failing) {
+    releases = 0;
+    failingRelease = failing;
+}
+
+std::int64_t releasesMade() {
+    return releases;
 }
 
 std::int64_t requestsMade() {

@@ -9,6 +9,12 @@ namespace drape_test {
 // filled with `fill`, since an operation may not rely on what it finds in an array.
 void beginRequests(std::int64_t failing, unsigned char fill);
 
+// Lets release number `failing` (from 1, 0 for none) report a code of its own, though the array is given
+// back.
+constexpr std::int32_t RELEASE_FAILED = 399;
+void failRelease(std::int64_t failing);
+
+std::int64_t releasesMade();
 std::int64_t requestsMade();
 std::int64_t arraysHeld();
 

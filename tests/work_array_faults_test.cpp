@@ -2,7 +2,7 @@
 // operation must end with the layer's code, give back all that it holds, and leave the process as good as
 // new.
 #include "failing_work_arrays.h"
-#include "height_field.h"
+#include "plain_run.h"
 
 #include <gtest/gtest.h>
 
@@ -41,12 +41,6 @@ Curve ringOn(const Surface&, int points) {
         curve.directions.insert(curve.directions.end(), {0.0, 0.0, 1.0});
     }
     return curve;
-}
-
-std::uint64_t digestOf(const Grid& grid) {
-    Digest digest;
-    digest.add(grid);
-    return digest.value();
 }
 
 // Refuses each request of a run in turn; returns how many there are.
@@ -132,6 +126,87 @@ TEST(WorkArrayFaults, TransferOfACurve) {
     transfer(grid, again);
     EXPECT_EQ(again.flat, whole.flat);
     EXPECT_EQ(arraysHeld(), 0);
+}
+
+// What an operation gives back itself; a release that isn't the operation's own may go unreported.
+TEST(WorkArrayFaults, AFailedReleaseIsReported) {
+    const auto reported = [](auto operation) { // the releases that are, one by one, as '1'
+        beginRequests(0, 0xA5);
+        operation();
+        std::string text;
+        for (std::int64_t failing = releasesMade(); failing >= 1; --failing) {
+            beginRequests(0, 0xA5);
+            failRelease(failing);
+            text.insert(0, operation() == RELEASE_FAILED ? "1" : "0");
+            EXPECT_EQ(arraysHeld(), 0);
+        }
+        return text;
+    };
+    const Surface surface = notchedDome();
+    const std::string run = reported([&] { return drape_test::run(surface, onTop()).status; });
+    // All but the four arrays by which the triangles are sorted.
+    EXPECT_EQ(std::count(run.begin(), run.end(), '0'), 4) << run;
+
+    PlainModel model(surface, onTop());
+    std::int32_t status = 0;
+    EXPECT_EQ(reported([&] {
+                  model.walkBoundary();
+                  return model.grid.status;
+              }),
+              "11");
+    model.grid.status = 0;
+    ASSERT_TRUE(model.walkBoundary());
+    const std::int32_t front = 1, start = 2;
+    std::int32_t flag = 0, defect[DRAPE_DEFECT_FIELDS], row[DRAPE_FRONT_FIELDS], node, across, back;
+    const auto begin = [&] {
+        model.grid.count = model.frontCount = 0;
+        model.registerModel();
+        const std::int32_t none = 0, triangle = triangleAbove(surface, 6.1, 5.8);
+        const double up[3] = {0.0, 0.0, 1.0};
+        uzprsp(onTop().seed, up, &triangle, &none, &none, &none, &none, &none, &status);
+        const Front seed = {1, 1, 1};
+        uzpraf(seed.data(), &front, &status);
+    };
+    EXPECT_EQ(reported([&] {
+                  begin();
+                  gzprnf(&front, model.work.data(), row, &status);
+                  return status;
+              }),
+              "1");
+    EXPECT_EQ(reported([&] { // the scratch of a whole row is given back in silence
+                  begin();
+                  gzprpf(&front, row, &node, &across, &back, &status);
+                  return status;
+              }),
+              "10");
+    EXPECT_EQ(reported([&] {
+                  begin();
+                  gzprfm(&front, row, &node, &across, &back, &status);
+                  return status;
+              }),
+              "1");
+    EXPECT_EQ(reported([&] {
+                  begin();
+                  gzprre(&front, &flag, defect, &status);
+                  return status;
+              }),
+              "11");
+
+    beginRequests(0, 0xA5);
+    const Grid grid = drape_test::run(surface, onTop());
+    EXPECT_EQ(reported([&] {
+                  Curve curve = ringOn(surface, 5);
+                  uzftrt(&start, &front, curve.points.data(), curve.directions.data(), &status);
+                  return status;
+              }),
+              "1");
+    const std::string transferred = reported([&] {
+        Curve curve = ringOn(surface, 41);
+        transfer(grid, curve);
+        EXPECT_EQ(curve.result, curve.status == 0 ? 0 : 1);
+        return curve.status;
+    });
+    EXPECT_EQ(transferred.find('0'), std::string::npos) << transferred;
 }
 
 TEST(WorkArrayFaults, RotationOfACurveAndLevelOrdering) {
