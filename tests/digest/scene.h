@@ -15,7 +15,8 @@ using namespace drape_test;
 
 struct SceneSettings {
     Kind kind = Kind::whole;
-    bool tidy = false; // whole rows, no link astray: what a step of a run would meet
+    bool tidy = false;     // whole rows, no link astray: what a step of a run would meet
+    bool longRows = false; // of more nodes than any table that a step might keep in place
 };
 
 inline Settings sceneSteps(Block& block, Kind kind) {
@@ -41,6 +42,8 @@ struct ScenePlan {
     ScenePlan(Block& block, const SceneSettings& how) {
         columns = 1 + block.below(5);
         rows = 1 + block.below(5);
+        if (how.longRows)
+            (block.chance(0.5) ? columns : rows) = block.within(60, 200);
         surface = sceneMesh(block, how.kind);
         settings = sceneSteps(block, how.kind);
         settings.capacity = std::max(4, columns * rows + block.oneOf({0, 1, 2, 3, 6, 30, 30, 30, 30}));
@@ -63,9 +66,9 @@ public:
         }
         return row;
     }
-    Front anyRow(Block& block, std::size_t longest = 9) {
+    Front anyRow(Block& block) {
         const std::int32_t d = block.within(1, 4), n = anyNode(block);
-        const auto length = static_cast<std::int32_t>(rowFrom(n, d, longest).size());
+        const auto length = static_cast<std::int32_t>(rowFrom(n, d, longestRow).size());
         return {d, n, block.chance(0.7) ? length : block.within(1, length)};
     }
     std::int32_t anyNode(Block& block) const { return block.within(1, grid.count); }
@@ -89,7 +92,8 @@ public:
 
 private:
     Scene(Block& block, const SceneSettings& how, const ScenePlan& plan)
-        : PlainModel(plan.surface, plan.settings) {
+        : PlainModel(plan.surface, plan.settings), longestRow(how.longRows ? 200 : 9),
+          onSurface(how.longRows ? 0.95 : 0.3) {
         if (!block.chance(0.8) || !walkBoundary())
             fenceIn(block, how.kind);
         registerModel();
@@ -97,6 +101,9 @@ private:
         for (int f = block.within(1, 4); f > 0 && frontCount < settings.capacity; --f)
             addFront(block);
     }
+
+    std::size_t longestRow;
+    double onSurface; // the share of nodes beside the mesh that count as on it
 
     // A chain of any edges in the place of the mesh's boundary.
     void fenceIn(Block& block, Kind kind) {
@@ -150,7 +157,7 @@ private:
         }
         double z = 0.0;
         triangle(n) = triangleAbove(surface, x, y, &z);
-        if (triangle(n) == 0 && block.chance(0.3))
+        if (triangle(n) == 0 && block.chance(onSurface))
             triangle(n) = block.within(1, surface.triCount());
         else if (block.chance(0.1))
             triangle(n) = 0;

@@ -520,6 +520,11 @@ constexpr Step STEPS[] = {{"store a node", 300, storeNode},
                           {"cut a row into fronts", 500, segmentRow},
                           {"look for corners", 900, lookForCorners},
                           {"open corners", 600, openCorners}};
+constexpr Step LONG_STEPS[] = {
+    {"choose a pivot", 40, choosePivot},       {"complete a row", 40, completeRow},
+    {"classify a row", 80, classify},          {"extend a front", 80, extend},
+    {"detect a defect", 40, detect},           {"cut at gaps", 40, cutAtGaps},
+    {"cut a row into fronts", 80, segmentRow}, {"look for corners", 60, lookForCorners}};
 
 } // namespace
 
@@ -532,6 +537,12 @@ void reportSteps(Report& report) {
                                  Scene scene(block, {kind, tidy});
                                  step.run(block, scene, kind);
                              });
+        for (const Step& step : LONG_STEPS)
+            reportBlocks(report, std::string(step.name) + " long " + nameOf(kind), 1, step.calls,
+                         [&](Block& block) {
+                             Scene scene(block, {kind, true, true});
+                             step.run(block, scene, kind);
+                         });
         reportBlocks(report, std::string("boundary chain ") + nameOf(kind), 4, 400,
                      [&](Block& block) { boundaryChains(block, kind); });
     }
