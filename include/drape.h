@@ -98,8 +98,14 @@
 
 #include <stdint.h>
 
-#if defined(_WIN32)
+/* On Windows a host that links the static library defines DRAPE_STATIC, as the CMake target does for it; the
+ * library's own sources define DRAPE_BUILDING. */
+#if defined(_WIN32) && defined(DRAPE_STATIC)
 #define DRAPE_API
+#elif defined(_WIN32) && defined(DRAPE_BUILDING)
+#define DRAPE_API __declspec(dllexport)
+#elif defined(_WIN32)
+#define DRAPE_API __declspec(dllimport)
 #elif defined(__GNUC__)
 #define DRAPE_API __attribute__((visibility("default")))
 #else

@@ -165,7 +165,12 @@ struct Model {
 // The model on which this thread works at present: the process's, or that of the run that it is in. One
 // pointer in the thread's static storage, so that reaching the model costs no call and the library can still
 // be loaded at run time.
-extern constinit thread_local Model* model __attribute__((tls_model("initial-exec")));
+#if defined(__GNUC__) && defined(__ELF__)
+#define DRAPE_STATIC_TLS __attribute__((tls_model("initial-exec")))
+#else
+#define DRAPE_STATIC_TLS
+#endif
+extern constinit thread_local Model* model DRAPE_STATIC_TLS;
 
 // Puts a model of its own in the place of the thread's present one for as long as it lives.
 class OwnModel {

@@ -4,10 +4,24 @@
 // ties that the last bit decides, so nothing here may be reassociated or contracted.
 #pragma once
 
+#include <cfloat>
 #include <cmath>
 #include <cstdint>
+#include <limits>
+
+#if defined(__FAST_MATH__) || (defined(__FINITE_MATH_ONLY__) && __FINITE_MATH_ONLY__ > 0) ||                 \
+    defined(_M_FP_FAST)
+#error                                                                                                       \
+    "Drape's results hang on every expression being evaluated as it is written: build it without fast-math."
+#endif
+#if FLT_EVAL_METHOD != 0
+#error                                                                                                       \
+    "Drape's results hang on every operation being rounded to double: on x86 build it with -msse2 -mfpmath=sse."
+#endif
 
 namespace drape {
+
+static_assert(std::numeric_limits<double>::is_iec559 && std::numeric_limits<double>::digits == 53);
 
 struct Vec3 {
     double x, y, z;

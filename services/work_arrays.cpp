@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <thread>
 
 namespace {
@@ -57,7 +58,8 @@ template <class T>
 std::int32_t take(const T* base, std::int32_t count, std::int32_t& handle, std::int64_t& offset,
                   std::int32_t& status) {
     handle = 0;
-    if (count < 0) {
+    constexpr std::size_t most = std::numeric_limits<std::size_t>::max() / sizeof(T); // on a 32-bit machine
+    if (count < 0 || static_cast<std::size_t>(count) > most) {
         status = DRAPE_BAD_ARRAY_SIZE;
         return 1;
     }
@@ -77,8 +79,8 @@ std::int32_t take(const T* base, std::int32_t count, std::int32_t& handle, std::
     firstFree = slots[handle - 1].nextFree;
     slots[handle - 1].block = block;
     // Both addresses are multiples of the element size, so the division is exact.
-    const auto distance = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(block) -
-                                                    reinterpret_cast<std::uintptr_t>(base));
+    const auto distance = static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(block) -
+                                                     reinterpret_cast<std::uintptr_t>(base));
     offset = distance / std::int64_t{sizeof(T)};
     return 0;
 }

@@ -13,7 +13,8 @@
 extern "C" {
 
 // Take an array of `count` elements. `handle` is non-zero while it is held; `offset`, in elements, leads
-// from `base` to the first element. Result 1 with a non-zero status on failure. Contents are undefined.
+// from `base` to the first element, so both have to stand at multiples of the element's size: on a 32-bit
+// machine a double by itself needn't. Result 1 with a non-zero status on failure. Contents are undefined.
 std::int32_t giali4(const std::int32_t* base, const std::int32_t* count, std::int32_t* handle,
                     std::int64_t* offset, std::int32_t* status);
 std::int32_t gialr8(const double* base, const std::int32_t* count, std::int32_t* handle, std::int64_t* offset,
@@ -98,9 +99,12 @@ private:
         return gialr8(base, count, handle, offset, status);
     }
 
-    T base_ = 0;
+    alignas(sizeof(T)) T base_ = 0;
     std::int32_t handle_ = 0;
     T* data_ = nullptr;
 };
+
+// In itself a double has half of its size as alignment on some 32-bit machines.
+static_assert(alignof(WorkArray<double>) % sizeof(double) == 0);
 
 } // namespace drape

@@ -217,8 +217,8 @@ void TriangleTree::fillQuads(const SurfaceMesh& mesh) {
         for (std::int64_t node = 0; node < levelSize_[level]; ++node) {
             Quad& quad = quads_[levelStart_[level] + node];
             for (int k = 0; k < 3; ++k) {
-                quad.low[k] = Floats{} + endless;
-                quad.high[k] = Floats{} - endless;
+                quad.low[k] = FloatLanes{} + endless;
+                quad.high[k] = FloatLanes{} - endless;
             }
             const auto count = static_cast<int>(std::min<std::int64_t>(children - ARITY * node, ARITY));
             Cone::Part parts[ARITY];

@@ -10,6 +10,7 @@
 #include "run/model.h"
 #include "services/work_arrays.h"
 #include "surface/circle_triangle.h"
+#include "surface/lanes.h"
 #include "surface/margins.h"
 
 namespace drape {
@@ -36,7 +37,7 @@ public:
         pending[depth++] = {levelCount_ - 1, 0};
         while (depth > 0) {
             const Node node = pending[--depth];
-            const Lanes met = band.test(quads_[levelStart_[node.level] + node.index]);
+            const IntLanes met = band.test(quads_[levelStart_[node.level] + node.index]);
             for (int k = 0; k < ARITY; ++k) {
                 if (met[k] == 0)
                     continue;
@@ -50,13 +51,9 @@ public:
     }
 
 private:
-    static constexpr int ARITY = 4;
+    static constexpr int ARITY = LANES;
     static constexpr int MAX_LEVELS = 16; // of a tree over 2^31 triangles
     static constexpr std::int32_t MAX_NEEDLES = 64;
-
-    // Work arrays promise no more than the alignment of their elements.
-    using Floats = float __attribute__((vector_size(ARITY * sizeof(float)), aligned(sizeof(float))));
-    using Lanes = std::int32_t __attribute__((vector_size(ARITY * sizeof(std::int32_t))));
 
     // The normals of some triangles, whichever way they point, and all directions within the angle that
     // counts as nearly coplanar: what makes a smaller angle with the axis than has the cosine `limit`.
@@ -76,7 +73,7 @@ private:
     // The boxes of four children side by side, so that one pass tests them all, and a cone over all of them;
     // a missing child's box is inside out and meets nothing.
     struct Quad {
-        Floats low[3], high[3];
+        FloatLanes low[3], high[3];
         Cone cone;
     };
     struct Node {
@@ -90,16 +87,16 @@ private:
         explicit Band(const Circle& circle);
 
         // Non-zero in the lanes of the children that the circle can meet.
-        Lanes test(const Quad& quad) const {
-            Floats height = {}, extent = {}, nearest2 = {}, furthest2 = {};
+        IntLanes test(const Quad& quad) const {
+            FloatLanes height = {}, extent = {}, nearest2 = {}, furthest2 = {};
             for (int c = 0; c < 3; ++c) {
-                const Floats low = quad.low[c] - centre[c];
-                const Floats high = quad.high[c] - centre[c];
-                const Floats middle = 0.5f * (low + high);
-                const Floats half = widening * (high - low) + margin;
-                const Floats off = middle > 0.0f ? middle : -middle;
-                const Floats beyond = off - half;
-                const Floats gap = beyond > 0.0f ? beyond : Floats{};
+                const FloatLanes low = quad.low[c] - centre[c];
+                const FloatLanes high = quad.high[c] - centre[c];
+                const FloatLanes middle = 0.5f * (low + high);
+                const FloatLanes half = widening * (high - low) + margin;
+                const FloatLanes off = choose(middle > 0.0f, middle, -middle);
+                const FloatLanes beyond = off - half;
+                const FloatLanes gap = choose(beyond > 0.0f, beyond, FloatLanes{});
                 height += axis[c] * middle;
                 extent += axisSize[c] * half;
                 nearest2 += gap * gap;

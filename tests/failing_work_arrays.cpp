@@ -38,8 +38,8 @@ std::int32_t take(const T* base, std::int32_t count, std::int32_t& handle, std::
         std::memset(block, filling, bytes);
     handle = ++lastHandle;
     blocks[handle] = block;
-    offset = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(block) -
-                                       reinterpret_cast<std::uintptr_t>(base)) /
+    offset = static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(block) -
+                                        reinterpret_cast<std::uintptr_t>(base)) /
              std::int64_t{sizeof(T)};
     return 0;
 }

@@ -16,6 +16,7 @@ BUILDS = {
     "g++ Release": (GCC, "Release", ""),
     "g++ Release with link-time optimisation": (GCC, "Release", "-flto=auto"),
     "g++ Release for 32 bits": (GCC, "Release", "-m32"),
+    "g++ Release without vector types": (GCC, "Release", "-DDRAPE_PLAIN_LANES"),
     "clang++ Debug": (CLANG, "Debug", ""),
     "clang++ Release": (CLANG, "Release", ""),
 }

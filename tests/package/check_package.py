@@ -70,6 +70,27 @@ def main():
         run(compiler, *sources, *flags, "-o", by_hand / name, cwd=by_hand)
         said[name, "pkg-config"] = run(by_hand / name, env=environment)
 
+    # As a subdirectory: the host's own choice of linkage, and nothing of Drape's in the host's installation.
+    embedding, host = scratch / "embedding", scratch / "host"
+    embedding.mkdir()
+    (embedding / "CMakeLists.txt").write_text(f"""cmake_minimum_required(VERSION 3.24)
+project(host LANGUAGES C CXX)
+set(BUILD_SHARED_LIBS {shared})
+add_subdirectory("{source}" drape)
+add_executable(host "{source}/examples/flat_square.c")
+target_link_libraries(host PRIVATE drape::drape)
+install(TARGETS host)
+""")
+    run(options.cmake, "-S", embedding, "-B", host, *compilers, "-DCMAKE_BUILD_TYPE=Release",
+        f"-DCMAKE_INSTALL_PREFIX={scratch / 'host-installed'}")
+    run(options.cmake, "--build", host, "-j", os.cpu_count())
+    run(options.cmake, "--install", host)
+    said["flat_square", "add_subdirectory"] = run(host / "host")
+    installed = [str(p.relative_to(scratch / "host-installed"))
+                 for p in (scratch / "host-installed").rglob("*") if p.is_file()]
+    if installed != ["bin/host"]:
+        sys.exit(f"a host that embeds the library installs {installed}")
+
     if options.kind == "shared":
         library = prefix / "lib/libdrape.so"
         said["python", "ctypes"] = run(sys.executable, source / "examples/flat_square.py",
