@@ -154,16 +154,13 @@ void clipToTriangle(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
 
 // Where every point lies clearly beside the triangle, or clear of its edges inside, the interior stage
 // decides.
-bool clipByInteriorAlone(const Clip& clip, const WorkingPoints& working, CircleCut& cut) {
-    const margins::SideLimit limit(clip.a, clip.b - clip.a, clip.a - clip.c,
-                                   TriangleShape(clip.a, clip.b, clip.c), clip.tolerance2);
-    if (!limit.bounded)
-        return false;
+bool clipByInteriorAlone(const Clip& clip, const WorkingPoints& working, double tolerance, CircleCut& cut) {
+    const margins::SideLimit limit(clip.a, clip.b - clip.a, clip.a - clip.c, tolerance);
     bool inside[2] = {false, false};
     for (std::int32_t k = 0; k < working.count; ++k) {
         const Sides sides(clip, working.points[k]);
-        const double reach = limit.at(working.points[k] - clip.a);
-        if (!sides.anyBelow(-reach) && !sides.allAbove(reach))
+        const double clear = limit.at(working.points[k] - clip.a);
+        if (!sides.anyBelow(-clear) && !sides.allAbove(clear))
             return false;
         inside[k] = sides.inside();
     }
@@ -200,7 +197,8 @@ CircleCut cut(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c,
             append(cut, working.points[k], DRAPE_AT_NOWHERE);
         return cut;
     }
-    if (working.count == 0 || (shortCuts == ShortCuts::taken && clipByInteriorAlone(clip, working, cut)))
+    if (working.count == 0 ||
+        (shortCuts == ShortCuts::taken && clipByInteriorAlone(clip, working, tolerance, cut)))
         return cut;
     clipToTriangle(clip, working, cut);
     return cut;

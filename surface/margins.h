@@ -94,9 +94,7 @@ constexpr double SIDE_ROUNDING = 8.0 * ROUNDOFF;
 // hit, and the places of hits spread over the disc. At all others P is off by CUT_ROUNDING / NEARLY_COPLANAR
 // of the coordinates, 7e-12, which vanishes in the slack of the single precision in which boxes are tested.
 constexpr double NEARLY_COPLANAR = 1e-3;
-constexpr double SINGLE_SLACK =
-    1e-6; // of coordinates and radius; single precision rounds off 6e-8 three times
-constexpr double SINGLE_SHARE = 1e-5; // of boxes and radius, above the sums of such roundings
+constexpr double SINGLE_SLACK = 2e-6; // of coordinates, boxes and radius; 6e-8 is lost some ten times over
 static_assert(10.0 * CUT_ROUNDING / NEARLY_COPLANAR < SINGLE_SLACK);
 constexpr double LARGEST_SINGLE = 1e15; // its square, and that of its inverse, fit single precision
 
@@ -109,39 +107,37 @@ constexpr double DISC_REACH = 1.5; // of the radius
 // over the plane is within that reach even where planes are nearly coplanar, and counts by the tilt of the
 // normal too, 8 u k. So with D the way from the triangle, d <= K (D + longest)^2 + 4 k (8 u k) D, where K =
 // 32 u k / longest; that holds for small d and again for d near 1 / K, which has to lie beyond the `extent`
-// of the whole mesh. Endless where the triangle is too thin for that, or out of all proportion to the circle.
+// of the whole mesh. Endless where the triangle is too thin for that. The last term
+// stands for the coordinates that a triangle larger than the circle has beyond those of its centre.
 inline double hitMargin(const TriangleShape& shape, double tolerance, double reach, double extent) {
-    constexpr double outOfProportion = 1e6; // a radius below the single precision of its triangle
     const double conditioning = shape.longest * shape.longest / shape.area;
     const double span = 2.0 * (2.0 * reach + shape.longest + tolerance);
     const double curvature = 4.0 * SIDE_ROUNDING * conditioning;
     const double beside = curvature * span * (span / shape.longest + conditioning);
-    if (!(curvature * (extent + span) < 0.25 * shape.longest) || !(beside < span) ||
-        !(shape.longest < outOfProportion * reach))
+    if (!(curvature * (extent + span) < 0.25 * shape.longest) || !(beside < span))
         return ENDLESS;
     return 2.0 * tolerance + beside + SINGLE_SLACK * shape.longest;
 }
 
-// The same for a single point, whose triple products are at hand: beyond the limit no corner and no edge
-// takes it, and they alone decide. The edge stage finds the foot from three planes square to each other, so
-// that its place is off by CUT_ROUNDING of the coordinates, and within the planes of edge and normal, which
-// stand off the edge by the normal's tilt. A triple product is an edge's length, no more than `size`, times a
-// distance.
+// The same for a single point whose triple products are at hand: where one of them is below minus the limit,
+// or all are above it, no corner and no edge takes the point, and the triple products alone decide. An edge
+// takes points within 2 tolerance, and it finds its foot from three planes nearly square to each other, the
+// edge's own in the same direction as the triple product, so off by CUT_ROUNDING of the coordinates; `size`
+// bounds the edge's length. Planes nearly square to each other never count as parallel below a tolerance of
+// one half.
 struct SideLimit {
-    // For corners a, a + ab and a - ca; slivers, and tolerances at which an edge's planes could count as
-    // parallel, have no limit.
-    SideLimit(const Vec3& a, const Vec3& ab, const Vec3& ca, const TriangleShape& shape, double tolerance2)
-        : bounded(!shape.isSliver() && tolerance2 < 0.25), size(sizeOf(ab) + sizeOf(ca)),
-          fixed(2.0 * std::sqrt(tolerance2) + TILT_SHARE * size + CUT_ROUNDING * sizeOf(a)) {}
+    // Of the triangle a, a + ab, a - ca.
+    SideLimit(const Vec3& a, const Vec3& ab, const Vec3& ca, double tolerance)
+        : size(sizeOf(ab) + sizeOf(ca)), fixed((2.0 * tolerance + CUT_ROUNDING * sizeOf(a)) * size),
+          bounded(tolerance < 0.5 && size > SMALLEST_LENGTH) {}
 
-    double at(const Vec3& fromPoint) const {
-        const double away = sizeOf(fromPoint) + size;
-        return (fixed + CUT_ROUNDING * away) * size + SIDE_ROUNDING * away * away;
+    double at(const Vec3& fromA) const {
+        const double away = sizeOf(fromA) + size;
+        return bounded && away < LARGEST_LENGTH ? fixed + CUT_ROUNDING * (away * away) : ENDLESS;
     }
 
-    static constexpr double TILT_SHARE = 2.0 * SIDE_ROUNDING / TriangleShape::SLIVER_RATIO;
-    bool bounded;
     double size, fixed;
+    bool bounded;
 };
 
 // The sum of the squared distances of a point to a cell's corners, as cellDistance computes it: ten

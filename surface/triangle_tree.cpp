@@ -20,12 +20,13 @@ double coordinate(const Vec3& v, int k) {
     return k == 0 ? v.x : (k == 1 ? v.y : v.z);
 }
 
-// The share is twice what single precision rounds off, so these stay on their side.
+// The next single above or below, or the value itself if it is one.
 float roundedDown(double value) {
-    return static_cast<float>(value - (std::fabs(value) * 1.2e-7 + 1e-37));
+    const auto near = static_cast<float>(value);
+    return static_cast<double>(near) > value ? near - (std::fabs(near) * 1.2e-7f + 1e-44f) : near;
 }
 float roundedUp(double value) {
-    return static_cast<float>(value + (std::fabs(value) * 1.2e-7 + 1e-37));
+    return -roundedDown(-value);
 }
 
 // Spreads 16 bits so that two zero bits follow each.
@@ -92,8 +93,8 @@ TriangleTree::Band::Band(const Circle& circle)
     const double slack = margins::SINGLE_SLACK * (margins::sizeOf(circle.centre) + circle.radius);
     margin = static_cast<float>(slack);
     const auto squareUp = [](double length) { return roundedUp(length * length); };
-    const double inner = circle.radius * (1.0 - margins::SINGLE_SHARE) - slack;
-    rim.outer2 = squareUp(circle.radius * (1.0 + margins::SINGLE_SHARE) + slack);
+    const double inner = circle.radius - slack;
+    rim.outer2 = squareUp(circle.radius + slack);
     rim.inner2 = inner > 0.0 ? roundedDown(inner * inner) : 0.0f;
     disc.outer2 = squareUp(margins::DISC_REACH * circle.radius + slack);
     disc.inner2 = 0.0f;

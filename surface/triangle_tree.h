@@ -81,8 +81,8 @@ private:
         std::int64_t index;
     };
 
-    // A circle as its tests against boxes need it, in single precision and widened by a share above its
-    // rounding.
+    // A circle as its tests against boxes need it, in single precision and widened by what that rounds
+    // off.
     struct Band {
         explicit Band(const Circle& circle);
 
@@ -115,7 +115,7 @@ private:
         struct Ring {
             float outer2, inner2;
         };
-        static constexpr float widening = 0.5f * (1.0f + static_cast<float>(margins::SINGLE_SHARE));
+        static constexpr float widening = 0.5f * (1.0f + static_cast<float>(margins::SINGLE_SLACK));
         float centre[3], axis[3], axisSize[3];
         float margin;
         Ring rim, disc; // where hits lie on triangles that cut the circle's plane, and on those nearly in it

@@ -158,7 +158,8 @@ TEST(Hostile, SliversAndDuplicateVerticesDontRuinARun) {
         }
 }
 
-// Bytes that the heap has handed out, mapped blocks too; 0 where it doesn't tell, or where a leak checker has its place.
+// Bytes that the heap has handed out, mapped blocks too; 0 where it doesn't tell, or where a leak checker has
+// its place.
 std::size_t bytesInUse() {
 #if defined(__GLIBC__) && (__GLIBC__ > 2 || __GLIBC_MINOR__ >= 33)
     const struct mallinfo2 heap = mallinfo2();
