@@ -53,6 +53,30 @@ std::vector<std::int32_t> weldedNumbers(const std::vector<Point>& points, double
     return number;
 }
 
+// Points that no face names aren't part of the surface: they would count for its size and in its pictures.
+PolygonSoup withoutStrayPoints(const PolygonSoup& soup) {
+    std::vector<std::int32_t> number(soup.points.size(), -1);
+    for (const auto& polygon : soup.polygons) {
+        for (const std::int32_t corner : polygon) {
+            number[static_cast<std::size_t>(corner)] = 0;
+        }
+    }
+    PolygonSoup kept;
+    for (std::size_t v = 0; v < number.size(); ++v) {
+        if (number[v] == 0) {
+            number[v] = static_cast<std::int32_t>(kept.points.size());
+            kept.points.push_back(soup.points[v]);
+        }
+    }
+    kept.polygons = soup.polygons;
+    for (auto& polygon : kept.polygons) {
+        for (std::int32_t& corner : polygon) {
+            corner = number[static_cast<std::size_t>(corner)];
+        }
+    }
+    return kept;
+}
+
 // Keeps the lowest vertex of each welded group and renumbers the rest.
 PolygonSoup welded(PolygonSoup soup, Notes& notes) {
     const std::vector<std::int32_t> group = weldedNumbers(soup.points, weldShare * diagonalOf(soup.points));
@@ -263,16 +287,17 @@ TriangleMesh repairedMesh(const PolygonSoup& soup, bool weld, Notes& notes) {
         throw InputError("the mesh is too large: more than " + std::to_string(most) + " vertices or faces",
                          Refusal::unfit);
     }
-    if (!std::isfinite(diagonalOf(soup.points))) {
+    PolygonSoup surface = withoutStrayPoints(soup);
+    if (!std::isfinite(diagonalOf(surface.points))) {
         throw InputError("the mesh is too wide for its lengths to be worked out", Refusal::unfit);
     }
-    TriangleMesh mesh = triangulated(weld ? welded(soup, notes) : soup, notes);
+    TriangleMesh mesh = triangulated(weld ? welded(std::move(surface), notes) : surface, notes);
     dropDoubles(mesh, notes);
     removeFlat(mesh, notes);
     if (mesh.triangles.empty()) {
         throw InputError("the mesh has no triangle with an area", Refusal::unfit);
     }
-    return mesh;
+    return keptPart(mesh, std::vector<char>(mesh.triangles.size(), 1));
 }
 
 } // namespace drape::host
