@@ -43,14 +43,21 @@ SurfacePoint nearestOnTriangle(const TriangleMesh& mesh, std::size_t triangle, c
     return {q, triangle, distance(q, point)};
 }
 
+// A point over an edge is as near to two triangles but for rounding; the first of them has it, so that a
+// point that was moved onto the surface is found in the same triangle again.
 SurfacePoint nearestSurfacePoint(const TriangleMesh& mesh, const Point& point) {
+    constexpr double rounding = 1e-12;
+    const double slack = rounding * length(point);
     SurfacePoint nearest;
     nearest.distance = std::numeric_limits<double>::infinity();
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
         const SurfacePoint found = nearestOnTriangle(mesh, t, point);
-        if (found.distance < nearest.distance) {
+        if (found.distance < nearest.distance - slack) {
             nearest = found;
         }
+    }
+    if (nearest.distance <= slack) {
+        nearest.position = point;
     }
     return nearest;
 }
