@@ -9,6 +9,9 @@ import unittest
 
 DRAPE = os.environ["DRAPE"]
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+# For a program built with the leak sanitizer.
+SUPPRESSIONS = pathlib.Path(__file__).resolve().parent / "leaks.supp"
+os.environ.setdefault("LSAN_OPTIONS", f"suppressions={SUPPRESSIONS}:print_suppressions=0")
 DONE, OTHER, USAGE, INPUT, RUN_ENDED = 0, 1, 2, 3, 4
 
 

@@ -5,7 +5,6 @@ told beforehand.
 """
 
 import base64
-import csv
 import json
 import math
 import os
@@ -370,33 +369,6 @@ class Sweep(Case):
         self.mesh = self.file("cup.obj", obj(cup(0.3)))
         self.words = (self.mesh, "--step", "0.15", "--sweep-seeds", "3", "--sweep-angles", "0:90:30", "-j", "2")
 
-    def test_table_report_and_best(self):
-        table = self.folder / "all.sweep.csv"
-        report, done = self.report(*self.words, "-o", table)
-        lines = list(csv.reader(table.read_text().splitlines()))
-        self.assertEqual({len(line) for line in lines}, {18})
-        rows = [dict(zip(lines[0], line)) for line in lines[1:]]
-        self.assertEqual([int(row["candidate"]) for row in rows], list(range(1, 10)))
-        self.assertEqual(report["sweep"]["candidates"], 9)
-        best = report["sweep"]["best"]
-        whole = [entry for entry in best if entry["status"] == 0 and entry["coveredShare"] > 0.9]
-        self.assertEqual([e["largestShear"] for e in whole], sorted(e["largestShear"] for e in whole))
-        self.assertAlmostEqual(best[0]["largestShear"], report["shear"]["largest"])
-        self.assertPoint(best[0]["seed"], report["choice"]["seed"])
-        self.assertIn("rank  candidate", done.stdout)
-        row = rows[best[0]["candidate"] - 1]
-        for column, value in (
-            ("angle_deg", best[0]["angle"]), ("status", report["result"]["status"]),
-            ("nodes", report["result"]["nodes"]), ("cells", report["result"]["cellsOnSurface"]),
-            ("mean_shear_deg", report["shear"]["mean"]), ("largest_shear_deg", report["shear"]["largest"]),
-            ("share_beyond_locking", report["shear"]["shareBeyondLocking"]),
-            ("covered_share", report["result"]["coveredShare"]),
-            ("doubled_share", report["result"]["doubledShare"]), ("pattern_area", report["pattern"]["area"]),
-            ("pattern_width", report["pattern"]["width"]), ("pattern_height", report["pattern"]["height"]),
-        ):
-            self.assertAlmostEqual(float(row[column]), value, 6, column)
-        self.assertEqual(row["within"], "")
-
     def test_parts_in_parallel_join_to_the_whole(self):
         whole = self.folder / "whole.sweep.csv"
         self.drape(*self.words, "-q", "-o", whole)
@@ -420,16 +392,6 @@ class Sweep(Case):
         self.assertIn("--sweep", failed.stderr)
         report, _ = self.report(mesh, "--step", "14", "--sweep")
         self.assertEqual(report["result"]["status"], 0)
-
-    def test_lists_grids_and_files(self):
-        seeds = self.file("seeds.txt", "0 0 1\n0.5,0.5,0.7\n")
-        for words, count in (
-            (("--sweep-seeds", "2x3", "--sweep-angles", "0"), 6),
-            (("--sweep-seeds", "0,0,1;0.1,0,1", "--sweep-angles", "0,10"), 4),
-            (("--sweep-seeds", "@" + seeds, "--sweep-angles", "0:20:10"), 4),
-        ):
-            report, _ = self.report(self.mesh, "--step", "0.2", *words)
-            self.assertEqual(report["sweep"]["candidates"], count)
 
 
 class Curve(Case):

@@ -6,6 +6,7 @@ import collections
 import csv
 import math
 import re
+import subprocess
 import unittest
 
 import model
@@ -349,22 +350,22 @@ class Drawings(Drapes):
                          {spacing * k for k in range(round(top / spacing) + 1)
                           if locking == top or abs(spacing * k - locking) > 0.6 * spacing} - {locking})
 
-    def test_pattern_image_shows_the_same(self):
+    def test_pattern_as_image_and_on_paper(self):
         drape = self.drapes["fine"]
-        grid, (growth, size, seed) = drape.grid, self.page("fine", drape)
-        width, height, rows = png_pixels(drape.path["pattern.png"])
-        scale = 1500 / max(size)
-        self.assertEqual((width, height), tuple(round(s * scale) for s in size))
-        colours = self.colours(drape)
-        away = []
-        for cell, shear in zip(grid.on_surface(grid.cells), grid.on_surface(grid.shear)):
-            u, v = add(scaled(grid.flat[cell[0]], 0.69), scaled(grid.flat[cell[2]], 0.31))
-            x, y = int(scale * (seed[0] + 20 * u)), int(scale * (seed[1] - 20 * v))
-            wanted = model.shear_colour(colours, shear)
-            away.append(max(abs(rows[y][3 * x + k] / 255 - wanted[k]) for k in range(3)))
-        away.sort()
-        self.assertLess(away[int(0.9 * len(away))], 0.03)  # some cells lie under words, marks and the curve
-
+        grid, (_, size, seed) = drape.grid, self.page("fine", drape)
+        paper = self.folder / "paper"
+        subprocess.run(["pdftoppm", "-r", str(3 * 25.4), "-singlefile", "-png", drape.path["pdf"], paper], check=True)
+        for path, scale in ((drape.path["pattern.png"], 1500 / max(size)), (paper.with_suffix(".png"), 3)):
+            width, height, rows = png_pixels(path)
+            self.assertTrue(near((width, height), scaled(size, scale), 1.0))
+            away = []
+            for cell, shear in zip(grid.on_surface(grid.cells), grid.on_surface(grid.shear)):
+                u, v = add(scaled(grid.flat[cell[0]], 0.69), scaled(grid.flat[cell[2]], 0.31))
+                x, y = int(scale * (seed[0] + 20 * u)), int(scale * (seed[1] - 20 * v))
+                wanted = model.shear_colour(self.colours(drape), shear)
+                away.append(max(abs(rows[y][3 * x + k] / 255 - wanted[k]) for k in range(3)))
+            away.sort()
+            self.assertLess(away[int(0.9 * len(away))], 0.03)  # some cells lie under words, marks and the curve
 
     def view(self, drape):
         """The view from its description: 28 degrees beside the longer axis of the mould, 38 above its level."""

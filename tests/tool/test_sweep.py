@@ -151,9 +151,8 @@ class Sweep(Case):
             taken = min(range(len(faces)), key=lambda t: math.dist(model.middle(*mould.corners[t]), seeds[k]))
             self.assertPoint(seeds[k], model.middle(*mould.corners[taken]), 6)
             self.assertGreaterEqual(room(taken), 0.95 * max(map(room, range(len(faces)))))
-        for more in (("--step", "1,1.1"), ("--step", "1", "--bias", "3")):
-            rows, _, _ = self.sweep(mesh, *more, "--sweep", "--sweep-seeds", "1", "--max-nodes", "30", expect=RUN_ENDED)
-            self.assertEqual([row["angle_deg"] for row in rows], [15 * k for k in range(12)])
+        rows, _, _ = self.sweep(mesh, "--step", "1,1.1", "--sweep", "--sweep-seeds", "1", "--max-nodes", "30", expect=RUN_ENDED)
+        self.assertEqual([row["angle_deg"] for row in rows], [15 * k for k in range(12)])
         # A grid lies over the two longest sides of the box around the mould: here x and y, or y and z if it stands.
         for name, places in (("flat.obj", [(3 * x, 2 * y, 0.1 * x) for x, y, _ in points]),
                              ("upright.obj", [(0.1 * y, 3 * x, 2 * y) for x, y, _ in points])):
