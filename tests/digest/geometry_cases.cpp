@@ -124,6 +124,42 @@ void leaningCuts(Block& block) {
     block.outcome(result, count);
 }
 
+// Circles that come down at a chosen place by a triangle's corner or edge, a tolerance away to the bit.
+void cutsAtTheRim(Block& block) {
+    const double near = block.oneOf({0.25, 0.5, 1.0}), side = block.oneOf({2.0, 3.0, 4.0}),
+                 lift = block.oneOf({0.0, 1.0, near, -near});
+    std::array<Vector, 3> t = {Vector{0, 0, 0}, Vector{side, 0, 0},
+                               Vector{block.oneOf({0.0, 1.0, side}), block.oneOf({2.0, 3.0}), 0}};
+    const double off[] = {0.0, near, -near, 0.5 * near, 2.0 * near};
+    Vector place = t[static_cast<std::size_t>(block.below(3))];
+    if (block.chance(0.4))
+        place = {0.5 * side, 0, 0};
+    for (std::size_t k = 0; k < 2; ++k)
+        place[k] = aboutEdge(block, place[k] + off[block.below(5)]);
+    const double radius = block.oneOf({0.5, 1.0, 5.0, near});
+    const auto along = static_cast<std::size_t>(block.below(2));
+    Vector centre = place, axis = {0, 0, 0};
+    centre[along] -= block.chance(0.5) ? radius : -radius;
+    centre[2] = block.chance(0.7) ? 0.0 : lift;
+    axis[1 - along] = block.chance(0.5) ? 1.0 : -1.0;
+    std::rotate(t.begin(), t.begin() + block.below(3), t.end());
+    if (block.chance(0.3))
+        std::swap(t[0], t[1]);
+    const auto turn = block.below(3); // the same along other axes
+    for (Vector* v : {&t[0], &t[1], &t[2], &centre, &axis})
+        std::rotate(v->begin(), v->begin() + turn, v->end());
+    const std::int32_t clip = block.within(1, 2);
+    std::int32_t count = -7, kinds[2] = {-7, -7}, singular = -7;
+    double hits[6] = {-7, -7, -7, -7, -7, -7};
+    const std::int32_t result = npxctr(centre.data(), axis.data(), &radius, t[0].data(), t[1].data(),
+                                       t[2].data(), &near, &clip, &count, hits, kinds, &singular);
+    block.hash.add(hits, 6);
+    block.hash.add(singular);
+    block.hash.add(count);
+    block.hash.add(kinds[1]);
+    block.outcome(result, kinds[0]);
+}
+
 void strips(Block& block, Kind kind) {
     Vector a = vector(block, kind), b = vector(block, kind), p = vector(block, kind), q = vector(block, kind);
     Vector np = unitVector(block, kind), nq = block.chance(0.5) ? np : unitVector(block, kind);
@@ -232,6 +268,7 @@ void reportGeometry(Report& report) {
         blocks("triangle to triangle", 400, trianglePoints, "status");
     }
     reportBlocks(report, "circle and leaning triangle", 3, 2000, leaningCuts, "hits");
+    reportBlocks(report, "circle at a triangle's rim", 3, 3000, cutsAtTheRim, "kind");
     reportBlocks(report, "rotation of a curve", 2, 200, rotations);
     reportBlocks(report, "level order", 4, 500, levelOrders);
 }

@@ -443,6 +443,23 @@ void openCorners(Block& block, Scene& scene, Kind) {
     finish(block, scene, result, status);
 }
 
+// Walks the boundary in a table of all vertices' size or less.
+void walkChain(Block& block, const Surface& surface) {
+    const std::int32_t triCount = surface.triCount(), vertCount = surface.vertCount(),
+                       vertTriCount = surface.vertTriCount();
+    std::int32_t room = block.chance(0.9) ? vertCount : block.within(1, vertCount), status = -7;
+    List edges(3 * static_cast<std::size_t>(vertCount), -7);
+    std::vector<double> normals(edges.size(), -7.0);
+    const std::int32_t result =
+        gzprel(surface.vertBoundary.data(), &triCount, &vertCount, &vertTriCount, surface.vertTriStart.data(),
+               surface.vertTriList.data(), surface.triVerts.data(), surface.vertPos.data(), &room,
+               edges.data(), normals.data(), &status);
+    block.hash.add(room);
+    block.hash.addAll(edges);
+    block.hash.addAll(normals);
+    block.outcome(result, status);
+}
+
 // The boundary of any mesh under any flags, in tables of any size.
 void boundaryChains(Block& block, Kind kind) {
     Surface surface = sceneMesh(block, kind);
@@ -462,19 +479,24 @@ void boundaryChains(Block& block, Kind kind) {
         const std::int32_t vertex = block.within(1, std::min(4, surface.vertCount()));
         repeatFan(surface, vertex, block.within(1, surface.vertCount()));
     }
-    const std::int32_t triCount = surface.triCount(), vertCount = surface.vertCount(),
-                       vertTriCount = surface.vertTriCount();
-    std::int32_t room = block.chance(0.9) ? vertCount : block.within(1, vertCount), status = -7;
-    List edges(3 * static_cast<std::size_t>(vertCount), -7);
-    std::vector<double> normals(edges.size(), -7.0);
-    const std::int32_t result =
-        gzprel(surface.vertBoundary.data(), &triCount, &vertCount, &vertTriCount, surface.vertTriStart.data(),
-               surface.vertTriList.data(), surface.triVerts.data(), surface.vertPos.data(), &room,
-               edges.data(), normals.data(), &status);
-    block.hash.add(room);
-    block.hash.addAll(edges);
-    block.hash.addAll(normals);
-    block.outcome(result, status);
+    walkChain(block, surface);
+}
+
+// Few vertices and any triangles between them: edges with three wings, bow ties, vertices of many sheets.
+void tangledChains(Block& block) {
+    Surface surface;
+    const int vertices = block.within(4, 8);
+    for (int k = 0; k < 3 * vertices; ++k)
+        surface.vertPos.push_back(number(block, Kind::halves));
+    for (int t = block.within(2, 9); t > 0; --t) {
+        const int a = block.within(1, vertices), b = a % vertices + 1, c = block.within(1, vertices);
+        surface.triVerts.insert(surface.triVerts.end(), {a, b, c == a || c == b ? b % vertices + 1 : c});
+    }
+    joinUp(surface);
+    if (block.chance(0.8))
+        for (std::int32_t& flag : surface.vertBoundary)
+            flag = 1;
+    walkChain(block, surface);
 }
 
 // Values are copied at registration; arrays and counters are held.
@@ -546,6 +568,7 @@ void reportSteps(Report& report) {
         reportBlocks(report, std::string("boundary chain ") + nameOf(kind), 4, 400,
                      [&](Block& block) { boundaryChains(block, kind); });
     }
+    reportBlocks(report, "tangled boundary chain", 3, 3000, tangledChains);
     reportBlocks(report, "full front table", 1, 60, fullTable);
     reportBlocks(report, "registration copies values", 1, 60, registration);
 }
