@@ -18,10 +18,6 @@ namespace {
 // Holes named one by one before the rest is only counted.
 constexpr std::size_t holesNamed = 5;
 
-std::size_t at(std::int32_t index) {
-    return static_cast<std::size_t>(index);
-}
-
 double lengthOf(const std::vector<std::int32_t>& loop, const TriangleMesh& mesh) {
     double sum = 0.0;
     for (std::size_t i = 0; i < loop.size(); ++i) {

@@ -14,10 +14,6 @@ using namespace vec;
 
 namespace {
 
-std::size_t at(std::int32_t index) {
-    return static_cast<std::size_t>(index);
-}
-
 // Vertices this close to the plane, as a share of the mesh's diagonal, count as lying on it: a cut right
 // beside a vertex would leave triangles without height.
 constexpr double onPlaneShare = 1e-6;

@@ -18,10 +18,6 @@ struct EdgeUse {
     std::int32_t edge;
 };
 
-std::size_t at(std::int32_t index) {
-    return static_cast<std::size_t>(index);
-}
-
 std::vector<EdgeUse> sortedEdges(const TriangleMesh& mesh) {
     std::vector<EdgeUse> uses;
     uses.reserve(3 * mesh.triangles.size());

@@ -10,6 +10,11 @@
 
 namespace drape::host {
 
+// Numbers of vertices, triangles and nodes are int32, as the library's; this makes one an index of an array.
+inline std::size_t at(std::int32_t number) {
+    return static_cast<std::size_t>(number);
+}
+
 struct PolygonSoup {
     std::vector<Point> points;                       // in the order of the file
     std::vector<std::vector<std::int32_t>> polygons; // 0-based points
