@@ -1,0 +1,108 @@
+// The plane is cut into level strips at every corner and every crossing of two sides. Within a strip no sides
+// cross, so the sides sorted from left to right tell for each gap between them in how many shapes it lies.
+#include "host/cloth/flat_overlap.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace drape::host {
+namespace {
+
+struct Side {
+    FlatPoint low, high;
+    std::size_t shape;
+    int winding; // 1 where the solid lies to the right of the side, -1 where to its left
+
+    double at(double y) const { return low[0] + (high[0] - low[0]) * (y - low[1]) / (high[1] - low[1]); }
+};
+
+std::vector<Side> sidesOf(const std::vector<std::vector<std::vector<FlatPoint>>>& shapes) {
+    std::vector<Side> sides;
+    for (std::size_t s = 0; s < shapes.size(); ++s) {
+        for (const auto& polygon : shapes[s]) {
+            for (std::size_t k = 0; k < polygon.size(); ++k) {
+                const FlatPoint& a = polygon[k];
+                const FlatPoint& b = polygon[(k + 1) % polygon.size()];
+                if (a[1] < b[1]) {
+                    sides.push_back({a, b, s, -1});
+                } else if (b[1] < a[1]) {
+                    sides.push_back({b, a, s, 1});
+                }
+            }
+        }
+    }
+    return sides;
+}
+
+std::vector<double> levelsOf(const std::vector<Side>& sides) {
+    std::vector<double> levels;
+    for (std::size_t a = 0; a < sides.size(); ++a) {
+        levels.push_back(sides[a].low[1]);
+        levels.push_back(sides[a].high[1]);
+        for (std::size_t b = a + 1; b < sides.size(); ++b) {
+            const double low = std::max(sides[a].low[1], sides[b].low[1]);
+            const double high = std::min(sides[a].high[1], sides[b].high[1]);
+            if (!(low < high)) {
+                continue;
+            }
+            const double below = sides[a].at(low) - sides[b].at(low);
+            const double above = sides[a].at(high) - sides[b].at(high);
+            if ((below < 0.0) != (above < 0.0)) {
+                levels.push_back(low + (high - low) * below / (below - above));
+            }
+        }
+    }
+    std::sort(levels.begin(), levels.end());
+    levels.erase(std::unique(levels.begin(), levels.end()), levels.end());
+    return levels;
+}
+
+} // namespace
+
+std::vector<std::vector<FlatPoint>>
+overlapOf(const std::vector<std::vector<std::vector<FlatPoint>>>& shapes) {
+    const std::vector<Side> sides = sidesOf(shapes);
+    const std::vector<double> levels = levelsOf(sides);
+    std::vector<std::vector<FlatPoint>> doubled;
+    for (std::size_t k = 0; k + 1 < levels.size(); ++k) {
+        const double low = levels[k];
+        const double high = levels[k + 1];
+        const double middle = 0.5 * (low + high);
+        std::vector<const Side*> row;
+        for (const Side& side : sides) {
+            if (side.low[1] <= low && side.high[1] >= high) {
+                row.push_back(&side);
+            }
+        }
+        std::stable_sort(row.begin(), row.end(),
+                         [&](const Side* a, const Side* b) { return a->at(middle) < b->at(middle); });
+        std::vector<int> winding(shapes.size(), 0);
+        for (std::size_t r = 0; r + 1 < row.size(); ++r) {
+            winding[row[r]->shape] += row[r]->winding;
+            const auto layers = std::count_if(winding.begin(), winding.end(), [](int w) { return w > 0; });
+            const double left = row[r]->at(middle);
+            const double right = row[r + 1]->at(middle);
+            if (layers >= 2 && right > left) {
+                doubled.push_back({{row[r]->at(low), low},
+                                   {row[r + 1]->at(low), low},
+                                   {row[r + 1]->at(high), high},
+                                   {row[r]->at(high), high}});
+            }
+        }
+    }
+    return doubled;
+}
+
+double signedArea(const std::vector<FlatPoint>& polygon) {
+    double sum = 0.0;
+    for (std::size_t k = 0; k < polygon.size(); ++k) {
+        const FlatPoint& a = polygon[k];
+        const FlatPoint& b = polygon[(k + 1) % polygon.size()];
+        // Counted from the first point, so that a pattern far from the seed loses no digits.
+        sum +=
+            (a[0] - polygon[0][0]) * (b[1] - polygon[0][1]) - (b[0] - polygon[0][0]) * (a[1] - polygon[0][1]);
+    }
+    return 0.5 * sum;
+}
+
+} // namespace drape::host

@@ -1,0 +1,18 @@
+// Where polygons of the plane lie over each other.
+#pragma once
+
+#include <array>
+#include <vector>
+
+namespace drape::host {
+
+using FlatPoint = std::array<double, 2>; // along warp and weft
+
+// The area that lies in at least two of the shapes, as trapezoids with two level sides. A shape is a set of
+// closed polygons, the first point not repeated, solid to the left of each.
+std::vector<std::vector<FlatPoint>> overlapOf(const std::vector<std::vector<std::vector<FlatPoint>>>& shapes);
+
+// Area to the left of a closed polygon, below 0 if it runs clockwise.
+double signedArea(const std::vector<FlatPoint>& polygon);
+
+} // namespace drape::host

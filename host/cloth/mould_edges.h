@@ -1,0 +1,22 @@
+// The mould as a walk over it needs it: which triangles lie side by side, and the edges at which it ends.
+#pragma once
+
+#include "host/cloth/mould.h"
+
+namespace drape::host {
+
+struct BoundaryEdge {
+    std::int32_t from, to; // 0-based vertices, in the sense of the triangle's winding
+    std::int32_t next;     // the boundary edge that starts at `to`
+    std::int32_t triangle; // 0-based
+};
+
+struct MouldEdges {
+    // Per triangle and its edge from corner k to k + 1: the triangle beyond, or -1 - b at boundary edge b.
+    std::vector<std::array<std::int32_t, 3>> beyond;
+    std::vector<BoundaryEdge> boundary;
+};
+
+MouldEdges edgesOf(const Mould& mould);
+
+} // namespace drape::host

@@ -1,0 +1,62 @@
+// The part of one cell that lies over the mould, bounded by pieces of the mould's edge and of the cell's
+// sides.
+#pragma once
+
+#include "host/cloth/cell_map.h"
+#include "host/cloth/flat_overlap.h"
+#include "host/cloth/mould_edges.h"
+
+namespace drape::host {
+
+// A place on the mould's edge within a cell.
+struct EdgePlace {
+    std::int32_t edge = -1; // boundary edge
+    double share = 0.0;     // 0 to 1 along it
+    FlatPoint place{};      // u and v in the cell
+};
+
+// A piece of the mould's edge inside a cell, the mould to its left. `enters` and `leaves` run along the
+// cell's rim, 0 to 4 counter-clockwise from the corner (0, 0). A closed piece meets the rim nowhere.
+struct NetArc {
+    std::vector<EdgePlace> places;
+    bool closed = false;
+    double enters = 0.0, leaves = 0.0;
+};
+
+struct CellRegion {
+    bool whole = false; // else bounded by `arcs` and `rim`; empty if those are
+    std::vector<NetArc> arcs;
+    std::vector<std::array<double, 2>> rim;       // stretches of the rim over the mould, each within one side
+    std::vector<std::vector<FlatPoint>> polygons; // in u and v, solid to the left
+};
+
+// What the search of a region works with; the marks are its own.
+struct RegionSearch {
+    const Mould& mould;
+    const MouldEdges& edges;
+    double step;                      // the longer cell length
+    std::vector<std::size_t> reached; // per triangle, the last search that came to it
+    std::size_t searches = 0;
+};
+
+// A node from which the mould is seen: an open corner of a cell and the triangle on which it lies, 0-based.
+struct Foothold {
+    Point position;
+    std::int32_t triangle;
+};
+
+// The triangles that hang together underneath the cell with the ones around its footholds, rising.
+std::vector<std::int32_t> trianglesUnder(const CellMap& cell, const std::vector<Foothold>& footholds,
+                                         RegionSearch& search);
+
+// `near` lists all boundary edges that can reach the cell.
+CellRegion regionOf(const CellMap& cell, const std::vector<Foothold>& footholds,
+                    const std::vector<std::int32_t>& near, RegionSearch& search);
+
+// The image of a stretch of the mould's edge in the cell's u and v, from `from` to `to` (0 to 1) along the
+// edge, as far as the cell's map goes; fine enough that straight lines between the places stand for it. Empty
+// where the map ends.
+std::vector<EdgePlace> trackOf(const CellMap& cell, const RegionSearch& search, std::int32_t edge,
+                               double from, double to);
+
+} // namespace drape::host
