@@ -34,12 +34,10 @@ template <class T>
 void clear(T* target, std::int64_t count) {
     constexpr std::int64_t piece = std::numeric_limits<std::int32_t>::max() / std::int64_t{sizeof(T)};
     const std::int32_t zero = 0;
-    while (count > 0) {
-        const std::int64_t part = count < piece ? count : piece;
-        const auto bytes = static_cast<std::int32_t>(part * std::int64_t{sizeof(T)});
+    for (; count > 0; count -= piece, target += piece) {
+        const auto bytes =
+            static_cast<std::int32_t>((count < piece ? count : piece) * std::int64_t{sizeof(T)});
         crcmac(target, &bytes, &zero);
-        target += part;
-        count -= part;
     }
 }
 
