@@ -21,6 +21,8 @@ namespace {
 
 static_assert(std::is_trivially_copyable_v<SweepResult>, "results cross from process to process as bytes");
 
+constexpr int mostInVain = 5;
+
 using Work = std::function<SweepResult(std::size_t)>;
 
 struct Board {
@@ -75,10 +77,12 @@ std::vector<SweepResult> overProcesses(const std::vector<Candidate>& candidates,
         std::fprintf(stderr, "\rdrape: %zu of %zu drapes done ", board.done.load(), candidates.size());
         std::fflush(stderr);
     };
+    int inVain = 0; // times in a row that all processes died before they took a candidate
     while (board.next.load() < candidates.size()) {
         const std::size_t taken = board.next.load();
         runWorkers(processes, next, talkative ? std::function<void()>(showProgress) : nullptr);
-        if (board.next.load() == taken) {
+        inVain = board.next.load() == taken ? inVain + 1 : 0;
+        if (inVain == mostInVain) {
             throw std::runtime_error("the processes of the sweep end before they can drape anything");
         }
     }
