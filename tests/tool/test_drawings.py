@@ -12,6 +12,7 @@ import unittest
 import model
 from drapes import Drape, Drapes, of_each
 from model import add, cross, dot, scaled, sub, unit
+from moulds import cup, obj, plate
 from readers import Gltf, Svg, dxf_entities, dxf_header, pdf_words, png_pixels
 
 INK, GREY, CURVE = (0.10, 0.12, 0.15), (0.91, 0.915, 0.925), (0.85, 0.10, 0.40)
@@ -271,6 +272,8 @@ class Drawings(Drapes):
         along = [sum(abs(p[-1][k] - p[0][k]) for p in fibres) for k in (0, 1)]
         step = drape.report["choice"]["step"]
         self.assertClose(along, [mm * step[0] * len(sides["warp"]), mm * step[1] * len(sides["weft"])], 1e-3)
+        ends = {kind: {b for _, b in pairs} for kind, pairs in sides.items()}
+        self.assertEqual(len(fibres), sum(a not in ends[kind] for kind in sides for a, _ in sides[kind]), "none in pieces")
         for a, b in fibres:
             self.assertTrue(abs(a[0] - b[0]) < 0.01 * growth or abs(a[1] - b[1]) < 0.01 * growth)
         loops = [e["points"] for e in dxf_entities(drape.path["dxf"].read_text()) if e["layer"] == "OUTLINE"]
@@ -290,7 +293,10 @@ class Drawings(Drapes):
         tips = [p[0] for p in inked]
         reach = 14 * growth
         for tip in ((seed[0] + reach, seed[1]), (seed[0], seed[1] - reach)):
-            self.assertTrue(any(near(t, tip, 0.01 * growth) for t in tips), "arrows along warp and weft")
+            (head,) = [p for p, t in zip(inked, tips) if near(t, tip, 0.01 * growth)]
+            along = scaled(sub(tip, seed), 1 / reach)
+            barbs = [add(tip, scaled(along, -0.25 * reach), scaled((along[1], -along[0]), side * 0.12 * reach)) for side in (1, -1)]
+            self.assertTrue(matched(dict.fromkeys(head), [tip, *barbs], 0.02 * growth), "arrows along warp and weft")
         self.assertEqual(len(ring), 1)
         xs, ys = zip(*ring[0]["parts"][0])
         self.assertTrue(near(((min(xs) + max(xs)) / 2, (min(ys) + max(ys)) / 2), seed, 0.8 * growth))
@@ -368,19 +374,24 @@ class Drawings(Drapes):
             self.assertLess(away[int(0.9 * len(away))], 0.03)  # some cells lie under words, marks and the curve
 
     def view(self, drape):
-        """The view from its description: 28 degrees beside the longer axis of the mould, 38 above its level."""
+        """The view from its description: 28 degrees beside the longer axis of the mould, 38 above its level. Above is
+        where the mould faces, or the cloth at the seed if the mould closes around itself, but not far below."""
         mould = drape.mould
-        above = unit(add(*(scaled(n, a) for n, a in zip(mould.normals, mould.areas))))
+        above = add(*(scaled(n, a) for n, a in zip(mould.normals, mould.areas)))
+        above = unit(above if math.hypot(*above) > 0.1 * mould.area else drape.grid.normal[0])
+        above = scaled(above, -1) if above[2] < -0.2 else above
         centroid = mould.centroid()
         arms = [(sub(model.middle(*c), centroid), a) for c, a in zip(mould.corners, mould.areas)]
-        level = unit(sub((1, 0, 0), scaled(above, above[0])))
+        axis = (1, 0, 0) if abs(above[0]) < 0.9 else (0, 1, 0)
+        level = unit(sub(axis, scaled(above, dot(axis, above))))
         beside = cross(above, level)
         moment = lambda d: sum(a * dot(arm, d) ** 2 for arm, a in arms)
         xx, xy, yy = (sum(a * dot(arm, d) * dot(arm, e) for arm, a in arms)
                       for d, e in ((level, level), (level, beside), (beside, beside)))
         longest = model.turned(level, above, math.degrees(0.5 * math.atan2(2 * xy, xx - yy)))
-        self.assertGreater(moment(longest), 1.2 * moment(cross(above, longest)))
-        across = longest if longest[0] > 0 else scaled(longest, -1)
+        most, least = moment(longest), moment(cross(above, longest))
+        sign = longest[0] if abs(longest[0]) > 1e-6 else longest[1] + longest[2]
+        across = level if most - least < 0.1 * (most + least) else scaled(longest, math.copysign(1, sign))
         right = model.turned(across, above, 28)
         eye = add(scaled(above, math.sin(math.radians(38))), scaled(cross(right, above), math.cos(math.radians(38))))
         up = cross(eye, right)
@@ -442,6 +453,64 @@ class Drawings(Drapes):
             self.assertAlmostEqual(share * a + shine, b, delta=2e-3)
         return share, shine
 
+    def test_view_of_other_moulds(self):
+        flat, faces = plate(8)
+        band = [(r * math.cos(t), y, r * math.sin(t)) for y in range(6) for t, r in ((k * math.pi / 10, 3.0) for k in range(20))]
+        rolled = [(20 * y + k, 20 * y + (k + 1) % 20, 20 * y + 20 + (k + 1) % 20, 20 * y + 20 + k)
+                  for y in range(5) for k in range(20)]
+        for name, points, these, words in (
+                ("square", [(x, 0.9 * y, 0.1 * x) for x, y, _ in flat], faces, ()),
+                ("wall", [(0.2 * x * y / 8, 0.6 * x, 1.5 * y) for x, y, _ in flat], faces, ()),
+                ("beam", [(0.1 * y, 2.0 * x, y) for x, y, _ in flat], faces, ("--side", "-1,0,0")),
+                ("below", [(0.7 * x, y, 0.3 * x + 0.02 * y * y) for x, y, _ in flat], faces, ("--side", "0,0,-1")),
+                ("tube", band, [f[::-1] for f in rolled], ("--seed", "2,2,2.2", "--max-nodes", "60"))):
+            with self.subTest(name):
+                mesh = self.folder / f"{name}.obj"
+                mesh.write_text(obj((points, these)))
+                drape = Drape(self.folder, mesh, "--step", "1", *words, outputs=("svg",), stem=name,
+                              expect=4 if name == "tube" else 0)
+                see, _, _, size = self.view(drape)
+                drawing = Svg(drape.path["svg"])
+                self.assertEqual(tuple(float(re.match(r"[\d.]+", s)[0]) for s in drawing.size), size)
+                wanted = [see(p) for c in drape.grid.on_surface(drape.grid.cells) for p in drape.grid.places(c)]
+                wanted += [see(p) for p in drape.mould.points]
+                drawn = [p for s in drawing.shapes if s["fill"] and s["fill"] == s["stroke"] for p in s["parts"][0]]
+                self.assertGreater(len(drawn), 60)
+                for p in drawn:
+                    self.assertTrue(any(near(p, q, 0.02) for q in wanted), p)
+
+    @of_each
+    def test_colour_bar_beside_the_picture(self, _, drape):
+        top, locking = self.colours(drape)
+        drawing = Svg(drape.path["svg"])
+        bars = [s for s in drawing.shapes if s["fill"] and not s["stroke"] and not s["curved"]
+                and min(p[0] for p in s["parts"][0]) > ROOM + EDGE]
+        self.assertEqual(len(bars), 120)
+        low, high = (f(p[1] for s in bars for p in s["parts"][0]) for f in (max, min))
+        self.assertTrue(max(p[0] for s in bars for p in s["parts"][0]) < 1200 - EDGE and 200 < low - high < 430)
+        for k, shape in enumerate(bars):
+            self.assertClose(shape["fill"], model.shear_colour((top, locking), top * (k + 0.5) / 120), 1e-4)
+            self.assertAlmostEqual(max(p[1] for p in shape["parts"][0]), low + (high - low) * k / 120, delta=0.05)
+        right = max(p[0] for p in bars[0]["parts"][0])
+        ticks = [s["parts"][0] for s in drawing.shapes if s["stroke"] and not s["fill"] and len(s["parts"]) == 1
+                 and len(s["parts"][0]) == 2 and abs(s["parts"][0][1][0] - right) < 8 and s["parts"][0][1][0] > right]
+        angles = [(low - a[1]) / (low - high) * top for a, _ in ticks]
+        spacing = {5: 1, 10: 2}[top]
+        self.assertTrue(matched([(a,) for a in angles], [(spacing * k,) for k in range(round(top / spacing) + 1)
+                                                         if locking == top or abs(spacing * k - locking) > 0.6 * spacing]
+                                + [(locking,)] * (locking < top), 0.02))
+
+    def test_edges_that_hide_what_is_behind_are_dark(self):
+        mesh = self.folder / "cup.obj"
+        mesh.write_text(obj(cup(2.0, 48, 12, 4)))
+        drape = Drape(self.folder, mesh, "--step", "0.4", "--seed", "0,0,1", "--max-nodes", "20", outputs=("png",),
+                      stem="cup", expect=4)
+        width, height, rows = png_pixels(drape.path["png"])
+        y = height // 3
+        row = [sum(rows[y][3 * x:3 * x + 3]) for x in range(width)]
+        left = next(x for x in range(width) if row[x] < 700)
+        self.assertLess(min(row[left:left + 3]), 0.75 * row[left + 12])
+
     @of_each
     def test_lines_marks_and_scale(self, name, drape):
         see, scale, _, size = self.view(drape)
@@ -496,6 +565,21 @@ class Drawings(Drapes):
         self.assertTrue(bare)
         greys = sum(max(c) - min(c) < 0.05 and c[0] < 0.97 for c in bare)
         self.assertGreater(greys, 0.6 * len(bare))
+        # The mould is shaded smoothly, and without gaps, over the sides of triangles that meet gently.
+        sides = collections.defaultdict(list)
+        for t, (corners, fibres) in enumerate(zip(mould.triangles, drape.map)):
+            for k in range(3):
+                sides[frozenset((corners[k], corners[(k + 1) % 3]))].append((t, fibres.cover))
+        steps = []
+        for ends, ((t, cover), *other) in sides.items():
+            if other and cover == other[0][1] == 0 and dot(mould.normals[t], mould.normals[other[0][0]]) > 0.97:
+                middle = model.middle(*(mould.points[v] for v in ends))
+                inner = [add(scaled(middle, 0.75), scaled(model.middle(*mould.corners[u]), 0.25)) for u in (t, other[0][0])]
+                a, b, c = (pixel(see(p))[1] for p in (*inner, middle))
+                steps.append(max(abs(a - b), abs(c - (a + b) / 2)))
+        steps.sort()
+        self.assertGreater(len(steps), 8)
+        self.assertLess(steps[len(steps) * 3 // 4], 0.02)
         for x, y in ((2, 2), (width - 2, 2), (2, height - 2), (width - 2, height - 2)):
             self.assertEqual(pixel((x, y)), [1.0, 1.0, 1.0])
 
