@@ -20,13 +20,12 @@ double coordinate(const Vec3& v, int k) {
     return k == 0 ? v.x : (k == 1 ? v.y : v.z);
 }
 
-// The next single above or below, or the value itself if it is one.
+// The share is just above what single precision rounds off, so these stay on their side.
 float roundedDown(double value) {
-    const auto near = static_cast<float>(value);
-    return static_cast<double>(near) > value ? near - (std::fabs(near) * 1.2e-7f + 1e-44f) : near;
+    return static_cast<float>(value - (std::fabs(value) * 6e-8 + 1e-44));
 }
 float roundedUp(double value) {
-    return -roundedDown(-value);
+    return static_cast<float>(value + (std::fabs(value) * 6e-8 + 1e-44));
 }
 
 // Spreads 16 bits so that two zero bits follow each.
@@ -108,11 +107,8 @@ double TriangleTree::hitMargin(const Vec3& a, const Vec3& b, const Vec3& c) cons
     return margins::hitMargin(TriangleShape(a, b, c), tolerance_, reach_, extent_);
 }
 
-void TriangleTree::putTriangle(const SurfaceMesh& mesh, std::int32_t triangle, Quad& quad, int lane) const {
-    const Vec3 a = mesh.corner(triangle, 0);
-    const Vec3 b = mesh.corner(triangle, 1);
-    const Vec3 c = mesh.corner(triangle, 2);
-    const double margin = hitMargin(a, b, c);
+void TriangleTree::putTriangle(const Vec3& a, const Vec3& b, const Vec3& c, double margin, Quad& quad,
+                               int lane) {
     for (int k = 0; k < 3; ++k) {
         const double p = coordinate(a, k), q = coordinate(b, k), r = coordinate(c, k);
         quad.low[k][lane] = roundedDown(std::min(p, std::min(q, r)) - margin);
@@ -120,8 +116,9 @@ void TriangleTree::putTriangle(const SurfaceMesh& mesh, std::int32_t triangle, Q
     }
 }
 
-// Puts all triangles that can be hit in the order of the curve; needles go on a list of their own.
-bool TriangleTree::sortTriangles(const SurfaceMesh& mesh, std::int32_t& status) {
+// Puts all triangles that can be hit in the order of the curve, with their margins by number; needles go on a
+// list of their own.
+bool TriangleTree::sortTriangles(const SurfaceMesh& mesh, double* hitMargins, std::int32_t& status) {
     const std::int64_t count = mesh.triCount;
     WorkArray<double> keys, otherKeys;
     WorkArray<std::int32_t> otherOrder, places;
@@ -159,6 +156,7 @@ bool TriangleTree::sortTriangles(const SurfaceMesh& mesh, std::int32_t& status) 
                                spread(cellOf(centre.y, extent.low.y, scale)) << 1 |
                                spread(cellOf(centre.z, extent.low.z, scale));
         now.triangles[treeCount_++] = t;
+        hitMargins[t - 1] = margin;
     }
     for (int shift = 0; shift < 3 * BITS_PER_AXIS; shift += BITS_PER_PASS) {
         sortPass(now, other, treeCount_, shift, places.data());
@@ -196,21 +194,19 @@ TriangleTree::Cone TriangleTree::Cone::around(const Part* parts, int count) {
     for (int k = 0; k < count; ++k)
         middle = prosca(parts[k].axis, middle) < 0.0 ? middle - parts[k].axis : middle + parts[k].axis;
     devor(middle);
-    double least = 1.0;
+    double turn = 1.0, spread = 1.0; // cosines of the largest angles
     for (int k = 0; k < count; ++k) {
-        const double turn = std::fabs(prosca(parts[k].axis, middle));
-        const double spread = parts[k].cosine;
-        const double sines = std::max((1.0 - turn * turn) * (1.0 - spread * spread), 0.0);
-        const double cosine = turn * spread - std::sqrt(sines);
-        if (!(spread > 0.0) || !(cosine > 0.0))
-            return {}; // all directions
-        least = std::min(least, cosine);
+        turn = std::min(turn, std::fabs(prosca(parts[k].axis, middle)));
+        spread = std::min(spread, parts[k].cosine);
     }
+    const double cosine = turn * spread - std::sqrt((1.0 - turn * turn) * (1.0 - spread * spread));
+    if (!(spread > 0.0) || !(cosine > 0.0))
+        return {}; // all directions
     return {{static_cast<float>(middle.x), static_cast<float>(middle.y), static_cast<float>(middle.z)},
-            roundedDown(least - margins::SINGLE_SLACK)};
+            roundedDown(cosine - margins::SINGLE_SLACK)};
 }
 
-void TriangleTree::fillQuads(const SurfaceMesh& mesh) {
+void TriangleTree::fillQuads(const SurfaceMesh& mesh, const double* hitMargins) {
     constexpr float endless = std::numeric_limits<float>::infinity();
     const double coplanar = std::sqrt(1.0 - margins::NEARLY_COPLANAR * margins::NEARLY_COPLANAR);
     for (int level = 0; level < levelCount_; ++level) {
@@ -227,10 +223,11 @@ void TriangleTree::fillQuads(const SurfaceMesh& mesh) {
                 const std::int64_t child = ARITY * node + lane;
                 if (level == 0) {
                     const std::int32_t triangle = order_.data()[child];
-                    putTriangle(mesh, triangle, quad, lane);
                     const Vec3 a = mesh.corner(triangle, 0);
-                    parts[lane] = {unitNormal(mesh.corner(triangle, 1) - a, mesh.corner(triangle, 2) - a),
-                                   coplanar};
+                    const Vec3 b = mesh.corner(triangle, 1);
+                    const Vec3 c = mesh.corner(triangle, 2);
+                    putTriangle(a, b, c, hitMargins[triangle - 1], quad, lane);
+                    parts[lane] = {unitNormal(b - a, c - a), coplanar};
                 } else {
                     const Quad& below = quads_[levelStart_[level - 1] + child];
                     putQuad(below, quad, lane);
@@ -245,17 +242,19 @@ void TriangleTree::fillQuads(const SurfaceMesh& mesh) {
 bool TriangleTree::build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status) {
     tolerance_ = tolerance;
     reach_ = reach;
-    if (!sortTriangles(mesh, status))
+    WorkArray<double> hitMargins;
+    if (!hitMargins.take(mesh.triCount, status) || !sortTriangles(mesh, hitMargins.data(), status))
         return false;
-    if (levelCount_ == 0)
-        return true;
-    constexpr std::int64_t words = sizeof(Quad) / sizeof(std::int32_t);
-    const std::int64_t quadCount = levelStart_[levelCount_ - 1] + 1;
-    if (!quadBlock_.take(quadCount * words, status))
-        return false;
-    quads_ = reinterpret_cast<Quad*>(quadBlock_.data());
-    fillQuads(mesh);
-    return true;
+    if (levelCount_ > 0) {
+        constexpr std::int64_t words = sizeof(Quad) / sizeof(std::int32_t);
+        const std::int64_t quadCount = levelStart_[levelCount_ - 1] + 1;
+        if (!quadBlock_.take(quadCount * words, status))
+            return false;
+        quads_ = reinterpret_cast<Quad*>(quadBlock_.data());
+        fillQuads(mesh, hitMargins.data());
+    }
+    hitMargins.release(status);
+    return status == DRAPE_OK;
 }
 
 void TriangleTree::release(std::int32_t& status) {

@@ -17,7 +17,7 @@ namespace drape {
 
 class TriangleTree {
 public:
-    // Keeps 42 bytes per triangle, and 24 more while it builds. `reach` bounds the radius of all circles.
+    // Keeps 42 bytes per triangle, and 32 more while it builds. `reach` bounds the radius of all circles.
     bool build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status);
     void release(std::int32_t& status);
 
@@ -121,12 +121,12 @@ private:
         Ring rim, disc; // where hits lie on triangles that cut the circle's plane, and on those nearly in it
     };
 
-    bool sortTriangles(const SurfaceMesh& mesh, std::int32_t& status);
+    bool sortTriangles(const SurfaceMesh& mesh, double* hitMargins, std::int32_t& status);
     double hitMargin(const Vec3& a, const Vec3& b, const Vec3& c) const;
     void layOutLevels();
-    void putTriangle(const SurfaceMesh& mesh, std::int32_t triangle, Quad& quad, int lane) const;
+    static void putTriangle(const Vec3& a, const Vec3& b, const Vec3& c, double margin, Quad& quad, int lane);
     static void putQuad(const Quad& below, Quad& quad, int lane);
-    void fillQuads(const SurfaceMesh& mesh);
+    void fillQuads(const SurfaceMesh& mesh, const double* hitMargins);
 
     double tolerance_ = 0.0, reach_ = 0.0, extent_ = 0.0;
     std::int32_t treeCount_ = 0; // triangles in the tree
