@@ -97,7 +97,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         host::TriangleMesh piece = host::chosenPiece(mesh, nullptr, untold);
         if (fillHoles)
             piece = host::withoutHoles(std::move(piece), untold);
-        drapeShortly(host::mouldOf(std::move(piece), untold));
+        const host::Mould mould = host::mouldOf(std::move(piece));
+        host::requireEdge(mould);
+        drapeShortly(mould);
     } catch (const std::exception&) {
         // Refused in words, which is as good an end as a mould.
     }

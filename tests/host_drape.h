@@ -46,8 +46,8 @@ inline HostDrape hostDrape(const host::TriangleMesh& surface, const HostStart& s
     host::Notes notes;
     HostDrape drape;
     drape.mesh = host::manifoldOf(surface, notes);
-    drape.mould = host::mouldOf(drape.mesh, notes);
-    drape.choice = host::choiceAt(drape.mesh, host::nearestSurfacePoint(drape.mesh, start.seed),
+    drape.mould = host::mouldOf(drape.mesh);
+    drape.choice = host::choiceAt(drape.mould, host::nearestPoint(drape.mould, start.seed),
                                   host::StartWishes{}, start.angle, {start.stepA, start.stepB}, notes);
     const std::int32_t most =
         start.mostNodes > 0 ? start.mostNodes : host::usualMostNodes(drape.mould, drape.choice);

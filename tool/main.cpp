@@ -83,12 +83,12 @@ void warnOfPoorCloth(const Work& work, const Trial& trial) {
     if (trial.grid.status == DRAPE_OK && m.coveredShare < wellCovered) {
         work.log.warn("the cloth covers only " + number(100.0 * m.coveredShare, 2) +
                       " % of the mould; another seed may reach the rest (--seed, --sweep)" +
-                      (trial.mould.loops.size() > 1 ? ", and --fill-holes lets it run on over holes" : ""));
+                      (trial.mould->loops.size() > 1 ? ", and --fill-holes lets it run on over holes" : ""));
     }
 }
 
 void writeOutputs(const Work& work, const Trial& trial, const CurveResult* curve, const std::string& report) {
-    const Scene scene{&trial.mould,
+    const Scene scene{trial.mould.get(),
                       &trial.choice,
                       &trial.grid,
                       &trial.measures,

@@ -23,28 +23,18 @@ constexpr double histogramBin = 5.0; // degrees
 constexpr std::size_t histogramBins = 18;
 constexpr std::size_t sweepEntries = 20;
 
-double loopLength(const Mould& mould, const std::vector<std::int32_t>& loop) {
-    double sum = 0.0;
-    for (std::size_t i = 0; i < loop.size(); ++i) {
-        sum += distance(mould.positions[static_cast<std::size_t>(loop[i])],
-                        mould.positions[static_cast<std::size_t>(loop[(i + 1) % loop.size()])]);
-    }
-    return sum;
-}
-
 Json pointJson(const Point& p) {
     return Json::array({p[0], p[1], p[2]});
 }
 
 Json mouldJson(const Trial& trial) {
     Json loops = Json::array();
-    for (std::size_t i = 0; i < trial.mould.loops.size(); ++i) {
-        loops.push_back({{"edges", trial.mould.loops[i].size()},
-                         {"length", loopLength(trial.mould, trial.mould.loops[i])},
-                         {"outline", i == 0}});
+    for (const Loop& loop : trial.mould->loops) {
+        loops.push_back(
+            {{"edges", loop.vertices.size()}, {"length", loop.length}, {"outline", loops.empty()}});
     }
-    return {{"vertices", trial.mould.positions.size()},
-            {"triangles", trial.mould.triangleCount()},
+    return {{"vertices", trial.mould->positions.size()},
+            {"triangles", trial.mould->triangleCount()},
             {"area", trial.measures.mouldArea},
             {"within", trial.within ? Json(*trial.within) : Json()},
             {"loops", loops}};
@@ -156,11 +146,10 @@ std::string summaryOf(const Story& story) {
     const Trial& t = story.trial;
     const Measures& m = t.measures;
     const Choice& c = t.choice;
-    std::string text = line("mould", story.settings.input + ": " +
-                                         counted(t.mould.triangleCount(), "triangle", "triangles") +
-                                         ", area " + number(m.mouldArea) + ", outline " +
-                                         number(loopLength(t.mould, t.mould.loops.front())) + " long" +
-                                         (t.within ? ", within " + number(*t.within) + " of the seed" : ""));
+    std::string text = line(
+        "mould", story.settings.input + ": " + counted(t.mould->triangleCount(), "triangle", "triangles") +
+                     ", area " + number(m.mouldArea) + ", outline " + number(t.mould->loops.front().length) +
+                     " long" + (t.within ? ", within " + number(*t.within) + " of the seed" : ""));
     text += line("start", "seed " + pointText(c.seed) + ", warp " + pointText(c.warp) + ", cells " +
                               number(c.stepA) + " by " + number(c.stepB) +
                               (c.pivotByGridLine ? ", pivots by grid line" : ", pivots by least shear"));

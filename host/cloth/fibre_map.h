@@ -1,16 +1,10 @@
 // Which fibres lie on each triangle of the mould: what a structural model of the part needs.
 #pragma once
 
+#include "host/cloth/cell_cover.h"
 #include "host/cloth/measure.h"
 
 namespace drape::host {
-
-// How a triangle is covered, judged at its centroid.
-enum class Cover {
-    none = 0,  // no cell reaches it
-    whole = 1, // by a cell that lies on the mould with all its corners
-    edge = 2   // by a cell that hangs over an edge of the mould
-};
 
 struct TriangleFibres {
     Cover cover = Cover::none;

@@ -4,7 +4,7 @@
 #include "host/cloth/measure.h"
 
 #include "drape.h"
-#include "host/cloth/fibre_map.h"
+#include "host/cloth/cell_cover.h"
 #include "host/mesh/point.h"
 
 #include <algorithm>
@@ -75,13 +75,14 @@ void count(const Grid& grid, const Cell& cell, Measures& sums) {
 
 // Expects the area of all cells on the surface in `doubledShare` and leaves the shares there.
 void shareOut(const Mould& mould, const Grid& grid, Measures& sums) {
-    const std::vector<TriangleFibres> fibres = mapFibres(mould, grid, sums);
+    const CellCover cells(grid, sums.cells);
     double covered = 0.0;
     double under = 0.0; // of this, under cells that lie on the mould with all corners
-    for (std::size_t t = 0; t < fibres.size(); ++t) {
-        const double area = vec::areaOf(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2));
-        covered += fibres[t].cover != Cover::none ? area : 0.0;
-        under += fibres[t].cover == Cover::whole ? area : 0.0;
+    CellCover::Hint hint;
+    for (const Facet& facet : mould.facets) {
+        const Cover cover = cells.coverOf(facet, hint);
+        covered += cover != Cover::none ? facet.area : 0.0;
+        under += cover == Cover::whole ? facet.area : 0.0;
     }
     sums.coveredShare = covered / sums.mouldArea;
     sums.doubledShare = std::max(0.0, sums.doubledShare - under) / sums.mouldArea;
@@ -92,7 +93,7 @@ void shareOut(const Mould& mould, const Grid& grid, Measures& sums) {
 Measures measure(const Mould& mould, const Grid& grid, double lockingAngle) {
     Measures sums;
     sums.lockingAngle = lockingAngle;
-    sums.mouldArea = areaOf(mould);
+    sums.mouldArea = mould.area;
     sums.cells = cellsOf(grid);
     for (const Cell& cell : sums.cells) {
         if (cell.onSurface) {

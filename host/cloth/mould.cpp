@@ -2,8 +2,11 @@
 // longest loop alone is flagged. Edges between flagged vertices that two triangles share don't mislead it.
 #include "host/cloth/mould.h"
 
-#include "host/mesh/boundary_loops.h"
 #include "host/mesh/error.h"
+#include "host/mesh/fans.h"
+#include "host/mesh/nearest_point.h"
+
+#include <algorithm>
 
 namespace drape::host {
 
@@ -11,60 +14,75 @@ using namespace vec;
 
 namespace {
 
-void makeFans(Mould& mould) {
-    std::vector<std::int32_t> count(mould.positions.size() + 1, 0);
-    for (const std::int32_t corner : mould.corners) {
-        ++count[static_cast<std::size_t>(corner)];
+Facet facetOf(const Point& a, const Point& b, const Point& c) {
+    const Point square = cross(b - a, c - a); // to the triangle, twice as long as its area
+    Facet facet;
+    facet.centroid = scale(a + (b + c), 1.0 / 3.0);
+    facet.normal = unit(square);
+    facet.area = 0.5 * length(square);
+    constexpr double rounding = 1e-13; // of coordinates far from the origin
+    facet.reach =
+        std::max({distance(facet.centroid, a), distance(facet.centroid, b), distance(facet.centroid, c)}) +
+        rounding * length(facet.centroid);
+    return facet;
+}
+
+std::vector<std::int32_t> countedFromOne(std::vector<std::int32_t> numbers) {
+    for (std::int32_t& number : numbers) {
+        ++number;
     }
-    for (std::size_t v = 1; v < count.size(); ++v) {
-        count[v] += count[v - 1];
-    }
-    mould.fanStart.assign(count.begin(), count.end() - 1);
-    mould.fan.resize(mould.corners.size());
-    std::vector<std::int32_t> next = mould.fanStart;
-    for (std::size_t c = 0; c < mould.corners.size(); ++c) {
-        std::int32_t& place = next[static_cast<std::size_t>(mould.corners[c]) - 1];
-        mould.fan[static_cast<std::size_t>(place)] = static_cast<std::int32_t>(c / 3 + 1);
-        ++place;
-    }
+    return numbers;
 }
 
 } // namespace
 
-double areaOf(const Mould& mould) {
-    double sum = 0.0;
-    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
-        sum += vec::areaOf(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2));
-    }
-    return sum;
-}
-
-Mould mouldOf(TriangleMesh mesh, Notes& notes) {
-    const std::vector<Loop> loops = boundaryLoops(mesh);
-    if (loops.empty()) {
-        throw InputError("the surface is closed, and cloth needs an edge to end at", Refusal::closed);
-    }
-    if (loops.size() > 1) {
-        nameHoles(loops, mesh, NoteKind::holesLeft, "; cloth that runs into a hole ends there", notes);
-    }
+Mould mouldOf(TriangleMesh mesh) {
     Mould mould;
-    mould.positions = std::move(mesh.positions);
-    mould.sourceFaces = std::move(mesh.sourceFaces);
+    mould.loops = boundaryLoops(mesh);
+    Fans fans = fansOf(mesh);
+    fans.start.pop_back();
+    mould.fanStart = std::move(fans.start);
+    mould.fan = countedFromOne(std::move(fans.triangles));
     mould.corners.reserve(3 * mesh.triangles.size());
-    for (const Triangle& t : mesh.triangles) {
-        for (const std::int32_t v : t) {
+    mould.facets.reserve(mesh.triangles.size());
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        for (const std::int32_t v : mesh.triangles[t]) {
             mould.corners.push_back(v + 1);
         }
+        mould.facets.push_back(facetOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2)));
+        mould.area += mould.facets.back().area;
     }
-    makeFans(mould);
+    mould.positions = std::move(mesh.positions);
+    mould.sourceFaces = std::move(mesh.sourceFaces);
     mould.flagged.assign(mould.positions.size(), 0);
-    for (const std::int32_t v : loops.front().vertices) {
-        mould.flagged[static_cast<std::size_t>(v)] = 1;
-    }
-    for (const Loop& loop : loops) {
-        mould.loops.push_back(loop.vertices);
+    if (!mould.loops.empty()) {
+        for (const std::int32_t v : mould.loops.front().vertices) {
+            mould.flagged[at(v)] = 1;
+        }
     }
     return mould;
+}
+
+void requireEdge(const Mould& mould) {
+    if (mould.loops.empty()) {
+        throw InputError("the surface is closed, and cloth needs an edge to end at", Refusal::closed);
+    }
+}
+
+SurfacePoint nearestPoint(const Mould& mould, const Point& point) {
+    constexpr double slack = 1.0 + 1e-9; // far above rounding, so that no triangle is passed over wrongly
+    NearestOfMany nearest(point);
+    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
+        const Facet& facet = mould.facets[t];
+        const Point away = point - facet.centroid;
+        const double farthest = slack * (nearest.distance() + facet.reach);
+        if (dot(away, away) <= farthest * farthest) {
+            const Point q =
+                nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), point);
+            nearest.offer({q, t, distance(q, point)});
+        }
+    }
+    return nearest.best();
 }
 
 } // namespace drape::host

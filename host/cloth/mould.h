@@ -1,31 +1,48 @@
-// From triangles to a mould: the arrays that the library takes, with the outline flagged.
+// A surface made ready for the library: the arrays that a run takes, with the outline flagged, and what every
+// drape of it asks for again and again, worked out once.
 #pragma once
 
-#include "host/mesh/note.h"
+#include "host/mesh/boundary_loops.h"
+#include "host/mesh/surface_point.h"
 #include "host/mesh/triangle_mesh.h"
 
 namespace drape::host {
 
-// A triangulated mould, ready for the library. Vertex and triangle numbers are 0-based here; the int32
-// arrays that go to the library (`corners`, `fanStart`, `fan`) hold what its header asks for.
+// What is fixed about a triangle.
+struct Facet {
+    Point centroid{};
+    Point normal{};     // of unit length, in the sense of the winding; zero without area
+    double area = 0.0;  // in the mesh's unit squared
+    double reach = 0.0; // from the centroid to the farthest corner, at least
+};
+
+// Vertex and triangle numbers are 0-based here; the int32 arrays that go to the library (`corners`,
+// `fanStart`, `fan`) hold what its header asks for. It never changes once it is made, so threads may share
+// it.
 struct Mould {
     std::vector<Point> positions;
-    std::vector<std::int32_t> corners;            // 3 per triangle, 1-based vertices
-    std::vector<std::int32_t> fanStart;           // per vertex, entries of `fan` before its own
-    std::vector<std::int32_t> fan;                // triangles around each vertex, 1-based
-    std::vector<std::int32_t> flagged;            // per vertex, 1 on the boundary loop that the library walks
-    std::vector<std::vector<std::int32_t>> loops; // boundary loops, 0-based vertices, walked one first
+    std::vector<std::int32_t> corners;     // 3 per triangle, 1-based vertices
+    std::vector<std::int32_t> fanStart;    // per vertex, entries of `fan` before its own
+    std::vector<std::int32_t> fan;         // triangles around each vertex, 1-based
+    std::vector<std::int32_t> flagged;     // per vertex, 1 on the boundary loop that the library walks
     std::vector<std::int32_t> sourceFaces; // per triangle, its 1-based face in the file, 0 if not from it
+    std::vector<Loop> loops;   // the one walked first; none on a closed surface, which can't be draped
+    std::vector<Facet> facets; // per triangle
+    double area = 0.0;         // in the mesh's unit squared
 
-    std::size_t triangleCount() const { return corners.size() / 3; }
-    const Point& corner(std::size_t triangle, int k) const {
-        return positions[static_cast<std::size_t>(corners[3 * triangle + static_cast<std::size_t>(k)]) - 1];
+    std::size_t triangleCount() const { return facets.size(); }
+    const Point& corner(std::size_t triangle, std::size_t k) const {
+        return positions[at(corners[3 * triangle + k]) - 1];
     }
 };
 
-double areaOf(const Mould& mould); // in the mould's unit squared
+// `mesh` must be manifold and of one piece.
+Mould mouldOf(TriangleMesh mesh);
 
-// `mesh` must be manifold and of one piece. Throws InputError (closed) if it has no boundary.
-Mould mouldOf(TriangleMesh mesh, Notes& notes);
+// Throws InputError (closed) if the mould has no boundary for cloth to end at.
+void requireEdge(const Mould& mould);
+
+// The point of the mould nearest to `point`; of several triangles as near, on the first.
+SurfacePoint nearestPoint(const Mould& mould, const Point& point);
 
 } // namespace drape::host

@@ -87,12 +87,8 @@ void callLibrary(const Mould& mould, const Choice& choice, Grid& grid, RunWatch*
 
 double perimeterOf(const Mould& mould) {
     double sum = 0.0;
-    for (const auto& loop : mould.loops) {
-        for (std::size_t i = 0; i < loop.size(); ++i) {
-            const Point& a = mould.positions[static_cast<std::size_t>(loop[i])];
-            const Point& b = mould.positions[static_cast<std::size_t>(loop[(i + 1) % loop.size()])];
-            sum += std::hypot(b[0] - a[0], b[1] - a[1], b[2] - a[2]);
-        }
+    for (const Loop& loop : mould.loops) {
+        sum += loop.length;
     }
     return sum;
 }
@@ -106,7 +102,7 @@ double nodesFor(const Mould& mould, const Choice& choice, double layers) {
 } // namespace
 
 double expectedCells(const Mould& mould, const Choice& choice) {
-    return areaOf(mould) / (choice.stepA * choice.stepB);
+    return mould.area / (choice.stepA * choice.stepB);
 }
 
 std::int32_t usualMostNodes(const Mould& mould, const Choice& choice) {
@@ -116,6 +112,7 @@ std::int32_t usualMostNodes(const Mould& mould, const Choice& choice) {
 }
 
 Grid runDrape(const Mould& mould, Choice& choice, std::int32_t mostNodes, RunWatch* watch) {
+    requireEdge(mould);
     constexpr double layers = 2.0;
     const double wanted = nodesFor(mould, choice, layers);
     choice.nodeCapacity = static_cast<std::int32_t>(std::clamp(wanted, 4.0, static_cast<double>(mostNodes)));

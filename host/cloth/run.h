@@ -22,7 +22,7 @@ public:
 std::int32_t usualMostNodes(const Mould& mould, const Choice& choice);
 
 // Fills `choice.nodeCapacity` in. Runs again with more room if the nodes don't suffice, up to `mostNodes`.
-// `watch` can be null.
+// `watch` can be null. Throws InputError (closed) if the mould has no edge.
 Grid runDrape(const Mould& mould, Choice& choice, std::int32_t mostNodes, RunWatch* watch);
 
 // Cells that a mould of this area will take, roughly.

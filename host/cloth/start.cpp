@@ -68,11 +68,11 @@ std::array<double, 2> stepsFor(const StartWishes& wishes, double area) {
     return {step, step};
 }
 
-Choice choiceAt(const TriangleMesh& mesh, const SurfacePoint& seed, const StartWishes& wishes, double angle,
+Choice choiceAt(const Mould& mould, const SurfacePoint& seed, const StartWishes& wishes, double angle,
                 const std::array<double, 2>& steps, Notes& notes) {
     Choice choice;
     choice.seed = seed.position;
-    const Point normal = normalOf(mesh, seed.triangle);
+    const Point& normal = mould.facets[seed.triangle].normal;
     choice.normal = normal;
     choice.rosette = wishes.rosette ? laidIn(*wishes.rosette, normal, "rosette")
                      : wishes.warp  ? laidIn(*wishes.warp, normal, "warp")

@@ -2,6 +2,7 @@
 // caller's wishes and the surface.
 #pragma once
 
+#include "host/cloth/mould.h"
 #include "host/mesh/note.h"
 #include "host/mesh/surface_point.h"
 
@@ -44,7 +45,7 @@ std::array<double, 2> stepsFor(const StartWishes& wishes, double area);
 // Warp is the wanted direction laid into the seed triangle's plane and turned by `angle` degrees about its
 // normal; weft is square to it. Both are unit vectors. Throws InputError (upright) if a direction that was
 // asked for stands upright on the surface there.
-Choice choiceAt(const TriangleMesh& mesh, const SurfacePoint& seed, const StartWishes& wishes, double angle,
+Choice choiceAt(const Mould& mould, const SurfacePoint& seed, const StartWishes& wishes, double angle,
                 const std::array<double, 2>& steps, Notes& notes);
 
 // Degrees from the rosette to the warp at the seed, above -180 and up to 180, anticlockwise seen from the

@@ -34,17 +34,17 @@ TriangleMesh clippedBy(TriangleMesh mesh, const std::vector<Plane>& planes, Note
 
 // The surface point nearest to the centroid, unless that lies at an edge of the surface, where a drape gets
 // nowhere: then the nearest place to it that has a few cells of room, or half of the most room there is.
-SurfacePoint middleOf(const TriangleMesh& mesh, Notes& notes) {
+SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, Notes& notes) {
     constexpr double cellsOfRoom = 3.0;
     const Point centroid = centroidOf(mesh);
-    const SurfacePoint nearest = nearestSurfacePoint(mesh, centroid);
+    const SurfacePoint nearest = nearestPoint(mould, centroid);
     std::vector<std::int32_t> edge;
-    for (const Loop& loop : boundaryLoops(mesh)) {
+    for (const Loop& loop : mould.loops) {
         edge.insert(edge.end(), loop.vertices.begin(), loop.vertices.end());
     }
     const std::vector<double> toEdge = distancesAlong(mesh, edge);
     const auto room = [&](std::size_t t, const Point& p) {
-        const double area = vec::areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
+        const double area = mould.facets[t].area;
         double sum = 0.0;
         for (std::size_t k = 0; k < 3; ++k) {
             const double share =
@@ -57,7 +57,7 @@ SurfacePoint middleOf(const TriangleMesh& mesh, Notes& notes) {
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
         most = std::max(most, room(t, centreOf(mesh, t)));
     }
-    const double wanted = std::min(0.5 * most, cellsOfRoom * std::sqrt(areaOf(mesh)) / cellsAcross);
+    const double wanted = std::min(0.5 * most, cellsOfRoom * std::sqrt(mould.area) / cellsAcross);
     if (edge.empty() || room(nearest.triangle, nearest.position) >= wanted) {
         return nearest;
     }
@@ -101,10 +101,11 @@ Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, co
     const Point place = seed ? *seed : centroidOf(surface.mesh);
     const std::size_t atSeed = wishes.side ? nearestSurfacePoint(surface.mesh, place).triangle : 0;
     surface.side = turnToSide(surface.mesh, wishes.side, atSeed, notes);
+    surface.mould = std::make_shared<const Mould>(mouldOf(surface.mesh));
     const SurfacePoint middle =
-        seed ? nearestSurfacePoint(surface.mesh, *seed) : middleOf(surface.mesh, notes);
+        seed ? nearestPoint(*surface.mould, *seed) : middleOf(surface.mesh, *surface.mould, notes);
     surface.defaultSeed = middle.position;
-    double area = areaOf(surface.mesh);
+    double area = surface.mould->area;
     if (wishes.within) {
         const auto distances = distancesAlong(surface.mesh, middle);
         area = areaOf(patchWithin(surface.mesh, middle, distances, *wishes.within));

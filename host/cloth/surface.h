@@ -8,16 +8,18 @@
 #include "host/mesh/side.h"
 #include "host/mesh/triangle_mesh.h"
 
+#include <memory>
 #include <optional>
 #include <vector>
 
 namespace drape::host {
 
 struct Surface {
-    TriangleMesh mesh;             // one piece
-    Point defaultSeed{};           // the seed asked for, moved onto the mesh, else one near the middle
-    std::array<double, 2> steps{}; // cell lengths along warp and weft
-    Side side;                     // to which the normals point and on which the cloth lies
+    TriangleMesh mesh;                  // one piece
+    std::shared_ptr<const Mould> mould; // the same, ready for the library; never null
+    Point defaultSeed{};                // the seed asked for, moved onto the mesh, else one near the middle
+    std::array<double, 2> steps{};      // cell lengths along warp and weft
+    Side side;                          // to which the normals point and on which the cloth lies
 };
 
 // What is done to the polygons on their way.

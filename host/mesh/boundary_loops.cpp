@@ -58,10 +58,10 @@ std::vector<Loop> boundaryLoops(const TriangleMesh& mesh) {
     return loops;
 }
 
-Point centreOf(const Loop& loop, const TriangleMesh& mesh) {
+Point centreOf(const Loop& loop, const std::vector<Point>& positions) {
     Point sum{};
     for (const std::int32_t v : loop.vertices) {
-        sum = sum + mesh.positions[at(v)];
+        sum = sum + positions[at(v)];
     }
     return (1.0 / static_cast<double>(loop.vertices.size())) * sum;
 }
@@ -79,13 +79,17 @@ TriangleMesh withHolesFilled(TriangleMesh mesh, const std::vector<Loop>& loops) 
     return mesh;
 }
 
-void nameHoles(const std::vector<Loop>& loops, const TriangleMesh& mesh, NoteKind kind,
+void nameHoles(const std::vector<Loop>& loops, const std::vector<Point>& positions, NoteKind kind,
                const std::string& outcome, Notes& notes) {
+    if (loops.size() < 2) {
+        return;
+    }
     tell(notes, kind, "the surface has " + counted(loops.size() - 1, "hole", "holes") + outcome);
     for (std::size_t i = 1; i < loops.size() && i <= holesNamed; ++i) {
         tell(notes, NoteKind::hole,
-             "  hole of " + number(loops[i].length) + " round about " + pointText(centreOf(loops[i], mesh)) +
-                 ", " + std::to_string(loops[i].vertices.size()) + " edges");
+             "  hole of " + number(loops[i].length) + " round about " +
+                 pointText(centreOf(loops[i], positions)) + ", " + std::to_string(loops[i].vertices.size()) +
+                 " edges");
     }
     if (loops.size() - 1 > holesNamed) {
         tell(notes, NoteKind::hole, "  and " + std::to_string(loops.size() - 1 - holesNamed) + " more");
@@ -97,7 +101,7 @@ TriangleMesh withoutHoles(TriangleMesh mesh, Notes& notes) {
     if (loops.size() < 2) {
         return mesh;
     }
-    nameHoles(loops, mesh, NoteKind::holesFilled, ", filled so that the cloth runs on", notes);
+    nameHoles(loops, mesh.positions, NoteKind::holesFilled, ", filled so that the cloth runs on", notes);
     return withHolesFilled(std::move(mesh), loops);
 }
 

@@ -16,7 +16,7 @@ struct Loop {
 std::vector<Loop> boundaryLoops(const TriangleMesh& mesh);
 
 // Centre of a loop's vertices, to name it by.
-Point centreOf(const Loop& loop, const TriangleMesh& mesh);
+Point centreOf(const Loop& loop, const std::vector<Point>& positions);
 
 // Closes all loops but the longest with triangles, so that the cloth runs on over the holes.
 TriangleMesh withHolesFilled(TriangleMesh mesh, const std::vector<Loop>& loops);
@@ -24,8 +24,9 @@ TriangleMesh withHolesFilled(TriangleMesh mesh, const std::vector<Loop>& loops);
 // The same by itself: finds the loops, closes the holes and names them in the notes.
 TriangleMesh withoutHoles(TriangleMesh mesh, Notes& notes);
 
-// Tells of all loops but the first, the larger ones one by one. `outcome` says what becomes of them.
-void nameHoles(const std::vector<Loop>& loops, const TriangleMesh& mesh, NoteKind kind,
+// Tells of all loops but the first, if there are any, the larger ones one by one. `outcome` says what becomes
+// of them.
+void nameHoles(const std::vector<Loop>& loops, const std::vector<Point>& positions, NoteKind kind,
                const std::string& outcome, Notes& notes);
 
 } // namespace drape::host

@@ -3,6 +3,7 @@
 // doesn't follow the edges.
 #include "host/mesh/patch.h"
 
+#include "host/mesh/fans.h"
 #include "host/mesh/point.h"
 #include "host/mesh/topology.h"
 
@@ -41,20 +42,10 @@ double acrossTriangle(const Point& a, const Point& b, const Point& c, double da,
     return std::min(alongEdges, std::hypot(cx - sx, cy - sy));
 }
 
-std::vector<std::vector<std::size_t>> trianglesAround(const TriangleMesh& mesh) {
-    std::vector<std::vector<std::size_t>> around(mesh.positions.size());
-    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
-        for (const std::int32_t v : mesh.triangles[t]) {
-            around[static_cast<std::size_t>(v)].push_back(t);
-        }
-    }
-    return around;
-}
-
 using Start = std::pair<std::int32_t, double>; // vertex and its distance
 
 std::vector<double> runFront(const TriangleMesh& mesh, const std::vector<Start>& starts) {
-    const auto around = trianglesAround(mesh);
+    const Fans fans = fansOf(mesh);
     std::vector<double> reached(mesh.positions.size(), unreached);
     using Step = std::pair<double, std::size_t>;
     std::priority_queue<Step, std::vector<Step>, std::greater<>> open;
@@ -73,11 +64,12 @@ std::vector<double> runFront(const TriangleMesh& mesh, const std::vector<Start>&
         if (d > reached[v]) {
             continue;
         }
-        for (const std::size_t t : around[v]) {
+        for (const std::int32_t number : fans.around(v)) {
+            const Triangle& t = mesh.triangles[at(number)];
             for (std::size_t k = 0; k < 3; ++k) {
-                const auto a = static_cast<std::size_t>(mesh.triangles[t][(k + 1) % 3]);
-                const auto b = static_cast<std::size_t>(mesh.triangles[t][(k + 2) % 3]);
-                const auto c = static_cast<std::size_t>(mesh.triangles[t][k]);
+                const std::size_t a = at(t[(k + 1) % 3]);
+                const std::size_t b = at(t[(k + 2) % 3]);
+                const std::size_t c = at(t[k]);
                 if (c != v) {
                     improve(c, acrossTriangle(mesh.positions[a], mesh.positions[b], mesh.positions[c],
                                               reached[a], reached[b]));

@@ -3,6 +3,7 @@
 // the other diagonal of the quad that it forms with its neighbour.
 #include "host/mesh/repair.h"
 
+#include "host/mesh/box.h"
 #include "host/mesh/error.h"
 #include "host/mesh/point.h"
 #include "host/mesh/polygon_triangles.h"
@@ -267,18 +268,8 @@ void removeFlat(TriangleMesh& mesh, Notes& notes) {
 } // namespace
 
 double diagonalOf(const std::vector<Point>& points) {
-    if (points.empty()) {
-        return 0.0;
-    }
-    Point low = points.front();
-    Point high = low;
-    for (const Point& p : points) {
-        for (std::size_t k = 0; k < 3; ++k) {
-            low[k] = std::min(low[k], p[k]);
-            high[k] = std::max(high[k], p[k]);
-        }
-    }
-    return distance(low, high);
+    const Box3 box = boxOf(points);
+    return box.empty() ? 0.0 : distance(box.low, box.high);
 }
 
 TriangleMesh repairedMesh(const PolygonSoup& soup, bool weld, Notes& notes) {

@@ -1,9 +1,9 @@
-// The nearest point of a triangle is straight below the point, or else on one of the edges.
+// Sums over all triangles, in their order.
 #include "host/mesh/surface_point.h"
 
+#include "host/mesh/nearest_point.h"
 #include "host/mesh/point.h"
 
-#include <algorithm>
 #include <limits>
 
 namespace drape::host {
@@ -12,54 +12,40 @@ using namespace vec;
 
 namespace {
 
-Point nearestOnEdge(const Point& a, const Point& b, const Point& p) {
-    const Point ab = b - a;
-    const double square = dot(ab, ab);
-    const double t = square > 0.0 ? std::clamp(dot(p - a, ab) / square, 0.0, 1.0) : 0.0;
-    return mix(a, b, t);
-}
-
-Point nearestOf(const Point& a, const Point& b, const Point& c, const Point& p) {
-    const Point n = cross(b - a, c - a);
-    const bool inside = dot(cross(b - a, p - a), n) >= 0.0 && dot(cross(c - b, p - b), n) >= 0.0 &&
-                        dot(cross(a - c, p - c), n) >= 0.0 && dot(n, n) > 0.0;
-    if (inside) {
-        return p - (dot(p - a, n) / dot(n, n)) * n;
-    }
-    Point best = nearestOnEdge(a, b, p);
-    for (const Point& q : {nearestOnEdge(b, c, p), nearestOnEdge(c, a, p)}) {
-        if (distance(q, p) < distance(best, p)) {
-            best = q;
-        }
-    }
-    return best;
-}
+constexpr double rounding = 1e-12; // of coordinates, in a point that was moved onto a surface
 
 } // namespace
 
 SurfacePoint nearestOnTriangle(const TriangleMesh& mesh, std::size_t triangle, const Point& point) {
-    const Point q =
-        nearestOf(mesh.corner(triangle, 0), mesh.corner(triangle, 1), mesh.corner(triangle, 2), point);
+    const Point q = nearestOnTriangle(mesh.corner(triangle, 0), mesh.corner(triangle, 1),
+                                      mesh.corner(triangle, 2), point);
     return {q, triangle, distance(q, point)};
 }
 
-// A point over an edge is as near to two triangles but for rounding; the first of them has it, so that a
-// point that was moved onto the surface is found in the same triangle again.
+NearestOfMany::NearestOfMany(const Point& point) : point_(point), slack_(rounding * length(point)) {
+    best_.distance = std::numeric_limits<double>::infinity();
+}
+
+void NearestOfMany::offer(const SurfacePoint& candidate) {
+    if (candidate.distance < best_.distance - slack_) {
+        best_ = candidate;
+    }
+}
+
+SurfacePoint NearestOfMany::best() const {
+    SurfacePoint best = best_;
+    if (best.distance <= slack_) {
+        best.position = point_;
+    }
+    return best;
+}
+
 SurfacePoint nearestSurfacePoint(const TriangleMesh& mesh, const Point& point) {
-    constexpr double rounding = 1e-12;
-    const double slack = rounding * length(point);
-    SurfacePoint nearest;
-    nearest.distance = std::numeric_limits<double>::infinity();
+    NearestOfMany nearest(point);
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
-        const SurfacePoint found = nearestOnTriangle(mesh, t, point);
-        if (found.distance < nearest.distance - slack) {
-            nearest = found;
-        }
+        nearest.offer(nearestOnTriangle(mesh, t, point));
     }
-    if (nearest.distance <= slack) {
-        nearest.position = point;
-    }
-    return nearest;
+    return nearest.best();
 }
 
 Point normalOf(const TriangleMesh& mesh, std::size_t triangle) {

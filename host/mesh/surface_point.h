@@ -13,6 +13,25 @@ struct SurfacePoint {
 
 SurfacePoint nearestOnTriangle(const TriangleMesh& mesh, std::size_t triangle, const Point& point);
 
+// The nearest of the points on several triangles that are offered one after the other. A point over an edge
+// is as near to two triangles but for rounding; the first of them has it, so that a point that was moved onto
+// the surface stays where it is, and in its triangle, when it's looked up again.
+class NearestOfMany {
+public:
+    explicit NearestOfMany(const Point& point);
+
+    void offer(const SurfacePoint& candidate);
+
+    // Triangles farther off than this can be left out.
+    double distance() const { return best_.distance; }
+    SurfacePoint best() const;
+
+private:
+    Point point_;
+    double slack_;
+    SurfacePoint best_;
+};
+
 // Tries every triangle; for many points at once there is the surface tree.
 SurfacePoint nearestSurfacePoint(const TriangleMesh& mesh, const Point& point);
 

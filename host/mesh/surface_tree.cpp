@@ -15,10 +15,10 @@ namespace {
 
 constexpr std::size_t fewTriangles = 8;
 
-double distanceToBox(const Point& low, const Point& high, const Point& p) {
+double distanceTo(const Box3& box, const Point& p) {
     Point out{};
     for (std::size_t k = 0; k < 3; ++k) {
-        out[k] = std::max({low[k] - p[k], 0.0, p[k] - high[k]});
+        out[k] = std::max({box.low[k] - p[k], 0.0, p[k] - box.high[k]});
     }
     return length(out);
 }
@@ -30,30 +30,23 @@ SurfaceTree::SurfaceTree(const TriangleMesh& mesh) : mesh_(mesh), order_(mesh.tr
     for (std::size_t t = 0; t < order_.size(); ++t) {
         centres_.push_back(centreOf(mesh, t));
     }
-    boxes_.push_back({{}, {}, 0, order_.size(), 0});
-    for (std::size_t box = 0; box < boxes_.size(); ++box) {
-        grow(box);
+    nodes_.push_back({{}, 0, order_.size(), 0});
+    for (std::size_t node = 0; node < nodes_.size(); ++node) {
+        grow(node);
     }
 }
 
-void SurfaceTree::grow(std::size_t box) {
-    Box& here = boxes_[box];
-    const double far = std::numeric_limits<double>::infinity();
-    here.low = {far, far, far};
-    here.high = {-far, -far, -far};
+void SurfaceTree::grow(std::size_t node) {
+    Node& here = nodes_[node];
     for (std::size_t i = here.first; i < here.last; ++i) {
         for (std::size_t c = 0; c < 3; ++c) {
-            const Point& p = mesh_.corner(order_[i], c);
-            for (std::size_t k = 0; k < 3; ++k) {
-                here.low[k] = std::min(here.low[k], p[k]);
-                here.high[k] = std::max(here.high[k], p[k]);
-            }
+            here.box.add(mesh_.corner(order_[i], c));
         }
     }
     if (here.last - here.first <= fewTriangles) {
         return;
     }
-    const Point size = here.high - here.low;
+    const Point size = here.box.high - here.box.low;
     const auto axis = static_cast<std::size_t>(std::max_element(size.begin(), size.end()) - size.begin());
     const std::size_t middle = (here.first + here.last) / 2;
     const auto at = [&](std::size_t i) { return order_.begin() + static_cast<std::ptrdiff_t>(i); };
@@ -61,9 +54,9 @@ void SurfaceTree::grow(std::size_t box) {
                      [&](std::size_t a, std::size_t b) { return centres_[a][axis] < centres_[b][axis]; });
     const std::size_t first = here.first;
     const std::size_t last = here.last;
-    here.below = boxes_.size();
-    boxes_.push_back({{}, {}, first, middle, 0});
-    boxes_.push_back({{}, {}, middle, last, 0});
+    here.below = nodes_.size();
+    nodes_.push_back({{}, first, middle, 0});
+    nodes_.push_back({{}, middle, last, 0});
 }
 
 SurfacePoint SurfaceTree::nearest(const Point& point) const {
@@ -73,8 +66,8 @@ SurfacePoint SurfaceTree::nearest(const Point& point) const {
     return best;
 }
 
-void SurfaceTree::search(std::size_t box, const Point& point, SurfacePoint& best) const {
-    const Box& here = boxes_[box];
+void SurfaceTree::search(std::size_t node, const Point& point, SurfacePoint& best) const {
+    const Node& here = nodes_[node];
     if (here.below == 0) {
         for (std::size_t i = here.first; i < here.last; ++i) {
             const SurfacePoint found = nearestOnTriangle(mesh_, order_[i], point);
@@ -84,8 +77,8 @@ void SurfaceTree::search(std::size_t box, const Point& point, SurfacePoint& best
         }
         return;
     }
-    const double left = distanceToBox(boxes_[here.below].low, boxes_[here.below].high, point);
-    const double right = distanceToBox(boxes_[here.below + 1].low, boxes_[here.below + 1].high, point);
+    const double left = distanceTo(nodes_[here.below].box, point);
+    const double right = distanceTo(nodes_[here.below + 1].box, point);
     const std::size_t near = here.below + (left <= right ? 0 : 1);
     const std::size_t far = here.below + (left <= right ? 1 : 0);
     if (std::min(left, right) < best.distance) {

@@ -1,6 +1,7 @@
 // A hierarchy of boxes over a surface's triangles, for many questions after the nearest point.
 #pragma once
 
+#include "host/mesh/box.h"
 #include "host/mesh/surface_point.h"
 
 namespace drape::host {
@@ -12,19 +13,19 @@ public:
     SurfacePoint nearest(const Point& point) const;
 
 private:
-    struct Box {
-        Point low, high;
+    struct Node {
+        Box3 box;
         std::size_t first, last; // triangles of the box, as a range of `order_`
-        std::size_t below;       // first of two boxes inside, 0 for none
+        std::size_t below;       // first of the two nodes inside, 0 for none
     };
 
-    void grow(std::size_t box);
-    void search(std::size_t box, const Point& point, SurfacePoint& best) const;
+    void grow(std::size_t node);
+    void search(std::size_t node, const Point& point, SurfacePoint& best) const;
 
     const TriangleMesh& mesh_;
     std::vector<std::size_t> order_;
     std::vector<Point> centres_;
-    std::vector<Box> boxes_;
+    std::vector<Node> nodes_;
 };
 
 } // namespace drape::host

@@ -2,7 +2,7 @@
 // seeds taken before and from the outline.
 #include "host/search/candidates.h"
 
-#include "host/mesh/boundary_loops.h"
+#include "host/mesh/box.h"
 #include "host/mesh/patch.h"
 #include "host/mesh/surface_tree.h"
 
@@ -32,13 +32,13 @@ std::vector<Point> spreadSeeds(const Surface& surface, std::size_t count) {
             }
         }
     };
-    const std::vector<Loop> loops = boundaryLoops(mesh);
+    const std::vector<Loop>& loops = surface.mould->loops;
     if (!loops.empty()) {
         take(distancesAlong(mesh, loops.front().vertices), outlineWeight);
     }
     std::vector<Point> seeds{surface.defaultSeed};
     while (seeds.size() < count && seeds.size() < mesh.triangles.size()) {
-        take(distancesAlong(mesh, nearestSurfacePoint(mesh, seeds.back())), 1.0);
+        take(distancesAlong(mesh, nearestPoint(*surface.mould, seeds.back())), 1.0);
         const auto best = std::max_element(room.begin(), room.end());
         seeds.push_back(centreOf(mesh, static_cast<std::size_t>(best - room.begin())));
     }
@@ -47,14 +47,7 @@ std::vector<Point> spreadSeeds(const Surface& surface, std::size_t count) {
 }
 
 std::vector<Point> gridSeeds(const Surface& surface, std::size_t columns, std::size_t rows) {
-    Point low = surface.mesh.positions.front();
-    Point high = low;
-    for (const Point& p : surface.mesh.positions) {
-        for (std::size_t k = 0; k < 3; ++k) {
-            low[k] = std::min(low[k], p[k]);
-            high[k] = std::max(high[k], p[k]);
-        }
-    }
+    const auto [low, high] = boxOf(surface.mesh.positions);
     const Point size = high - low;
     std::array<std::size_t, 3> axes{0, 1, 2};
     std::stable_sort(axes.begin(), axes.end(),

@@ -25,32 +25,35 @@ struct Runner {
     double angle;
     const TrialWatch& watch;
 
-    // Drapes `mesh`, which holds `seed` on its surface.
-    Trial run(const TriangleMesh& mesh, const Point& seed, Notes& notes) const {
+    // Drapes `mould`, which holds `seed` on its surface.
+    Trial run(std::shared_ptr<const Mould> mould, const Point& seed, Notes& notes) const {
         Trial trial;
         trial.side = surface.side;
         trial.angle = angle;
-        const SurfacePoint start = nearestSurfacePoint(mesh, seed);
-        trial.choice = choiceAt(mesh, start, wishes.start, angle, surface.steps, notes);
-        trial.mould = mouldOf(mesh, notes);
-        const std::int32_t mostNodes = wishes.mostNodes.value_or(usualMostNodes(trial.mould, trial.choice));
-        const double cells = expectedCells(trial.mould, trial.choice);
+        trial.mould = std::move(mould);
+        const SurfacePoint start = nearestPoint(*trial.mould, seed);
+        trial.choice = choiceAt(*trial.mould, start, wishes.start, angle, surface.steps, notes);
+        requireEdge(*trial.mould);
+        nameHoles(trial.mould->loops, trial.mould->positions, NoteKind::holesLeft,
+                  "; cloth that runs into a hole ends there", notes);
+        const std::int32_t mostNodes = wishes.mostNodes.value_or(usualMostNodes(*trial.mould, trial.choice));
+        const double cells = expectedCells(*trial.mould, trial.choice);
         if (cells > mostNodes && !wishes.mostNodes) {
             throw InputError("a step of " + number(surface.steps[0]) + " makes about " + number(cells, 3) +
                                  " cells on this surface",
                              Refusal::tooFine);
         }
         const auto begin = std::chrono::steady_clock::now();
-        trial.grid = runDrape(trial.mould, trial.choice, mostNodes, watch.run);
+        trial.grid = runDrape(*trial.mould, trial.choice, mostNodes, watch.run);
         trial.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-        trial.measures = measure(trial.mould, trial.grid, wishes.lockingAngle);
+        trial.measures = measure(*trial.mould, trial.grid, wishes.lockingAngle);
         return trial;
     }
 
     Trial runWithin(const SurfacePoint& seed, const std::vector<double>& distances, double radius,
                     Notes& notes) const {
-        const TriangleMesh patch = patchWithin(surface.mesh, seed, distances, radius);
-        Trial trial = run(manifoldOf(patch, notes), seed.position, notes);
+        TriangleMesh patch = manifoldOf(patchWithin(surface.mesh, seed, distances, radius), notes);
+        Trial trial = run(std::make_shared<const Mould>(mouldOf(std::move(patch))), seed.position, notes);
         trial.within = radius;
         return trial;
     }
@@ -117,14 +120,14 @@ Trial drapeFrom(const Surface& surface, const TrialWishes& wishes, const Point& 
                 Notes& notes, const TrialWatch& watch) {
     const Runner runner{surface, wishes, angle, watch};
     if (!wishes.within && !wishes.withinLargest) {
-        return runner.run(surface.mesh, seed, notes);
+        return runner.run(surface.mould, seed, notes);
     }
-    const SurfacePoint start = nearestSurfacePoint(surface.mesh, seed);
+    const SurfacePoint start = nearestPoint(*surface.mould, seed);
     const std::vector<double> distances = distancesAlong(surface.mesh, start);
     if (wishes.within) {
         return runner.runWithin(start, distances, *wishes.within, notes);
     }
-    choiceAt(surface.mesh, start, wishes.start, angle, surface.steps, notes); // the runs below say nothing
+    choiceAt(*surface.mould, start, wishes.start, angle, surface.steps, notes); // the runs below say nothing
     return largestPatch(runner, start, distances, notes);
 }
 

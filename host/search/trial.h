@@ -20,7 +20,7 @@ struct TrialWishes {
 };
 
 struct Trial {
-    Mould mould;
+    std::shared_ptr<const Mould> mould; // the surface's own, or that of the patch; never null
     Choice choice;
     Grid grid;
     Measures measures;

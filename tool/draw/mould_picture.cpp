@@ -265,11 +265,12 @@ void drawFibres(Canvas& canvas, const Stage& stage, const DepthImage& image) {
 
 void drawOutlines(Canvas& canvas, const Stage& stage, const DepthImage& image) {
     const Mould& mould = *stage.scene.mould;
-    for (const auto& loop : mould.loops) {
+    for (const Loop& loop : mould.loops) {
         std::vector<Point> points;
-        for (std::size_t k = 0; k < loop.size() + 1 && !loop.empty(); ++k) {
-            points.push_back(mould.positions[static_cast<std::size_t>(loop[k % loop.size()])]);
+        for (const std::int32_t v : loop.vertices) {
+            points.push_back(mould.positions[at(v)]);
         }
+        points.push_back(points.front());
         addVisible(canvas, stage, image, points, strokeLift);
     }
     canvas.colour(ink, 0.75);

@@ -1,0 +1,254 @@
+// Cells are looked up through a hash of cubes of space two cells wide. The exact test works out the nearest
+// place of a cell, so cheap bounds go before it.
+#include "host/cloth/cell_cover.h"
+
+#include "host/mesh/nearest_point.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace drape::host {
+
+using namespace vec;
+
+namespace {
+
+// In cell lengths: how far a chord may stand off a curved mould, how far beside a cell still counts as in it,
+// how far off a cell's centre may be at most, and what keeps bounds clear of rounding.
+constexpr double largestStandOff = 0.5;
+constexpr double sideMargin = 0.05;
+constexpr double farthestCentre = 2.0;
+constexpr double slack = 1e-6;
+
+constexpr double cubeWidth = 2.0; // in cell lengths
+
+double longestSide(const Grid& grid, const std::vector<Cell>& cells) {
+    double longest = 0.0;
+    for (const Cell& cell : cells) {
+        for (std::size_t k = 0; cell.onSurface && k < 4; ++k) {
+            longest = std::max(longest, distance(nodePosition(grid, cell.nodes[k]),
+                                                 nodePosition(grid, cell.nodes[(k + 1) % 4])));
+        }
+    }
+    return longest;
+}
+
+// 21 bits per axis; far cubes that share a key only bring candidates that the distance turns down.
+std::uint64_t keyOf(const std::array<std::int64_t, 3>& cube) {
+    constexpr std::uint64_t mask = (1U << 21U) - 1;
+    const auto part = [](std::int64_t number) { return static_cast<std::uint64_t>(number) & mask; };
+    return part(cube[0]) << 42U | part(cube[1]) << 21U | part(cube[2]);
+}
+
+} // namespace
+
+struct CellCover::Place {
+    double distance = std::numeric_limits<double>::infinity();
+    Point point{};
+    double along = 0.0;
+    double across = 0.0;
+};
+
+CellCover::CellCover(const Grid& grid, const std::vector<Cell>& cells) : step_(longestSide(grid, cells)) {
+    if (!(step_ > 0.0) || !std::isfinite(step_)) {
+        return;
+    }
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> places;
+    for (std::size_t k = 0; k < cells.size(); ++k) {
+        const Shape shape = shapeOf(grid, cells[k], k);
+        if (shape.cover != Cover::none && isFinite(shape.centre)) {
+            places.emplace_back(keyOf(cubeOf(shape.centre)), static_cast<std::uint32_t>(shapes_.size()));
+            shapes_.push_back(shape);
+        }
+    }
+    std::sort(places.begin(), places.end());
+    for (const auto& [key, shape] : places) {
+        order_.push_back(shape);
+    }
+    for (std::size_t first = 0; first < places.size();) {
+        std::size_t last = first;
+        while (last < places.size() && places[last].first == places[first].first) {
+            ++last;
+        }
+        cubes_[places[first].first] = std::span(order_).subspan(first, last - first);
+        first = last;
+    }
+}
+
+CellCover::Half CellCover::halfOf(const Point& a, const Point& b, const Point& c) {
+    const Point square = cross(b - a, c - a);
+    const double part = 1.0 / dot(square, square);
+    return {scale(cross(c - a, square), part), scale(cross(square, b - a), part), unit(square)};
+}
+
+CellCover::Shape CellCover::shapeOf(const Grid& grid, const Cell& cell, std::size_t index) const {
+    Shape shape{};
+    double reach = 0.0;
+    shape.cell = index;
+    shape.cover = cell.onSurface ? Cover::whole : hangsOverEdge(grid, cell) ? Cover::edge : Cover::none;
+    std::array<Point, 4> q;
+    for (std::size_t k = 0; k < 4; ++k) {
+        q[k] = nodePosition(grid, cell.nodes[k]);
+        shape.centre = shape.centre + 0.25 * q[k];
+        shape.normal = shape.normal + nodeNormal(grid, cell.nodes[k]);
+    }
+    shape.first = distance(q[0], q[2]) <= distance(q[1], q[3]) ? 0 : 1;
+    for (std::size_t k = 0; k < 4; ++k) {
+        shape.corners[k] = q[(shape.first + k) % 4];
+        reach = std::max(reach, distance(shape.centre, q[k]));
+    }
+    // A place of the cell that is lain over is within standing-off and side margin of the centroid.
+    const double far = (largestStandOff + sideMargin + slack) * step_ + reach;
+    shape.farSquare = far * far;
+    shape.halves = {halfOf(shape.corners[0], shape.corners[1], shape.corners[2]),
+                    halfOf(shape.corners[0], shape.corners[2], shape.corners[3])};
+    return shape;
+}
+
+CellCover::Cube CellCover::cubeOf(const Point& p) const {
+    constexpr double farthest = 1e15;
+    Cube cube{};
+    for (std::size_t k = 0; k < 3; ++k) {
+        const double number = std::floor(p[k] / (cubeWidth * step_));
+        cube[k] = static_cast<std::int64_t>(std::clamp(number, -farthest, farthest));
+    }
+    return cube;
+}
+
+// Calls `use` with each shape in a cube and the cubes around it.
+template <class Use>
+void CellCover::around(const Cube& cube, Use use) const {
+    for (std::int64_t x = -1; x <= 1; ++x) {
+        for (std::int64_t y = -1; y <= 1; ++y) {
+            for (std::int64_t z = -1; z <= 1; ++z) {
+                const auto found = cubes_.find(keyOf({cube[0] + x, cube[1] + y, cube[2] + z}));
+                if (found != cubes_.end()) {
+                    std::for_each(found->second.begin(), found->second.end(), use);
+                }
+            }
+        }
+    }
+}
+
+// The nearest place of a cell, taken as two triangles along its shorter diagonal.
+CellCover::Place CellCover::placeIn(const Shape& shape, const Point& p) {
+    constexpr std::array<std::array<double, 2>, 4> places{{{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.0, 1.0}}};
+    Place best;
+    for (const std::size_t k : {1U, 2U}) {
+        const Point& a = shape.corners[0];
+        const Point& b = shape.corners[k];
+        const Point& c = shape.corners[k + 1];
+        const auto [toB, toC] = nearestShares(a, b, c, p);
+        const Point nearest = a + (scale(b - a, toB) + scale(c - a, toC));
+        const double d = distance(p, nearest);
+        if (d < best.distance) {
+            const auto& [aAlong, aAcross] = places[shape.first];
+            const auto& [bAlong, bAcross] = places[(shape.first + k) % 4];
+            const auto& [cAlong, cAcross] = places[(shape.first + k + 1) % 4];
+            best = {d, nearest, aAlong + toB * (bAlong - aAlong) + toC * (cAlong - aAlong),
+                    aAcross + toB * (bAcross - aAcross) + toC * (cAcross - aAcross)};
+        }
+    }
+    return best;
+}
+
+// Necessary for lying over.
+bool CellCover::canLieOver(const Shape& shape, const Facet& facet) const {
+    const Point away = shape.centre - facet.centroid;
+    const double square = dot(away, away);
+    if (square > shape.farSquare || dot(shape.normal, facet.normal) <= 0.0) {
+        return false;
+    }
+    const double farthest = farthestCentre * step_;
+    return square < (1.0 - slack) * farthest * farthest ||
+           !(distance(shape.centre, facet.centroid) > farthest);
+}
+
+bool CellCover::liesOver(const Facet& facet, const Place& place) const {
+    const Point offset = facet.centroid - place.point;
+    const double off = dot(offset, facet.normal);
+    const double beside = length(offset - scale(facet.normal, off));
+    return std::abs(off) <= largestStandOff * step_ && beside <= sideMargin * step_;
+}
+
+// A centroid this near to any point of the cell is as near to the nearest one, whichever way that lies.
+bool CellCover::surelyLiesOver(const Shape& shape, const Facet& facet) const {
+    const Point arm = facet.centroid - shape.corners[0];
+    return std::any_of(shape.halves.begin(), shape.halves.end(), [&](const Half& half) {
+        const double second = dot(arm, half.toSecond);
+        const double third = dot(arm, half.toThird);
+        return second >= 0.0 && third >= 0.0 && second + third <= 1.0 &&
+               std::abs(dot(arm, half.height)) <= (sideMargin - slack) * step_;
+    });
+}
+
+// All corners lie farther back than the side margin along one direction square to the facet's normal.
+bool CellCover::surelyLiesBeside(const Shape& shape, const Facet& facet) const {
+    const Point arm = facet.centroid - shape.centre;
+    const Point aside = arm - scale(facet.normal, dot(arm, facet.normal));
+    double least = std::numeric_limits<double>::infinity();
+    for (const Point& corner : shape.corners) {
+        least = std::min(least, dot(facet.centroid - corner, aside));
+    }
+    const double margin = (sideMargin + slack) * step_;
+    return least > 0.0 && least * least > margin * margin * dot(aside, aside);
+}
+
+// For a shape that can lie over the facet.
+bool CellCover::covers(const Shape& shape, const Facet& facet) const {
+    return surelyLiesOver(shape, facet) ||
+           (!surelyLiesBeside(shape, facet) && liesOver(facet, placeIn(shape, facet.centroid)));
+}
+
+CellPlace CellCover::nearestOver(const Facet& facet) const {
+    CellPlace found;
+    if (shapes_.empty()) {
+        return found;
+    }
+    double nearest = 0.0;
+    around(cubeOf(facet.centroid), [&](std::uint32_t index) {
+        const Shape& shape = shapes_[index];
+        if ((found.cover == Cover::whole && shape.cover == Cover::edge) || !canLieOver(shape, facet)) {
+            return;
+        }
+        const Place place = placeIn(shape, facet.centroid);
+        if ((shape.cover != found.cover || place.distance < nearest) && liesOver(facet, place)) {
+            nearest = place.distance;
+            found = {shape.cell, shape.cover, place.along, place.across};
+        }
+    });
+    return found;
+}
+
+Cover CellCover::coverOf(const Facet& facet, Hint& hint) const {
+    if (shapes_.empty()) {
+        return Cover::none;
+    }
+    Cover best = Cover::none;
+    const auto wholeAt = [&](std::size_t index) {
+        const Shape& shape = shapes_[index];
+        if (best != shape.cover && canLieOver(shape, facet) && covers(shape, facet)) {
+            best = shape.cover;
+            hint.shape = index;
+        }
+        return best == Cover::whole;
+    };
+    if (wholeAt(hint.shape)) {
+        return best;
+    }
+    const Cube cube = cubeOf(facet.centroid);
+    if (!hint.known || cube != hint.cube) {
+        hint.cube = cube;
+        hint.known = true;
+        hint.near.clear();
+        around(cube, [&](std::uint32_t index) { hint.near.push_back(index); });
+    }
+    const auto found = std::find_if(hint.near.begin(), hint.near.end(), wholeAt);
+    if (found != hint.near.end()) {
+        std::rotate(hint.near.begin(), found, found + 1);
+    }
+    return best;
+}
+
+} // namespace drape::host
