@@ -468,11 +468,22 @@ class Refusals(Case):
             "nan.stl": stl_binary(good)[:100] + struct.pack("<f", math.nan) + stl_binary(good)[104:],
             "many.stl": b"x".ljust(80) + struct.pack("<I", 4000000000), "noise.glb": b"glTF" + bytes(range(256)) * 4,
             "noise.3ds": bytes(range(255, -1, -1)) * 16, "plain.txt": "hello\n", "noending": "hello\n",
+            "next.obj": text.replace("f 1 ", "f 50 ", 1), "next.ply": ply_text((good[0], [(0, 1, 49)])),
+        }
+        told = {
+            "empty.obj": "the file is empty", "blank.obj": "holds no faces\n", "points.obj": "holds no faces, only points",
+            "word.obj": "vertex 1 isn't", "nan.obj": "vertex 2 isn't", "huge.obj": "face 1 can't be read to its end",
+            "beyond.obj": "face 1 names a vertex that isn't in the file, which has 49", "next.obj": "face 1 names",
+            "next.ply": "face 1 names", "wide.obj": "too wide", "torn.obj": "probably cut off",
+            "flat.obj": "no triangle with an area", "torn.off": "up to vertex 49, face 72", "torn.ply": "up to vertex 49, face 69",
+            "torn.stl": "ends before its \"endsolid\"", "torn2.stl": "probably cut off", "nan.stl": "vertex 1 isn't",
+            "many.stl": "announces 4000000000 facets",
         }
         for name, content in bad.items():
             with self.subTest(name):
                 done = self.drape(self.file(name, content), expect=INPUT)
                 self.assertTrue(done.stderr.startswith("drape: "), done.stderr)
+                self.assertIn(told.get(name, name), done.stderr)
                 self.assertEqual(done.stdout, "")
         self.drape("nowhere.obj", expect=INPUT)
         self.drape(self.folder, expect=INPUT)

@@ -326,7 +326,7 @@ class Drawings(Drapes):
         drawing = Svg(drape.path["pattern.svg"])
         bars = [s for s in drawing.shapes if s["stroke"] and len(s["parts"]) == 3 and near(s["stroke"], INK, 1e-3)]
         (bar,) = bars
-        (a, b) = bar["parts"][2]
+        a, b = self.ends_of(bar)
         label = float(re.search(r"([\d.]+) mm shear", text)[1])
         self.assertAlmostEqual(math.dist(a, b) / label, 1.0, 4)
         half = (size[0] - 2 * MARGIN * growth) / 2
@@ -440,6 +440,13 @@ class Drawings(Drapes):
         self.assertTrue(all(0.15 < share < 1.13 and -0.02 < shine < 0.12 for _, share, shine in lights))
         self.assertGreater(lights[-1][1] - lights[0][1], 0.1)
 
+    def ends_of(self, bar):
+        """The ends of a scale bar, at which its two strokes across stand."""
+        *across, line = bar["parts"]
+        self.assertTrue(all(near(model.middle(*stroke), end, 0.02) for stroke, end in zip(across, line)))
+        self.assertLess(line[0][0], line[1][0])
+        return line
+
     def brightness(self, drawn, colour):
         """A drawn colour is a share of the plain one plus white; both in linear light, least squares over three."""
         y, x = ([model.to_linear(c) for c in colours] for colours in (drawn, colour))
@@ -539,7 +546,7 @@ class Drawings(Drapes):
         xs, ys = zip(*ring[0]["parts"][0])
         self.assertTrue(near(((min(xs) + max(xs)) / 2, (min(ys) + max(ys)) / 2), see(grid.position[0]), 4))
         (bar,) = [s for s in drawing.shapes if s["stroke"] and len(s["parts"]) == 3 and not s["fill"] and s["width"] > 2]
-        (a, b) = bar["parts"][2]
+        a, b = self.ends_of(bar)
         millimetres = math.dist(a, b) / scale * self.unit[name]
         digits = millimetres / 10 ** math.floor(math.log10(millimetres) + 1e-5)
         self.assertTrue(any(abs(digits - d) < 1e-3 for d in (1, 2, 5)), millimetres)

@@ -1,8 +1,10 @@
 """What a sweep does to the processes and folders of its machine, also when its user or its machine ends it early."""
 
+import contextlib
 import csv
 import os
 import pathlib
+import re
 import signal
 import subprocess
 import sys
@@ -94,6 +96,21 @@ class Processes(Case):
                 self.assertEqual(half(), set())
                 for name in set(names) & set(os.listdir(self.folder)):
                     self.assertTrue((self.folder / name).read_text().rstrip().endswith("</VTKFile>"), name)
+
+    def test_sweep_shows_on_a_terminal_how_far_it_is(self):
+        screen, terminal = os.openpty()
+        self.addCleanup(os.close, screen)
+        done = subprocess.run([DRAPE, self.mesh, "--step", "0.1", "--sweep-seeds", "1", "--sweep-angles", "0:30:1", "-j", "2"],
+                              stdout=subprocess.DEVNULL, stderr=terminal, timeout=PATIENCE)
+        os.close(terminal)
+        text = b""
+        with contextlib.suppress(OSError):  # at the end of what was written
+            while part := os.read(screen, 4096):
+                text += part
+        self.assertEqual(done.returncode, DONE)
+        shown = [int(count) for count in re.findall(r"\rdrape: (\d+) of 30 drapes done ", text.decode())]
+        self.assertTrue(shown and shown == sorted(shown) and shown[-1] <= 30, text)
+        self.assertIn("\r\x1b[K", text.decode())
 
 
 if __name__ == "__main__":
