@@ -7,30 +7,12 @@
 
 #include "run/model.h"
 #include "services/work_arrays.h"
+#include "surface/box.h"
 
 #include <algorithm>
 #include <limits>
 
 namespace drape {
-
-struct Box {
-    Vec3 low, high;
-
-    // Inside out, so that it overlaps nothing and whatever it takes in becomes its extent.
-    static constexpr Box nothing() {
-        constexpr double endless = std::numeric_limits<double>::infinity();
-        return {{endless, endless, endless}, {-endless, -endless, -endless}};
-    }
-    void include(const Vec3& p) {
-        low = {std::min(low.x, p.x), std::min(low.y, p.y), std::min(low.z, p.z)};
-        high = {std::max(high.x, p.x), std::max(high.y, p.y), std::max(high.z, p.z)};
-    }
-
-    bool overlaps(const Box& other) const {
-        return low.x <= other.high.x && other.low.x <= high.x && low.y <= other.high.y &&
-               other.low.y <= high.y && low.z <= other.high.z && other.low.z <= high.z;
-    }
-};
 
 class BoundaryTree {
 public:

@@ -41,6 +41,7 @@ inline bool enclosesNothing(const Vec3& e1, const Vec3& e2, const Vec3& cross) {
 // The measures on which bounds of a triangle rest.
 struct TriangleShape {
     double longest, shortest; // sides
+    Vec3 cross;               // of the sides that leave corner A
     double area;              // of the parallelogram
 
     TriangleShape(const Vec3& a, const Vec3& b, const Vec3& c) {
@@ -49,7 +50,8 @@ struct TriangleShape {
         const double ca = vor(a - c);
         longest = std::sqrt(std::max(ab, std::max(bc, ca)));
         shortest = std::sqrt(std::min(ab, std::min(bc, ca)));
-        area = std::sqrt(vor(parvis(b - a, c - a)));
+        cross = parvis(b - a, c - a);
+        area = std::sqrt(vor(cross));
     }
 
     // Slivers, and what holds no number: exact tests on them are too ill-conditioned to be bounded.

@@ -34,6 +34,9 @@ public:
         // Triangles that stand in no fan.
         for (std::int32_t t = 1; triangleCount_ < outer_.triCount; ++t)
             numberOf(t, triVerts);
+        // In a pass of its own, where nothing waits for the vertices' new numbers.
+        for (std::int64_t k = 0; k < 3 * std::int64_t{outer_.triCount}; ++k)
+            triVerts[k] = innerVertices_[triVerts[k] - 1];
     }
 
 private:
@@ -42,8 +45,7 @@ private:
         std::int32_t& number = innerTriangles_[triangle - 1];
         if (number == 0) {
             for (int corner = 0; corner < 3; ++corner)
-                triVerts[3 * std::int64_t{triangleCount_} + corner] =
-                    innerVertices_[outer_.vertexOf(triangle, corner) - 1];
+                triVerts[3 * std::int64_t{triangleCount_} + corner] = outer_.vertexOf(triangle, corner);
             outerTriangles_[triangleCount_] = triangle;
             number = ++triangleCount_;
         }

@@ -6,6 +6,10 @@
 
 #include <cstdint>
 
+#if defined(__SSE2__) && !defined(DRAPE_PLAIN_LANES)
+#include <emmintrin.h>
+#endif
+
 namespace drape {
 
 constexpr int LANES = 4;
@@ -77,5 +81,17 @@ inline FloatLanes choose(const IntLanes& where, const FloatLanes& a, const Float
 }
 
 #endif
+
+// One bit for each lane that holds any, the first lane's lowest.
+inline unsigned maskOf(const IntLanes& lanes) {
+#if defined(__SSE2__) && !defined(DRAPE_PLAIN_LANES)
+    return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(lanes)));
+#else
+    unsigned mask = 0;
+    for (int k = 0; k < LANES; ++k)
+        mask |= (lanes[k] != 0 ? 1u : 0u) << k;
+    return mask;
+#endif
+}
 
 } // namespace drape

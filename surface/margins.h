@@ -94,6 +94,7 @@ constexpr double SIDE_ROUNDING = 8.0 * ROUNDOFF;
 // hit, and the places of hits spread over the disc. At all others P is off by CUT_ROUNDING / NEARLY_COPLANAR
 // of the coordinates, 7e-12, which vanishes in the slack of the single precision in which boxes are tested.
 constexpr double NEARLY_COPLANAR = 1e-3;
+constexpr double COPLANAR_COSINE = 1.0 - 0.5 * NEARLY_COPLANAR * NEARLY_COPLANAR * (1.0 + NEARLY_COPLANAR);
 constexpr double SINGLE_SLACK = 2e-6; // of coordinates, boxes and radius; 6e-8 is lost some ten times over
 static_assert(10.0 * CUT_ROUNDING / NEARLY_COPLANAR < SINGLE_SLACK);
 constexpr double LARGEST_SINGLE = 1e15; // its square, and that of its inverse, fit single precision
@@ -117,6 +118,50 @@ inline double hitMargin(const TriangleShape& shape, double tolerance, double rea
     if (!(curvature * (extent + span) < 0.25 * shape.longest) || !(beside < span))
         return ENDLESS;
     return 2.0 * tolerance + beside + SINGLE_SLACK * shape.longest;
+}
+
+// Where on a circle the answer of a search lies as a rule: at least FORWARD_SHARE of the radius ahead.
+//
+// With f the unit way ahead, square to the axis but for SQUARE_SHARE, and s = axis x f, a hit that far ahead
+// is C + x f + y s with 0.95 r <= x and x^2 + y^2 <= (r + tolerance)^2, since the foot itself can count as a
+// point within the tolerance of the rim. That leaves a rectangle. On planes that aren't nearly coplanar with
+// the circle's, hits are off it by CUT_ROUNDING / NEARLY_COPLANAR of their coordinates, which at the ends of
+// the rectangle counts some three times; both are far below the share by which it is widened.
+constexpr double FORWARD_SHARE = 0.95;
+constexpr double SQUARE_SHARE = 1e-10;
+constexpr double ARC_SHARE = 1e-9; // of coordinates and radius
+static_assert(10.0 * CUT_ROUNDING / NEARLY_COPLANAR < ARC_SHARE);
+
+struct ForwardArc {
+    ForwardArc(const Vec3& centre, const Vec3& axis, double radius, const Vec3& forward, double tolerance) {
+        const double length = std::sqrt(vor(forward));
+        const Vec3 f = forward / length;
+        bounded =
+            length > SMALLEST_LENGTH && length < LARGEST_LENGTH && std::fabs(prosca(axis, f)) < SQUARE_SHARE;
+        const Vec3 s = parvis(axis, f);
+        const double outer = radius + tolerance;
+        const double inner = FORWARD_SHARE * radius;
+        const double aside = std::sqrt(outer * outer - inner * inner);
+        const double slack = ARC_SHARE * (sizeOf(centre) + outer);
+        least = inner * length;
+        const Vec3 middle = 0.5 * (inner + outer) * f;
+        const auto reach = [&](double fk, double sk) {
+            return 0.5 * (outer - inner) * std::fabs(fk) + aside * std::fabs(sk) + slack;
+        };
+        const Vec3 half{reach(f.x, s.x), reach(f.y, s.y), reach(f.z, s.z)};
+        low = centre + middle - half;
+        high = centre + middle + half;
+    }
+
+    bool bounded;
+    double least; // that a hit so far ahead has as its dot product with `forward`
+    Vec3 low, high;
+};
+
+// What is dropped where the grid came from lies within tolerance of a place within the radius of the point
+// behind. So a hit is safe from that beyond the sum of the two, three roundings aside.
+inline double safeFromDropping2(double radius, double tolerance) {
+    return (radius + tolerance) * (radius + tolerance) * (1.0 + 16.0 * ROUNDOFF);
 }
 
 // The same for a single point whose triple products are at hand: where one of them is below minus the limit,

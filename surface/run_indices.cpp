@@ -29,8 +29,16 @@ bool RunIndices::renumber(SurfaceMesh& mesh, std::int32_t* boundaryEdges, std::i
 
 bool RunIndices::build(SurfaceMesh& mesh, std::int32_t* boundaryEdges, double tolerance, double reach,
                        std::int32_t& status) {
-    return renumber(mesh, boundaryEdges, status) && triangleBounds.build(mesh, tolerance, status) &&
-           triangleTree.build(mesh, tolerance, reach, status) && boundaryTree.build(mesh, tolerance, status);
+    if (!renumber(mesh, boundaryEdges, status) || !triangleBounds.begin(mesh, tolerance, status) ||
+        !triangleTree.begin(mesh, tolerance, reach, status))
+        return false;
+    for (std::int32_t t = 1; t <= mesh.triCount; ++t) {
+        const MeasuredTriangle measured(mesh, t);
+        triangleBounds.put(t, measured);
+        triangleTree.put(t, measured);
+    }
+    triangleTree.finish();
+    return boundaryTree.build(mesh, tolerance, status);
 }
 
 void RunIndices::release(std::int32_t& status) {

@@ -40,9 +40,9 @@ inline bool onFastRoad() {
     return model->indices != nullptr;
 }
 
-// The tree of triangles, null on the plain road and for meshes that it can't bound.
-inline const TriangleTree* treeOfTriangles() {
-    return onFastRoad() && model->indices->triangleTree.usable() ? &model->indices->triangleTree : nullptr;
+// Whether there is a tree of triangles: not on the plain road, nor for meshes that it can't bound.
+inline bool hasTriangleTree() {
+    return onFastRoad() && model->indices->triangleTree.usable();
 }
 
 // Calls visit(edge) in ascending order for all boundary edges that can overlap `box`, until it returns false.

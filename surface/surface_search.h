@@ -1,16 +1,10 @@
 // The surface search: the triangles near a circle, and the point where the circle meets them.
 #pragma once
 
-#include "surface/search_scratch.h"
-#include "surface/triangle_bounds.h"
+#include "surface/candidates.h"
+#include "surface/flood.h"
 
 namespace drape {
-
-struct SurfacePoint {
-    Vec3 point{};
-    Vec3 normal{};
-    std::int32_t triangle = 0; // 0: nothing was found
-};
 
 // The circle on which a node has to lie, and what tells one of its points from another.
 struct CircleSearch {
@@ -27,9 +21,5 @@ struct CircleSearch {
 // a work-array code if a working table can't grow.
 bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleSearch& search,
                    SearchScratch& scratch, SurfacePoint& found, std::int32_t& status);
-
-// Only the list: all triangles in range, for those who don't take the point that was found.
-bool listInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
-                 std::int32_t& status);
 
 } // namespace drape

@@ -1,7 +1,7 @@
 // Bounding spheres: what a sphere, or the corners, settle before the exact distance.
 #include "surface/triangle_bounds.h"
 
-#include "surface/flatness.h"
+#include "surface/box.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,10 +9,6 @@
 
 namespace drape {
 namespace {
-
-float roundedUp(double value) {
-    return std::nextafter(static_cast<float>(value), std::numeric_limits<float>::infinity());
-}
 
 // Squared distance from p to the segment that leaves `a` along `ab`, with `ap` from a to p.
 double squaredDistanceToEdge(const Vec3& ap, const Vec3& ab) {
@@ -54,27 +50,36 @@ double squaredDistance(const Vec3& p, const Vec3& a, const Vec3& b, const Vec3& 
 
 } // namespace
 
-TriangleBounds::Sphere TriangleBounds::boundOf(const Vec3& a, const Vec3& b, const Vec3& c,
-                                               double tolerance) {
-    const Vec3 centre = (a + b + c) / 3.0;
-    const double offset = std::max(margins::largestCoordinate(a),
-                                   std::max(margins::largestCoordinate(b), margins::largestCoordinate(c)));
-    const double slack = margins::distanceSlack(TriangleShape(a, b, c), offset, tolerance);
-    if (!(slack < margins::ENDLESS)) {
-        constexpr float endless = std::numeric_limits<float>::infinity();
-        return {0.0, 0.0, 0.0, endless, endless};
-    }
-    const double radius = std::sqrt(std::max(cadis(a, centre), std::max(cadis(b, centre), cadis(c, centre))));
-    return {centre.x, centre.y, centre.z, roundedUp(radius), roundedUp(slack)};
-}
-
-bool TriangleBounds::build(const SurfaceMesh& mesh, double tolerance, std::int32_t& status) {
+bool TriangleBounds::begin(const SurfaceMesh& mesh, double tolerance, std::int32_t& status) {
     if (!block_.take(4 * std::int64_t{mesh.triCount}, status))
         return false;
     mesh_ = &mesh;
+    tolerance_ = tolerance;
     spheres_ = reinterpret_cast<Sphere*>(block_.data());
+    return true;
+}
+
+void TriangleBounds::put(std::int32_t triangle, const MeasuredTriangle& t) {
+    const Vec3 centre = (1.0 / 3.0) * (t.a + t.b + t.c);
+    const double offset =
+        std::max(margins::largestCoordinate(t.a),
+                 std::max(margins::largestCoordinate(t.b), margins::largestCoordinate(t.c)));
+    const double slack = margins::distanceSlack(t.shape, offset, tolerance_);
+    if (!(slack < margins::ENDLESS)) {
+        constexpr float endless = std::numeric_limits<float>::infinity();
+        spheres_[triangle - 1] = {0.0, 0.0, 0.0, endless, endless};
+        return;
+    }
+    const double radius =
+        std::sqrt(std::max(cadis(t.a, centre), std::max(cadis(t.b, centre), cadis(t.c, centre))));
+    spheres_[triangle - 1] = {centre.x, centre.y, centre.z, roundedUp(radius), roundedUp(slack)};
+}
+
+bool TriangleBounds::build(const SurfaceMesh& mesh, double tolerance, std::int32_t& status) {
+    if (!begin(mesh, tolerance, status))
+        return false;
     for (std::int32_t t = 1; t <= mesh.triCount; ++t)
-        spheres_[t - 1] = boundOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2), tolerance);
+        put(t, MeasuredTriangle(mesh, t));
     return true;
 }
 

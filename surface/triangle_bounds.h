@@ -8,6 +8,7 @@
 #include "run/model.h"
 #include "services/work_arrays.h"
 #include "surface/margins.h"
+#include "surface/measured_triangle.h"
 
 namespace drape {
 
@@ -28,7 +29,10 @@ struct Ball {
 
 class TriangleBounds {
 public:
-    // Takes one work array, 32 bytes per triangle.
+    // Takes one work array, 32 bytes per triangle. After begin, `put` is called for all triangles. False with
+    // a work-array code.
+    bool begin(const SurfaceMesh& mesh, double tolerance, std::int32_t& status);
+    void put(std::int32_t triangle, const MeasuredTriangle& measured);
     bool build(const SurfaceMesh& mesh, double tolerance, std::int32_t& status);
     void release(std::int32_t& status) { block_.release(status); }
 
@@ -44,6 +48,12 @@ public:
         const double outer =
             ball.clearlyBeyond + static_cast<double>(s.slack) + static_cast<double>(s.radius);
         return distance2 > outer * outer ? Range::out : Range::unknown;
+    }
+
+    // Whether the triangle is in range for sure because `corner`, one of its corners, lies in the ball.
+    bool inRangeByPoint(std::int32_t triangle, const Vec3& corner, const Ball& ball) const {
+        const double inner = ball.clearlyWithin - static_cast<double>(spheres_[triangle - 1].slack);
+        return inner > 0.0 && cadis(corner, ball.centre) < inner * inner;
     }
 
     // The same with the triangle's own shape, for what its sphere leaves open. Still conservative, but what
@@ -67,9 +77,8 @@ private:
     };
     static_assert(sizeof(Sphere) == 4 * sizeof(double));
 
-    static Sphere boundOf(const Vec3& a, const Vec3& b, const Vec3& c, double tolerance);
-
     const SurfaceMesh* mesh_ = nullptr;
+    double tolerance_ = 0.0;
     Sphere* spheres_ = nullptr;
     WorkArray<double> block_;
 };

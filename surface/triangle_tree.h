@@ -1,53 +1,46 @@
 // The mesh triangles as a tree of boxes, for the question which of them a circle can meet.
 //
-// Triangles are put in the order of a space-filling curve through their centres, and boxes over runs of
-// neighbours make the tree. A box holds every place where the exact cut could report a hit on its triangles,
-// so a search goes to the few triangles at the circle's two ends and leaves out nothing. Where triangles lie
-// nearly in the circle's plane their hits may be anywhere on the disc, so a cone of normals goes with the
-// boxes and tells where that can be.
+// Triangles are numbered along a space-filling curve, so boxes over runs of numbers make the tree. A box
+// holds every place where the exact cut could report a hit on its triangles, so a search goes to the few
+// triangles at the place in question and leaves out nothing. Where triangles lie nearly in the circle's plane
+// their hits may be anywhere on the disc, so a cone of normals goes with the boxes and tells where that can
+// be.
 #pragma once
 
 #include "run/model.h"
 #include "services/work_arrays.h"
+#include "surface/box.h"
 #include "surface/circle_triangle.h"
 #include "surface/lanes.h"
 #include "surface/margins.h"
+#include "surface/measured_triangle.h"
 
 namespace drape {
 
 class TriangleTree {
 public:
-    // Keeps 42 bytes per triangle, and 32 more while it builds. `reach` bounds the radius of all circles.
+    // Takes 37 bytes per triangle. `reach` bounds the radius of all circles. After begin, `put` is called for
+    // all triangles in order, and then finish. False with a work-array code.
+    bool begin(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status);
+    void put(std::int32_t triangle, const MeasuredTriangle& measured);
+    void finish();
     bool build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status);
-    void release(std::int32_t& status);
+    void release(std::int32_t& status) { quadBlock_.release(status); }
 
     // False if the mesh can't be bounded: too many needles, or coordinates out of all proportion.
     bool usable() const { return levelCount_ > 0; }
 
-    // Calls visit(triangle) for every triangle that the circle, whose axis has unit length, can meet, and
-    // perhaps for others, in no order that means anything, until visit returns false.
+    // Calls visit(triangle) for every triangle on which the circle, whose axis has unit length, can have a
+    // hit, and perhaps for others, in no order that means anything, until visit returns false.
     template <class Visit>
     void forEachNearCircle(const Circle& circle, Visit visit) const {
-        for (std::int32_t k = 0; k < needleCount_; ++k)
-            if (!visit(needles_[k]))
-                return;
-        const Band band(circle);
-        Node pending[ARITY * MAX_LEVELS];
-        int depth = 0;
-        pending[depth++] = {levelCount_ - 1, 0};
-        while (depth > 0) {
-            const Node node = pending[--depth];
-            const IntLanes met = band.test(quads_[levelStart_[node.level] + node.index]);
-            for (int k = 0; k < ARITY; ++k) {
-                if (met[k] == 0)
-                    continue;
-                const std::int64_t child = ARITY * node.index + k;
-                if (node.level > 0)
-                    pending[depth++] = {node.level - 1, child};
-                else if (!visit(order_.data()[child]))
-                    return;
-            }
-        }
+        forEach(Rim(circle), visit);
+    }
+
+    // The same for hits that lie on the arc.
+    template <class Visit>
+    void forEachNearArc(const Circle& circle, const margins::ForwardArc& arc, Visit visit) const {
+        forEach(Arc(circle, arc), visit);
     }
 
 private:
@@ -67,6 +60,8 @@ private:
             double cosine;
         };
         static Cone around(const Part* parts, int count);
+        static Cone ofNothing() { return {{0.0f, 0.0f, 0.0f}, 2.0f}; }
+        bool holdsNothing() const { return limit > 1.0f; }
         Part asPart() const { return {{axis[0], axis[1], axis[2]}, limit}; }
     };
 
@@ -78,16 +73,20 @@ private:
     };
     struct Node {
         int level; // 0 has triangles for children
+        bool mayBeCoplanar;
         std::int64_t index;
     };
 
-    // A circle as its tests against boxes need it, in single precision and widened by what that rounds
-    // off.
+    // A circle as its tests against boxes need it, in single precision and widened by what that rounds off.
     struct Band {
         explicit Band(const Circle& circle);
 
-        // Non-zero in the lanes of the children that the circle can meet.
-        IntLanes test(const Quad& quad) const {
+        // The children within reach of the circle's plane whose boxes come as near to the centre and as far
+        // from it as the ring asks.
+        struct Ring {
+            float outer2, inner2;
+        };
+        IntLanes test(const Quad& quad, const Ring& ring) const {
             FloatLanes height = {}, extent = {}, nearest2 = {}, furthest2 = {};
             for (int c = 0; c < 3; ++c) {
                 const FloatLanes low = quad.low[c] - centre[c];
@@ -102,7 +101,6 @@ private:
                 nearest2 += gap * gap;
                 furthest2 += (off + half) * (off + half);
             }
-            const Ring& ring = isNearlyCoplanar(quad.cone) ? disc : rim;
             return (height <= extent) & (-height <= extent) & (nearest2 <= ring.outer2) &
                    (furthest2 >= ring.inner2);
         }
@@ -112,31 +110,72 @@ private:
             return cosine >= cone.limit || -cosine >= cone.limit;
         }
 
-        struct Ring {
-            float outer2, inner2;
-        };
         static constexpr float widening = 0.5f * (1.0f + static_cast<float>(margins::SINGLE_SLACK));
         float centre[3], axis[3], axisSize[3];
         float margin;
         Ring rim, disc; // where hits lie on triangles that cut the circle's plane, and on those nearly in it
     };
 
-    bool sortTriangles(const SurfaceMesh& mesh, double* hitMargins, std::int32_t& status);
-    double hitMargin(const Vec3& a, const Vec3& b, const Vec3& c) const;
-    void layOutLevels();
-    static void putTriangle(const Vec3& a, const Vec3& b, const Vec3& c, double margin, Quad& quad, int lane);
-    static void putQuad(const Quad& below, Quad& quad, int lane);
-    void fillQuads(const SurfaceMesh& mesh, const double* hitMargins);
+    struct Rim {
+        explicit Rim(const Circle& circle) : band(circle) {}
+        unsigned test(const Quad& quad, bool coplanar) const {
+            return maskOf(band.test(quad, coplanar ? band.disc : band.rim));
+        }
+        Band band;
+    };
+
+    struct Arc {
+        Arc(const Circle& circle, const margins::ForwardArc& arc);
+        unsigned test(const Quad& quad, bool coplanar) const {
+            const unsigned met =
+                maskOf((low[0] <= quad.high[0]) & (quad.low[0] <= high[0]) & (low[1] <= quad.high[1]) &
+                       (quad.low[1] <= high[1]) & (low[2] <= quad.high[2]) & (quad.low[2] <= high[2]));
+            return coplanar ? met | maskOf(band.test(quad, band.disc)) : met;
+        }
+        Band band;
+        FloatLanes low[3], high[3];
+    };
+
+    template <class Test, class Visit>
+    void forEach(const Test& test, Visit visit) const {
+        for (std::int32_t k = 0; k < needleCount_; ++k)
+            if (!visit(needles_[k]))
+                return;
+        Node pending[ARITY * MAX_LEVELS];
+        int depth = 0;
+        pending[depth++] = {levelCount_ - 1, true, 0};
+        while (depth > 0) {
+            const Node node = pending[--depth];
+            const Quad& quad = quads_[levelStart_[node.level] + node.index];
+            // What the cone over a quad rules out needn't be asked below it.
+            const bool coplanar = node.mayBeCoplanar && test.band.isNearlyCoplanar(quad.cone);
+            unsigned met = test.test(quad, coplanar);
+            for (std::int64_t child = ARITY * node.index; met != 0; ++child, met >>= 1) {
+                if ((met & 1) == 0)
+                    continue;
+                if (node.level > 0)
+                    pending[depth++] = {node.level - 1, coplanar, child};
+                else if (!visit(static_cast<std::int32_t>(child + 1)))
+                    return;
+            }
+        }
+    }
+
+    void layOutLevels(std::int64_t triangles);
+    void addNeedle(std::int32_t triangle);
+    void putBox(std::int32_t triangle, const MeasuredTriangle& measured, Quad& quad, int lane);
+    void fillUpperQuad(int level, std::int64_t node);
 
     double tolerance_ = 0.0, reach_ = 0.0, extent_ = 0.0;
-    std::int32_t treeCount_ = 0; // triangles in the tree
-    int levelCount_ = 0;         // the last level holds one quad
+    std::int32_t triCount_ = 0;
+    int levelCount_ = 0; // the last level holds one quad
     std::int64_t levelStart_[MAX_LEVELS] = {};
     std::int64_t levelSize_[MAX_LEVELS] = {};
     std::int32_t needles_[MAX_NEEDLES] = {};
     std::int32_t needleCount_ = 0;
+    Cone::Part parts_[ARITY]; // of the quad of triangles that is being filled
+    int partCount_ = 0;
     Quad* quads_ = nullptr;
-    WorkArray<std::int32_t> order_;
     WorkArray<std::int32_t> quadBlock_;
 };
 

@@ -3,7 +3,7 @@
 // when and how the curve lies in it; the vertices are sorted by their cells' places, digit by digit.
 #include "surface/vertex_order.h"
 
-#include "surface/boundary_tree.h"
+#include "surface/box.h"
 
 #include <algorithm>
 #include <array>

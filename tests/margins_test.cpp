@@ -110,6 +110,16 @@ struct Soup {
     }
 };
 
+// A soup whose triangles lie about one place and one size.
+void fill(Soup& soup, const Scene& scene, int count, Random& random) {
+    const double spread = scene.size * power(random, 0.0, 2.0);
+    for (int k = 0; k < count; ++k) {
+        const Corners t = randomTriangle(scene, random);
+        const Vec3 away = spread * randomVector(random);
+        soup.add({t.a + away, t.b + away, t.c + away});
+    }
+}
+
 double exactDistance(const Vec3& p, const Corners& t, double tolerance) {
     return distanceToTriangle(p, t.a, t.b, t.c, tolerance).distance;
 }
@@ -300,12 +310,7 @@ TEST(Margins, TheTreeOfTrianglesLeavesOutNothingThatACircleHits) {
         const Scene scene(random);
         Soup soup;
         const int count = 1 + random.below(30);
-        const double spread = scene.size * power(random, 0.0, 2.0);
-        for (int k = 0; k < count; ++k) {
-            const Corners t = randomTriangle(scene, random);
-            const Vec3 away = spread * randomVector(random);
-            soup.add({t.a + away, t.b + away, t.c + away});
-        }
+        fill(soup, scene, count, random);
         const double reach = scene.size * power(random, random.below(4) == 0 ? -8.0 : -2.0, 2.0);
         TriangleTree tree;
         std::int32_t status = 0;
@@ -325,6 +330,58 @@ TEST(Margins, TheTreeOfTrianglesLeavesOutNothingThatACircleHits) {
     }
     EXPECT_GT(hits, 10000);
     EXPECT_LT(visited, asked / 2);
+}
+
+TEST(Margins, TheTreeOfTrianglesLeavesOutNothingThatTheForwardArcHits) {
+    Random random(47);
+    int hits = 0, visited = 0, asked = 0;
+    for (int round = 0; round < 12000; ++round) {
+        const Scene scene(random);
+        Soup soup;
+        const int count = 1 + random.below(30);
+        fill(soup, scene, count, random);
+        const double reach = scene.size * power(random, random.below(4) == 0 ? -8.0 : -2.0, 2.0);
+        TriangleTree tree;
+        std::int32_t status = 0;
+        ASSERT_TRUE(tree.build(soup.finished(), scene.tolerance, reach, status));
+        for (int k = 0; k < 20 && tree.usable(); ++k) {
+            const Corners aim = soup.triangle(1 + random.below(count));
+            const Circle circle = circleThrough(aim, scene, reach, random);
+            // Ahead lies the triangle, the limit, or any place; the length of `forward` doesn't matter.
+            const Vec3 towards = random.below(2) == 0
+                                     ? aim.at(random.unit(), random.unit() * 0.5) - circle.centre
+                                     : randomDirection(random);
+            const Vec3 side = unitNormal(circle.axis, towards);
+            const double turn = random.below(2) == 0 ? 0.0 : 0.3175604 * (1.0 + power(random, -12.0, -1.0));
+            const Vec3 forward = power(random, -3.0, 3.0) *
+                                 (std::cos(turn) * unitNormal(side, circle.axis) + std::sin(turn) * side);
+            const margins::ForwardArc arc(circle.centre, circle.axis, reach, forward, scene.tolerance);
+            if (!arc.bounded)
+                continue;
+            std::set<std::int32_t> met;
+            tree.forEachNearArc(circle, arc, [&](std::int32_t t) {
+                met.insert(t);
+                return true;
+            });
+            visited += static_cast<int>(met.size());
+            asked += count;
+            for (std::int32_t t = 1; t <= count; ++t) {
+                const Corners c = soup.triangle(t);
+                const CircleCut cut = cutCircle(circle, c.a, c.b, c.c, scene.tolerance, CLIP_AFTER_SLAB_TEST);
+                for (std::int32_t hit = 0; hit < cut.count; ++hit) {
+                    if (prosca(cut.points[hit] - circle.centre, forward) < arc.least)
+                        continue;
+                    ++hits;
+                    ASSERT_EQ(met.count(t), 1u)
+                        << "size " << scene.size << " offset " << scene.offset / scene.size << " tolerance "
+                        << scene.tolerance / scene.size << " radius " << reach / scene.size;
+                }
+            }
+        }
+        tree.release(status);
+    }
+    EXPECT_GT(hits, 5000);
+    EXPECT_LT(visited, asked / 3);
 }
 
 // A wall of a regular lattice, turned any way, and circles that lie in it but for rounding: the cut's points

@@ -144,8 +144,7 @@ TEST(WorkArrayFaults, AFailedReleaseIsReported) {
     };
     const Surface surface = notchedDome();
     const std::string run = reported([&] { return drape_test::run(surface, onTop()).status; });
-    // All but the four arrays by which the triangles are sorted.
-    EXPECT_EQ(std::count(run.begin(), run.end(), '0'), 4) << run;
+    EXPECT_EQ(run.find('0'), std::string::npos) << run;
 
     PlainModel model(surface, onTop());
     std::int32_t status = 0;

@@ -1,0 +1,31 @@
+// The flood over neighbouring triangles: from a start, over all that are in range of any ball, listing those
+// that are in range of all.
+#pragma once
+
+#include "surface/search_scratch.h"
+#include "surface/triangle_bounds.h"
+
+namespace drape {
+
+// Triangles at which a flood may stop.
+struct Goals {
+    const std::int32_t* triangles = nullptr;
+    int count = 0;
+
+    bool has(std::int32_t triangle) const {
+        for (int k = 0; k < count; ++k)
+            if (triangles[k] == triangle)
+                return true;
+        return false;
+    }
+};
+
+// Lists in `scratch`. False with a work-array code if the stack can't grow.
+bool listInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
+                 std::int32_t& status);
+
+// The same up to the first of `goals` that is listed, which is `reached`; 0 if none is, with a whole list.
+bool floodTo(const Goals& goals, std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
+             std::int32_t& reached, std::int32_t& status);
+
+} // namespace drape

@@ -1,0 +1,20 @@
+// Which triangles a flood walks on from and which it lists: by the exact distance, or by bounds that settle
+// most of it and leave the rest to the exact distance.
+#pragma once
+
+#include "surface/run_indices.h"
+
+namespace drape {
+
+struct Visit {
+    bool goOn; // the walk goes on from this triangle, which is in range of any ball
+    bool list; // it is in range of all
+};
+
+// The plain rule.
+Visit visitPlainly(std::int32_t triangle, const Ball* balls, int ballCount);
+
+// The same answer from a run's bounds.
+Visit visitByBounds(std::int32_t triangle, const Ball* balls, int ballCount);
+
+} // namespace drape
