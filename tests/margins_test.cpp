@@ -200,7 +200,9 @@ TEST(Margins, TheNearestBoundaryTriangleIsThatOfAFullPass) {
         std::int32_t status = 0;
         ASSERT_TRUE(tree.build(soup.finished(), scene.tolerance, status));
         for (int k = 0; k < 30; ++k) {
-            const Vec3 p = pointNear(soup.triangle(1 + random.below(count)), scene, random);
+            const Corners t = soup.triangle(1 + random.below(count));
+            // Every so often a corner, at which many triangles may be as near as can be.
+            const Vec3 p = k % 6 == 0 ? t.a : pointNear(t, scene, random);
             const auto distanceTo = [&](std::int32_t e) {
                 return exactDistance(p, soup.triangle(e), scene.tolerance);
             };
@@ -211,6 +213,28 @@ TEST(Margins, TheNearestBoundaryTriangleIsThatOfAFullPass) {
             ASSERT_EQ(tree.nearest(p, distanceTo), nearest)
                 << "size " << scene.size << " offset " << scene.offset / scene.size << " tolerance "
                 << scene.tolerance / scene.size;
+        }
+        // Edges near a box come in the order of the chain, and none is left out.
+        for (int k = 0; k < 10; ++k) {
+            Box box = Box::nothing();
+            for (int end = 0; end < 2; ++end)
+                box.include(soup.triangle(1 + random.below(count)).a + scene.size * randomVector(random));
+            std::int32_t last = 0;
+            const auto passOver = [&](std::int32_t from, std::int32_t to) {
+                for (std::int32_t e = from; e < to; ++e) {
+                    Box edge = Box::nothing();
+                    edge.include(soup.triangle(e).a);
+                    edge.include(soup.triangle(e).b);
+                    EXPECT_FALSE(edge.overlaps(box)) << "edge " << e;
+                }
+            };
+            tree.forEachNear(box, [&](std::int32_t e) {
+                EXPECT_GT(e, last);
+                passOver(last + 1, e);
+                last = e;
+                return true;
+            });
+            passOver(last + 1, count + 1);
         }
         tree.release(status);
     }

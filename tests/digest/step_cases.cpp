@@ -447,7 +447,7 @@ void openCorners(Block& block, Scene& scene, Kind) {
 void walkChain(Block& block, const Surface& surface) {
     const std::int32_t triCount = surface.triCount(), vertCount = surface.vertCount(),
                        vertTriCount = surface.vertTriCount();
-    std::int32_t room = block.chance(0.9) ? vertCount : block.within(1, vertCount), status = -7;
+    std::int32_t room = block.chance(0.9) ? vertCount : block.within(-1, vertCount), status = -7;
     List edges(3 * static_cast<std::size_t>(vertCount), -7);
     std::vector<double> normals(edges.size(), -7.0);
     const std::int32_t result =
