@@ -152,22 +152,25 @@ void clipToTriangle(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
     interiorStage(clip, working, cut);
 }
 
-// Where every point lies clearly beside the triangle, or clear of its edges inside, the interior stage
-// decides.
-bool clipByInteriorAlone(const Clip& clip, const WorkingPoints& working, double tolerance, CircleCut& cut) {
+// Takes out the points that lie clearly beside the triangle. Where the others all lie clear of its edges
+// inside, the interior stage has decided, and the result is true.
+bool clipByInteriorAlone(const Clip& clip, WorkingPoints& working, double tolerance, CircleCut& cut) {
     const margins::SideLimit limit(clip.a, clip.b - clip.a, clip.a - clip.c, tolerance);
-    bool inside[2] = {false, false};
+    WorkingPoints left;
+    bool allInside = true;
     for (std::int32_t k = 0; k < working.count; ++k) {
         const Sides sides(clip, working.points[k]);
         const double clear = limit.at(working.points[k] - clip.a);
-        if (!sides.anyBelow(-clear) && !sides.allAbove(clear))
-            return false;
-        inside[k] = sides.inside();
+        const bool settled = sides.anyBelow(-clear) || sides.allAbove(clear);
+        if (settled && !sides.inside())
+            continue;
+        left.points[left.count++] = working.points[k];
+        allInside = allInside && settled;
     }
-    for (std::int32_t k = 0; k < working.count; ++k)
-        if (inside[k])
-            append(cut, working.points[k], DRAPE_IN_INTERIOR);
-    return true;
+    working = left;
+    for (std::int32_t k = 0; allInside && k < left.count; ++k)
+        append(cut, left.points[k], DRAPE_IN_INTERIOR);
+    return allInside;
 }
 
 enum class ShortCuts { none, taken };

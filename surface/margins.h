@@ -54,15 +54,29 @@ constexpr double DISTANCE_SHARE = FRAME_ROUNDING / TriangleShape::SLIVER_RATIO;
 // An average of three points, or a box widened by a margin, is off by less than so much of its coordinates.
 constexpr double PLACE_ROUNDING = 8.0 * ROUNDOFF;
 
+// By how much rounding moves it on one triangle, the share aside.
+inline double distanceRounding(const TriangleShape& shape, double offset, double overhang) {
+    const double conditioning = shape.longest * shape.longest / shape.area;
+    return FRAME_ROUNDING * conditioning * (shape.longest + overhang) + PLACE_ROUNDING * offset;
+}
+
 // By how much a distance to the triangle, nothing else than the share above aside, can be off beyond the
 // tolerance itself, with `offset` its largest coordinate. Endless for slivers.
 inline double distanceSlack(const TriangleShape& shape, double offset, double tolerance) {
     if (shape.isSliver() || !(shape.shortest > SMALLEST_LENGTH) || !(shape.longest < LARGEST_LENGTH) ||
         !(offset < LARGEST_LENGTH) || !(tolerance < LARGEST_LENGTH))
         return ENDLESS;
-    const double conditioning = shape.longest * shape.longest / shape.area;
     const double overhang = tolerance / shape.shortest;
-    return overhang + FRAME_ROUNDING * conditioning * (shape.longest + overhang) + PLACE_ROUNDING * offset;
+    return overhang + distanceRounding(shape, offset, overhang);
+}
+
+// How far off a corner of a triangle in range may lie, and that it may at all. The distance that the test
+// gives is no longer than the way to any corner, but for rounding, and but for a corner within tolerance of
+// the foot that comes first: so no longer than the root of c^2 + tolerance^2 for a corner c away. With c up
+// to radius + tolerance / 4 that is less than radius + 0.8 tolerance, and rounding may take an eighth.
+constexpr double CORNER_SHARE = 0.25; // of the tolerance
+inline bool cornersSettleRange(double radius, double tolerance, double largestRounding) {
+    return tolerance < radius && largestRounding + 2.0 * DISTANCE_SHARE * radius < 0.125 * tolerance;
 }
 
 // A distance that no exact test falls short of, where `distance` bounds the true one from below. Nothing is

@@ -119,16 +119,6 @@ public:
         triangles_[count_] = candidate.triangle;
         points_[count_++] = candidate.point;
     }
-    template <class Keep>
-    void keepIf(Keep keep) {
-        int kept = 0;
-        for (int k = 0; k < count_; ++k)
-            if (keep(triangles_[k])) {
-                triangles_[kept] = triangles_[k];
-                points_[kept++] = points_[k];
-            }
-        count_ = kept;
-    }
 
     double along() const { return along_; }
     int count() const { return count_; }
@@ -159,14 +149,13 @@ public:
             return false;
         bool gathered = gather(status);
         while (gathered && furthest()) {
-            ties_.keepIf([&](std::int32_t triangle) { return isListed(question_, triangle); });
-            if (ties_.count() == 0) {
+            const Settled settled = settle(found, status);
+            if (settled == Settled::notListed) {
                 limit_ = ties_.along();
                 continue;
             }
-            gathered = settle(found, status);
             scratch_.candidates.reset();
-            return gathered;
+            return settled == Settled::found;
         }
         scratch_.candidates.reset();
         return false;
@@ -201,20 +190,26 @@ private:
         return ties_.count() > 0 && ties_.complete();
     }
 
+    enum class Settled { found, notListed, failed };
+
     // Takes the tied triangle that the flood lists first.
-    bool settle(SurfacePoint& found, std::int32_t& status) {
-        if (ties_.count() == 1 && Chain(question_, ties_.triangle(0), ties_.point(0)).exists()) {
-            found = onTriangle(ties_.point(0), ties_.triangle(0));
-            return true;
+    Settled settle(SurfacePoint& found, std::int32_t& status) {
+        if (ties_.count() == 1) {
+            if (!isListed(question_, ties_.triangle(0)))
+                return Settled::notListed;
+            if (Chain(question_, ties_.triangle(0), ties_.point(0)).exists()) {
+                found = onTriangle(ties_.point(0), ties_.triangle(0));
+                return Settled::found;
+            }
         }
         std::int32_t first = 0;
         if (!floodTo(ties_.goals(), question_.start, question_.balls, question_.ballCount, scratch_, first,
                      status))
-            return false;
+            return Settled::failed;
         for (int k = 0; k < ties_.count(); ++k)
             if (ties_.triangle(k) == first)
                 found = onTriangle(ties_.point(k), first);
-        return first != 0;
+        return first != 0 ? Settled::found : Settled::notListed;
     }
 
     const SearchQuestion& question_;

@@ -55,6 +55,7 @@ bool TriangleBounds::begin(const SurfaceMesh& mesh, double tolerance, std::int32
         return false;
     mesh_ = &mesh;
     tolerance_ = tolerance;
+    largestRounding_ = 0.0;
     spheres_ = reinterpret_cast<Sphere*>(block_.data());
     return true;
 }
@@ -70,6 +71,8 @@ void TriangleBounds::put(std::int32_t triangle, const MeasuredTriangle& t) {
         spheres_[triangle - 1] = {0.0, 0.0, 0.0, endless, endless};
         return;
     }
+    largestRounding_ =
+        std::max(largestRounding_, margins::distanceRounding(t.shape, offset, tolerance_ / t.shape.shortest));
     const double radius =
         std::sqrt(std::max(cadis(t.a, centre), std::max(cadis(t.b, centre), cadis(t.c, centre))));
     spheres_[triangle - 1] = {centre.x, centre.y, centre.z, roundedUp(radius), roundedUp(slack)};
@@ -98,7 +101,7 @@ Range TriangleBounds::inRangeByCorners(std::int32_t triangle, const Ball& ball) 
         nearest2 = std::min(nearest2, vor(toCorner));
         nearestAcross = std::min(nearestAcross, prosca(toCorner, across));
     }
-    if (inner > 0.0 && nearest2 < inner * inner)
+    if (cornerSettles(s, nearest2, ball))
         return Range::in;
     if (nearestAcross > 0.0 && nearestAcross * nearestAcross > outer * outer * vor(across))
         return Range::out;

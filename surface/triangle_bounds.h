@@ -52,8 +52,7 @@ public:
 
     // Whether the triangle is in range for sure because `corner`, one of its corners, lies in the ball.
     bool inRangeByPoint(std::int32_t triangle, const Vec3& corner, const Ball& ball) const {
-        const double inner = ball.clearlyWithin - static_cast<double>(spheres_[triangle - 1].slack);
-        return inner > 0.0 && cadis(corner, ball.centre) < inner * inner;
+        return cornerSettles(spheres_[triangle - 1], cadis(corner, ball.centre), ball);
     }
 
     // The same with the triangle's own shape, for what its sphere leaves open. Still conservative, but what
@@ -77,7 +76,18 @@ private:
     };
     static_assert(sizeof(Sphere) == 4 * sizeof(double));
 
+    // Whether a corner of a triangle lies so near that the triangle is in range for sure.
+    bool cornerSettles(const Sphere& s, double distance2, const Ball& ball) const {
+        const double inner = ball.clearlyWithin - static_cast<double>(s.slack);
+        if (inner > 0.0 && distance2 < inner * inner)
+            return true;
+        const double outer = ball.radius + margins::CORNER_SHARE * ball.tolerance;
+        return distance2 < outer * outer && static_cast<double>(s.slack) < margins::ENDLESS &&
+               margins::cornersSettleRange(ball.radius, ball.tolerance, largestRounding_);
+    }
+
     const SurfaceMesh* mesh_ = nullptr;
+    double largestRounding_ = 0.0; // of the triangles that have a bound
     double tolerance_ = 0.0;
     Sphere* spheres_ = nullptr;
     WorkArray<double> block_;
