@@ -73,6 +73,8 @@ std::string wordsFor(const InputError& error) {
         return text + "; take a larger --step, or allow for them with --max-nodes";
     case Refusal::noSuchSide:
         return "--side: " + text + "; name another direction";
+    case Refusal::curveOffCloth:
+        return text + "; --curve-clip cuts it where it does";
     case Refusal::tooCoarse:
         return "--tolerance: " + text;
     case Refusal::unreadable:

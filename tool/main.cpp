@@ -87,12 +87,13 @@ void warnOfPoorCloth(const Work& work, const Trial& trial) {
     }
 }
 
-void writeOutputs(const Work& work, const Trial& trial, const CurveResult* curve, const std::string& report) {
+void writeOutputs(const Work& work, const Trial& trial, std::span<const CurveResult> curves,
+                  const std::string& report) {
     const Scene scene{trial.mould.get(),
                       &trial.choice,
                       &trial.grid,
                       &trial.measures,
-                      curve,
+                      curves,
                       report,
                       work.settings.millimetresPerUnit};
     std::string failures;
@@ -139,6 +140,19 @@ Trial drapeAndTell(Work& work, const Surface& surface, const Point& seed, double
     return drapeFrom(surface, work.settings.trial, seed, angle, notes.list(), watch);
 }
 
+std::vector<CurveResult> carryAndTell(const Work& work, const Surface& surface, const Trial& trial,
+                                      const std::vector<DrawnCurve>& drawn) {
+    ToldNotes notes(work.log);
+    std::vector<CurveResult> curves;
+    for (const DrawnCurve& curve : drawn) {
+        if (trial.measures.cellsOnSurface > 0) {
+            curves.push_back(carryOver(curve, surface.mesh, trial.choice, trial.grid, trial.measures.cells,
+                                       work.settings.cutCurves, notes.list()));
+        }
+    }
+    return curves;
+}
+
 // Whether the command line is to blame rather than the file.
 bool isOfUse(Refusal refusal) {
     return refusal == Refusal::tooFine || refusal == Refusal::noSuchSide || refusal == Refusal::upright ||
@@ -156,9 +170,9 @@ int run(Work& work) {
             return exitDone;
         }
     }
-    std::optional<DrawnCurve> drawn;
-    if (!work.settings.curve.empty()) {
-        drawn = readCurve(work.settings.curve);
+    std::vector<DrawnCurve> drawn;
+    for (const std::string& path : work.settings.curves) {
+        drawn.push_back(readCurve(path));
     }
     std::vector<SweepResult> ranked;
     Candidate start{1, surface.defaultSeed, work.settings.angle};
@@ -167,22 +181,17 @@ int run(Work& work) {
         start = ranked.front().candidate;
     }
     const Trial trial = drapeAndTell(work, surface, start.seed, start.angle);
-    std::optional<CurveResult> curve;
-    if (drawn && trial.measures.cellsOnSurface > 0) {
-        ToldNotes notes(work.log);
-        curve = carryOver(*drawn, surface.mesh, trial.choice, trial.grid, notes.list());
-    }
+    const std::vector<CurveResult> curves = carryAndTell(work, surface, trial, drawn);
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - work.begin).count();
-    const Story story{work.settings, trial, curve ? &*curve : nullptr,
-                      work.settings.sweep.wanted ? &ranked : nullptr, seconds};
+    const Story story{work.settings, trial, curves, work.settings.sweep.wanted ? &ranked : nullptr, seconds};
     if (!work.settings.quiet) {
         std::cout << summaryOf(story) << std::flush;
     }
     work.log.detail("the run took " + number(trial.seconds, 3) + " s, everything " + number(seconds, 3) +
                     " s");
     warnOfPoorCloth(work, trial);
-    writeOutputs(work, trial, story.curve, jsonOf(story));
+    writeOutputs(work, trial, curves, jsonOf(story));
     if (trial.grid.status == DRAPE_OK) {
         return exitDone;
     }

@@ -180,9 +180,14 @@ void addOutputOptions(CLI::App& app, Settings& settings, Texts& texts) {
         ->type_name("FILE")
         ->take_all()
         ->group(group);
-    app.add_option("--curve", settings.curve,
-                   "Closed curve to carry onto the pattern: x y z per line, or lines of an OBJ file")
+    app.add_option(
+           "--curve", settings.curves,
+           "Closed curve to carry onto the pattern: x y z per line, or lines of an OBJ file; can be repeated")
         ->type_name("FILE")
+        ->take_all()
+        ->group(group);
+    app.add_flag("--curve-clip", settings.cutCurves,
+                 "Cut curves where they leave the cloth; otherwise that is an error")
         ->group(group);
     app.add_option("--units-mm", texts.millimetres,
                    "Millimetres per unit of the file, for drawings at 1:1 [1]")
@@ -309,7 +314,7 @@ void checkOutputs(const Settings& settings) {
         } else if (!isKnownOutput(path)) {
             throw UsageError("-o " + path + ": no kind of output has this ending; drape --help lists them");
         }
-        if (path.find(".curve.") != std::string::npos && settings.curve.empty()) {
+        if (path.find(".curve.") != std::string::npos && settings.curves.empty()) {
             throw UsageError("-o " + path + ": a curve is written only if one is given with --curve");
         }
     }

@@ -100,6 +100,19 @@ Json patternJson(const Measures& measures) {
             {"height", e[3] - e[1]}};
 }
 
+Json curvesJson(std::span<const CurveResult> curves) {
+    Json list = Json::array();
+    for (const CurveResult& curve : curves) {
+        list.push_back({{"name", curve.name},
+                        {"points", curve.drawnPoints},
+                        {"closed", curve.stretches.front().closed},
+                        {"stretches", curve.stretches.size()},
+                        {"lengthOnMould", lengthOnMould(curve)},
+                        {"lengthOnPattern", lengthOnPattern(curve)}});
+    }
+    return list;
+}
+
 Json sweepJson(const std::vector<SweepResult>& ranked, const SweepSettings& settings) {
     Json best = Json::array();
     for (std::size_t i = 0; i < ranked.size() && i < sweepEntries; ++i) {
@@ -168,9 +181,14 @@ std::string summaryOf(const Story& story) {
     text += line("pattern", "area " + number(m.patternArea) + ", " +
                                 number(m.patternExtent[2] - m.patternExtent[0]) + " by " +
                                 number(m.patternExtent[3] - m.patternExtent[1]));
-    if (story.curve != nullptr) {
-        text += line("curve",
-                     counted(story.curve->points.size(), "point", "points") + " carried onto the pattern");
+    for (const CurveResult& curve : story.curves) {
+        const bool whole = curve.stretches.front().closed;
+        text += line("curve", curve.name + ": " + counted(curve.drawnPoints, "point", "points") + ", " +
+                                  number(lengthOnMould(curve)) + " long on the mould, " +
+                                  number(lengthOnPattern(curve)) + " on the pattern" +
+                                  (whole ? ""
+                                         : "; cut where it leaves the cloth, into " +
+                                               counted(curve.stretches.size(), "stretch", "stretches")));
     }
     return text;
 }
@@ -186,7 +204,7 @@ std::string jsonOf(const Story& story) {
                 {"result", resultJson(story.trial)},
                 {"shear", shearJson(story.trial.measures)},
                 {"pattern", patternJson(story.trial.measures)},
-                {"curve", story.curve != nullptr ? Json{{"points", story.curve->points.size()}} : Json()},
+                {"curves", curvesJson(story.curves)},
                 {"sweep", story.ranked != nullptr ? sweepJson(*story.ranked, story.settings.sweep) : Json()},
                 {"seconds", {{"run", story.trial.seconds}, {"wall", story.wallSeconds}}}};
     return report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";

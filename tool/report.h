@@ -6,16 +6,18 @@
 #include "host/search/trial.h"
 #include "tool/settings.h"
 
+#include <span>
+
 namespace tool {
 
 // The version of the JSON form goes up when a member changes its meaning or goes away; members may be added
 // under the same version. The manual page lists the members.
-constexpr int reportVersion = 1;
+constexpr int reportVersion = 2;
 
 struct Story {
     const Settings& settings;
     const Trial& trial;
-    const CurveResult* curve = nullptr;
+    std::span<const CurveResult> curves;
     const std::vector<SweepResult>* ranked = nullptr; // null without a sweep
     double wallSeconds = 0.0;
 };

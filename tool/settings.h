@@ -24,7 +24,8 @@ struct SweepSettings {
 struct Settings {
     std::string input;
     std::vector<std::string> outputs;
-    std::string curve;
+    std::vector<std::string> curves; // files
+    bool cutCurves = false;          // where they leave the cloth
 
     SurfaceWishes surface;
     TrialWishes trial;

@@ -1,4 +1,4 @@
-// A closed curve drawn on the mould, such as a trim line, carried onto the flat pattern.
+// Closed curves drawn on the mould, such as trim lines, carried onto the flat pattern.
 #pragma once
 
 #include "host/cloth/grid.h"
@@ -6,22 +6,38 @@
 #include "host/mesh/note.h"
 #include "host/mesh/triangle_mesh.h"
 
+#include <string>
+
 namespace drape::host {
 
 struct DrawnCurve {
+    std::string name;
     std::vector<Point> points;
     std::vector<Point> directions; // empty if the curve brings none
 };
 
-// A closed curve on the mould and where it lands on the flat pattern, point for point.
-struct CurveResult {
-    std::vector<Point> points;
+// A stretch of a curve that lies on the cloth, on the mould and on the flat pattern, point for point.
+struct CurveStretch {
+    std::vector<Point> points; // as drawn
+    std::vector<Point> cloth;  // where the cloth carries them
     std::vector<std::array<double, 2>> flat;
+    std::vector<std::int32_t> numbers; // per point, its 1-based number in the curve, 0 where it was cut
+    bool closed = false;               // the whole curve
 };
 
-// Without directions of its own the curve is projected along the normals of `surface`. Throws
-// StatusError if it can't be carried over.
+struct CurveResult {
+    std::string name;
+    std::size_t drawnPoints = 0;
+    std::vector<CurveStretch> stretches; // in the order of the curve
+};
+
+double lengthOnMould(const CurveResult& curve); // along the cloth as it lies there
+double lengthOnPattern(const CurveResult& curve);
+
+// Without directions of its own the curve is projected along the normals of `surface`. Where it leaves the
+// cloth it's cut, or unless `cut` is set, InputError (curveOffCloth) names the first such point. Throws
+// StatusError if it can't be carried over at all.
 CurveResult carryOver(const DrawnCurve& curve, const TriangleMesh& surface, const Choice& choice,
-                      const Grid& grid, Notes& notes);
+                      const Grid& grid, const std::vector<Cell>& cells, bool cut, Notes& notes);
 
 } // namespace drape::host

@@ -14,7 +14,8 @@ enum class Refusal {
     tooFine,     // more cells than a common machine holds
     noSuchSide,  // no side of the surface faces the direction that was named
     upright,     // a direction along the surface is wanted, and this one stands on it
-    tooCoarse    // the tolerance swallows cells
+    tooCoarse,   // the tolerance swallows cells
+    curveOffCloth
 };
 
 struct InputError : std::runtime_error {

@@ -43,6 +43,7 @@ private:
 
 constexpr Colour ink{0.10, 0.12, 0.15};
 constexpr Colour paleInk{0.38, 0.41, 0.45};
+constexpr Colour curveColour{0.85, 0.10, 0.40};
 
 // A place and a size on the page.
 struct Box {

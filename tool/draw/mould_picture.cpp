@@ -281,6 +281,17 @@ void drawOutlines(Canvas& canvas, const Stage& stage, const DepthImage& image) {
     }
     canvas.colour(ink, 0.95);
     canvas.stroke(1.6);
+    for (const CurveResult& curve : stage.scene.curves) {
+        for (const CurveStretch& stretch : curve.stretches) {
+            std::vector<Point> points = stretch.cloth;
+            if (stretch.closed) {
+                points.push_back(points.front());
+            }
+            addVisible(canvas, stage, image, points, stage.lift + strokeLift);
+        }
+    }
+    canvas.colour(curveColour);
+    canvas.stroke(1.9);
 }
 
 // Everything that lies in the mould's own pixels; the canvas stands at their corner.

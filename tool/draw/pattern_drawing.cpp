@@ -22,7 +22,6 @@ constexpr std::size_t mostRectangles = 40000; // beyond this, neighbouring cells
 constexpr double mostFibres = 220.0;          // of one family across the page
 constexpr double imageSize = 1500.0;          // pixels of the longer side
 constexpr Colour borderFill{0.91, 0.915, 0.925};
-constexpr Colour curveColour{0.85, 0.10, 0.40};
 
 // The page in millimetres. Texts and lines grow with `scale` on patterns larger than a sheet of paper.
 struct Page {
@@ -52,8 +51,10 @@ Page layOut(const Scene& scene) {
             reach(nodeFlat(*scene.grid, cell.nodes[2]));
         }
     }
-    if (scene.curve != nullptr) {
-        std::for_each(scene.curve->flat.begin(), scene.curve->flat.end(), reach);
+    for (const CurveResult& curve : scene.curves) {
+        for (const CurveStretch& stretch : curve.stretches) {
+            std::for_each(stretch.flat.begin(), stretch.flat.end(), reach);
+        }
     }
     Page page;
     page.millimetres = scene.millimetresPerUnit;
@@ -195,17 +196,17 @@ void drawLoops(Canvas& canvas, const Page& page, const Scene& scene) {
     }
     canvas.colour(ink);
     canvas.stroke(0.4 * page.scale);
-    if (scene.curve != nullptr) {
-        std::vector<FlatPoint> points;
-        for (const FlatPoint& flat : scene.curve->flat) {
-            if (std::isfinite(flat[0]) && std::isfinite(flat[1])) {
+    for (const CurveResult& curve : scene.curves) {
+        for (const CurveStretch& stretch : curve.stretches) {
+            std::vector<FlatPoint> points;
+            for (const FlatPoint& flat : stretch.flat) {
                 points.push_back(page.place(flat));
             }
+            canvas.path(points, stretch.closed);
         }
-        canvas.path(points, true);
-        canvas.colour(curveColour);
-        canvas.stroke(0.4 * page.scale);
     }
+    canvas.colour(curveColour);
+    canvas.stroke(0.4 * page.scale);
 }
 
 void drawArrow(Canvas& canvas, const FlatPoint& from, double dx, double dy) {
@@ -245,7 +246,7 @@ void drawLegend(Canvas& canvas, const Page& page, const Scene& scene, const Shea
     canvas.colour(warning.empty() ? paleInk : Colour{0.75, 0.05, 0.10});
     canvas.text(left, line, 0.85 * size,
                 !warning.empty() ? warning
-                : scene.curve != nullptr
+                : !scene.curves.empty()
                     ? "Red line: transferred curve. Grey cells hang over the edge of the mould."
                     : "Grey cells hang over the edge of the mould.");
     line += 2.4 * size;

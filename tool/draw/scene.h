@@ -7,6 +7,7 @@
 #include "host/cloth/mould.h"
 #include "host/cloth/start.h"
 
+#include <span>
 #include <string>
 
 namespace tool {
@@ -19,9 +20,9 @@ struct Scene {
     const Choice* choice = nullptr;
     const Grid* grid = nullptr;
     const Measures* measures = nullptr;
-    const CurveResult* curve = nullptr; // null if no curve was transferred
-    std::string reportJson;             // text of the JSON report
-    double millimetresPerUnit = 1.0;    // scale of the 1:1 drawings
+    std::span<const CurveResult> curves;
+    std::string reportJson;          // text of the JSON report
+    double millimetresPerUnit = 1.0; // scale of the 1:1 drawings
 };
 
 } // namespace tool

@@ -6,6 +6,7 @@
 #include "tool/read/numbers.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -157,6 +158,7 @@ DrawnCurve readCurve(const std::string& path) {
     }
     try {
         DrawnCurve curve = parsed(in);
+        curve.name = std::filesystem::path(path).stem().string();
         if (curve.points.size() > 1 && curve.points.front() == curve.points.back()) {
             curve.points.pop_back();
             curve.directions.resize(std::min(curve.directions.size(), curve.points.size()));

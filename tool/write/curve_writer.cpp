@@ -1,4 +1,4 @@
-// The transferred curve as a table: each point on the mould beside its place on the flat pattern, all in the
+// The transferred curves as a table: each point on the mould beside its place on the flat pattern, all in the
 // mould's own unit.
 #include "tool/write/file_numbers.h"
 #include "tool/write/writers.h"
@@ -8,17 +8,25 @@
 namespace tool {
 
 std::string curveCsv(const Scene& scene) {
-    if (scene.curve == nullptr) {
+    if (scene.curves.empty()) {
         throw std::runtime_error("no curve to write: none was transferred in this run");
     }
-    std::string text = "x,y,z,u,v\n";
-    for (std::size_t k = 0; k < scene.curve->points.size() && k < scene.curve->flat.size(); ++k) {
-        const Point& point = scene.curve->points[k];
-        const auto& flat = scene.curve->flat[k];
-        for (const double value : {point[0], point[1], point[2], flat[0]}) {
-            text += fileNumber(value) + ",";
+    std::string text = "curve,stretch,point,x,y,z,u,v\n";
+    for (std::size_t c = 0; c < scene.curves.size(); ++c) {
+        const auto& stretches = scene.curves[c].stretches;
+        for (std::size_t s = 0; s < stretches.size(); ++s) {
+            for (std::size_t k = 0; k < stretches[s].points.size(); ++k) {
+                text += std::to_string(c + 1) + "," + std::to_string(s + 1) + "," +
+                        std::to_string(stretches[s].numbers[k]);
+                for (const double value : stretches[s].points[k]) {
+                    text += "," + fileNumber(value);
+                }
+                for (const double value : stretches[s].flat[k]) {
+                    text += "," + fileNumber(value);
+                }
+                text += "\n";
+            }
         }
-        text += fileNumber(flat[1]) + "\n";
     }
     return text;
 }

@@ -116,9 +116,13 @@ std::string outlineDxf(const Scene& scene) {
     for (const NodeChain& loop : outlineLoops(*scene.grid, scene.measures->cells)) {
         loops.push_back(scaled(flatCorners(*scene.grid, loop), scale));
     }
-    std::vector<FlatPoint> curve;
-    if (scene.curve != nullptr) {
-        curve = scaled(scene.curve->flat, scale);
+    std::vector<std::vector<FlatPoint>> curves;
+    std::vector<bool> closed;
+    for (const CurveResult& curve : scene.curves) {
+        for (const CurveStretch& stretch : curve.stretches) {
+            curves.push_back(scaled(stretch.flat, scale));
+            closed.push_back(stretch.closed);
+        }
     }
     FlatPoint low{0.0, 0.0}; // the seed lies at the origin and is drawn too
     FlatPoint high{0.0, 0.0};
@@ -131,13 +135,15 @@ std::string outlineDxf(const Scene& scene) {
         }
     };
     std::for_each(loops.begin(), loops.end(), reach);
-    reach(curve);
+    std::for_each(curves.begin(), curves.end(), reach);
 
     DxfFile file(low, high);
     for (const auto& loop : loops) {
         file.polyline("OUTLINE", loop, true);
     }
-    file.polyline("CURVE", curve, true);
+    for (std::size_t k = 0; k < curves.size(); ++k) {
+        file.polyline("CURVE", curves[k], closed[k]);
+    }
     if (scene.grid->count > 0) {
         const double arrow = 4.0 * scene.choice->stepA * scale;
         const double barb = 0.2 * arrow;
