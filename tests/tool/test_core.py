@@ -419,6 +419,51 @@ class Curve(Case):
         for a, (x, y) in zip(got, self.square):
             self.assertPoint(a, (x - 3.1, y - 3.2))
 
+    def test_what_leaves_the_cloth_is_refused_or_cut(self):
+        mesh = self.file("plate.obj", obj(plate()))
+        across = self.file("across.xyz", "4 2 0\n5 2 0\n7 2 0\n7 4 0\n5 4 0\n4 4 0\n")
+        inside = self.file("inside.xyz", "".join(f"{x} {y} 0\n" for x, y in self.square))
+        words = (mesh, "--seed", "3.1,3.2,0", "--step", "0.5", "--curve", inside, "--curve", across)
+        done = self.drape(*words, expect=INPUT)
+        self.assertIn("across leaves the cloth at point 3, near (7, 2, 0) (2 of its 6 points", done.stderr)
+        report, done = self.report(*words, "--curve-clip", "-o", "c.curve.csv", "-o", "c.dxf", "-o", "c.png")
+        self.assertIn("cut where it leaves the cloth, into 1 stretch", done.stdout)
+        whole, cut = report["curves"]
+        self.assertEqual((whole["name"], whole["closed"], cut["closed"], cut["stretches"]), ("inside", True, False, 1))
+        self.assertAlmostEqual(cut["lengthOnPattern"], 6.0, delta=0.06)
+        with open(self.folder / "c.curve.csv", newline="") as file:
+            rows = [[float(x) for x in row.values()] for row in csv.DictReader(file)]
+        self.assertEqual([row[:3] for row in rows], [[1, 1, k] for k in (1, 2, 3, 4)]
+                         + [[2, 1, k] for k in (0, 5, 6, 1, 2, 0)])
+        for x, y, z, u, v in (row[3:] for row in rows):
+            self.assertPoint((u, v), (x - 3.1, y - 3.2), 6)
+        for row, place in ((rows[4], (6, 4)), (rows[-1], (6, 2))):
+            self.assertLess(math.dist(row[3:5], place), 0.03)
+        beside = self.file("beside.xyz", "8 1 0\n9 1 0\n9 3 0\n")
+        self.drape(mesh, "--curve", beside, "--curve-clip", expect=INPUT)
+
+    def test_a_jump_over_a_cut_in_the_cloth_is_none_of_the_curve(self):
+        # A deep wedge cut into a cone: its two lips lie far apart on the pattern and close together in space.
+        around, points, faces = 48, [(0.0, 0.0, 3.0)], []
+        for ring in range(1, 25):
+            points += [(ring / 6 * math.cos(2 * math.pi * s / around), ring / 6 * math.sin(2 * math.pi * s / around),
+                        3.0 - 0.75 * ring / 6) for s in range(around + 1)]
+        for s in range(around):
+            faces.append((0, 1 + s, 2 + s))
+            for ring in range(23):
+                low, high = 1 + ring * (around + 1) + s, 1 + (ring + 1) * (around + 1) + s
+                faces += [(low, high, high + 1), (low, high + 1, low + 1)]
+        mesh = self.file("cone.obj", obj((points, faces)))
+        circle = [(2 * math.cos(math.pi * k / 20), 2 * math.sin(math.pi * k / 20), 1.5) for k in range(40)]
+        curve = self.file("ring.xyz", "".join("%r %r %r\n" % p for p in circle))
+        words = (mesh, "--no-weld", "--seed", "-1.5,0.01,1.87", "--step", "0.15", "--curve", curve)
+        done = self.drape(*words, expect=INPUT)
+        self.assertIn("ring leaves the cloth between the points 1 and 2", done.stderr)
+        (curve,) = self.report(*words, "--curve-clip")[0]["curves"]
+        self.assertEqual((curve["closed"], curve["stretches"]), (False, 1))
+        self.assertAlmostEqual(curve["lengthOnMould"], 4 * math.pi, delta=0.15)
+        self.assertLess(curve["lengthOnPattern"], 1.2 * 4 * math.pi)
+
     def test_bad_curves(self):
         mesh = self.file("plate.obj", obj(plate()))
         bad = {

@@ -205,8 +205,14 @@ class Drawings(Drapes):
                 self.assertLess(away[-1], 0.03)
                 self.assertLess(away[len(away) * 3 // 4], 1e-6 if name == "fine" else 3e-3)
                 self.assertClose(line["points"], [scaled(row[3:], mm) for row in rows], 1e-7)
-                self.assertEqual(drape.report["curve"], {"points": len(points)})
-                self.assertIn(f"curve     {len(points)} points carried onto the pattern", drape.stdout)
+                closed = lambda length, places: sum(map(length, places, places[1:] + places[:1]))
+                (told,) = drape.report["curves"]
+                self.assertEqual((told["name"], told["points"], told["closed"], told["stretches"]),
+                                 (name, len(points), True, 1))
+                self.assertAlmostEqual(told["lengthOnPattern"], closed(math.dist, [row[3:] for row in rows]), 6)
+                self.assertAlmostEqual(told["lengthOnMould"], closed(math.dist, points), delta=0.6)
+                self.assertIn(f"curve     {name}: {len(points)} points, {told['lengthOnMould']:.4g} long on the mould, "
+                              f"{told['lengthOnPattern']:.4g} on the pattern", drape.stdout)
 
     def page(self, name, drape):
         """Where the pattern lies on its page: growth with size, size, place of the seed."""

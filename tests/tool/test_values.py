@@ -191,7 +191,7 @@ class Values(Drapes):
             f"pattern   area {four(pattern['area'])}, {four(pattern['width'])} by {four(pattern['height'])}",
             *(f"wrote     {path}" for path in drape.path.values())]
         self.assertEqual(drape.stdout.splitlines(), wanted)
-        self.assertEqual((r["format"], r["version"], r["curve"], r["sweep"]), ("drape-report", 1, None, None))
+        self.assertEqual((r["format"], r["version"], r["curves"], r["sweep"]), ("drape-report", 2, [], None))
         self.assertEqual(r["input"], {"file": str(self.mesh), "millimetresPerUnit": 25.4 if name == "coarse" else 1.0})
         self.assertTrue(0 < r["seconds"]["run"] <= r["seconds"]["wall"] < 300)
 
