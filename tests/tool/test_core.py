@@ -5,6 +5,7 @@ told beforehand.
 """
 
 import base64
+import csv
 import json
 import math
 import os
