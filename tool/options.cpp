@@ -305,8 +305,27 @@ void understandSweep(const Texts& texts, Settings& settings) {
     }
 }
 
+// An output that would take the place of a file that the run reads, or of another output.
+void checkOverwriting(const Settings& settings, const std::string& path) {
+    std::vector<std::string> inputs = settings.curves;
+    inputs.push_back(settings.input);
+    if (settings.sweep.seeds.starts_with('@')) {
+        inputs.push_back(settings.sweep.seeds.substr(1));
+    }
+    for (const std::string& input : inputs) {
+        if (isSameFile(path, input)) {
+            throw UsageError("-o " + path + ": that is the input " + input + ", which would be lost");
+        }
+    }
+    if (std::count_if(settings.outputs.begin(), settings.outputs.end(),
+                      [&](const std::string& other) { return isSameFile(path, other); }) > 1) {
+        throw UsageError("-o " + path + ": two outputs have this name");
+    }
+}
+
 void checkOutputs(const Settings& settings) {
     for (const std::string& path : settings.outputs) {
+        checkOverwriting(settings, path);
         if (path.ends_with(".sweep.csv")) {
             if (!settings.sweep.wanted) {
                 throw UsageError("-o " + path + ": a table of a sweep goes with --sweep");
@@ -356,6 +375,7 @@ bool readCommandLine(int argc, char** argv, Settings& settings) {
     understandSurface(texts, settings);
     understandSweep(texts, settings);
     checkOutputs(settings);
+    std::for_each(settings.outputs.begin(), settings.outputs.end(), checkPlace);
     return true;
 }
 

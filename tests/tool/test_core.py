@@ -544,12 +544,24 @@ class Refusals(Case):
                 self.assertIn(done.returncode, (DONE, INPUT, RUN_ENDED), (name, size, done.stderr))
 
     def test_outputs_are_written_whole_or_not_at_all(self):
-        mesh = self.file("plate.obj", obj(plate()))
-        kept = self.folder / "kept.json"
-        done = self.drape(mesh, "-o", self.folder / "nowhere" / "x.vtp", "-o", kept, expect=OTHER)
-        self.assertIn("nowhere", done.stderr)
-        json.loads(kept.read_text())
-        self.assertEqual(sorted(p.name for p in self.folder.iterdir()), ["kept.json", "plate.obj"])
+        # What can be known before the work is refused before it, with nothing written or said of a drape.
+        content = obj(plate())
+        mesh = self.file("plate.obj", content)
+        curve = self.file("trim.json", "1 1 0\n2 1 0\n2 2 0\n")
+        (self.folder / "folder.json").mkdir()
+        (self.folder / "link.json").symlink_to(curve)
+        for code, outputs in ((OTHER, ["nowhere/x.vtp"]), (OTHER, ["plate.obj/x.vtp"]), (OTHER, ["folder.json"]),
+                              (USAGE, ["trim.json"]), (USAGE, ["./folder.json/../trim.json"]), (USAGE, ["link.json"]),
+                              (USAGE, ["a.png", "./a.png"]), (USAGE, ["a.bmp"]), (USAGE, [mesh])):
+            outputs = [part for path in ("kept.vtp", *outputs) for part in ("-o", path)]
+            done = self.drape(mesh, "--curve", curve, *outputs, expect=code)
+            self.assertIn(outputs[-1], done.stderr)
+            self.assertEqual(done.stdout, "")
+        self.assertEqual(sorted(p.name for p in self.folder.iterdir()),
+                         ["folder.json", "link.json", "plate.obj", "trim.json"])
+        self.assertEqual(pathlib.Path(mesh).read_text(), content)
+        done = self.drape(self.file("part.STEP", "ISO-10303-21;"), expect=INPUT)
+        self.assertIn("STL or OBJ", done.stderr)
 
 
 class Manners(Case):

@@ -10,6 +10,7 @@
 #include <CGAL/IO/STL.h>
 #include <CGAL/Simple_cartesian.h>
 #include <algorithm>
+#include <array>
 #include <assimp/Importer.hpp>
 #include <assimp/scene.h>
 #include <fstream>
@@ -204,6 +205,14 @@ PolygonSoup readMeshFile(const std::string& path) {
     std::string ending = dot == std::string::npos || path[dot] == '/' ? "" : path.substr(dot + 1);
     std::transform(ending.begin(), ending.end(), ending.begin(),
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    constexpr std::array<std::string_view, 8> exact{"step", "stp", "iges", "igs",
+                                                    "brep", "brp", "x_t",  "x_b"};
+    if (std::find(exact.begin(), exact.end(), ending) != exact.end()) {
+        throw InputError(
+            "it holds exact surfaces and no triangles. Let your CAD program or a mesher write the "
+            "mould's surface as STL or OBJ, with triangles smaller than a cell, such as: gmsh "
+            "part.step -2 -clmax 5 -o part.stl");
+    }
     if (ending == "obj" || ending == "off" || ending == "ply" || ending == "stl") {
         return readSurface(path, ending);
     }

@@ -148,6 +148,30 @@ void writeWhole(const std::string& path, const std::string& bytes) {
     }
 }
 
+void checkPlace(const std::string& path) {
+    const std::filesystem::path place = finalPlace(path);
+    const std::string folder = place.has_parent_path() ? place.parent_path().string() : ".";
+    struct stat info {};
+    if (::stat(folder.c_str(), &info) != 0) {
+        fail(path, errno);
+    }
+    if (!S_ISDIR(info.st_mode)) {
+        fail(path, ENOTDIR);
+    }
+    if (::stat(place.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+        fail(path, EISDIR);
+    }
+    if (::access(folder.c_str(), W_OK | X_OK) != 0) {
+        fail(path, errno);
+    }
+}
+
+bool isSameFile(const std::string& a, const std::string& b) {
+    std::error_code none;
+    return std::filesystem::equivalent(a, b, none) ||
+           std::filesystem::weakly_canonical(a, none) == std::filesystem::weakly_canonical(b, none);
+}
+
 bool isKnownOutput(const std::string& path) {
     return kindOf(path) != nullptr;
 }

@@ -18,6 +18,12 @@ std::string outputHelp();
 // for the user; then no file is left behind and an older one stays as it was.
 void writeOutput(const std::string& path, const Scene& scene);
 
+// Throws std::runtime_error if no file can be put at `path`, as far as that can be told beforehand.
+void checkPlace(const std::string& path);
+
+// Whether two names lead to one file, there or not.
+bool isSameFile(const std::string& a, const std::string& b);
+
 // Puts `bytes` at `path`, whole or not at all: a temporary file in the same folder takes its place at the
 // end.
 void writeWhole(const std::string& path, const std::string& bytes);
