@@ -168,8 +168,10 @@ void checkPlace(const std::string& path) {
 
 bool isSameFile(const std::string& a, const std::string& b) {
     std::error_code none;
-    return std::filesystem::equivalent(a, b, none) ||
-           std::filesystem::weakly_canonical(a, none) == std::filesystem::weakly_canonical(b, none);
+    const auto absolute = [&](const std::string& path) {
+        return std::filesystem::weakly_canonical(std::filesystem::absolute(path, none), none);
+    };
+    return std::filesystem::equivalent(a, b, none) || absolute(a) == absolute(b);
 }
 
 bool isKnownOutput(const std::string& path) {
