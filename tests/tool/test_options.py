@@ -172,7 +172,7 @@ class Curves(Case):
         done = self.drape(mesh, "--seed", "3.1,3.2,0", "--step", "1.2,0.9", "--curve", self.file(name, text), "-o",
                           "out.curve.csv", *words, expect=expect)
         self.said = done.stderr
-        return [tuple(map(float, line.split(","))) for line in (self.folder / "out.curve.csv").read_text().splitlines()[1:]]
+        return [tuple(map(float, line.split(",")[3:])) for line in (self.folder / "out.curve.csv").read_text().splitlines()[1:]]
 
     def assertRing(self, rows, order):
         wanted = [(*self.corners[k], 0, self.corners[k][0] - 3.1, self.corners[k][1] - 3.2) for k in order]
@@ -194,7 +194,7 @@ class Curves(Case):
             self.assertPoint((u, w), (x - 3.1, y - 3.2), 6)
 
     def test_points_off_the_surface(self):
-        for height, told in ((1.19, None), (1.21, "3 points of the curve lie more than a cell off the surface")):
+        for height, told in ((1.19, None), (1.21, "3 points of the curve trim lie more than a cell off the surface")):
             text = "".join(f"{x} {y} {height if k % 2 == 0 else 0.1}\n" for k, (x, y) in enumerate(self.corners))
             self.carried(text, "trim.xyz")
             self.assertEqual("more than a cell off" in self.said, told is not None)
