@@ -1,6 +1,7 @@
 """Readers of the program's files, of their forms alone: what the numbers should be is told elsewhere."""
 
 import base64
+import itertools
 import json
 import re
 import struct
@@ -155,22 +156,33 @@ def png_pixels(path):
     before = bytearray(stride)
     for y in range(height):
         kind, row = raw[y * (stride + 1)], bytearray(raw[y * (stride + 1) + 1:(y + 1) * (stride + 1)])
-        if kind == 1:
-            for k in range(3, stride):
-                row[k] = (row[k] + row[k - 3]) & 255
-        elif kind == 2:
-            row = bytearray((a + b) & 255 for a, b in zip(row, before))
-        elif kind == 3:
-            for k in range(stride):
-                row[k] = (row[k] + ((row[k - 3] if k > 2 else 0) + before[k]) // 2) & 255
-        elif kind == 4:
-            for k in range(stride):
-                a, b, c = (row[k - 3], before[k], before[k - 3]) if k > 2 else (0, before[k], 0)
-                pa, pb, pc = abs(b - c), abs(a - c), abs(a + b - 2 * c)
-                row[k] = (row[k] + (a if pa <= pb and pa <= pc else b if pb <= pc else c)) & 255
+        unfilter(kind, row, before)
         rows.append(row)
         before = row
     return width, height, rows
+
+
+def unfilter(kind, row, before):
+    """Adds to each byte what its row's kind of filter took off, by the byte three to the left, above or between them."""
+    if kind == 1:
+        for k in range(3):
+            row[k::3] = bytes(x & 255 for x in itertools.accumulate(row[k::3]))
+    elif kind == 2:
+        row[:] = bytes((a + b) & 255 for a, b in zip(row, before))
+    elif kind == 3:
+        for k in range(len(row)):
+            row[k] = (row[k] + ((row[k - 3] if k > 2 else 0) + before[k]) // 2) & 255
+    elif kind == 4:
+        for k in range(len(row)):
+            a, b, c = (row[k - 3], before[k], before[k - 3]) if k > 2 else (0, before[k], 0)
+            if b == c:
+                guess = a
+            elif a == c:
+                guess = b
+            else:
+                pa, pb, pc = abs(b - c), abs(a - c), abs(a + b - 2 * c)
+                guess = a if pa <= pb and pa <= pc else b if pb <= pc else c
+            row[k] = (row[k] + guess) & 255
 
 
 def pdf_words(path):

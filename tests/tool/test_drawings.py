@@ -366,8 +366,8 @@ class Drawings(Drapes):
         drape = self.drapes["fine"]
         grid, (_, size, seed) = drape.grid, self.page("fine", drape)
         paper = self.folder / "paper"
-        subprocess.run(["pdftoppm", "-r", str(3 * 25.4), "-singlefile", "-png", drape.path["pdf"], paper], check=True)
-        for path, scale in ((drape.path["pattern.png"], 1500 / max(size)), (paper.with_suffix(".png"), 3)):
+        subprocess.run(["pdftoppm", "-r", str(2 * 25.4), "-singlefile", "-png", drape.path["pdf"], paper], check=True)
+        for path, scale in ((drape.path["pattern.png"], 1500 / max(size)), (paper.with_suffix(".png"), 2)):
             width, height, rows = png_pixels(path)
             self.assertTrue(near((width, height), scaled(size, scale), 1.0))
             away = []
