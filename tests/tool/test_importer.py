@@ -2,7 +2,9 @@
 by the triangles that are left and the faces of the file that they come from.
 """
 
+import base64
 import csv
+import json
 import math
 import struct
 import unittest
@@ -80,6 +82,36 @@ class Import(Case):
                 self.assertEqual([first(t) for t in mould.corners],
                                  [first([tuple(places[v]) for v in t]) for t in triangles])
                 self.assertEqual(mould.faces, list(range(1, len(triangles) + 1)))
+
+    def test_scenes_are_put_together_as_their_nodes_say(self):
+        points, faces = plate(4)
+        raw = struct.pack(f"<{3 * len(points)}f", *(x for p in points for x in p))
+        raw += struct.pack(f"<{3 * len(faces)}I", *(v for f in faces for v in f))
+        size = 12 * len(points)
+        half = math.sqrt(0.5)
+        scene = {
+            "asset": {"version": "2.0"}, "scene": 0, "scenes": [{"nodes": [0]}],
+            # The inner plate is doubled, turned a quarter about z and moved; all of it is moved again.
+            "nodes": [{"mesh": 0, "translation": [7, 1, 2], "children": [1]},
+                      {"mesh": 0, "translation": [0, 4, 0], "rotation": [0, 0, half, half], "scale": [2, 2, 2]}],
+            "meshes": [{"primitives": [{"attributes": {"POSITION": 0}, "indices": 1}]}],
+            "buffers": [{"byteLength": len(raw), "uri": "data:application/octet-stream;base64," +
+                         base64.b64encode(raw).decode()}],
+            "bufferViews": [{"buffer": 0, "byteOffset": 0, "byteLength": size},
+                            {"buffer": 0, "byteOffset": size, "byteLength": len(raw) - size}],
+            "accessors": [{"bufferView": 0, "componentType": 5126, "count": len(points), "type": "VEC3",
+                           "min": [0, 0, 0], "max": [4, 4, 0]},
+                          {"bufferView": 1, "componentType": 5125, "count": 3 * len(faces), "type": "SCALAR"}],
+        }
+        mould = self.mould("s.gltf", json.dumps(scene), "--side", "0,0,1")
+        outer = [(x + 7, y + 1, z + 2) for x, y, z in points]
+        inner = [(7 - 2 * y, 5 + 2 * x, z + 2) for x, y, z in points]
+        self.assertAlmostEqual(mould.area, 64.0, 4)  # the inner one is a piece of its own, and the larger
+        self.assertEqual({tuple(round(x, 4) for x in p) for p in mould.points}, {tuple(map(float, p)) for p in inner})
+        self.assertEqual(mould.faces, list(range(33, 65)))
+        mould = self.mould("s.gltf", json.dumps(scene), "--seed", "10,3,2")
+        self.assertEqual({tuple(round(x, 4) for x in p) for p in mould.points}, {tuple(map(float, p)) for p in outer})
+        self.assertEqual(mould.faces, list(range(1, 33)))
 
     def test_polygons_of_any_shape(self):
         comb = [(0, 0), (9, 0), (9, 5), (8, 5), (8, 1), (6, 1), (6, 5), (5, 5), (5, 1.5), (3, 1.5), (3, 4), (1, 4), (1, 6), (0, 6)]

@@ -96,6 +96,9 @@ class Sweep(Case):
             self.assertIn("(" + ", ".join(f"{row[f'seed_{a}']:.4g}" for a in "xyz") + ")", line)
             self.assertEqual("ended with code" in line, row["status"] != 0)
             self.assertEqual("% doubled" in line, row["doubled_share"] > 0.05)
+        cores = len(os.sched_getaffinity(0)) if hasattr(os, "sched_getaffinity") else os.cpu_count()
+        said = self.drape(mesh, *self.quick(), "--sweep-angles", "0:40:1").stderr
+        self.assertIn(f"draping 40 candidates in {min(cores, 40)} process{'es' if cores > 1 else ''}\n", said)
         verbose = self.drape(mesh, *self.quick(), "--sweep-angles", "0:60:5", "-v").stdout.split("\n\n")[0]
         self.assertEqual(len(verbose.splitlines()), 13)
 
