@@ -4,22 +4,24 @@
 #include "run/input_check.h"
 
 #include <cmath>
+#include <limits>
 
 namespace drape {
 namespace {
 
+// The passes look at all values before they judge, which lets the compiler take several at once.
 bool allFinite(const double* values, std::int64_t count) {
+    std::int64_t bad = 0;
     for (std::int64_t k = 0; k < count; ++k)
-        if (!std::isfinite(values[k]))
-            return false;
-    return true;
+        bad += std::fabs(values[k]) <= std::numeric_limits<double>::max() ? 0 : 1;
+    return bad == 0;
 }
 
 bool allWithin(const std::int32_t* values, std::int64_t count, std::int32_t low, std::int32_t high) {
+    std::int32_t bad = 0;
     for (std::int64_t k = 0; k < count; ++k)
-        if (values[k] < low || values[k] > high)
-            return false;
-    return true;
+        bad |= (values[k] < low ? 1 : 0) | (values[k] > high ? 1 : 0);
+    return bad == 0;
 }
 
 bool ascendingWithin(const std::int32_t* values, std::int64_t count, std::int32_t low, std::int32_t high) {

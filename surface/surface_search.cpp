@@ -17,7 +17,9 @@ bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleS
     const Circle circle{search.centre, unitNormal(search.planeNormal, search.forward), search.radius};
     const Vec3 given = search.forward;
     const SearchQuestion question{start, balls, ballCount, circle, given, search.backPoint};
-    if (hasTriangleTree() && searchByTree(question, scratch, found, status)) {
+    const TreeAnswer answer =
+        hasTriangleTree() ? searchByTree(question, scratch, found, status) : TreeAnswer::open;
+    if (answer == TreeAnswer::found) {
         devor(search.forward);
         return true;
     }
@@ -29,6 +31,8 @@ bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleS
     if (scratch.foundCount == 0)
         return true;
     devor(search.forward);
+    if (answer == TreeAnswer::nothing)
+        return true;
     const double tolerance = balls[0].tolerance;
     if (!gatherCandidates(circle, scratch.foundList, scratch.foundCount, tolerance, scratch.candidates,
                           status))

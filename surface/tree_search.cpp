@@ -221,8 +221,8 @@ private:
 };
 
 // All that the circle meets, if the flood would have listed it and the order of its list decides nothing.
-bool searchWholeCircle(const SearchQuestion& question, SearchScratch& scratch, SurfacePoint& found,
-                       std::int32_t& status) {
+TreeAnswer searchWholeCircle(const SearchQuestion& question, SearchScratch& scratch, SurfacePoint& found,
+                             std::int32_t& status) {
     bool certain = true;
     scratch.candidates.reset();
     model->indices->triangleTree.forEachNearCircle(question.circle, [&](std::int32_t triangle) {
@@ -238,12 +238,14 @@ bool searchWholeCircle(const SearchQuestion& question, SearchScratch& scratch, S
     });
     if (!certain) {
         scratch.candidates.reset();
-        return false;
+        return TreeAnswer::open;
     }
+    if (scratch.candidates.empty())
+        return TreeAnswer::nothing;
     const Choice choice = chooseCandidate(scratch.candidates, question.circle, question.forward,
                                           question.backPoint, question.tolerance());
     found = choice.found;
-    return choice.clear && found.triangle != 0;
+    return choice.clear && found.triangle != 0 ? TreeAnswer::found : TreeAnswer::open;
 }
 
 // The tree presumes an axis of unit length.
@@ -254,14 +256,14 @@ bool hasUnitAxis(const Circle& circle) {
 
 } // namespace
 
-bool searchByTree(const SearchQuestion& question, SearchScratch& scratch, SurfacePoint& found,
-                  std::int32_t& status) {
+TreeAnswer searchByTree(const SearchQuestion& question, SearchScratch& scratch, SurfacePoint& found,
+                        std::int32_t& status) {
     if (!hasUnitAxis(question.circle) ||
         !visitByBounds(question.start, question.balls, question.ballCount).goOn)
-        return false;
+        return TreeAnswer::open;
     if (ForwardSearch(question, scratch).run(found, status))
-        return true;
-    return status == DRAPE_OK && searchWholeCircle(question, scratch, found, status);
+        return TreeAnswer::found;
+    return status == DRAPE_OK ? searchWholeCircle(question, scratch, found, status) : TreeAnswer::open;
 }
 
 } // namespace drape

@@ -18,9 +18,13 @@ struct SearchQuestion {
     double tolerance() const { return balls[0].tolerance; }
 };
 
-// The answer of the search, if it can be told without the flood's whole list. False if it can't, or with a
-// work-array code.
-bool searchByTree(const SearchQuestion& question, SearchScratch& scratch, SurfacePoint& found,
-                  std::int32_t& status);
+enum class TreeAnswer {
+    found,
+    nothing, // the circle meets no triangle that the flood could list
+    open,    // the flood's whole list has to tell, if `status` isn't a work-array code
+};
+
+TreeAnswer searchByTree(const SearchQuestion& question, SearchScratch& scratch, SurfacePoint& found,
+                        std::int32_t& status);
 
 } // namespace drape

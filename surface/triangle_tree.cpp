@@ -119,7 +119,7 @@ void TriangleTree::putBox(std::int32_t triangle, const MeasuredTriangle& measure
     quad.high[0][lane] = roundedUp(high.x);
     quad.high[1][lane] = roundedUp(high.y);
     quad.high[2][lane] = roundedUp(high.z);
-    parts_[partCount_++] = {measured.shape.cross / measured.shape.area, margins::COPLANAR_COSINE};
+    parts_[partCount_++] = {(1.0 / measured.shape.area) * measured.shape.cross, margins::COPLANAR_COSINE};
 }
 
 void TriangleTree::put(std::int32_t triangle, const MeasuredTriangle& measured) {

@@ -15,6 +15,7 @@ namespace {
 constexpr int LEVELS = 11; // of octants within octants: 2048 cells along each axis
 constexpr int PASSES = 3;  // of the sort, LEVELS bits at a time
 constexpr std::size_t DIGITS = std::size_t{1} << LEVELS;
+constexpr int STATES = 24; // orientations of the curve
 
 constexpr std::uint32_t rotated(std::uint32_t octant, std::uint32_t by) { // three bits, to the left
     return ((octant << (by % 3)) | (octant >> (3 - by % 3))) & 7u;
@@ -23,8 +24,8 @@ constexpr std::uint32_t rotated(std::uint32_t octant, std::uint32_t by) { // thr
 // The curve in one octant is told by the corner where it enters and the axis along which it leaves (after
 // Hamilton, Compact Hilbert Indices, 2006): 8 x 3 orientations.
 struct CurveTable {
-    std::uint8_t digit[24][8]{}; // when the curve comes to an octant
-    std::uint8_t next[24][8]{};  // its orientation there
+    std::uint8_t digit[STATES][8]{}; // when the curve comes to an octant
+    std::uint8_t next[STATES][8]{};  // its orientation there
 
     constexpr CurveTable() {
         for (std::uint32_t entry = 0; entry < 8; ++entry)
@@ -43,6 +44,26 @@ struct CurveTable {
 };
 constexpr CurveTable CURVE;
 
+// The same for two levels at once, by the two bits of each coordinate; the orientation stands above the
+// digits.
+struct DoubleTable {
+    std::uint16_t step[STATES][64]{};
+
+    constexpr DoubleTable() {
+        for (std::uint32_t state = 0; state < STATES; ++state)
+            for (std::uint32_t bits = 0; bits < 64; ++bits) {
+                const std::uint32_t first =
+                    ((bits >> 1) & 1u) | ((bits >> 3) & 1u) << 1 | ((bits >> 5) & 1u) << 2;
+                const std::uint32_t second = (bits & 1u) | ((bits >> 2) & 1u) << 1 | ((bits >> 4) & 1u) << 2;
+                const std::uint32_t between = CURVE.next[state][first];
+                const std::uint32_t digits = CURVE.digit[state][first] << 3 | CURVE.digit[between][second];
+                step[state][bits] =
+                    static_cast<std::uint16_t>(std::uint32_t{CURVE.next[between][second]} << 6 | digits);
+            }
+    }
+};
+constexpr DoubleTable TWO_LEVELS;
+
 struct Cells {
     Vec3 low;
     double perUnit;
@@ -54,13 +75,18 @@ struct Cells {
     std::uint64_t placeOnCurve(const Vec3& p) const {
         const std::uint32_t x = along((p.x - low.x) * perUnit), y = along((p.y - low.y) * perUnit),
                             z = along((p.z - low.z) * perUnit);
-        std::uint64_t place = 0;
-        std::uint32_t state = 0;
-        for (int level = LEVELS - 1; level >= 0; --level) {
-            const std::uint32_t octant =
-                ((x >> level) & 1u) | ((y >> level) & 1u) << 1 | ((z >> level) & 1u) << 2;
-            place = place << 3 | CURVE.digit[state][octant];
-            state = CURVE.next[state][octant];
+        // The highest level by itself, since their number is odd.
+        static_assert(LEVELS % 2 == 1);
+        constexpr int top = LEVELS - 1;
+        const std::uint32_t octant = x >> top | (y >> top) << 1 | (z >> top) << 2;
+        std::uint64_t place = CURVE.digit[0][octant];
+        std::uint32_t state = CURVE.next[0][octant];
+        for (int level = LEVELS - 3; level >= 0; level -= 2) {
+            const std::uint32_t bits =
+                ((x >> level) & 3u) | ((y >> level) & 3u) << 2 | ((z >> level) & 3u) << 4;
+            const std::uint32_t step = TWO_LEVELS.step[state][bits];
+            place = place << 6 | (step & 63u);
+            state = step >> 6;
         }
         return place;
     }
