@@ -124,6 +124,17 @@ double exactDistance(const Vec3& p, const Corners& t, double tolerance) {
     return distanceToTriangle(p, t.a, t.b, t.c, tolerance).distance;
 }
 
+// A direction that leads out of the triangle's box at one of its corners, if the box has one there.
+Vec3 awayFrom(const Corners& t, const Vec3& corner, Random& random) {
+    const Vec3 out = corner - t.at(1.0 / 3.0, 1.0 / 3.0), way = randomVector(random);
+    const auto signedLike = [](double value, double sign) {
+        return sign == 0.0 ? value : std::copysign(value, sign);
+    };
+    Vec3 away{signedLike(way.x, out.x), signedLike(way.y, out.y), signedLike(way.z, out.z)};
+    devor(away);
+    return away;
+}
+
 // Near the triangle or far off, over its inside, beyond its ends, or beyond an end along an edge, as far as
 // the edge's own test may reach over it.
 Vec3 pointNear(const Corners& t, const Scene& scene, Random& random) {
@@ -135,7 +146,7 @@ Vec3 pointNear(const Corners& t, const Scene& scene, Random& random) {
     case 1:
         return t.at(random.between(-2.0, 3.0), 0.0) + height * up;
     case 2:
-        return t.at(0.0, random.unit()) + height * randomDirection(random);
+        return t.a + height * awayFrom(t, t.a, random);
     case 3: {
         const double length2 = vor(t.b - t.a);
         const double beyond = scene.tolerance / length2 * (random.below(2) == 0 ? 1.0 : random.unit());
@@ -186,26 +197,40 @@ TEST(Margins, BoundsSettleARangeAsTheExactDistanceDoes) {
 
 TEST(Margins, TheNearestBoundaryTriangleIsThatOfAFullPass) {
     Random random(42);
-    for (int round = 0; round < 1500; ++round) {
-        const Scene scene(random);
+    for (int round = 0; round < 2500; ++round) {
+        Scene scene(random);
+        if (random.below(2) == 0) // an overhang as large as the last bit of a coordinate
+            scene.tolerance = scene.size * std::min(4e-16 * scene.offset * random.unit(), 0.1 * scene.size);
         Soup soup;
         const int count = 1 + random.below(40);
         const Corners first = randomTriangle(scene, random);
-        for (int k = 0; k < count; ++k) {
-            Corners t = random.below(2) == 0 ? first : randomTriangle(scene, random);
-            const Vec3 away = scene.size * Vec3{double(random.below(5)), double(random.below(5)), 0.0};
+        const double bits = random.below(2) == 0 ? 0.0 : 4e-16 * scene.offset + 1e-14 * scene.size;
+        for (int k = 0; k < count; ++k) { // many of them alike, also in one place or nearly so
+            const Corners t = random.below(3) > 0 ? first : randomTriangle(scene, random);
+            const Vec3 away = scene.size * Vec3{double(random.below(3)), double(random.below(3)), 0.0} +
+                              bits * randomVector(random);
             soup.add({t.a + away, t.b + away, t.c + away});
         }
         BoundaryTree tree;
         std::int32_t status = 0;
         ASSERT_TRUE(tree.build(soup.finished(), scene.tolerance, status));
         for (int k = 0; k < 30; ++k) {
-            const Corners t = soup.triangle(1 + random.below(count));
+            const std::int32_t edge = 1 + random.below(count);
+            const Corners near = soup.triangle(edge);
             // Every so often a corner, at which many triangles may be as near as can be.
-            const Vec3 p = k % 6 == 0 ? t.a : pointNear(t, scene, random);
+            const Vec3 p = k % 6 == 0             ? near.a
+                           : random.below(2) == 0 ? pointNear(near, scene, random)
+                                                  : near.b + 2.0 * bits * randomVector(random);
             const auto distanceTo = [&](std::int32_t e) {
                 return exactDistance(p, soup.triangle(e), scene.tolerance);
             };
+            // No box lies beyond the distance of what it holds: nothing else is as near, but nearly.
+            const double least = distanceTo(edge), more = std::nextafter(least, 2.0 * least + 1.0);
+            ASSERT_EQ(tree.nearest(p, [&](std::int32_t e) { return e == edge ? least : more; }), edge)
+                << "size " << scene.size << " offset " << scene.offset / scene.size << " tolerance "
+                << scene.tolerance / scene.size;
+            if (k % 6 > 0 && k % 4 > 0)
+                continue;
             std::int32_t nearest = 1;
             for (std::int32_t e = 2; e <= count; ++e)
                 if (distanceTo(e) < distanceTo(nearest))
@@ -238,17 +263,6 @@ TEST(Margins, TheNearestBoundaryTriangleIsThatOfAFullPass) {
         }
         tree.release(status);
     }
-}
-
-// A direction that leads out of the triangle's box at one of its corners, if the box has one there.
-Vec3 awayFrom(const Corners& t, const Vec3& corner, Random& random) {
-    const Vec3 out = corner - t.at(1.0 / 3.0, 1.0 / 3.0), way = randomVector(random);
-    const auto signedLike = [](double value, double sign) {
-        return sign == 0.0 ? value : std::copysign(value, sign);
-    };
-    Vec3 away{signedLike(way.x, out.x), signedLike(way.y, out.y), signedLike(way.z, out.z)};
-    devor(away);
-    return away;
 }
 
 // A circle that comes by a place on the triangle: across its plane, or nearly in it, and there by chance at
