@@ -34,13 +34,6 @@ double longestSide(const Grid& grid, const std::vector<Cell>& cells) {
     return longest;
 }
 
-// 21 bits per axis; far cubes that share a key only bring candidates that the distance turns down.
-std::uint64_t keyOf(const std::array<std::int64_t, 3>& cube) {
-    constexpr std::uint64_t mask = (1U << 21U) - 1;
-    const auto part = [](std::int64_t number) { return static_cast<std::uint64_t>(number) & mask; };
-    return part(cube[0]) << 42U | part(cube[1]) << 21U | part(cube[2]);
-}
-
 } // namespace
 
 struct CellCover::Place {
@@ -50,29 +43,10 @@ struct CellCover::Place {
     double across = 0.0;
 };
 
-CellCover::CellCover(const Grid& grid, const std::vector<Cell>& cells) : step_(longestSide(grid, cells)) {
-    if (!(step_ > 0.0) || !std::isfinite(step_)) {
-        return;
-    }
-    std::vector<std::pair<std::uint64_t, std::uint32_t>> places;
-    for (std::size_t k = 0; k < cells.size(); ++k) {
-        const Shape shape = shapeOf(grid, cells[k], k);
-        if (shape.cover != Cover::none && isFinite(shape.centre)) {
-            places.emplace_back(keyOf(cubeOf(shape.centre)), static_cast<std::uint32_t>(shapes_.size()));
-            shapes_.push_back(shape);
-        }
-    }
-    std::sort(places.begin(), places.end());
-    for (const auto& [key, shape] : places) {
-        order_.push_back(shape);
-    }
-    for (std::size_t first = 0; first < places.size();) {
-        std::size_t last = first;
-        while (last < places.size() && places[last].first == places[first].first) {
-            ++last;
-        }
-        cubes_[places[first].first] = std::span(order_).subspan(first, last - first);
-        first = last;
+CellCover::CellCover(const Grid& grid, const std::vector<Cell>& cells)
+    : step_(longestSide(grid, cells)), cubes_(grid, cells, cubeWidth * step_) {
+    for (const Cell& cell : cells) {
+        shapes_.push_back(shapeOf(grid, cell));
     }
 }
 
@@ -82,15 +56,14 @@ CellCover::Half CellCover::halfOf(const Point& a, const Point& b, const Point& c
     return {scale(cross(c - a, square), part), scale(cross(square, b - a), part), unit(square)};
 }
 
-CellCover::Shape CellCover::shapeOf(const Grid& grid, const Cell& cell, std::size_t index) const {
+CellCover::Shape CellCover::shapeOf(const Grid& grid, const Cell& cell) const {
     Shape shape{};
     double reach = 0.0;
-    shape.cell = index;
     shape.cover = cell.onSurface ? Cover::whole : hangsOverEdge(grid, cell) ? Cover::edge : Cover::none;
+    shape.centre = cellCentre(grid, cell);
     std::array<Point, 4> q;
     for (std::size_t k = 0; k < 4; ++k) {
         q[k] = nodePosition(grid, cell.nodes[k]);
-        shape.centre = shape.centre + 0.25 * q[k];
         shape.normal = shape.normal + nodeNormal(grid, cell.nodes[k]);
     }
     shape.first = distance(q[0], q[2]) <= distance(q[1], q[3]) ? 0 : 1;
@@ -104,31 +77,6 @@ CellCover::Shape CellCover::shapeOf(const Grid& grid, const Cell& cell, std::siz
     shape.halves = {halfOf(shape.corners[0], shape.corners[1], shape.corners[2]),
                     halfOf(shape.corners[0], shape.corners[2], shape.corners[3])};
     return shape;
-}
-
-CellCover::Cube CellCover::cubeOf(const Point& p) const {
-    constexpr double farthest = 1e15;
-    Cube cube{};
-    for (std::size_t k = 0; k < 3; ++k) {
-        const double number = std::floor(p[k] / (cubeWidth * step_));
-        cube[k] = static_cast<std::int64_t>(std::clamp(number, -farthest, farthest));
-    }
-    return cube;
-}
-
-// Calls `use` with each shape in a cube and the cubes around it.
-template <class Use>
-void CellCover::around(const Cube& cube, Use use) const {
-    for (std::int64_t x = -1; x <= 1; ++x) {
-        for (std::int64_t y = -1; y <= 1; ++y) {
-            for (std::int64_t z = -1; z <= 1; ++z) {
-                const auto found = cubes_.find(keyOf({cube[0] + x, cube[1] + y, cube[2] + z}));
-                if (found != cubes_.end()) {
-                    std::for_each(found->second.begin(), found->second.end(), use);
-                }
-            }
-        }
-    }
 }
 
 // The nearest place of a cell, taken as two triangles along its shorter diagonal.
@@ -157,7 +105,7 @@ CellCover::Place CellCover::placeIn(const Shape& shape, const Point& p) {
 bool CellCover::canLieOver(const Shape& shape, const Facet& facet) const {
     const Point away = shape.centre - facet.centroid;
     const double square = dot(away, away);
-    if (square > shape.farSquare || dot(shape.normal, facet.normal) <= 0.0) {
+    if (shape.cover == Cover::none || square > shape.farSquare || dot(shape.normal, facet.normal) <= 0.0) {
         return false;
     }
     const double farthest = farthestCentre * step_;
@@ -203,11 +151,8 @@ bool CellCover::covers(const Shape& shape, const Facet& facet) const {
 
 CellPlace CellCover::nearestOver(const Facet& facet) const {
     CellPlace found;
-    if (shapes_.empty()) {
-        return found;
-    }
     double nearest = 0.0;
-    around(cubeOf(facet.centroid), [&](std::uint32_t index) {
+    cubes_.around(facet.centroid, [&](std::uint32_t index) {
         const Shape& shape = shapes_[index];
         if ((found.cover == Cover::whole && shape.cover == Cover::edge) || !canLieOver(shape, facet)) {
             return;
@@ -215,34 +160,31 @@ CellPlace CellCover::nearestOver(const Facet& facet) const {
         const Place place = placeIn(shape, facet.centroid);
         if ((shape.cover != found.cover || place.distance < nearest) && liesOver(facet, place)) {
             nearest = place.distance;
-            found = {shape.cell, shape.cover, place.along, place.across};
+            found = {index, shape.cover, place.along, place.across};
         }
     });
     return found;
 }
 
 Cover CellCover::coverOf(const Facet& facet, Hint& hint) const {
-    if (shapes_.empty()) {
-        return Cover::none;
-    }
     Cover best = Cover::none;
     const auto wholeAt = [&](std::size_t index) {
         const Shape& shape = shapes_[index];
         if (best != shape.cover && canLieOver(shape, facet) && covers(shape, facet)) {
             best = shape.cover;
-            hint.shape = index;
+            hint.cell = index;
         }
         return best == Cover::whole;
     };
-    if (wholeAt(hint.shape)) {
+    if (hint.cell && wholeAt(*hint.cell)) {
         return best;
     }
-    const Cube cube = cubeOf(facet.centroid);
+    const CellCubes::Cube cube = cubes_.cubeOf(facet.centroid);
     if (!hint.known || cube != hint.cube) {
         hint.cube = cube;
         hint.known = true;
         hint.near.clear();
-        around(cube, [&](std::uint32_t index) { hint.near.push_back(index); });
+        cubes_.around(cube, [&](std::uint32_t index) { hint.near.push_back(index); });
     }
     const auto found = std::find_if(hint.near.begin(), hint.near.end(), wholeAt);
     if (found != hint.near.end()) {

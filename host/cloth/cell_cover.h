@@ -2,22 +2,15 @@
 // from the cell to the centroid runs along the triangle's normal and both face the same side.
 #pragma once
 
+#include "host/cloth/cell_cubes.h"
 #include "host/cloth/grid.h"
 #include "host/cloth/mould.h"
 
 #include <cstdint>
-#include <span>
-#include <unordered_map>
+#include <optional>
 #include <vector>
 
 namespace drape::host {
-
-// How a triangle is covered, judged at its centroid.
-enum class Cover {
-    none = 0,  // no cell reaches it
-    whole = 1, // by a cell that lies on the mould with all its corners
-    edge = 2   // by a cell that hangs over an edge of the mould
-};
 
 // The place of a cell nearest to a centroid.
 struct CellPlace {
@@ -31,21 +24,16 @@ class CellCover {
 public:
     // `cells` are all complete cells of `grid`.
     CellCover(const Grid& grid, const std::vector<Cell>& cells);
-    CellCover(const CellCover&) = delete;
-    CellCover& operator=(const CellCover&) = delete;
 
     // The nearest cell that lies over the facet, a whole one before one at an edge; cover none if there isn't
     // any.
     CellPlace nearestOver(const Facet& facet) const;
 
-    // A cube of space, counted along the axes.
-    using Cube = std::array<std::int64_t, 3>;
-
     // What one facet's search leaves for the next one, which is likely to lie close by.
     struct Hint {
-        std::size_t shape = 0;           // that covered the last facet
-        Cube cube{};                     // that the last facet lay in
-        std::vector<std::uint32_t> near; // shapes in that cube and around it, what covered of late in front
+        std::optional<std::size_t> cell; // that covered the last facet
+        CellCubes::Cube cube{};          // that the last facet lay in
+        std::vector<std::uint32_t> near; // cells in that cube and around it, what covered of late in front
         bool known = false;
     };
 
@@ -64,13 +52,12 @@ private:
         Point centre, normal;
         double farSquare;  // squared distance off the centre beyond which nothing is covered
         std::size_t first; // corner of the cell that `corners` begin with
-        std::size_t cell;
         Cover cover;
     };
     struct Place;
 
     static Half halfOf(const Point& a, const Point& b, const Point& c);
-    Shape shapeOf(const Grid& grid, const Cell& cell, std::size_t index) const;
+    Shape shapeOf(const Grid& grid, const Cell& cell) const;
     static Place placeIn(const Shape& shape, const Point& p);
     bool canLieOver(const Shape& shape, const Facet& facet) const;
     bool liesOver(const Facet& facet, const Place& place) const;
@@ -78,14 +65,9 @@ private:
     bool surelyLiesBeside(const Shape& shape, const Facet& facet) const;
     bool covers(const Shape& shape, const Facet& facet) const;
 
-    template <class Use>
-    void around(const Cube& cube, Use use) const;
-    Cube cubeOf(const Point& p) const;
-
     double step_; // longest side of a cell on the mould
-    std::vector<Shape> shapes_;
-    std::vector<std::uint32_t> order_;                                        // shapes, cube by cube
-    std::unordered_map<std::uint64_t, std::span<const std::uint32_t>> cubes_; // ranges of `order_`
+    CellCubes cubes_;
+    std::vector<Shape> shapes_; // one per cell
 };
 
 } // namespace drape::host

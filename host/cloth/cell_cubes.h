@@ -4,65 +4,54 @@
 #include "host/cloth/grid.h"
 
 #include <algorithm>
-#include <cmath>
+#include <unordered_map>
+#include <vector>
 
 namespace drape::host {
 
-inline Point cellCentre(const Grid& grid, const Cell& cell) {
-    Point sum{};
-    for (const std::int32_t node : cell.nodes) {
-        sum = vec::add(sum, vec::scale(nodePosition(grid, node), 0.25));
-    }
-    return sum;
-}
+// Mean of a cell's corners.
+Point cellCentre(const Grid& grid, const Cell& cell);
 
 class CellCubes {
 public:
-    // `width` of a cube, in the mould's unit.
-    CellCubes(const Grid& grid, const std::vector<Cell>& cells, double width) : width_(width) {
-        for (std::size_t k = 0; k < cells.size(); ++k) {
-            const Point centre = cellCentre(grid, cells[k]);
-            if (vec::isFinite(centre)) {
-                entries_.emplace_back(key(cube(centre)), static_cast<std::int32_t>(k));
-            }
-        }
-        std::sort(entries_.begin(), entries_.end());
-    }
+    using Cube = std::array<std::int64_t, 3>; // counted along the axes
 
-    // Calls `use` with the index of each cell in the cube of `p` and the cubes around it.
+    // `width` of a cube, in the mould's unit; with 0 or infinity there are no cubes.
+    CellCubes(const Grid& grid, const std::vector<Cell>& cells, double width);
+
+    Cube cubeOf(const Point& p) const;
+
+    // Calls `use` with the index of each cell in a cube and the cubes around it.
     template <class Use>
-    void around(const Point& p, Use use) const {
-        const auto middle = cube(p);
+    void around(const Cube& cube, Use use) const {
         for (std::int64_t x = -1; x <= 1; ++x) {
             for (std::int64_t y = -1; y <= 1; ++y) {
                 for (std::int64_t z = -1; z <= 1; ++z) {
-                    const auto wanted = key({middle[0] + x, middle[1] + y, middle[2] + z});
-                    for (auto at = std::lower_bound(entries_.begin(), entries_.end(), std::pair(wanted, 0));
-                         at != entries_.end() && at->first == wanted; ++at) {
-                        use(static_cast<std::size_t>(at->second));
+                    const auto found = ranges_.find(keyOf({cube[0] + x, cube[1] + y, cube[2] + z}));
+                    if (found != ranges_.end()) {
+                        const auto first = order_.begin() + found->second.first;
+                        std::for_each(first, first + found->second.count, use);
                     }
                 }
             }
         }
     }
 
-private:
-    std::array<std::int64_t, 3> cube(const Point& p) const {
-        const auto index = [&](double x) {
-            return static_cast<std::int64_t>(std::clamp(std::floor(x / width_), -1e15, 1e15));
-        };
-        return {index(p[0]), index(p[1]), index(p[2])};
+    template <class Use>
+    void around(const Point& p, Use use) const {
+        around(cubeOf(p), use);
     }
 
-    // 21 bits per axis; far cubes that share a key only bring candidates that the distance turns down.
-    static std::uint64_t key(const std::array<std::int64_t, 3>& at) {
-        constexpr std::uint64_t mask = (1U << 21U) - 1;
-        return (static_cast<std::uint64_t>(at[0]) & mask) << 42U |
-               (static_cast<std::uint64_t>(at[1]) & mask) << 21U | (static_cast<std::uint64_t>(at[2]) & mask);
-    }
+private:
+    struct Range {
+        std::ptrdiff_t first, count;
+    };
+
+    static std::uint64_t keyOf(const Cube& cube);
 
     double width_;
-    std::vector<std::pair<std::uint64_t, std::int32_t>> entries_;
+    std::vector<std::uint32_t> order_; // cells, cube by cube, ascending in each
+    std::unordered_map<std::uint64_t, Range> ranges_;
 };
 
 } // namespace drape::host

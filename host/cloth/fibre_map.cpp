@@ -1,6 +1,7 @@
 // A triangle takes its fibres from the cell nearest to its centroid, if that cell lies over it.
 #include "host/cloth/fibre_map.h"
 
+#include "host/cloth/cell_cover.h"
 #include "host/cloth/fibre_directions.h"
 
 namespace drape::host {

@@ -1,7 +1,6 @@
 // Which fibres lie on each triangle of the mould: what a structural model of the part needs.
 #pragma once
 
-#include "host/cloth/cell_cover.h"
 #include "host/cloth/measure.h"
 
 namespace drape::host {

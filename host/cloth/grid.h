@@ -27,6 +27,13 @@ struct Cell {
     bool onSurface = false; // all four corners are open and lie on a triangle
 };
 
+// How a triangle is covered, judged at its centroid.
+enum class Cover {
+    none = 0,  // no cell reaches it
+    whole = 1, // by a cell that lies on the mould with all its corners
+    edge = 2   // by a cell that hangs over an edge of the mould
+};
+
 // `node` is 0-based.
 inline Point nodePosition(const Grid& grid, std::int32_t node) {
     const auto at = 3 * static_cast<std::size_t>(node);

@@ -4,6 +4,7 @@
 
 #include "host/cloth/start.h"
 #include "host/mesh/clip.h"
+#include "host/mesh/error.h"
 #include "host/mesh/note.h"
 #include "host/mesh/side.h"
 #include "host/mesh/triangle_mesh.h"

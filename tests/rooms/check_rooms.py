@@ -1,0 +1,82 @@
+"""Holds the arrows between the rooms of the house: which folder may include which.
+
+    check_rooms.py <top of the repository>
+
+An include that runs against them, an include that names no file, and a room that isn't listed are errors.
+"""
+import pathlib
+import re
+import sys
+
+# Each room with the rooms, or single files, that it may include beside its own files.
+LIBRARY = ("include",)
+HOST = ("include", "host/mesh", "host/cloth", "host/search")
+ROOMS = {
+    "include": (),
+    "services": LIBRARY,
+    "surface": (*LIBRARY, "services", "run/model.h"),
+    "placement": (*LIBRARY, "services", "surface", "run/model.h"),
+    "rows": (*LIBRARY, "services", "surface", "placement", "run/model.h"),
+    "fronts": (*LIBRARY, "services", "surface", "placement", "rows", "run/model.h"),
+    "run": (*LIBRARY, "services", "surface", "placement", "rows", "fronts"),
+    "transfer": (*LIBRARY, "services", "run/model.h"),
+    "ordering": (*LIBRARY, "services", "run/model.h"),
+    "host/mesh": ("include",),
+    "host/cloth": ("include", "host/mesh"),
+    "host/search": ("include", "host/mesh", "host/cloth"),
+    "tool/read": HOST,
+    "tool/draw": HOST,
+    "tool/write": (*HOST, "tool/draw"),
+    "tool": (*HOST, "tool/read", "tool/draw", "tool/write"),
+}
+# Beside their own files these may include any room: they are what the house is looked at with.
+OUTSIDE = {"tests", "bench", "fuzz", "examples", "python", "web"}
+
+# Arrows that run otherwise and are still to go: (file, included).
+STILL_TO_GO = {("transfer/cell_index.cpp", "surface/margins.h")}
+
+INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"', re.M)
+
+
+def room_of(path):
+    """The longest room that holds a file, None outside of all."""
+    folders = [str(folder) for folder in pathlib.PurePosixPath(path).parents]
+    return next((folder for folder in folders if folder in ROOMS), None)
+
+
+def allowed(room, path):
+    return room_of(path) == room or any(path == entry or room_of(path) == entry for entry in ROOMS[room])
+
+
+def main():
+    top = pathlib.Path(sys.argv[1])
+    wrong, seen = [], set()
+    for file in sorted([*top.glob("*/**/*.h"), *top.glob("*/**/*.cpp")]):
+        name = file.relative_to(top).as_posix()
+        first = name.split("/")[0]
+        if first in OUTSIDE or first.startswith(".") or first in ("build", "out"):
+            continue
+        room = room_of(name)
+        if room is None:
+            wrong.append(f"{name} stands in no room")
+            continue
+        for included in INCLUDE.findall(file.read_text()):
+            path = included if (top / included).is_file() else f"include/{included}"
+            if not (top / path).is_file():
+                wrong.append(f"{name} includes {included}, written otherwise than from the top of the house")
+            elif (name, path) in STILL_TO_GO:
+                seen.add((name, path))
+            elif not allowed(room, path):
+                wrong.append(f"{name} includes {path}: {room} may not use {room_of(path)}")
+    # The model is a leaf: whatever it includes, every room would include with it.
+    for included in INCLUDE.findall((top / "run/model.h").read_text()):
+        if room_of(included) not in (None, "include", "services", "run"):
+            wrong.append(f"run/model.h includes {included}, so it's no leaf")
+    wrong += [f"the arrow from {a} to {b} is gone: strike it off the list in this test" for a, b in STILL_TO_GO - seen]
+    for line in wrong:
+        print(line)
+    return 1 if wrong else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
