@@ -9,8 +9,8 @@ import os
 import unittest
 
 import model
-from moulds import cup, obj, plate, turned, uneven_sheet
-from program import DONE, RUN_ENDED, Case
+from moulds import cube, cup, obj, plate, turned, uneven_sheet
+from program import DONE, INPUT, RUN_ENDED, Case
 
 HEAD = ("candidate seed_x seed_y seed_z angle_deg ran status nodes cells mean_shear_deg largest_shear_deg "
         "share_beyond_locking covered_share doubled_share pattern_area pattern_width pattern_height within").split()
@@ -136,6 +136,15 @@ class Sweep(Case):
         for radius, works in ((best["within"], True), (best["within"] + 0.25, False)):
             report, _ = self.report(mesh, "--step", "0.25", *start, "--within", radius, expect=None)
             self.assertEqual(report["result"]["status"] == 0 and report["result"]["doubledShare"] <= 0.05, works)
+
+    def test_starts_that_cannot_be_draped_say_so(self):
+        mesh = self.file("cube.obj", obj(cube()))
+        done = self.drape(mesh, "--within", "100", "--step", "1", "--sweep-seeds", "2,2,4", "--sweep-angles", "0,20", "-o",
+                          "t.sweep.csv", expect=INPUT)
+        self.assertIn("the surface is closed", done.stderr)
+        self.assertEqual(done.stdout.count("can't be draped from here"), 2)
+        rows = (self.folder / "t.sweep.csv").read_text().splitlines()[1:]
+        self.assertEqual(rows, ["1,2,2,4,0" + ",0" * 12 + ",", "2,2,2,4,20" + ",0" * 12 + ","])
 
     def test_seeds_and_angles_by_default_and_by_grid(self):
         points, faces = plate(10)
