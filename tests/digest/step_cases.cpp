@@ -499,6 +499,18 @@ void tangledChains(Block& block) {
     walkChain(block, surface);
 }
 
+// Boundaries of one and two edges, which no walk makes.
+void shortBoundary(Block& block) {
+    const Kind kind = block.oneOf({Kind::whole, Kind::halves, Kind::any});
+    Scene scene(block, {kind, true});
+    scene.boundaryCount = std::min(scene.boundaryCount, block.within(1, 2));
+    scene.registerModel();
+    if (block.chance(0.5))
+        fallBack(block, scene, kind);
+    else
+        segmentCrossings(block, scene, kind);
+}
+
 // Values are copied at registration; arrays and counters are held.
 void registration(Block& block) {
     Scene scene(block, {Kind::any, true});
@@ -570,6 +582,7 @@ void reportSteps(Report& report) {
     }
     reportBlocks(report, "tangled boundary chain", 3, 3000, tangledChains);
     reportBlocks(report, "full front table", 1, 60, fullTable);
+    reportBlocks(report, "short boundary", 2, 500, shortBoundary);
     reportBlocks(report, "registration copies values", 1, 60, registration);
 }
 
