@@ -1,5 +1,7 @@
-// What a run costs: per node over mesh size, mesh density and boundary length, the set-up per triangle, and
-// the run against the plain road through the exported operations.
+// What a run costs, set-up included, on meshes in random order: over mesh size, order, density and boundary
+// length, on smooth and on regular moulds, in several threads at once, and against the plain road through the
+// exported operations. docs/make_performance_plots.py draws what this prints with
+// --benchmark_out=FILE --benchmark_out_format=json.
 //
 // A run's own time is measured in two: a run with room for four nodes ends right after its set-up, and what a
 // whole run takes beyond that belongs to its nodes. Both are the least of several runs, since machines are
@@ -10,18 +12,20 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <functional>
 #include <numeric>
+#include <thread>
 #include <vector>
 
 using namespace drape_test;
 
 namespace {
 
-// Processor time, since machines are shared and the library has one thread.
+// Processor time, since machines are shared and a run is one thread's.
 double secondsOf(const std::function<void()>& work) {
     const std::clock_t start = std::clock();
     work();
@@ -35,13 +39,32 @@ double leastSecondsOf(int repeats, const std::function<void()>& work) {
     return least;
 }
 
-// A gently waved sheet of side x side squares of unit edge, its inner vertices jittered.
-Surface wavedSheet(int side) {
-    Surface sheet = squareMould(
-        0.5 * side, side, [](double x, double y) { return 3.0 * std::sin(0.05 * x) * std::cos(0.04 * y); });
-    Random random(1);
-    makeIrregular(sheet, 0.2, random);
-    return sheet;
+enum class Order { asBuilt, random };
+
+void put(Surface& surface, Order order) {
+    Random numbers(5);
+    if (order == Order::random)
+        shuffle(surface, numbers);
+}
+
+// Two humps over side x side squares of unit edge, the inner vertices jittered.
+Surface doubleDome(int side, Order order = Order::random) {
+    Surface dome = squareMould(0.5 * side, side, doubleDomeHeight(0.5 * side));
+    Random numbers(5);
+    makeIrregular(dome, 0.2, numbers);
+    put(dome, order);
+    return dome;
+}
+
+Settings inTheMiddle(int side, double step) {
+    Settings settings;
+    settings.seed[0] = 0.3;
+    settings.seed[1] = 0.2;
+    settings.seed[2] = doubleDomeHeight(0.5 * side)(0.3, 0.2);
+    settings.stepA = settings.stepB = step;
+    settings.tolerance = 1e-3 * step;
+    settings.byGridLine = 0;
+    return settings;
 }
 
 std::int32_t roomFor(const Surface& surface, double step) {
@@ -53,7 +76,8 @@ struct Cost {
     double whole = 0.0; // seconds
     std::int32_t nodes = 0;
     std::int32_t status = 0;
-    double perNode() const { return nodes > 0 ? (whole - setUp) / nodes : 0.0; }
+    double perNode() const { return nodes > 0 ? whole / nodes : 0.0; }
+    double perNodeBeyondSetUp() const { return nodes > 0 ? (whole - setUp) / nodes : 0.0; }
 };
 
 Cost costOf(const Surface& surface, Settings settings, int repeats) {
@@ -70,57 +94,107 @@ Cost costOf(const Surface& surface, Settings settings, int repeats) {
 void report(benchmark::State& state, const Surface& surface, const Cost& cost) {
     state.counters["triangles"] = surface.triCount();
     state.counters["nodes"] = cost.nodes;
-    state.counters["ns_per_node"] = 1e9 * cost.perNode();
-    state.counters["nodes_per_s"] = 1.0 / cost.perNode();
+    state.counters["us_per_node"] = 1e6 * cost.perNode();
+    state.counters["us_beyond_setup"] = 1e6 * cost.perNodeBeyondSetUp();
     state.counters["setup_ns_per_triangle"] = 1e9 * cost.setUp / surface.triCount();
     state.counters["status"] = cost.status;
 }
 
 constexpr int REPEATS = 3;
 
-// Mesh size, with the cell as long as a mesh edge; from a million triangles on the cloth stays the same.
+// Mesh size and order, with the cell as long as a mesh edge.
 void overMeshSize(benchmark::State& state) {
-    const Surface sheet = wavedSheet(static_cast<int>(state.range(0)));
-    Settings settings = seededAt(sheet, 0.3, 0.2, 1.0);
-    settings.capacity = std::min(roomFor(sheet, 1.0), 400000);
+    const int side = static_cast<int>(state.range(0));
+    const Surface dome = doubleDome(side, state.range(1) == 0 ? Order::asBuilt : Order::random);
+    Settings settings = inTheMiddle(side, 1.0);
+    settings.capacity = roomFor(dome, 1.0);
     Cost cost;
     for (auto _ : state) {
-        cost = costOf(sheet, settings, REPEATS);
+        cost = costOf(dome, settings, dome.triCount() < 100000 ? 9 : REPEATS);
         state.SetIterationTime(cost.whole);
     }
-    report(state, sheet, cost);
+    report(state, dome, cost);
 }
 BENCHMARK(overMeshSize)
-    ->ArgName("side")
-    ->Arg(71)
-    ->Arg(224)
-    ->Arg(707)
-    ->Arg(2236)
+    ->ArgNames({"side", "random"})
+    ->ArgsProduct({{78, 224, 678, 2236}, {0, 1}})
     ->UseManualTime()
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond);
 
-// Mesh edges per cell, in quarters, on one mesh.
+// Mesh edges per cell, in quarters.
 void overMeshDensity(benchmark::State& state) {
-    const Surface sheet = wavedSheet(300);
-    const double step = 0.25 * static_cast<double>(state.range(0));
-    Settings settings = seededAt(sheet, 0.3, 0.2, step);
-    settings.capacity = roomFor(sheet, step);
+    const int side = static_cast<int>(state.range(0));
+    const Surface dome = doubleDome(side);
+    const double step = 0.25 * static_cast<double>(state.range(1));
+    Settings settings = inTheMiddle(side, step);
+    settings.capacity = roomFor(dome, step);
     Cost cost;
     for (auto _ : state) {
-        cost = costOf(sheet, settings, REPEATS);
+        cost = costOf(dome, settings, REPEATS);
         state.SetIterationTime(cost.whole);
     }
-    report(state, sheet, cost);
+    report(state, dome, cost);
     state.counters["edges_per_cell"] = step;
 }
 BENCHMARK(overMeshDensity)
-    ->ArgName("quarter_edges")
-    ->Arg(2)
-    ->Arg(4)
-    ->Arg(8)
-    ->Arg(12)
-    ->Arg(16)
+    ->ArgNames({"side", "quarter_edges"})
+    ->ArgsProduct({{228, 474}, {2, 4, 8, 12, 16}})
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+// Flat moulds full of exact ties: nodes on the vertices of a lattice, nodes between them, and a toothed edge.
+void overTies(benchmark::State& state) {
+    const auto kind = state.range(0);
+    Surface plate = kind == 2 ? toothedPlate(60, 100, 6) : squareMould(55.0, 110, level);
+    put(plate, Order::random);
+    const double x = kind == 0 ? 0.0 : kind == 1 ? 0.3 : 60.3, y = kind == 0 ? 0.0 : kind == 1 ? 0.2 : 40.2;
+    Settings settings = seededAt(plate, x, y, 1.0);
+    settings.byGridLine = 0;
+    settings.capacity = roomFor(plate, 1.0);
+    Cost cost;
+    for (auto _ : state) {
+        cost = costOf(plate, settings, 9);
+        state.SetIterationTime(cost.whole);
+    }
+    report(state, plate, cost);
+}
+BENCHMARK(overTies)
+    ->ArgName("on_vertices_between_toothed")
+    ->DenseRange(0, 2)
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+// Runs side by side, one in each thread, over one mesh: the time on the clock for as many drapes as threads.
+void overThreads(benchmark::State& state) {
+    const auto count = static_cast<std::size_t>(state.range(0));
+    const Surface dome = doubleDome(160);
+    Settings settings = inTheMiddle(160, 1.0);
+    settings.capacity = roomFor(dome, 1.0);
+    std::vector<Grid> grids(count, emptyGrid(settings.capacity));
+    double least = 1e9;
+    for (auto _ : state) {
+        for (int k = 0; k < 20; ++k) {
+            const auto start = std::chrono::steady_clock::now();
+            std::vector<std::thread> threads;
+            for (Grid& grid : grids)
+                threads.emplace_back([&] { drape(dome, settings, grid); });
+            for (std::thread& thread : threads)
+                thread.join();
+            least = std::min(least,
+                             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+        }
+        state.SetIterationTime(least);
+    }
+    state.counters["threads"] = static_cast<double>(count);
+    state.counters["drapes_per_s"] = static_cast<double>(count) / least;
+}
+BENCHMARK(overThreads)
+    ->ArgName("threads")
+    ->RangeMultiplier(2)
+    ->Range(1, std::max(2u, std::thread::hardware_concurrency()))
     ->UseManualTime()
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond);
@@ -131,7 +205,8 @@ std::int32_t flagged(const Surface& surface) {
 
 // Boundary length: the same plate and the same cloth in its middle, with ever deeper slots in its upper edge.
 void overBoundaryLength(benchmark::State& state) {
-    const Surface plate = toothedPlate(250, 700, static_cast<int>(state.range(0)));
+    Surface plate = toothedPlate(250, 700, static_cast<int>(state.range(0)));
+    put(plate, Order::random);
     Settings settings = seededAt(plate, 250.4, 200.3, 1.0);
     settings.capacity = 120000;
     Cost cost;
@@ -153,7 +228,8 @@ BENCHMARK(overBoundaryLength)
 
 // A million nodes on ten million triangles with a long toothed boundary.
 void largeToothedMould(benchmark::State& state) {
-    const Surface plate = toothedPlate(1250, 2200, 8);
+    Surface plate = toothedPlate(1250, 2200, 8);
+    put(plate, Order::random);
     Settings settings = seededAt(plate, 1250.3, 1000.2, 2.2);
     settings.capacity = 1500000;
     Cost cost;
@@ -168,8 +244,9 @@ BENCHMARK(largeToothedMould)->UseManualTime()->Iterations(1)->Unit(benchmark::kM
 
 // The run against the plain road, on the nodes that the plain road makes in bearable time.
 void againstPlainRoad(benchmark::State& state) {
-    const Surface sheet = wavedSheet(static_cast<int>(state.range(0)));
-    Settings settings = seededAt(sheet, 0.3, 0.2, 1.0);
+    const int side = static_cast<int>(state.range(0));
+    const Surface sheet = doubleDome(side);
+    Settings settings = inTheMiddle(side, 1.0);
     settings.capacity = static_cast<std::int32_t>(state.range(1));
     double plain = 0.0;
     Cost cost;
@@ -182,7 +259,7 @@ void againstPlainRoad(benchmark::State& state) {
     report(state, sheet, cost);
     state.counters["plain_ns_per_node"] = 1e9 * plain / nodes;
     // The plain road has next to no set-up, so its whole time stands against the run's nodes.
-    state.counters["times_faster"] = plain / nodes / cost.perNode();
+    state.counters["times_faster"] = plain / nodes / cost.perNodeBeyondSetUp();
 }
 BENCHMARK(againstPlainRoad)
     ->ArgNames({"side", "nodes"})

@@ -64,11 +64,13 @@ bool placeOnSurface(const Cell& cell, CircleSearch& search, SearchScratch& scrat
                     std::int32_t& status) {
     const double tolerance = model->tolerance;
     const Ball balls[] = {{cell.posR, cell.alongFront, tolerance}, {cell.posE, cell.alongRow, tolerance}};
-    for (const std::int32_t start : {model->triangleOf(cell.e), model->triangleOf(cell.r)}) {
-        if (start == 0)
+    const std::int32_t starts[] = {model->triangleOf(cell.e), model->triangleOf(cell.r)};
+    for (int k = 0; k < 2; ++k) {
+        if (starts[k] == 0)
             continue;
         scratch.clearCallersList();
-        if (!searchSurface(start, balls, 2, search, scratch, found, status))
+        search.listWanted = k == 1 || starts[1] == 0;
+        if (!searchSurface(starts[k], balls, 2, search, scratch, found, status))
             return false;
         if (found.triangle != 0)
             return true;

@@ -11,8 +11,11 @@ namespace drape {
 struct Goals {
     const std::int32_t* triangles = nullptr;
     int count = 0;
+    bool any = false; // stop at whatever is listed first
 
     bool has(std::int32_t triangle) const {
+        if (any)
+            return true;
         for (int k = 0; k < count; ++k)
             if (triangles[k] == triangle)
                 return true;

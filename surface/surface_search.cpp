@@ -17,8 +17,9 @@ bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleS
     const Circle circle{search.centre, unitNormal(search.planeNormal, search.forward), search.radius};
     const Vec3 given = search.forward;
     const SearchQuestion question{start, balls, ballCount, circle, given, search.backPoint};
-    const TreeAnswer answer =
-        hasTriangleTree() ? searchByTree(question, scratch, found, status) : TreeAnswer::open;
+    const TreeAnswer answer = hasTriangleTree() && !search.missesAll
+                                  ? searchByTree(question, scratch, found, status)
+                                  : TreeAnswer::open;
     if (answer == TreeAnswer::found) {
         devor(search.forward);
         return true;
@@ -26,12 +27,19 @@ bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleS
     found.triangle = 0;
     if (status != DRAPE_OK)
         return false;
-    if (!listInRange(start, balls, ballCount, scratch, status))
+    const bool missesAll = search.missesAll || answer == TreeAnswer::nothing;
+    std::int32_t first = 0;
+    const bool done = missesAll && !search.listWanted
+                          ? floodTo(Goals{nullptr, 0, true}, start, balls, ballCount, scratch, first, status)
+                          : listInRange(start, balls, ballCount, scratch, status);
+    if (!done)
         return false;
     if (scratch.foundCount == 0)
         return true;
     devor(search.forward);
-    if (answer == TreeAnswer::nothing)
+    // Another search has the same circle only if its direction is the same to the last bit.
+    search.missesAll = missesAll && cadis(search.forward, given) == 0.0;
+    if (missesAll)
         return true;
     const double tolerance = balls[0].tolerance;
     if (!gatherCandidates(circle, scratch.foundList, scratch.foundCount, tolerance, scratch.candidates,

@@ -12,7 +12,10 @@ struct CircleSearch {
     Vec3 planeNormal; // with `forward` it spans the plane square to the circle's axis
     Vec3 forward;     // comes back at unit length once triangles were cut
     double radius;
-    Vec3 backPoint; // the place behind the node
+    Vec3 backPoint;         // the place behind the node
+    bool listWanted = true; // whether the list is read where nothing is found
+    bool missesAll =
+        false; // comes back true if the circle meets nothing in range, wherever the search starts
 };
 
 // Lists the triangles in range of all `ballCount` (1 or 2) balls, walking from `start` over triangles in
