@@ -80,6 +80,15 @@ void warnOfPoorCloth(const Work& work, const Trial& trial) {
             " % of the mould's area lies over other cloth; a smaller patch (--within max) or another "
             "start (--sweep) may lie in one layer");
     }
+    if (m.largestTurn > sharpTurn) {
+        work.log.warn("a yarn turns by " + number(m.largestTurn, 2) +
+                      " degrees between neighbouring cells at " + pointText(m.largestTurnAt) +
+                      "; smaller cells (--step) or another start show whether it kinks");
+    }
+    if (m.net.overlapArea > 0.0) {
+        work.log.warn("the flat pattern lies over itself in an area of " + number(m.net.overlapArea) +
+                      "; it can't be cut in one piece");
+    }
     if (trial.grid.status == DRAPE_OK && m.coveredShare < wellCovered) {
         work.log.warn("the cloth covers only " + number(100.0 * m.coveredShare, 2) +
                       " % of the mould; another seed may reach the rest (--seed, --sweep)" +

@@ -81,7 +81,7 @@ Json shearJson(const Measures& measures) {
     std::vector<std::size_t> counts(histogramBins, 0);
     for (const Cell& cell : measures.cells) {
         if (cell.onSurface) {
-            const auto bin = static_cast<std::size_t>(std::max(0.0, cell.shear / histogramBin));
+            const auto bin = static_cast<std::size_t>(std::abs(cell.shear) / histogramBin);
             ++counts[std::min(bin, histogramBins - 1)];
         }
     }
@@ -89,15 +89,27 @@ Json shearJson(const Measures& measures) {
             {"largest", measures.largestShear},
             {"lockingAngle", measures.lockingAngle},
             {"shareBeyondLocking", measures.shareBeyondLocking},
+            {"largestThickness", thicknessFactor(measures.largestShear)},
+            {"largestTurn", measures.largestTurn},
+            {"largestTurnAt", measures.largestTurn > 0.0 ? pointJson(measures.largestTurnAt) : Json()},
             {"histogram", {{"binDegrees", histogramBin}, {"counts", counts}}}};
 }
 
 Json patternJson(const Measures& measures) {
-    const auto& e = measures.patternExtent;
-    return {{"area", measures.patternArea},
+    const NetPattern& net = measures.net;
+    const auto& e = net.extent;
+    Json loops = Json::array();
+    for (const NetLoop& loop : net.loops) {
+        loops.push_back({{"area", loop.area}, {"length", loop.length}, {"outline", loop.area > 0.0}});
+    }
+    return {{"netArea", net.area},
             {"extent", Json::array({e[0], e[1], e[2], e[3]})},
             {"width", e[2] - e[0]},
-            {"height", e[3] - e[1]}};
+            {"height", e[3] - e[1]},
+            {"reachesEdge", net.reachesEdge()},
+            {"clothEdgeLength", net.clothEdgeLength},
+            {"overlapArea", net.overlapArea},
+            {"loops", loops}};
 }
 
 Json curvesJson(std::span<const CurveResult> curves) {
@@ -127,7 +139,7 @@ Json sweepJson(const std::vector<SweepResult>& ranked, const SweepSettings& sett
                         {"shareBeyondLocking", r.shareBeyondLocking},
                         {"coveredShare", r.coveredShare},
                         {"doubledShare", r.doubledShare},
-                        {"patternArea", r.patternArea},
+                        {"netArea", r.netArea},
                         {"within", r.within >= 0.0 ? Json(r.within) : Json()}});
     }
     return {
@@ -136,6 +148,18 @@ Json sweepJson(const std::vector<SweepResult>& ranked, const SweepSettings& sett
 
 std::string share(double value) {
     return fixed(100.0 * value, 1) + " %";
+}
+
+// A run that came to its end says nothing of how far the cloth got; the net outline does.
+std::string completeText(const NetPattern& net) {
+    return net.reachesEdge() ? "complete: the cloth reaches the mould's edge everywhere"
+                             : "complete: the run came to its end; the cloth ends before the mould along " +
+                                   number(net.clothEdgeLength) + " of its edge";
+}
+
+std::string overlapText(const NetPattern& net) {
+    return net.overlapArea > 0.0 ? "; " + number(net.overlapArea) + " of it lies over the rest of the pattern"
+                                 : std::string();
 }
 
 std::string line(const std::string& name, const std::string& text) {
@@ -170,17 +194,18 @@ std::string summaryOf(const Story& story) {
                              " at the seed");
     text += line("angle", "warp at " + number(plyAngle(c)) + " degrees from the rosette " +
                               pointText(c.rosette) + ", anticlockwise seen from that side");
-    text += line("result", t.grid.status == DRAPE_OK ? "complete: " + textOfStatus(DRAPE_OK).meaning
-                                                     : "partial: " + endOf(t));
+    text += line("result", t.grid.status == DRAPE_OK ? completeText(m.net) : "partial: " + endOf(t));
     text +=
         line("cloth", std::to_string(t.grid.count) + " nodes, " + counted(m.cellsOnSurface, "cell", "cells") +
                           " on the mould; the cloth covers " + share(m.coveredShare) + " of it");
     text += line("shear", "mean " + fixed(m.meanShear, 1) + " degrees, largest " + fixed(m.largestShear, 1) +
                               ", " + share(m.shareBeyondLocking) +
                               " of the cells beyond the locking angle of " + number(m.lockingAngle));
-    text += line("pattern", "area " + number(m.patternArea) + ", " +
-                                number(m.patternExtent[2] - m.patternExtent[0]) + " by " +
-                                number(m.patternExtent[3] - m.patternExtent[1]));
+    text += line("turn",
+                 "largest turn of a yarn between neighbouring cells " + fixed(m.largestTurn, 1) + " degrees");
+    text +=
+        line("pattern", "net area " + number(m.net.area) + ", " + number(m.net.extent[2] - m.net.extent[0]) +
+                            " by " + number(m.net.extent[3] - m.net.extent[1]) + overlapText(m.net));
     for (const CurveResult& curve : story.curves) {
         const bool whole = curve.stretches.front().closed;
         text += line("curve", curve.name + ": " + counted(curve.drawnPoints, "point", "points") + ", " +

@@ -190,15 +190,4 @@ std::vector<NodeChain> fibreLines(const Grid& grid, const std::vector<Cell>& cel
     return lines;
 }
 
-std::vector<std::array<double, 2>> flatCorners(const Grid& grid, const NodeChain& loop) {
-    std::vector<std::array<double, 2>> corners;
-    for (std::size_t k = 0; k < loop.size(); ++k) {
-        const std::int32_t before = loop[(k + loop.size() - 1) % loop.size()];
-        if (std::abs(leftTurn(grid, before, loop[k], loop[(k + 1) % loop.size()])) > 1e-6) {
-            corners.push_back(nodeFlat(grid, loop[k]));
-        }
-    }
-    return corners;
-}
-
 } // namespace drape::host

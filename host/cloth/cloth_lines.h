@@ -18,7 +18,4 @@ enum class Fibre { warp, weft };
 std::vector<NodeChain> fibreLines(const Grid& grid, const std::vector<Cell>& cells, Fibre fibre,
                                   std::int32_t every);
 
-// The corners of a loop on the flat pattern, without the nodes in the middle of a straight run.
-std::vector<std::array<double, 2>> flatCorners(const Grid& grid, const NodeChain& loop);
-
 } // namespace drape::host

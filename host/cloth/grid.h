@@ -4,7 +4,9 @@
 #include "host/mesh/point.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <numbers>
 #include <vector>
 
 namespace drape::host {
@@ -23,7 +25,7 @@ struct Grid {
 // A complete cell: corners c, link1[c], link4[link1[c]], link4[c] going round, 0-based nodes.
 struct Cell {
     std::array<std::int32_t, 4> nodes{};
-    double shear = 0.0;     // degrees, 0 where warp and weft are square
+    double shear = 0.0;     // degrees, above 0 where the angle between warp and weft has grown smaller
     bool onSurface = false; // all four corners are open and lie on a triangle
 };
 
@@ -48,6 +50,11 @@ inline Point nodeNormal(const Grid& grid, std::int32_t node) {
 inline std::array<double, 2> nodeFlat(const Grid& grid, std::int32_t node) {
     const auto at = 2 * static_cast<std::size_t>(node);
     return {grid.flat[at], grid.flat[at + 1]};
+}
+
+// How many times as thick as flat cloth a sheared cell is, since it keeps its cloth on less room.
+inline double thicknessFactor(double shear) {
+    return 1.0 / std::cos(shear * std::numbers::pi / 180.0);
 }
 
 // A cell at the rim of the cloth: part of it lies on the mould, part hangs over an edge.

@@ -1,6 +1,6 @@
 // What a grid says to an engineer: how far each cell is sheared, how much cloth it takes, how much of the
 // mould it covers and how much of it lies over other cloth. The shear of a cell is that of its two mid-lines:
-// 90 degrees less the angle between its mean warp and its mean weft side, without sign.
+// 90 degrees less the angle between its mean warp and its mean weft side.
 #include "host/cloth/measure.h"
 
 #include "drape.h"
@@ -23,7 +23,7 @@ double shearOf(const Grid& grid, const std::array<std::int32_t, 4>& nodes) {
     const Point d = nodePosition(grid, nodes[3]);
     const Point warp = unit((b - a) + (c - d));
     const Point weft = unit((d - a) + (c - b));
-    const double sine = std::clamp(std::abs(dot(warp, weft)), 0.0, 1.0);
+    const double sine = std::clamp(dot(warp, weft), -1.0, 1.0);
     return std::asin(sine) * 180.0 / std::numbers::pi;
 }
 
@@ -50,27 +50,57 @@ std::vector<Cell> cellsOf(const Grid& grid) {
 
 // Adds one cell on the surface to the sums.
 void count(const Grid& grid, const Cell& cell, Measures& sums) {
-    const auto flat = [&](std::size_t k, std::size_t axis) {
-        return grid.flat[2 * static_cast<std::size_t>(cell.nodes[k]) + axis];
-    };
     const Point diagonal1 = nodePosition(grid, cell.nodes[2]) - nodePosition(grid, cell.nodes[0]);
     const Point diagonal2 = nodePosition(grid, cell.nodes[3]) - nodePosition(grid, cell.nodes[1]);
     sums.doubledShare += 0.5 * length(cross(diagonal1, diagonal2));
-    sums.patternArea += 0.5 * std::abs((flat(2, 0) - flat(0, 0)) * (flat(3, 1) - flat(1, 1)) -
-                                       (flat(3, 0) - flat(1, 0)) * (flat(2, 1) - flat(0, 1)));
-    for (std::size_t k = 0; k < 4; ++k) {
-        const bool first = sums.cellsOnSurface == 0 && k == 0;
-        for (std::size_t axis = 0; axis < 2; ++axis) {
-            double& low = sums.patternExtent[axis];
-            double& high = sums.patternExtent[axis + 2];
-            low = first ? flat(k, axis) : std::min(low, flat(k, axis));
-            high = first ? flat(k, axis) : std::max(high, flat(k, axis));
+    const double shear = std::abs(cell.shear);
+    sums.meanShear += shear;
+    sums.largestShear = std::max(sums.largestShear, shear);
+    sums.shareBeyondLocking += shear > sums.lockingAngle ? 1.0 : 0.0;
+    ++sums.cellsOnSurface;
+}
+
+// Adds the turns of both yarns at a node: the angle between the sides before and behind it, as seen along the
+// cloth's normal there, so that a yarn which only follows the mould doesn't turn.
+void countTurns(const Grid& grid, std::int32_t node, const std::vector<char>& onSurface, Measures& sums) {
+    const auto neighbour = [&](const std::vector<std::int32_t>& link) {
+        const std::int32_t other = link[at(node)] - 1;
+        return other >= 0 && onSurface[at(other)] != 0 ? other : -1;
+    };
+    const std::array<std::int32_t, 4> around{neighbour(grid.link1), neighbour(grid.link4),
+                                             neighbour(grid.link3), neighbour(grid.link2)};
+    if (*std::min_element(around.begin(), around.end()) < 0) {
+        return;
+    }
+    const auto place = [&](std::size_t k) { return nodePosition(grid, around[k]); };
+    const Point normal = unit(cross(place(0) - place(2), place(1) - place(3)));
+    const Point here = nodePosition(grid, node);
+    for (const std::size_t k : {0U, 1U}) {
+        const Point before = here - place(k + 2);
+        const Point behind = place(k) - here;
+        const double turn =
+            std::abs(std::atan2(dot(cross(before, behind), normal),
+                                dot(before, behind) - dot(before, normal) * dot(behind, normal)));
+        const double degrees = turn * 180.0 / std::numbers::pi;
+        if (degrees > sums.largestTurn) {
+            sums.largestTurn = degrees;
+            sums.largestTurnAt = here;
         }
     }
-    sums.meanShear += cell.shear;
-    sums.largestShear = std::max(sums.largestShear, cell.shear);
-    sums.shareBeyondLocking += cell.shear > sums.lockingAngle ? 1.0 : 0.0;
-    ++sums.cellsOnSurface;
+}
+
+void countTurns(const Grid& grid, Measures& sums) {
+    std::vector<char> onSurface(at(grid.count), 0);
+    for (const Cell& cell : sums.cells) {
+        for (std::size_t k = 0; cell.onSurface && k < 4; ++k) {
+            onSurface[at(cell.nodes[k])] = 1;
+        }
+    }
+    for (std::int32_t node = 0; node < grid.count; ++node) {
+        if (onSurface[at(node)] != 0) {
+            countTurns(grid, node, onSurface, sums);
+        }
+    }
 }
 
 // Expects the area of all cells on the surface in `doubledShare` and leaves the shares there.
@@ -84,7 +114,8 @@ void shareOut(const Mould& mould, const Grid& grid, Measures& sums) {
         covered += cover != Cover::none ? facet.area : 0.0;
         under += cover == Cover::whole ? facet.area : 0.0;
     }
-    sums.coveredShare = covered / sums.mouldArea;
+    // An outline that is the mould's edge and nothing else leaves nothing bare.
+    sums.coveredShare = sums.net.reachesEdge() ? 1.0 : covered / sums.mouldArea;
     sums.doubledShare = std::max(0.0, sums.doubledShare - under) / sums.mouldArea;
 }
 
@@ -100,7 +131,9 @@ Measures measure(const Mould& mould, const Grid& grid, double lockingAngle) {
             count(grid, cell, sums);
         }
     }
+    sums.net = netPatternOf(mould, grid, sums.cells);
     if (sums.cellsOnSurface > 0) {
+        countTurns(grid, sums);
         sums.meanShear /= static_cast<double>(sums.cellsOnSurface);
         sums.shareBeyondLocking /= static_cast<double>(sums.cellsOnSurface);
         shareOut(mould, grid, sums);

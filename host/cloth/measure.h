@@ -3,23 +3,29 @@
 
 #include "host/cloth/grid.h"
 #include "host/cloth/mould.h"
+#include "host/cloth/net_pattern.h"
 
 namespace drape::host {
 
 // What is measured on a drape.
 struct Measures {
-    std::vector<Cell> cells;               // all complete cells
-    double meanShear = 0.0;                // degrees, over cells on the surface
-    double largestShear = 0.0;             // degrees, over cells on the surface
-    double lockingAngle = 0.0;             // degrees
-    double shareBeyondLocking = 0.0;       // 0 to 1, of the cells on the surface
-    double patternArea = 0.0;              // flat, in the mould's unit squared
-    std::array<double, 4> patternExtent{}; // min x, min y, max x, max y of the flat pattern
+    std::vector<Cell> cells; // all complete cells
+    NetPattern net;          // what to cut
+    double meanShear = 0.0;  // degrees without sign, over cells on the surface, as is the largest
+    double largestShear = 0.0;
+    double lockingAngle = 0.0;       // degrees
+    double shareBeyondLocking = 0.0; // 0 to 1, of the cells on the surface
+    double largestTurn = 0.0;        // degrees, of a yarn within the cloth between neighbouring cells
+    Point largestTurnAt{};           // where that is
     std::size_t cellsOnSurface = 0;
     double mouldArea = 0.0;
     double coveredShare = 0.0; // 0 to 1, of the mould's area under the cloth
     double doubledShare = 0.0; // area of cloth that lies over other cloth, against the mould's area
 };
+
+// A yarn that turns by more degrees than this from one cell to the next isn't resolved by the cells, or
+// kinks.
+constexpr double sharpTurn = 30.0;
 
 // Cells, shear, pattern and cover of a grid, finished or not. `lockingAngle` in degrees.
 Measures measure(const Mould& mould, const Grid& grid, double lockingAngle);

@@ -4,7 +4,8 @@
 #pragma once
 
 #include "host/cloth/flat_overlap.h"
-#include "host/cloth/measure.h"
+#include "host/cloth/grid.h"
+#include "host/cloth/mould.h"
 
 namespace drape::host {
 
@@ -48,7 +49,7 @@ struct NetPattern {
     bool reachesEdge() const { return !loops.empty() && clothEdgeLength == 0.0; }
 };
 
-// `measures` are those of `grid` on `mould`, of which the cells are used.
+// `cells` are all complete cells of `grid`, which was draped over `mould`.
 NetPattern netPatternOf(const Mould& mould, const Grid& grid, const std::vector<Cell>& cells);
 
 } // namespace drape::host

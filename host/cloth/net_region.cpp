@@ -496,6 +496,13 @@ void close(CellRegion& region) {
     }
 }
 
+bool standsOnAllCorners(const CellMap& cell, const std::vector<Foothold>& footholds) {
+    return std::all_of(cell.corners.begin(), cell.corners.end(), [&](const Point& corner) {
+        return std::any_of(footholds.begin(), footholds.end(),
+                           [&](const Foothold& foothold) { return foothold.position == corner; });
+    });
+}
+
 void fill(CellRegion& region) {
     for (int side = 0; side < 4; ++side) {
         region.rim.push_back({side + 0.0, side + 1.0});
@@ -526,6 +533,11 @@ CellRegion regionOf(const CellMap& cell, const std::vector<Foothold>& footholds,
         for (Samples& samples : insideOf(cell, segmentOf(search.mould, edge.from, edge.to), search.step)) {
             parts.push_back({e, std::move(samples)});
         }
+    }
+    if (parts.empty() && standsOnAllCorners(cell, footholds)) {
+        region.whole = true;
+        fill(region);
+        return region;
     }
     Underside under(cell, search);
     for (const Foothold& foothold : footholds) {

@@ -11,7 +11,7 @@ namespace {
 
 const std::map<std::int32_t, StatusText>& texts() {
     static const std::map<std::int32_t, StatusText> table{
-        {DRAPE_OK, {"complete", "the cloth reached the mould's edge everywhere it could", Remedy::none}},
+        {DRAPE_OK, {"complete", "the run came to its end", Remedy::none}},
         {DRAPE_BAD_ROW_DIRECTION,
          {"bad-row-direction", "a row of cells had no valid direction", Remedy::reportFault}},
         {DRAPE_ROW_LINK_MISSING,

@@ -32,9 +32,9 @@ SweepResult tried(const Surface& surface, const TrialWishes& wishes, const Candi
         result.shareBeyondLocking = m.shareBeyondLocking;
         result.coveredShare = m.coveredShare;
         result.doubledShare = m.doubledShare;
-        result.patternArea = m.patternArea;
-        result.patternWidth = m.patternExtent[2] - m.patternExtent[0];
-        result.patternHeight = m.patternExtent[3] - m.patternExtent[1];
+        result.netArea = m.net.area;
+        result.netWidth = m.net.extent[2] - m.net.extent[0];
+        result.netHeight = m.net.extent[3] - m.net.extent[1];
         result.within = trial.within.value_or(-1.0);
     } catch (const std::exception&) {
         result.ran = false;
@@ -57,7 +57,7 @@ void rank(std::vector<SweepResult>& results, bool byCloth) {
     }
     // Each result's keys, the smaller the better, the weightiest first.
     const auto keys = [&](const SweepResult& r) {
-        const double cloth = byCloth ? -r.patternArea : (isWhole(r) ? 0.0 : -r.coveredShare);
+        const double cloth = byCloth ? -r.netArea : (isWhole(r) ? 0.0 : -r.coveredShare);
         return std::array<double, 8>{isWhole(r) ? 0.0 : 1.0,
                                      r.ran ? 0.0 : 1.0,
                                      isSingleLayer(r) ? 0.0 : 1.0,
@@ -65,7 +65,7 @@ void rank(std::vector<SweepResult>& results, bool byCloth) {
                                      cloth,
                                      r.largestShear,
                                      r.shareBeyondLocking,
-                                     r.patternArea};
+                                     r.netArea};
     };
     std::stable_sort(results.begin(), results.end(),
                      [&](const SweepResult& a, const SweepResult& b) { return keys(a) < keys(b); });

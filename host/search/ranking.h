@@ -22,9 +22,9 @@ struct SweepResult {
     double shareBeyondLocking = 0.0;
     double coveredShare = 0.0;
     double doubledShare = 0.0;
-    double patternArea = 0.0; // in the mould's unit squared
-    double patternWidth = 0.0;
-    double patternHeight = 0.0;
+    double netArea = 0.0; // of the net pattern, in the mould's unit squared
+    double netWidth = 0.0;
+    double netHeight = 0.0;
     double within = -1.0; // radius of the patch, below 0 for the whole surface
 };
 
@@ -39,7 +39,7 @@ bool isSingleLayer(const SweepResult& result);
 
 // Best first: whole drapes before those that ended with a code; cloth in one layer before cloth over cloth;
 // among them those that cover nearly as much as the best do; then by largest shear, share beyond locking and
-// pattern area. With `byCloth`, whole drapes go by the cloth they hold. Results of equal worth keep their
+// net area. With `byCloth`, whole drapes go by the cloth they hold. Results of equal worth keep their
 // order.
 void rank(std::vector<SweepResult>& results, bool byCloth);
 

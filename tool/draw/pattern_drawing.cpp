@@ -22,6 +22,8 @@ constexpr std::size_t mostRectangles = 40000; // beyond this, neighbouring cells
 constexpr double mostFibres = 220.0;          // of one family across the page
 constexpr double imageSize = 1500.0;          // pixels of the longer side
 constexpr Colour borderFill{0.91, 0.915, 0.925};
+constexpr Colour overlapColour{1.0, 0.55, 0.0};
+constexpr Colour clothEdgeColour{0.0, 0.45, 0.85};
 
 // The page in millimetres. Texts and lines grow with `scale` on patterns larger than a sheet of paper.
 struct Page {
@@ -45,12 +47,9 @@ Page layOut(const Scene& scene) {
             high[k] = std::max(high[k], flat[k]);
         }
     };
-    for (const Cell& cell : scene.measures->cells) {
-        if (cell.onSurface || hangsOverEdge(*scene.grid, cell)) {
-            reach(nodeFlat(*scene.grid, cell.nodes[0]));
-            reach(nodeFlat(*scene.grid, cell.nodes[2]));
-        }
-    }
+    const auto& extent = scene.measures->net.extent;
+    reach({extent[0], extent[1]});
+    reach({extent[2], extent[3]});
     for (const CurveResult& curve : scene.curves) {
         for (const CurveStretch& stretch : curve.stretches) {
             std::for_each(stretch.flat.begin(), stretch.flat.end(), reach);
@@ -77,7 +76,7 @@ public:
         : grid_(grid), size_(size) {
         for (const Cell* cell : cells) {
             auto& [sum, count] = blocks_[block(*cell)];
-            sum += vec::finite(cell->shear);
+            sum += std::abs(vec::finite(cell->shear));
             count += 1.0;
         }
     }
@@ -107,9 +106,9 @@ struct Rectangle {
 std::map<int, std::vector<Rectangle>> colouredRectangles(const Scene& scene, const ShearScale& scale) {
     const Grid& grid = *scene.grid;
     std::vector<const Cell*> cells;
-    for (const Cell& cell : scene.measures->cells) {
-        if (cell.onSurface) {
-            cells.push_back(&cell);
+    for (const std::size_t index : scene.measures->net.wholeCells) {
+        if (scene.measures->cells[index].onSurface) {
+            cells.push_back(&scene.measures->cells[index]);
         }
     }
     const auto coordinates = [&](const Cell* cell) {
@@ -147,15 +146,33 @@ void addRectangle(Canvas& canvas, const Page& page, const Rectangle& rectangle, 
                     low[1] - high[1] + 2.0 * more);
 }
 
+void addPolygon(Canvas& canvas, const Page& page, const std::vector<FlatPoint>& polygon) {
+    std::vector<FlatPoint> points;
+    for (const FlatPoint& flat : polygon) {
+        points.push_back(page.place(flat));
+    }
+    canvas.path(points, true);
+}
+
 void drawCells(Canvas& canvas, const Page& page, const Scene& scene, const ShearScale& scale) {
+    const std::vector<Cell>& cells = scene.measures->cells;
     canvas.colour(borderFill);
-    for (const Cell& cell : scene.measures->cells) {
-        if (hangsOverEdge(*scene.grid, cell)) {
+    for (const std::size_t index : scene.measures->net.wholeCells) {
+        const Cell& cell = cells[index];
+        if (!cell.onSurface) {
             addRectangle(canvas, page,
                          {nodeFlat(*scene.grid, cell.nodes[0]), nodeFlat(*scene.grid, cell.nodes[2])}, 0.0);
         }
     }
     cairo_fill(canvas.cairo());
+    for (const ClippedCell& clipped : scene.measures->net.clippedCells) {
+        const Cell& cell = cells[clipped.cell];
+        canvas.colour(cell.onSurface ? shearColour(scale, cell.shear) : borderFill);
+        for (const auto& polygon : clipped.polygons) {
+            addPolygon(canvas, page, polygon);
+        }
+        cairo_fill(canvas.cairo());
+    }
     for (const auto& [band, rectangles] : colouredRectangles(scene, scale)) {
         const double middle = (band % colourBands + 0.5) / colourBands * scale.top;
         const double shear = band < colourBands ? std::min(middle, scale.locking)
@@ -174,27 +191,50 @@ void drawFibres(Canvas& canvas, const Page& page, const Scene& scene) {
         const double spacing = std::max(step * page.millimetres, 1e-12);
         return std::max(1, static_cast<std::int32_t>(std::min(std::ceil(span / spacing), 1e6)));
     };
+    // The yarns of cells that reach over the mould's edge end with the pattern.
+    std::vector<Cell> cells = scene.measures->cells;
+    for (const ClippedCell& clipped : scene.measures->net.clippedCells) {
+        cells[clipped.cell].onSurface = true;
+    }
+    cairo_save(canvas.cairo());
+    for (const NetLoop& loop : scene.measures->net.loops) {
+        addPolygon(canvas, page, loop.flat);
+    }
+    cairo_clip(canvas.cairo());
     canvas.colour(ink, 0.55);
     for (const Fibre fibre : {Fibre::warp, Fibre::weft}) {
         const double step = fibre == Fibre::warp ? scene.choice->stepB : scene.choice->stepA;
-        for (const NodeChain& line : fibreLines(*scene.grid, scene.measures->cells, fibre, every(step))) {
+        for (const NodeChain& line : fibreLines(*scene.grid, cells, fibre, every(step))) {
             canvas.path({page.place(nodeFlat(*scene.grid, line.front())),
                          page.place(nodeFlat(*scene.grid, line.back()))},
                         false);
         }
     }
     canvas.stroke(0.12 * page.scale);
+    cairo_restore(canvas.cairo());
 }
 
 void drawLoops(Canvas& canvas, const Page& page, const Scene& scene) {
-    for (const NodeChain& loop : outlineLoops(*scene.grid, scene.measures->cells)) {
-        std::vector<FlatPoint> points;
-        for (const FlatPoint& flat : flatCorners(*scene.grid, loop)) {
-            points.push_back(page.place(flat));
-        }
-        canvas.path(points, true);
+    const NetPattern& net = scene.measures->net;
+    canvas.colour(overlapColour, 0.6);
+    for (const auto& polygon : net.overlaps) {
+        addPolygon(canvas, page, polygon);
+    }
+    cairo_fill(canvas.cairo());
+    for (const NetLoop& loop : net.loops) {
+        addPolygon(canvas, page, loop.flat);
     }
     canvas.colour(ink);
+    canvas.stroke(0.4 * page.scale);
+    for (const NetLoop& loop : net.loops) {
+        for (std::size_t k = 0; k < loop.flat.size(); ++k) {
+            if (loop.borders[k] == NetBorder::cloth) {
+                canvas.path({page.place(loop.flat[k]), page.place(loop.flat[(k + 1) % loop.flat.size()])},
+                            false);
+            }
+        }
+    }
+    canvas.colour(clothEdgeColour);
     canvas.stroke(0.4 * page.scale);
     for (const CurveResult& curve : scene.curves) {
         for (const CurveStretch& stretch : curve.stretches) {
@@ -236,7 +276,8 @@ void drawLegend(Canvas& canvas, const Page& page, const Scene& scene, const Shea
     const double size = 3.6 * page.scale;
     const double left = page.margin;
     double line = page.legendTop + size;
-    const auto& extent = scene.measures->patternExtent;
+    const NetPattern& net = scene.measures->net;
+    const auto& extent = net.extent;
     canvas.colour(ink);
     canvas.text(left, line, size,
                 "Flat pattern " + number((extent[2] - extent[0]) * page.millimetres) + " × " +
@@ -245,10 +286,12 @@ void drawLegend(Canvas& canvas, const Page& page, const Scene& scene, const Shea
     const std::string warning = warningOf(scene);
     canvas.colour(warning.empty() ? paleInk : Colour{0.75, 0.05, 0.10});
     canvas.text(left, line, 0.85 * size,
-                !warning.empty() ? warning
-                : !scene.curves.empty()
-                    ? "Red line: transferred curve. Grey cells hang over the edge of the mould."
-                    : "Grey cells hang over the edge of the mould.");
+                !warning.empty()
+                    ? warning
+                    : std::string(scene.curves.empty() ? "" : "Red line: transferred curve. ") +
+                          (net.overlapArea > 0.0 ? "Orange: the pattern lies over itself. " : "") +
+                          (net.clothEdgeLength > 0.0 ? "Blue line: the cloth ends before the mould. " : "") +
+                          "Grey cells are cut by the mould's edge.");
     line += 2.4 * size;
     const double longest = 0.5 * (page.width - 2.0 * page.margin);
     const double bar = roundLength(std::max(longest, 1e-3));

@@ -1,7 +1,6 @@
 // The flat pattern for a cutting table: closed polylines in millimetres in the oldest ASCII form of DXF
-// (R12), which every table reads. Layers: OUTLINE (edge of the draped cells), CURVE (the transferred curve),
+// (R12), which every table reads. Layers: OUTLINE (the net pattern), CURVE (the transferred curve),
 // WARP (an arrow along the warp) and SEED (a point).
-#include "host/cloth/cloth_lines.h"
 #include "tool/write/file_numbers.h"
 #include "tool/write/writers.h"
 
@@ -113,8 +112,8 @@ std::vector<FlatPoint> scaled(std::vector<FlatPoint> points, double scale) {
 std::string outlineDxf(const Scene& scene) {
     const double scale = scene.millimetresPerUnit;
     std::vector<std::vector<FlatPoint>> loops;
-    for (const NodeChain& loop : outlineLoops(*scene.grid, scene.measures->cells)) {
-        loops.push_back(scaled(flatCorners(*scene.grid, loop), scale));
+    for (const NetLoop& loop : scene.measures->net.loops) {
+        loops.push_back(scaled(loop.flat, scale));
     }
     std::vector<std::vector<FlatPoint>> curves;
     std::vector<bool> closed;

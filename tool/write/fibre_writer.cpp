@@ -28,17 +28,20 @@ std::string fibresVtp(const Scene& scene) {
     std::vector<std::int32_t> cover;
     std::vector<std::int32_t> cell;
     std::vector<double> shear;
+    std::vector<double> thickness;
     std::vector<double> warp;
     std::vector<double> weft;
     for (const TriangleFibres& fibres : mapFibres(mould, *scene.grid, *scene.measures)) {
         cover.push_back(static_cast<std::int32_t>(fibres.cover));
         cell.push_back(cellName(scene, fibres));
         shear.push_back(fibres.shear);
+        thickness.push_back(thicknessFactor(fibres.shear));
         warp.insert(warp.end(), fibres.warp.begin(), fibres.warp.end());
         weft.insert(weft.end(), fibres.weft.begin(), fibres.weft.end());
     }
     PolyDataFile file(points, triangles, 3);
     file.addCellArray("shear", shear, 1);
+    file.addCellArray("thickness", thickness, 1);
     file.addCellArray("cover", cover, 1);
     file.addCellArray("cell", cell, 1);
     file.addCellArray("warp", warp, 3);
@@ -50,13 +53,15 @@ std::string fibresVtp(const Scene& scene) {
 std::string fibresCsv(const Scene& scene) {
     const Mould& mould = *scene.mould;
     const auto all = mapFibres(mould, *scene.grid, *scene.measures);
-    std::string text = "triangle,face,cover,cell,shear_deg,warp_x,warp_y,warp_z,weft_x,weft_y,weft_z\n";
+    std::string text =
+        "triangle,face,cover,cell,shear_deg,thickness,warp_x,warp_y,warp_z,weft_x,weft_y,weft_z\n";
     for (std::size_t t = 0; t < all.size(); ++t) {
         const TriangleFibres& fibres = all[t];
         const std::int32_t face = t < mould.sourceFaces.size() ? mould.sourceFaces[t] : 0;
         text += std::to_string(t + 1) + "," + std::to_string(face) + "," +
                 std::to_string(static_cast<int>(fibres.cover)) + "," +
-                std::to_string(cellName(scene, fibres)) + "," + fileNumber(fibres.shear);
+                std::to_string(cellName(scene, fibres)) + "," + fileNumber(fibres.shear) + "," +
+                fileNumber(thicknessFactor(fibres.shear));
         for (const Point& direction : {fibres.warp, fibres.weft}) {
             for (const double component : direction) {
                 text += "," + fileNumber(component);

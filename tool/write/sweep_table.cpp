@@ -33,9 +33,9 @@ const std::vector<Column>& columns() {
         {"share_beyond_locking", [](R r) { return number(r.shareBeyondLocking, digits); }},
         {"covered_share", [](R r) { return number(r.coveredShare, digits); }},
         {"doubled_share", [](R r) { return number(r.doubledShare, digits); }},
-        {"pattern_area", [](R r) { return number(r.patternArea, digits); }},
-        {"pattern_width", [](R r) { return number(r.patternWidth, digits); }},
-        {"pattern_height", [](R r) { return number(r.patternHeight, digits); }},
+        {"net_area", [](R r) { return number(r.netArea, digits); }},
+        {"net_width", [](R r) { return number(r.netWidth, digits); }},
+        {"net_height", [](R r) { return number(r.netHeight, digits); }},
         {"within", [](R r) { return r.within >= 0.0 ? number(r.within, digits) : std::string(); }}};
     return table;
 }
@@ -69,7 +69,7 @@ std::string sweepCsv(std::vector<SweepResult> results, bool withHead) {
 
 std::string sweepTable(const std::vector<SweepResult>& ranked, std::size_t most) {
     std::string text =
-        "rank  candidate  angle  largest shear  mean shear  beyond locking  covered   cloth area  "
+        "rank  candidate  angle  largest shear  mean shear  beyond locking  covered     net area  "
         "seed and result\n";
     for (std::size_t i = 0; i < ranked.size() && i < most; ++i) {
         const SweepResult& r = ranked[i];
@@ -85,8 +85,8 @@ std::string sweepTable(const std::vector<SweepResult>& ranked, std::size_t most)
                 padded(number(r.candidate.angle), 7) + padded(fixed(r.largestShear, 1), 15) +
                 padded(fixed(r.meanShear, 1), 12) +
                 padded(fixed(100.0 * r.shareBeyondLocking, 1) + " %", 16) +
-                padded(fixed(100.0 * r.coveredShare, 1) + " %", 9) + padded(number(r.patternArea), 13) +
-                "  " + pointText(r.candidate.seed) + result + "\n";
+                padded(fixed(100.0 * r.coveredShare, 1) + " %", 9) + padded(number(r.netArea), 13) + "  " +
+                pointText(r.candidate.seed) + result + "\n";
     }
     return text;
 }

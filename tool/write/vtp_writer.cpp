@@ -39,17 +39,19 @@ void addNodeArrays(PolyDataFile& file, const Grid& grid) {
 void addCellArrays(PolyDataFile& file, const Grid& grid, const std::vector<Cell>& cells) {
     std::vector<std::int32_t> name;
     std::vector<std::int32_t> onSurface;
-    std::vector<double> shear;
+    std::vector<double> shear, thickness;
     std::vector<double> warp;
     std::vector<double> weft;
     for (const Cell& cell : cells) {
         name.push_back(cell.nodes[0] + 1);
         onSurface.push_back(cell.onSurface ? 1 : 0);
         shear.push_back(cell.shear);
+        thickness.push_back(thicknessFactor(cell.shear));
         append(warp, warpInCell(grid, cell, 0.5));
         append(weft, weftInCell(grid, cell, 0.5));
     }
     file.addCellArray("shear", shear, 1);
+    file.addCellArray("thickness", thickness, 1);
     file.addCellArray("onSurface", onSurface, 1);
     file.addCellArray("cell", name, 1);
     file.addCellArray("warp", warp, 3);
