@@ -143,7 +143,22 @@ class Grid:
         p, q, r, s = self.places(cell)
         warp, weft = sub(middle(q, r), middle(p, s)), sub(middle(s, r), middle(p, q))
         angle = math.degrees(math.atan2(math.hypot(*cross(warp, weft)), dot(warp, weft)))
-        return abs(90.0 - angle)
+        return 90.0 - angle
+
+    def largest_turn(self):
+        """Largest angle between a yarn's sides before and behind a node, both laid into the cloth there."""
+        inside, turns = {n for cell in self.on_surface(self.cells) for n in cell}, [0.0]
+        for n in sorted(inside):
+            around = [self.link[k][n] - 1 for k in (1, 4, 3, 2)]
+            if not inside.issuperset(around):
+                continue
+            p = [self.position[k] for k in around]
+            normal = unit(cross(sub(p[0], p[2]), sub(p[1], p[3])))
+            for k in (0, 1):
+                before, behind = (unit(sub(v, scaled(normal, dot(v, normal))))
+                                  for v in (sub(self.position[n], p[k + 2]), sub(p[k], self.position[n])))
+                turns.append(math.degrees(2 * math.asin(min(1.0, math.dist(before, behind) / 2))))
+        return max(turns)
 
     def chord(self, node, behind, ahead):
         """Direction of a fibre at a node, from the one node to the other or by the one side that there is."""
@@ -176,13 +191,16 @@ class Grid:
                     sides[a, b] += 1
         return +sides
 
-    def pattern(self):
-        """Area and extent of the flat cells on the surface."""
-        cells = [[self.flat[n] for n in cell] for cell in self.on_surface(self.cells)]
-        points = [p for cell in cells for p in cell]
-        extent = [min(p[0] for p in points), min(p[1] for p in points), max(p[0] for p in points),
-                  max(p[1] for p in points)] if points else [0.0] * 4
-        return sum(abs(flat_area(cell)) for cell in cells), extent
+    def over(self, flat):
+        """Points in space of all cells that lie at a place of the pattern, or within a part of a cell beside it."""
+        found = []
+        for cell in self.cells:
+            low, high = self.flat[cell[0]], self.flat[cell[2]]
+            u, v = ((x - a) / (b - a) for x, a, b in zip(flat, low, high))
+            if -0.3 <= u <= 1.3 and -0.3 <= v <= 1.3:
+                p, q, r, s = self.places(cell)
+                found.append(add(scaled(p, (1 - u) * (1 - v)), scaled(q, u * (1 - v)), scaled(r, u * v), scaled(s, (1 - u) * v)))
+        return found
 
 
 Fibres = collections.namedtuple("Fibres", "cover cell shear warp weft")
@@ -224,6 +242,21 @@ def fibre_map(mould, grid):
                              lie(grid.fibre(grid.cells[k], "warp", across)),
                              lie(grid.fibre(grid.cells[k], "weft", along))))
     return fibres
+
+
+def sheared_area(mould, fibres):
+    """Flat area of the cloth over the mould's triangles: each is as much larger as its cloth is sheared."""
+    return sum(a / math.cos(math.radians(f.shear)) for a, f in zip(mould.areas, fibres) if f.cover)
+
+
+def from_edge(mould, points):
+    """Distance of the nearest of several points to the mould's edge."""
+    def to_segment(p, a, b):
+        along = sub(b, a)
+        t = min(1.0, max(0.0, dot(sub(p, a), along) / dot(along, along)))
+        return math.dist(p, add(a, scaled(along, t)))
+    return min(to_segment(p, mould.points[a], mould.points[b]) for p in points for _, loop in mould.loops()
+               for a, b in zip(loop, loop[1:] + loop[:1]))
 
 
 def cover_shares(mould, grid, fibres):

@@ -13,14 +13,14 @@ from moulds import cube, cup, obj, plate, turned, uneven_sheet
 from program import DONE, INPUT, RUN_ENDED, Case
 
 HEAD = ("candidate seed_x seed_y seed_z angle_deg ran status nodes cells mean_shear_deg largest_shear_deg "
-        "share_beyond_locking covered_share doubled_share pattern_area pattern_width pattern_height within").split()
+        "share_beyond_locking covered_share doubled_share net_area net_width net_height within").split()
 
 
 def values(report):
     """The columns of a row that a report of the same drape holds."""
     result, shear, pattern = report["result"], report["shear"], report["pattern"]
     return [result["status"], result["nodes"], result["cellsOnSurface"], shear["mean"], shear["largest"],
-            shear["shareBeyondLocking"], result["coveredShare"], result["doubledShare"], pattern["area"],
+            shear["shareBeyondLocking"], result["coveredShare"], result["doubledShare"], pattern["netArea"],
             pattern["width"], pattern["height"]]
 
 
@@ -40,14 +40,14 @@ class Sweep(Case):
         most = max((r["covered_share"] for r in rows if whole(r) and single(r)), default=0.0)
         wanted = sorted(rows, key=lambda r: (
             not whole(r), r["ran"] == 0, not single(r), not (by_cloth or r["covered_share"] >= 0.9 * most),
-            -r["pattern_area"] if by_cloth else 0.0 if whole(r) else -r["covered_share"],
-            r["largest_shear_deg"], r["share_beyond_locking"], r["pattern_area"]))
+            -r["net_area"] if by_cloth else 0.0 if whole(r) else -r["covered_share"],
+            r["largest_shear_deg"], r["share_beyond_locking"], r["net_area"]))
         best = report["sweep"]["best"]
         self.assertEqual([e["candidate"] for e in best], [int(r["candidate"]) for r in wanted[:20]])
         for entry, row in zip(best, wanted):
             self.assertEqual((entry["ran"], entry["status"]), (row["ran"] == 1, row["status"]))
             got = [*entry["seed"], *(entry[k] for k in ("angle", "meanShear", "largestShear", "shareBeyondLocking",
-                                                         "coveredShare", "doubledShare", "patternArea"))]
+                                                         "coveredShare", "doubledShare", "netArea"))]
             names = HEAD[1:5] + HEAD[9:15]
             for a, name in zip(got, names, strict=True):
                 self.assertAlmostEqual(a, row[name], delta=1e-7 * max(1, abs(a)), msg=name)
@@ -84,14 +84,14 @@ class Sweep(Case):
         self.assertEqual(report["choice"]["angle"], wanted[0]["angle_deg"])
         self.assertIn("draping 12 candidates in 3 processes", done.stderr)
         table = done.stdout.split("\n\n")[0].splitlines()
-        self.assertEqual(table[0], "rank  candidate  angle  largest shear  mean shear  beyond locking  covered   cloth area"
+        self.assertEqual(table[0], "rank  candidate  angle  largest shear  mean shear  beyond locking  covered     net area"
                                    "  seed and result")
         self.assertEqual(len(table), 11)
         for k, (line, row) in enumerate(zip(table[1:], wanted)):
             words = line.split()
             wide = [f"{k + 1}", f"{row['candidate']:.0f}", f"{row['angle_deg']:.4g}", f"{row['largest_shear_deg']:.1f}",
                     f"{row['mean_shear_deg']:.1f}", f"{100 * row['share_beyond_locking']:.1f}", "%",
-                    f"{100 * row['covered_share']:.1f}", "%", f"{row['pattern_area']:.4g}"]
+                    f"{100 * row['covered_share']:.1f}", "%", f"{row['net_area']:.4g}"]
             self.assertEqual(words[:10], wide)
             self.assertIn("(" + ", ".join(f"{row[f'seed_{a}']:.4g}" for a in "xyz") + ")", line)
             self.assertEqual("ended with code" in line, row["status"] != 0)

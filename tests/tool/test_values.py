@@ -112,6 +112,7 @@ class Values(Drapes):
         self.assertEqual(data["cell"], [cell[0] + 1 for cell in grid.cells])
         self.assertEqual(data["onSurface"], [int(whole) for whole in grid.whole])
         self.assertClose(data["shear"], grid.shear, 1e-7)
+        self.assertClose(data["thickness"], [1 / math.cos(math.radians(s)) for s in grid.shear], 1e-7)
         for kind, behind, ahead in (("warp", 3, 1), ("weft", 2, 4)):
             self.assertClose(data[kind], [grid.fibre(cell, kind, 0.5) for cell in grid.cells], what=kind)
             self.assertClose(file.point_data[kind], [grid.chord(n, behind, ahead) for n in range(grid.count)])
@@ -127,12 +128,14 @@ class Values(Drapes):
         for name, values, tolerance in zip(("shear", "warp", "weft"), wanted[2:], (1e-7, 1e-9, 1e-9)):
             self.assertClose(data[name], values, tolerance, name)
         self.assertEqual(drape.fibres.shown[1], "shear")
-        head = "triangle face cover cell shear_deg warp_x warp_y warp_z weft_x weft_y weft_z"
+        thickness = [1 / math.cos(math.radians(fibres.shear)) for fibres in drape.map]
+        self.assertClose(data["thickness"], thickness, 1e-7)
+        head = "triangle face cover cell shear_deg thickness warp_x warp_y warp_z weft_x weft_y weft_z"
         self.assertEqual(" ".join(drape.table[0]), head)
         for t, (row, fibres) in enumerate(zip(drape.table, drape.map, strict=True)):
             self.assertEqual([int(row[name]) for name in ("triangle", "cover", "cell")], [t + 1, *fibres[:2]])
             columns = [float(row[name]) for name in head.split()[4:]]
-            self.assertClose(columns, [fibres.shear, *fibres.warp, *fibres.weft], 1e-7)
+            self.assertClose(columns, [fibres.shear, thickness[t], *fibres.warp, *fibres.weft], 1e-7)
 
     @of_each
     def test_result(self, name, drape):
@@ -142,7 +145,7 @@ class Values(Drapes):
             [result[k] for k in ("status", "name", "complete", "nodes", "nodesOnSurface", "cells", "cellsOnSurface")],
             [23 if name == "ended" else 0, "nodes-full" if name == "ended" else "complete", name != "ended", grid.count,
              sum(t > 0 for t in grid.triangle), len(grid.cells), sum(grid.whole)])
-        self.assertAlmostEqual(result["coveredShare"], covered, 9)
+        self.assertAlmostEqual(result["coveredShare"], 1.0 if drape.report["pattern"]["reachesEdge"] else covered, 9)
         self.assertAlmostEqual(result["doubledShare"], doubled, 9)
         self.assertEqual(result["endedNear"], list(grid.position[-1]) if name == "ended" else None)
         self.assertEqual(bool(result["advice"]), name == "ended")
@@ -150,7 +153,7 @@ class Values(Drapes):
     @of_each
     def test_shear_and_pattern(self, name, drape):
         grid, told = drape.grid, drape.report["shear"]
-        shear = grid.on_surface(grid.shear)
+        shear = [abs(s) for s in grid.on_surface(grid.shear)]
         locking = {"fine": 3, "turned": 8}.get(name, 45)
         self.assertEqual(told["lockingAngle"], locking)
         self.assertAlmostEqual(told["mean"], sum(shear) / len(shear), 7)
@@ -158,10 +161,32 @@ class Values(Drapes):
         self.assertAlmostEqual(told["shareBeyondLocking"], sum(s > locking for s in shear) / len(shear), 12)
         counts = [sum(5 * k <= s < 5 * k + 5 for s in shear) for k in range(18)]
         self.assertEqual(told["histogram"], {"binDegrees": 5.0, "counts": counts})
-        area, extent = grid.pattern()
-        pattern = drape.report["pattern"]
-        self.assertClose([pattern["area"], *pattern["extent"]], [area, *extent])
-        self.assertClose([pattern["width"], pattern["height"]], [extent[2] - extent[0], extent[3] - extent[1]])
+        self.assertAlmostEqual(told["largestThickness"], 1 / math.cos(math.radians(max(shear))), 7)
+        self.assertAlmostEqual(told["largestTurn"], grid.largest_turn(), 5)
+        self.assertIn(tuple(told["largestTurnAt"]), map(tuple, grid.position))
+
+    @of_each
+    def test_net_pattern(self, name, drape):
+        grid, pattern = drape.grid, drape.report["pattern"]
+        (low_x, low_y, high_x, high_y), step = pattern["extent"], drape.report["choice"]["step"]
+        self.assertClose([pattern["width"], pattern["height"]], [high_x - low_x, high_y - low_y])
+        self.assertAlmostEqual(sum(loop["area"] for loop in pattern["loops"]), pattern["netArea"], 9)
+        self.assertEqual([loop["outline"] for loop in pattern["loops"]], [loop["area"] > 0 for loop in pattern["loops"]])
+        # The whole cells lie within the net outline, and next to none of it beyond the cells that hang over the edge.
+        spans = lambda cells, k: [f(grid.flat[n][k] for cell in cells for n in cell) for f in (min, max)]
+        every = [cell for cell, whole, edge in zip(grid.cells, grid.whole, grid.edge) if whole or edge]
+        for k, (low, high) in enumerate(((low_x, high_x), (low_y, high_y))):
+            inner, outer = spans(grid.on_surface(grid.cells), k), spans(every, k)
+            self.assertTrue(outer[0] - 0.5 * step[k] <= low <= inner[0] + 0.1 * step[k], (k, outer, low, inner))
+            self.assertTrue(inner[1] - 0.1 * step[k] <= high <= outer[1] + 0.5 * step[k], (k, inner, high, outer))
+        self.assertEqual(pattern["overlapArea"], 0.0)
+        # A triangle counts as a whole here, so what the cloth doesn't cover to the edge is judged roughly.
+        sheared = model.sheared_area(drape.mould, drape.map)
+        self.assertAlmostEqual(pattern["netArea"] / sheared, 1.0, delta=0.03 if pattern["reachesEdge"] else 0.1)
+        self.assertEqual(pattern["reachesEdge"], pattern["clothEdgeLength"] == 0.0)
+        if pattern["reachesEdge"]:
+            self.assertEqual(len(pattern["loops"]), len(drape.mould.loops()))
+        self.assertEqual(pattern["reachesEdge"], name in ("turned", "coarse"))
 
     @of_each
     def test_summary_says_what_the_report_says(self, name, drape):
@@ -171,7 +196,9 @@ class Values(Drapes):
         point = lambda p: "(" + ", ".join(map(four, p)) + ")"
         percent = lambda x: f"{100 * x:.1f} %"
         last = drape.grid.count - 1
-        end = "complete: " + result["meaning"] if result["complete"] else (
+        ends = f"the run came to its end; the cloth ends before the mould along {four(pattern['clothEdgeLength'])} of its edge"
+        end = "complete: " + ("the cloth reaches the mould's edge everywhere" if pattern["reachesEdge"] else ends) \
+            if result["complete"] else (
             f"partial: the run ended with code 23 near {point(result['endedNear'])}, at warp {drape.grid.i[last]}, "
             f"weft {drape.grid.j[last]}: {result['meaning']}")
         wanted = [
@@ -188,7 +215,8 @@ class Values(Drapes):
             f"shear     mean {shear['mean']:.1f} degrees, largest {shear['largest']:.1f}, "
             f"{percent(shear['shareBeyondLocking'])} of the cells beyond the locking angle of "
             f"{four(shear['lockingAngle'])}",
-            f"pattern   area {four(pattern['area'])}, {four(pattern['width'])} by {four(pattern['height'])}",
+            f"turn      largest turn of a yarn between neighbouring cells {shear['largestTurn']:.1f} degrees",
+            f"pattern   net area {four(pattern['netArea'])}, {four(pattern['width'])} by {four(pattern['height'])}",
             *(f"wrote     {path}" for path in drape.path.values())]
         self.assertEqual(drape.stdout.splitlines(), wanted)
         self.assertEqual((r["format"], r["version"], r["curves"], r["sweep"]), ("drape-report", 2, [], None))

@@ -36,13 +36,13 @@ def drape(folder, sample, *arguments, endings=("json",)):
 
 
 class ManyDrapes(unittest.TestCase):
-    def test_outline_holds_the_cells_on_every_sample(self):
+    def test_outline_is_the_net_pattern_on_every_sample(self):
         for mould in sorted(SAMPLES.glob("*.obj")):
             with self.subTest(mould.stem), tempfile.TemporaryDirectory() as folder:
                 paths, report = drape(folder, mould.stem, endings=["dxf"])
                 loops = [line["points"] for line in dxf_entities(paths["dxf"].read_text())
                          if line["layer"] == "OUTLINE"]
-                self.assertAlmostEqual(sum(map(flat_area, loops)), report["pattern"]["area"], 3)
+                self.assertAlmostEqual(sum(map(flat_area, loops)), report["pattern"]["netArea"], 3)
 
     def test_two_runs_write_the_same_bytes(self):
         same = [ending for ending in ENDINGS if ending not in ("json", "curve.csv")]
