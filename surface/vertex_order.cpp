@@ -34,7 +34,8 @@ struct CurveTable {
                     const std::uint32_t gray = rotated(octant ^ entry, 2 - axis); // axis + 1 to the right
                     const std::uint32_t w = gray ^ (gray >> 1) ^ (gray >> 2);
                     const std::uint32_t even = w == 0 ? 0 : (w - 1) & ~1u;
-                    const std::uint32_t way = w == 0 ? 0 : std::countr_one(w % 2 == 0 ? w - 1 : w) % 3;
+                    const std::uint32_t way =
+                        w == 0 ? 0 : static_cast<std::uint32_t>(std::countr_one(w % 2 == 0 ? w - 1 : w)) % 3;
                     const std::uint32_t nextEntry = entry ^ rotated(even ^ (even >> 1), axis + 1);
                     const std::uint32_t state = 3 * entry + axis;
                     digit[state][octant] = static_cast<std::uint8_t>(w);
@@ -56,7 +57,8 @@ struct DoubleTable {
                     ((bits >> 1) & 1u) | ((bits >> 3) & 1u) << 1 | ((bits >> 5) & 1u) << 2;
                 const std::uint32_t second = (bits & 1u) | ((bits >> 2) & 1u) << 1 | ((bits >> 4) & 1u) << 2;
                 const std::uint32_t between = CURVE.next[state][first];
-                const std::uint32_t digits = CURVE.digit[state][first] << 3 | CURVE.digit[between][second];
+                const std::uint32_t digits =
+                    std::uint32_t{CURVE.digit[state][first]} << 3 | CURVE.digit[between][second];
                 step[state][bits] =
                     static_cast<std::uint16_t>(std::uint32_t{CURVE.next[between][second]} << 6 | digits);
             }
@@ -125,10 +127,10 @@ bool orderVertices(const SurfaceMesh& mesh, PlacedVertex* ordered, PlacedVertex*
     for (std::int32_t v = 1; v <= mesh.vertCount; ++v) {
         from[v - 1] = PlacedVertex(cells.placeOnCurve(mesh.vertex(v)), v);
         for (int pass = 0; pass < PASSES; ++pass)
-            ++counts[DIGITS * pass + digitOf(from[v - 1], pass)];
+            ++counts[DIGITS * static_cast<std::size_t>(pass) + digitOf(from[v - 1], pass)];
     }
     for (int pass = 0; pass < PASSES; ++pass) {
-        std::int32_t* starts = counts + DIGITS * pass;
+        std::int32_t* starts = counts + DIGITS * static_cast<std::size_t>(pass);
         std::int32_t start = 0;
         for (std::size_t digit = 0; digit < DIGITS; ++digit)
             start += std::exchange(starts[digit], start);
