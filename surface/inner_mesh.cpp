@@ -6,13 +6,6 @@
 namespace drape {
 namespace {
 
-// Asks for memory that will be read soon; the walk over a mesh in random order waits for little else.
-void fetch([[maybe_unused]] const void* address) {
-#if defined(__GNUC__)
-    __builtin_prefetch(address);
-#endif
-}
-
 // The walk over the vertices in their new order, which writes the new mesh as it goes.
 class Renumbering {
 public:
@@ -24,7 +17,6 @@ public:
     void run(double* positions, std::int32_t* triVerts, std::int32_t* fanStarts, std::int32_t* fans) {
         std::int32_t listed = 0;
         for (std::int32_t k = 0; k < outer_.vertCount; ++k) {
-            fetchAhead(k);
             const std::int32_t v = order_[k].vertex();
             store(positions, outer_.vertex(v), k + 1);
             fanStarts[k] = listed;
@@ -50,26 +42,6 @@ private:
             number = ++triangleCount_;
         }
         return number;
-    }
-
-    // What the walk reads some vertices on: first where a fan begins, then the fan, then its triangles.
-    void fetchAhead(std::int32_t k) const {
-        constexpr std::int32_t stride = 8;
-        if (k + 3 * stride < outer_.vertCount) {
-            const std::int32_t v = order_[k + 3 * stride].vertex();
-            fetch(outer_.vertTriStart + (v - 1));
-            fetch(outer_.vertPos + 3 * (std::int64_t{v} - 1));
-        }
-        if (k + 2 * stride < outer_.vertCount)
-            fetch(outer_.vertTriList + outer_.fanBegin(order_[k + 2 * stride].vertex()));
-        if (k + stride < outer_.vertCount) {
-            const std::int32_t v = order_[k + stride].vertex();
-            for (std::int32_t position = outer_.fanBegin(v); position < outer_.fanEnd(v); ++position) {
-                const std::int64_t t = outer_.vertTriList[position] - 1;
-                fetch(innerTriangles_ + t);
-                fetch(outer_.triVerts + 3 * t);
-            }
-        }
     }
 
     const SurfaceMesh& outer_;

@@ -7,13 +7,21 @@
 #include "drape.h"
 #include "services/work_arrays.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 
 namespace {
 
-std::map<std::int32_t, void*> blocks;
+struct Block {
+    void* start;
+    std::int64_t bytes;
+};
+
+std::map<std::int32_t, Block> blocks;
+std::int64_t bytesHeld = 0;
+std::int64_t mostBytes = 0;
 std::int32_t lastHandle = 0;
 std::int64_t requests = 0;
 std::int64_t refused = 0;
@@ -37,7 +45,9 @@ std::int32_t take(const T* base, std::int32_t count, std::int32_t& handle, std::
     if (bytes > 0)
         std::memset(block, filling, bytes);
     handle = ++lastHandle;
-    blocks[handle] = block;
+    blocks[handle] = {block, static_cast<std::int64_t>(bytes)};
+    bytesHeld += static_cast<std::int64_t>(bytes);
+    mostBytes = std::max(mostBytes, bytesHeld);
     offset = static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(block) -
                                         reinterpret_cast<std::uintptr_t>(base)) /
              std::int64_t{sizeof(T)};
@@ -62,7 +72,8 @@ std::int32_t giares(const std::int32_t* handle, std::int32_t* status) {
         *status = DRAPE_UNKNOWN_HANDLE;
         return 1;
     }
-    std::free(held->second);
+    std::free(held->second.start);
+    bytesHeld -= held->second.bytes;
     blocks.erase(held);
     if (++releases != failingRelease)
         return 0;
@@ -81,6 +92,7 @@ void beginRequests(std::int64_t failing, unsigned char fill) {
     requests = 0;
     refused = failing;
     filling = fill;
+    mostBytes = bytesHeld;
     releases = failingRelease = 0;
 }
 
@@ -95,6 +107,10 @@ std::int64_t releasesMade() {
 
 std::int64_t requestsMade() {
     return requests;
+}
+
+std::int64_t mostBytesHeld() {
+    return mostBytes;
 }
 
 std::int64_t arraysHeld() {

@@ -17,5 +17,6 @@ void failRelease(std::int64_t failing);
 std::int64_t releasesMade();
 std::int64_t requestsMade();
 std::int64_t arraysHeld();
+std::int64_t mostBytesHeld(); // at any time since the count began
 
 } // namespace drape_test

@@ -98,6 +98,17 @@ TEST(WorkArrayFaults, WhatAnArrayHoldsWhenItIsTakenHasNoPartInTheResult) {
     }
 }
 
+TEST(WorkArrayFaults, ARunTakesNoMoreThan250BytesForEachTriangleAndBoundaryEdge) {
+    for (const Surface& surface : {squareMould(20.0, 60, doubleDomeHeight(20.0)), toothedPlate(40, 20, 15)}) {
+        Settings settings = seededAt(surface, 1.3, 2.2, 1.1);
+        settings.capacity = 100;
+        beginRequests(0, 0x00);
+        ASSERT_EQ(run(surface, settings).status, DRAPE_NODES_FULL);
+        const auto edges = std::count(surface.vertBoundary.begin(), surface.vertBoundary.end(), 1);
+        EXPECT_LE(mostBytesHeld() - 40 * settings.capacity, 250 * (surface.triCount() + edges));
+    }
+}
+
 TEST(WorkArrayFaults, TransferOfACurve) {
     const Surface surface = notchedDome();
     beginRequests(0, 0x00);
