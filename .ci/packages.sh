@@ -1,10 +1,10 @@
 # Sourced by demo.sh and test.sh: installs Debian packages, and only those that are missing.
 
 TOOL_PACKAGES=(cmake ninja-build g++ pkg-config libassimp-dev libcgal-dev libcli11-dev nlohmann-json3-dev
-               libpugixml-dev libcairo2-dev fonts-dejavu-core python3)
+               libpugixml-dev libcairo2-dev libpolyclipping-dev fonts-dejavu-core python3)
 
 TEST_PACKAGES=("${TOOL_PACKAGES[@]}" clang libclang-rt-dev g++-multilib gfortran binutils valgrind libgtest-dev
-               libbenchmark-dev parallel poppler-utils)
+               libbenchmark-dev parallel poppler-utils python3-ezdxf)
 
 ensure_packages() {
     local missing=() package

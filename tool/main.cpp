@@ -17,6 +17,7 @@
 #include "tool/write/writers.h"
 
 #include <chrono>
+#include <filesystem>
 #include <iostream>
 #include <unistd.h>
 
@@ -96,15 +97,36 @@ void warnOfPoorCloth(const Work& work, const Trial& trial) {
     }
 }
 
+// What the allowance makes of the shape, and a size that tells of another unit, is said beside being drawn.
+void warnOfPattern(const Work& work, const Trial& trial, const CutLines& cut) {
+    for (const std::string& remark : cut.remarks) {
+        work.log.warn("the cut line with an allowance of " + number(cut.allowance) + ": " + remark);
+    }
+    constexpr double least = 5.0; // millimetres
+    constexpr double most = 2.0e4;
+    const auto& e = trial.measures.net.extent;
+    const double size = work.settings.millimetresPerUnit * std::max(e[2] - e[0], e[3] - e[1]);
+    if (!work.settings.unitGiven && size > 0.0 && (size < least || size > most)) {
+        work.log.note(
+            "the pattern is " + number(size) +
+            " mm long if the file is in millimetres; --units-mm 1000 is for one in metres, 25.4 for inches");
+    }
+}
+
 void writeOutputs(const Work& work, const Trial& trial, std::span<const CurveResult> curves,
-                  const std::string& report) {
+                  const CutLines& cut, const std::string& report) {
     const Scene scene{trial.mould.get(),
                       &trial.choice,
                       &trial.grid,
                       &trial.measures,
+                      &cut,
                       curves,
                       report,
-                      work.settings.millimetresPerUnit};
+                      work.settings.millimetresPerUnit,
+                      work.settings.ply,
+                      std::filesystem::path(work.settings.input).filename().string(),
+                      textOf(trial.side),
+                      work.settings.paper};
     std::string failures;
     for (const std::string& path : work.settings.outputs) {
         try {
@@ -191,16 +213,19 @@ int run(Work& work) {
     }
     const Trial trial = drapeAndTell(work, surface, start.seed, start.angle);
     const std::vector<CurveResult> curves = carryAndTell(work, surface, trial, drawn);
+    const CutLines cut = cutLinesOf(trial.measures.net, work.settings.allowance);
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - work.begin).count();
-    const Story story{work.settings, trial, curves, work.settings.sweep.wanted ? &ranked : nullptr, seconds};
+    const Story story{work.settings, trial, cut, curves, work.settings.sweep.wanted ? &ranked : nullptr,
+                      seconds};
     if (!work.settings.quiet) {
         std::cout << summaryOf(story) << std::flush;
     }
     work.log.detail("the run took " + number(trial.seconds, 3) + " s, everything " + number(seconds, 3) +
                     " s");
     warnOfPoorCloth(work, trial);
-    writeOutputs(work, trial, curves, jsonOf(story));
+    warnOfPattern(work, trial, cut);
+    writeOutputs(work, trial, curves, cut, jsonOf(story));
     if (trial.grid.status == DRAPE_OK) {
         return exitDone;
     }

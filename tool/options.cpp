@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <iostream>
 #include <sstream>
 
@@ -73,7 +74,7 @@ Point directionOf(const std::string& option, const std::vector<double>& values, 
 // The text of each option as it was given, empty if it wasn't.
 struct Texts {
     std::string seed, seedVertex, side, rosette, warp, angle, step, tolerance, pivot{"grid"}, mostNodes,
-        locking, within, part, jobs, millimetres;
+        locking, within, part, jobs, millimetres, allowance, paper;
     std::vector<std::string> clips;
     bool noWeld = false;
 };
@@ -189,6 +190,17 @@ void addOutputOptions(CLI::App& app, Settings& settings, Texts& texts) {
     app.add_flag("--curve-clip", settings.cutCurves,
                  "Cut curves where they leave the cloth; otherwise that is an error")
         ->group(group);
+    app.add_option("--allowance", texts.allowance,
+                   "Cut line this far outside the net pattern, in the file's unit [0]")
+        ->type_name("D")
+        ->group(group);
+    app.add_option("--paper", texts.paper,
+                   "Print the pattern on sheets to join: A4, A3, A2, A1, A0 or W,H in mm [one page]")
+        ->type_name("SIZE")
+        ->group(group);
+    app.add_option("--name", settings.ply, "Name of the ply on drawings [that of the mesh file]")
+        ->type_name("TEXT")
+        ->group(group);
     app.add_option("--units-mm", texts.millimetres,
                    "Millimetres per unit of the file, for drawings at 1:1 [1]")
         ->type_name("F")
@@ -259,8 +271,46 @@ void understandNumbers(const Texts& texts, Settings& settings) {
             throw UsageError("--locking " + texts.locking + ": that has to lie between 0 and 90 degrees");
         }
     }
+}
+
+Paper paperOf(const std::string& text) {
+    struct Size {
+        std::string_view name;
+        double width, height;
+    };
+    constexpr std::array<Size, 5> sizes{
+        {{"A4", 210, 297}, {"A3", 297, 420}, {"A2", 420, 594}, {"A1", 594, 841}, {"A0", 841, 1189}}};
+    for (const Size& size : sizes) {
+        if (text == size.name) {
+            return {size.width, size.height, true};
+        }
+    }
+    std::vector<double> values;
+    constexpr double least = 100.0;
+    constexpr double most = 5080.0;
+    const auto fits = [](double value) { return value >= least && value <= most; };
+    if (!readNumbers(text, values) || values.size() != 2 || !fits(values[0]) || !fits(values[1])) {
+        throw UsageError("--paper " + text + ": give A4, A3, A2, A1, A0 or W,H from 100 to 5080 mm");
+    }
+    return {values[0], values[1], false};
+}
+
+void understandDrawings(const Texts& texts, Settings& settings) {
     if (!texts.millimetres.empty()) {
         settings.millimetresPerUnit = positiveOf("--units-mm", texts.millimetres);
+        settings.unitGiven = true;
+    }
+    if (!texts.allowance.empty()) {
+        settings.allowance = numberOf("--allowance", texts.allowance);
+        if (settings.allowance < 0.0) {
+            throw UsageError("--allowance " + texts.allowance + ": that can't be below 0");
+        }
+    }
+    if (!texts.paper.empty()) {
+        settings.paper = paperOf(texts.paper);
+    }
+    if (settings.ply.empty()) {
+        settings.ply = std::filesystem::path(settings.input).stem().string();
     }
 }
 
@@ -372,6 +422,7 @@ bool readCommandLine(int argc, char** argv, Settings& settings) {
     }
     understandStart(texts, settings);
     understandNumbers(texts, settings);
+    understandDrawings(texts, settings);
     understandSurface(texts, settings);
     understandSweep(texts, settings);
     checkOutputs(settings);

@@ -112,6 +112,13 @@ Json patternJson(const Measures& measures) {
             {"loops", loops}};
 }
 
+Json cutJson(const CutLines& cut) {
+    return {{"allowance", cut.allowance},
+            {"area", cut.area},
+            {"loops", cut.loops.size()},
+            {"remarks", cut.remarks}};
+}
+
 Json curvesJson(std::span<const CurveResult> curves) {
     Json list = Json::array();
     for (const CurveResult& curve : curves) {
@@ -206,6 +213,10 @@ std::string summaryOf(const Story& story) {
     text +=
         line("pattern", "net area " + number(m.net.area) + ", " + number(m.net.extent[2] - m.net.extent[0]) +
                             " by " + number(m.net.extent[3] - m.net.extent[1]) + overlapText(m.net));
+    if (story.cut.allowance > 0.0) {
+        text += line("cut", "line " + number(story.cut.allowance) + " outside the net, around an area of " +
+                                number(story.cut.area));
+    }
     for (const CurveResult& curve : story.curves) {
         const bool whole = curve.stretches.front().closed;
         text += line("curve", curve.name + ": " + counted(curve.drawnPoints, "point", "points") + ", " +
@@ -229,6 +240,7 @@ std::string jsonOf(const Story& story) {
                 {"result", resultJson(story.trial)},
                 {"shear", shearJson(story.trial.measures)},
                 {"pattern", patternJson(story.trial.measures)},
+                {"cut", cutJson(story.cut)},
                 {"curves", curvesJson(story.curves)},
                 {"sweep", story.ranked != nullptr ? sweepJson(*story.ranked, story.settings.sweep) : Json()},
                 {"seconds", {{"run", story.trial.seconds}, {"wall", story.wallSeconds}}}};

@@ -17,6 +17,7 @@ constexpr int reportVersion = 2;
 struct Story {
     const Settings& settings;
     const Trial& trial;
+    const CutLines& cut;
     std::span<const CurveResult> curves;
     const std::vector<SweepResult>* ranked = nullptr; // null without a sweep
     double wallSeconds = 0.0;

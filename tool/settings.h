@@ -3,6 +3,7 @@
 
 #include "host/cloth/surface.h"
 #include "host/search/trial.h"
+#include "tool/draw/scene.h"
 
 #include <optional>
 #include <string>
@@ -33,7 +34,11 @@ struct Settings {
     double angle = 0.0;                     // degrees
 
     SweepSettings sweep;
+    double allowance = 0.0; // of the cut line beyond the net line, in the file's unit
+    std::string ply;        // its name on drawings
+    std::optional<Paper> paper;
     double millimetresPerUnit = 1.0;
+    bool unitGiven = false;
     bool quiet = false;
     bool verbose = false;
 };

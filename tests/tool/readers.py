@@ -78,25 +78,24 @@ class Gltf:
 
 
 def dxf_entities(text):
-    """The entities of an R12 file, whose groups are pairs of lines: kind, layer, closed flag, points."""
+    """The entities of a DXF file, whose groups are pairs of lines: kind, layer, closed flag, points, words."""
     lines = text.splitlines()
     groups = [(int(code), value) for code, value in zip(lines[0::2], lines[1::2])]
     start = groups.index((2, "ENTITIES"))
-    found, reading = [], None
-    for code, value in groups[start:]:
+    found = []
+    for code, value in groups[start + 1:groups.index((0, "ENDSEC"), start)]:
         if code == 0:
-            reading = value
-            if value in ("POLYLINE", "POINT"):
-                found.append({"kind": value, "layer": None, "closed": False, "points": []})
-            if value in ("VERTEX", "POINT"):
-                found[-1]["points"].append([0.0, 0.0])
-        elif code == 8 and reading != "SEQEND":
-            assert reading != "VERTEX" or found[-1]["layer"] == value
+            found.append({"kind": value, "layer": None, "closed": False, "points": [], "words": None})
+        elif code == 8:
             found[-1]["layer"] = value
-        elif reading == "POLYLINE" and code == 70:
+        elif code == 70:
             found[-1]["closed"] = value == "1"
-        elif reading in ("VERTEX", "POINT") and code in (10, 20):
-            found[-1]["points"][-1][code // 10 - 1] = float(value)
+        elif code == 10:
+            found[-1]["points"].append([float(value), 0.0])
+        elif code == 20:
+            found[-1]["points"][-1][1] = float(value)
+        elif code == 1:
+            found[-1]["words"] = value
     return found
 
 

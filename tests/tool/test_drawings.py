@@ -16,8 +16,8 @@ from moulds import cup, obj, plate
 from readers import Gltf, Svg, dxf_entities, dxf_header, pdf_words, png_pixels
 
 INK, GREY, CURVE = (0.10, 0.12, 0.15), (0.91, 0.915, 0.925), (0.85, 0.10, 0.40)
-ROOM, TALLEST, EDGE, CAPTION, LOWEST = 990.0, 760.0, 30.0, 92.0, 420.0  # pixels of a picture
-MARGIN, LEGEND = 10.0, 32.0  # millimetres of a page at 1:1, before it grows with large patterns
+ROOM, TALLEST, EDGE, CAPTION, LOWEST = 990.0, 760.0, 30.0, 116.0, 420.0  # pixels of a picture
+MARGIN, LEGEND = 10.0, 42.0  # millimetres of a page at 1:1, before it grows with large patterns
 
 
 def near(a, b, tolerance):
@@ -153,9 +153,9 @@ class Drawings(Drapes):
         entities = dxf_entities(text)
         by = lambda layer: [e for e in entities if e["layer"] == layer]
         self.assertEqual({e["layer"] for e in entities},
-                         {"OUTLINE", "WARP", "SEED", *(["CURVE"] if name != "ended" else [])})
+                         {"CUT", "NET", "WARP", "SEED", "TEXT", *(["CURVE"] if name != "ended" else [])} | self.holes(drape))
         area, step = 0.0, [mm * s for s in drape.report["choice"]["step"]]
-        for line in by("OUTLINE"):
+        for line in by("NET") + by("HOLE"):
             self.assertTrue(line["closed"])
             points = line["points"]
             area += model.flat_area(points)
@@ -167,17 +167,25 @@ class Drawings(Drapes):
         (seed,) = by("SEED")
         self.assertEqual((seed["kind"], seed["points"]), ("POINT", [[0.0, 0.0]]))
         shaft, barb = (line["points"] for line in by("WARP"))
-        length = 4 * step[0]
+        e = drape.report["pattern"]["extent"]
+        length = 0.2 * mm * max(e[2] - e[0], e[3] - e[1])
         self.assertClose(shaft, [(0, 0), (length, 0)])
-        self.assertClose(barb, [(0.8 * length, 0.2 * length), (length, 0), (0.8 * length, -0.2 * length)])
-        drawn = [(0.0, 0.0)] + [p for e in by("OUTLINE") + by("CURVE") for p in e["points"]]
+        self.assertClose(barb, [(0.88 * length, 0.06 * length), (length, 0), (0.88 * length, -0.06 * length)])
+        drawn = [(0.0, 0.0)] + [p for e in by("CUT") + by("CURVE") for p in e["points"]]
         low, high = ([f(p[k] for p in drawn) for k in (0, 1)] for f in (min, max))
         head = dxf_header(text)
         self.assertClose([head["$EXTMIN"], head["$EXTMAX"]], [low, high])
         lines = [line.strip() for line in text.splitlines()]
-        self.assertEqual(lines[lines.index("$ACADVER") + 2], "AC1009")
-        layers = re.findall(r"\nLAYER\n2\n(\w+)\n70\n0\n62\n(\d+)\n", "\n".join(lines))
-        self.assertEqual(layers, [("OUTLINE", "7"), ("CURVE", "1"), ("WARP", "5"), ("SEED", "3")])
+        self.assertEqual(lines[lines.index("$ACADVER") + 2], "AC1015")
+        self.assertEqual(lines[lines.index("$INSUNITS") + 2], "4", "millimetres")
+        self.assertEqual([e["points"] for e in by("CUT")], [e["points"] for e in by("NET") + by("HOLE")])
+        self.assertEqual([e["words"] for e in by("TEXT")], [
+            "Ply sheet", "THIS SIDE UP: away from the mould, towards +z",
+            f"warp at {drape.report['choice']['plyAngle']:.4g} degrees from the rosette, anticlockwise seen from this side",
+            f"mould sheet.obj, 1 unit = {mm:.4g} mm"])
+
+    def holes(self, drape):
+        return {"HOLE"} if any(not loop["outline"] for loop in drape.report["pattern"]["loops"]) else set()
 
     def test_curve_lies_where_the_cloth_has_it(self):
         for name, (points, flats) in self.curve.items():
@@ -272,7 +280,7 @@ class Drawings(Drapes):
         self.assertLessEqual(len(fibres), 2 + sum(len(set(values)) for values in (grid.i, grid.j)) + len(drape.mould.loops()) * 20)
         for a, b in fibres:
             self.assertTrue(abs(a[0] - b[0]) < 0.01 * growth or abs(a[1] - b[1]) < 0.01 * growth)
-        loops = [e["points"] for e in dxf_entities(drape.path["dxf"].read_text()) if e["layer"] == "OUTLINE"]
+        loops = [e["points"] for e in dxf_entities(drape.path["dxf"].read_text()) if e["layer"] in ("NET", "HOLE")]
         thick = strokes[INK, 0.4]
         wanted = [place(scaled(p, 1 / mm)) for loop in loops for p in loop]
         self.assertTrue(matched([p for part in thick for p in dict.fromkeys(part)], wanted, 0.006 * growth))
@@ -307,15 +315,15 @@ class Drawings(Drapes):
         text = " ".join(word for word, *_ in words)
         e = drape.report["pattern"]["extent"]
         step = drape.report["choice"]["step"]
-        line = (f"Flat pattern {mm * (e[2] - e[0]):.4g} × {mm * (e[3] - e[1]):.4g} mm {sum(grid.whole)} cells of "
+        line = (f"Ply sheet net {mm * (e[2] - e[0]):.4g} × {mm * (e[3] - e[1]):.4g} mm {sum(grid.whole)} cells of "
                 f"{mm * step[0]:.3g} × {mm * step[1]:.3g} mm mean shear {told['mean']:.1f}° largest {told['largest']:.1f}°")
         if told["shareBeyondLocking"] > 0:
             line += f" {100 * told['shareBeyondLocking']:.1f} % beyond {told['lockingAngle']:.4g}°"
         self.assertIn(line, text)
         ends = "" if drape.report["pattern"]["reachesEdge"] else "Blue line: the cloth ends before the mould. "
         self.assertIn({"ended": f"partial drape: {drape.report['result']['meaning']} (code 23)"}.get(
-            name, "Red line: transferred curve. " + ends + "Grey cells are cut by the mould&apos;s edge."), text)
-        where = {word: box for word, *box in words}
+            name, "Drawn 1 : 1. Red line: transferred curve. " + ends + "Grey cells are cut by the mould&apos;s edge."), text)
+        where = {word: box for word, *box in reversed(words)}
         seed = scaled(self.page(name, drape)[2], points)
         self.assertTrue(where["warp"][0] > seed[0] and abs(where["warp"][1] + where["warp"][3] - 2 * seed[1]) < 12 * growth)
         self.assertTrue(where["weft"][3] < seed[1] and abs(where["weft"][0] + where["weft"][2] - 2 * seed[0]) < 12 * growth)

@@ -138,6 +138,13 @@ void Canvas::text(double x, double y, double size, const std::string& words, Ali
     cairo_new_path(cairo_);
 }
 
+void Canvas::textWithin(double x, double y, double size, double room, const std::string& words) {
+    cairo_set_font_size(cairo_, size);
+    cairo_text_extents_t extents{};
+    cairo_text_extents(cairo_, words.c_str(), &extents);
+    text(x, y, extents.x_advance > room ? size * room / extents.x_advance : size, words);
+}
+
 std::string Canvas::bytes() {
     check(cairo_status(cairo_));
     cairo_surface_flush(surface_);

@@ -31,6 +31,12 @@ public:
     void stroke(double width);
     void text(double x, double y, double size, const std::string& words, Align align = Align::left);
 
+    // The same in smaller letters if need be, so that it ends within `room`.
+    void textWithin(double x, double y, double size, double room, const std::string& words);
+
+    // Goes on on a further page of a PDF.
+    void nextPage() { cairo_show_page(cairo_); }
+
     // The finished file; nothing can be drawn after it.
     std::string bytes();
 

@@ -7,6 +7,7 @@
 #include "host/mesh/text.h"
 #include "tool/draw/canvas.h"
 #include "tool/draw/depth_image.h"
+#include "tool/draw/labels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,7 +23,7 @@ constexpr double margin = 30.0;
 constexpr double barSpace = 120.0;
 constexpr double tallestMould = 760.0;
 constexpr double lowestPage = 420.0;
-constexpr double captionSpace = 92.0;
+constexpr double captionSpace = 116.0;
 constexpr double textSize = 17.0;
 
 constexpr double fibreSpacing = 5.0;        // pixels, at least
@@ -294,6 +295,33 @@ void drawOutlines(Canvas& canvas, const Stage& stage, const DepthImage& image) {
     canvas.stroke(1.9);
 }
 
+// From the seed along the warp as far as it can be seen foreshortened.
+void drawWarpArrow(Canvas& canvas, const Stage& stage, const Seen& seed) {
+    constexpr double length = 70.0; // pixels
+    const MouldView& view = stage.view;
+    const Point& warp = stage.scene.choice->warp;
+    const double dx = length * vec::dot(warp, view.right);
+    const double dy = -length * vec::dot(warp, view.up);
+    const double reach = std::hypot(dx, dy);
+    if (!(reach > 0.3 * length)) {
+        return;
+    }
+    const double ux = dx / reach;
+    const double uy = dy / reach;
+    const std::array<double, 2> tip{seed.x + dx, seed.y + dy};
+    const auto barb = [&](double side) {
+        return std::array<double, 2>{tip[0] - 14.0 * ux - side * 5.0 * uy,
+                                     tip[1] - 14.0 * uy + side * 5.0 * ux};
+    };
+    canvas.path({tip, barb(1.0), barb(-1.0)}, true);
+    canvas.colour({1.0, 1.0, 1.0});
+    cairo_set_line_width(canvas.cairo(), 2.5);
+    cairo_stroke_preserve(canvas.cairo());
+    canvas.colour(ink);
+    cairo_fill(canvas.cairo());
+    canvas.text(tip[0] + 10.0 * ux - 6.0, tip[1] + 14.0 * uy - 6.0, 0.85 * textSize, "warp");
+}
+
 // Everything that lies in the mould's own pixels; the canvas stands at their corner.
 void drawScene(Canvas& canvas, const Stage& stage) {
     const int width = std::max(1, static_cast<int>(std::ceil(stage.view.width)));
@@ -313,13 +341,14 @@ void drawScene(Canvas& canvas, const Stage& stage) {
     if (stage.scene.grid->count > 0) {
         const Seen seed = stage.view.see(nodePosition(*stage.scene.grid, 0));
         if (image.sees(seed, stage.lift + 2.0 * strokeLift)) {
+            drawWarpArrow(canvas, stage, seed);
             drawSeedMark(canvas, seed.x, seed.y, 6.5);
         }
     }
 }
 
 void drawCaption(Canvas& canvas, const Stage& stage, double height) {
-    const double line = height - margin - 1.2 * textSize;
+    const double line = height - margin - 2.6 * textSize;
     const double perPixel = stage.scene.millimetresPerUnit / stage.view.scale;
     const double bar = roundLength(0.25 * pageWidth * perPixel);
     drawScaleBar(canvas, margin, line, bar / perPixel, bar, textSize);
@@ -328,8 +357,14 @@ void drawCaption(Canvas& canvas, const Stage& stage, double height) {
     canvas.text(pageWidth - margin, line + 0.3 * textSize, textSize, captionOf(stage.scene), Align::right);
     canvas.colour(warning.empty() ? paleInk : warningColour);
     canvas.text(pageWidth - margin, line + 1.7 * textSize, 0.85 * textSize,
-                warning.empty() ? "ring: seed   heavy lines: warp and weft through the seed" : warning,
+                warning.empty() ? "ring: seed   heavy lines: warp (arrow) and weft through the seed"
+                                : warning,
                 Align::right);
+    canvas.colour(ink);
+    canvas.textWithin(margin, line + 3.0 * textSize, 0.85 * textSize, pageWidth - 2.0 * margin,
+                      "Ply " + stage.scene.ply + ", " + mouldLabel(stage.scene) +
+                          "   The cloth lies on the side " + stage.scene.side + "; " +
+                          angleLabel(stage.scene));
 }
 
 } // namespace

@@ -6,7 +6,9 @@
 #include "host/cloth/measure.h"
 #include "host/cloth/mould.h"
 #include "host/cloth/start.h"
+#include "tool/draw/cut_lines.h"
 
+#include <optional>
 #include <span>
 #include <string>
 
@@ -14,15 +16,27 @@ namespace tool {
 
 using namespace drape::host;
 
+// A sheet of paper, in millimetres.
+struct Paper {
+    double width = 0.0;
+    double height = 0.0;
+    bool canTurn = false; // a common size, to be laid either way
+};
+
 // The grid and the measures may be partial or empty.
 struct Scene {
     const Mould* mould = nullptr;
     const Choice* choice = nullptr;
     const Grid* grid = nullptr;
     const Measures* measures = nullptr;
+    const CutLines* cut = nullptr;
     std::span<const CurveResult> curves;
     std::string reportJson;          // text of the JSON report
     double millimetresPerUnit = 1.0; // scale of the 1:1 drawings
+    std::string ply;                 // its name
+    std::string mouldName;           // of the file
+    std::string side;                // on which the cloth lies, in words
+    std::optional<Paper> paper;      // for tiles instead of one page
 };
 
 } // namespace tool

@@ -1,0 +1,146 @@
+"""The pattern as it's cut and printed: the cutting file as a library of that format reads it, allowances measured
+anew, sheets of paper, and drawings of parts in any unit.
+"""
+
+import json
+import math
+import re
+import subprocess
+import sys
+import unittest
+
+from model import flat_area
+from moulds import obj, plate
+from program import USAGE, Case
+from readers import Svg, dxf_entities, pdf_words, png_pixels
+
+READ_DXF = """
+import json, sys, ezdxf
+file = ezdxf.readfile(sys.argv[1])
+audit = file.audit()
+print(json.dumps({"faults": len(audit.errors) + len(audit.fixes), "unit": file.units,
+                  "layers": [layer.dxf.name for layer in file.layers],
+                  "lines": [[e.dxf.layer, e.closed, [list(p) for p in e.get_points("xy")]]
+                            for e in file.modelspace().query("LWPOLYLINE")]}))
+"""
+
+
+def with_dxf_reader():
+    """A Python that has the reader: packages of the system belong to the system's own."""
+    for python in (sys.executable, "/usr/bin/python3"):
+        if subprocess.run([python, "-c", "import ezdxf"], capture_output=True).returncode == 0:
+            return python
+    return None
+
+
+def distance_to(loops, p):
+    """From a point to the nearest edge of some closed lines."""
+    best = math.inf
+    for loop in loops:
+        for a, b in zip(loop, loop[1:] + loop[:1]):
+            ux, uy = b[0] - a[0], b[1] - a[1]
+            square = ux * ux + uy * uy
+            t = min(1.0, max(0.0, ((p[0] - a[0]) * ux + (p[1] - a[1]) * uy) / square)) if square else 0.0
+            best = min(best, math.hypot(p[0] - a[0] - t * ux, p[1] - a[1] - t * uy))
+    return best
+
+
+def without(mesh, inside):
+    points, faces = mesh
+    return points, [f for f in faces if not all(inside(*points[v][:2]) for v in f)]
+
+
+class Cutting(Case):
+    def cut(self, mesh, *words, expect=0):
+        path = self.file("part.obj", obj(mesh))
+        report, done = self.report(path, *words, "-o", "p.dxf", expect=expect)
+        lines = dxf_entities((self.folder / "p.dxf").read_text())
+        return report, done, {name: [e["points"] for e in lines if e["layer"] == name] for name in ("CUT", "NET", "HOLE")}
+
+    @unittest.skipUnless(with_dxf_reader(), "needs a library that reads the format")
+    def test_cutting_file_passes_the_audit_of_its_format(self):
+        holed = without(plate(12), lambda x, y: 3 <= x <= 4 and 4 <= y <= 5)
+        curve = self.file("trim.xyz", "8 2 0\n11 2 0\n11 9 0\n14 9 0\n")
+        report, _, _ = self.cut(holed, "--units-mm", "25.4", "--allowance", "0.4", "--step", "0.5", "--name", "P\u00e9 1",
+                                "--seed", "8,8,0", "--curve", curve, "--curve-clip")
+        done = subprocess.run([with_dxf_reader(), "-c", READ_DXF, self.folder / "p.dxf"], capture_output=True, text=True)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        read = json.loads(done.stdout)
+        self.assertEqual((read["faults"], read["unit"]), (0, 4))
+        self.assertLessEqual({"CUT", "NET", "HOLE", "WARP", "TEXT", "CURVE", "SEED"}, set(read["layers"]))
+        loops = {name: [points for layer, closed, points in read["lines"] if layer == name and closed]
+                 for name in ("CUT", "NET", "HOLE", "CURVE")}
+        self.assertEqual([len(loops[name]) for name in ("CUT", "NET", "HOLE", "CURVE")], [2, 1, 1, 0])
+        net = sum(map(flat_area, loops["NET"] + loops["HOLE"]))
+        self.assertAlmostEqual(net, 25.4 ** 2 * report["pattern"]["netArea"], 4)
+        self.assertAlmostEqual(net, 25.4 ** 2 * (144 - 1), delta=0.001 * net)
+        self.assertAlmostEqual(sum(map(flat_area, loops["CUT"])), 25.4 ** 2 * report["cut"]["area"], 4)
+
+    def test_allowance_lies_all_round_the_net(self):
+        notched = without(plate(12), lambda x, y: x >= 7 and 5 <= y <= 8)
+        for width, remark in ((0.5, None), (1.6, "closes 1 notch")):
+            report, done, loops = self.cut(notched, "--allowance", width, "--step", "0.5")
+            away = [distance_to(loops["NET"], p) for loop in loops["CUT"] for p in loop]
+            self.assertAlmostEqual(min(away), width, delta=2e-3 * width)
+            self.assertAlmostEqual(max(away), width, delta=2e-3 * width)
+            self.assertEqual(remark is not None and remark in done.stderr, remark is not None)
+            self.assertEqual(len(report["cut"]["remarks"]), remark is not None)
+        corners, perimeter = 4 * 0.5 ** 2 - math.pi * 0.5 ** 2, 48 + 10
+        report, _, _ = self.cut(notched, "--allowance", 0.5, "--step", "0.5")
+        # Outer corners are rounded; at the two inner ones the strips of two edges share a square.
+        self.assertAlmostEqual(report["cut"]["area"], 144 - 15 + 0.5 * perimeter + 6 / 4 * (0.5 ** 2 * math.pi) - 2 * 0.25,
+                               delta=0.02)
+        self.assertGreater(corners, 0)
+
+    def test_what_an_allowance_does_to_the_shape_is_told(self):
+        holed = without(plate(12), lambda x, y: 3 <= x <= 4 and 4 <= y <= 5)
+        report, done, loops = self.cut(holed, "--allowance", "0.6", "--seed", "8,8,0", "--step", "0.5")
+        self.assertIn("1 hole vanishes", done.stderr)
+        self.assertEqual((len(loops["HOLE"]), len(loops["CUT"]), report["cut"]["loops"]), (1, 1, 1))
+        for words in (("--allowance", "-1"), ("--allowance", "x"), ("--paper", "A5"), ("--paper", "10,10"), ("--paper", "300")):
+            self.drape(self.folder / "part.obj", *words, expect=USAGE)
+
+    def test_sheets_join_to_the_whole(self):
+        long = [(x, 0.4 * y, z) for x, y, z in plate(12)[0]], plate(12)[1]
+        mesh = self.file("part.obj", obj(long))
+        words = (mesh, "--units-mm", "50", "--step", "0.5", "-o", "p.pdf")
+        for paper, size, sheets in (((), None, 1), (("--paper", "A4"), (210, 297), 5), (("--paper", "A0"), (841, 1189), 2),
+                                    (("--paper", "200,320"), (200, 320), 5)):
+            self.drape(*words, *paper)
+            info = subprocess.run(["pdfinfo", self.folder / "p.pdf"], capture_output=True, text=True, check=True).stdout
+            self.assertEqual(int(re.search(r"Pages: +(\d+)", info)[1]), sheets)
+            got = [25.4 / 72 * float(x) for x in re.search(r"Page size: +([\d.]+) x ([\d.]+)", info).groups()]
+            for a, b in zip(got, size or got):
+                self.assertAlmostEqual(a, b, delta=0.1)
+        # The crosses that two sheets share are as far from the left one's left frame as the sheets' step.
+        text = subprocess.run(["pdftotext", "-f", "2", "-l", "3", self.folder / "p.pdf", "-"], capture_output=True, text=True).stdout
+        self.assertEqual([text.count(name) for name in ("A1-A2", "A2-A3", "Sheet A1", "Sheet A2")], [6, 3, 1, 1])
+        self.drape(mesh, "--units-mm", "1000", "--step", "0.5", "-o", "p.pdf")
+        info = subprocess.run(["pdfinfo", self.folder / "p.pdf"], capture_output=True, text=True, check=True).stdout
+        self.assertIn("Page size:       2383.9", info.replace("3370.39 x ", ""))
+
+    def test_drawings_can_be_read_in_any_unit(self):
+        for size, factor in ((0.001, "1e+04"), (0.6, "20"), (3.0, None), (90.0, None)):
+            points = [(size * x, size * y, 0.0) for x, y, _ in plate(12)[0]]
+            mesh = self.file("part.obj", obj((points, plate(12)[1])))
+            report, _ = self.report(mesh, "-o", "p.pattern.svg", "-o", "p.pattern.png", "-o", "p.pdf")
+            drawn = [p for s in Svg(self.folder / "p.pattern.svg").shapes if s["stroke"] and not s["curved"]
+                     for part in s["parts"] for p in part]
+            width = max(p[0] for p in drawn) - min(p[0] for p in drawn)
+            page = float(Svg(self.folder / "p.pattern.svg").size[0].removesuffix("mm"))
+            self.assertGreater(width, 0.3 * page)
+            if factor is None:
+                self.assertGreaterEqual(width, 12 * size)
+            wide, high, rows = png_pixels(self.folder / "p.pattern.png")
+            middle = rows[high // 3]
+            inked = [x for x in range(wide) if sum(middle[3 * x:3 * x + 3]) < 740]
+            self.assertGreater(inked[-1] - inked[0], 0.4 * wide)
+            _, words = pdf_words(self.folder / "p.pdf")
+            text = " ".join(word for word, *_ in words)
+            self.assertIn("Drawn 1 : 1.", text)
+            self.assertIn("Ply part", text)
+            self.assertIn("THIS SIDE UP", text)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,23 @@
+// The lines along which a ply is cut: those of the net pattern, moved outward by an allowance.
+#pragma once
+
+#include "host/cloth/net_pattern.h"
+
+#include <string>
+#include <vector>
+
+namespace tool {
+
+using namespace drape::host;
+
+// Lengths in the mould's unit.
+struct CutLines {
+    double allowance = 0.0;
+    std::vector<std::vector<FlatPoint>> loops; // as those of the net pattern: solid to the left
+    double area = 0.0;
+    std::vector<std::string> remarks; // what the allowance does to the shape besides making it larger
+};
+
+CutLines cutLinesOf(const NetPattern& net, double allowance);
+
+} // namespace tool

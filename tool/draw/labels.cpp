@@ -1,0 +1,28 @@
+// The pattern is drawn with the warp to the right and the weft up the page, which is how the cloth looks from
+// the side to which the normals of the mould point.
+#include "tool/draw/labels.h"
+
+#include "host/mesh/text.h"
+
+namespace tool {
+
+std::string sideLabel(const Scene& scene) {
+    return "THIS SIDE UP: away from the mould, " + scene.side;
+}
+
+std::string angleLabel(const Scene& scene) {
+    return "warp at " + number(plyAngle(*scene.choice)) +
+           " degrees from the rosette, anticlockwise seen from this side";
+}
+
+std::string mouldLabel(const Scene& scene) {
+    const bool inMillimetres = scene.millimetresPerUnit == 1.0;
+    return "mould " + scene.mouldName +
+           (inMillimetres ? ", in mm" : ", 1 unit = " + number(scene.millimetresPerUnit) + " mm");
+}
+
+std::vector<std::string> plyLabels(const Scene& scene) {
+    return {"Ply " + scene.ply, sideLabel(scene), angleLabel(scene), mouldLabel(scene)};
+}
+
+} // namespace tool

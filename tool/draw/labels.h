@@ -1,0 +1,24 @@
+// What stands in words on every drawing of a ply, so that it can be told from others and laid the right way
+// up.
+#pragma once
+
+#include "tool/draw/scene.h"
+
+#include <string>
+#include <vector>
+
+namespace tool {
+
+// "THIS SIDE UP: ..."
+std::string sideLabel(const Scene& scene);
+
+// "warp at 30 degrees from the rosette, ..."
+std::string angleLabel(const Scene& scene);
+
+// "mould part.stl, 1 unit = 25.4 mm"
+std::string mouldLabel(const Scene& scene);
+
+// Name, side, angle and mould, a line each.
+std::vector<std::string> plyLabels(const Scene& scene);
+
+} // namespace tool

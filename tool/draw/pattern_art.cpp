@@ -1,0 +1,303 @@
+// Neighbouring cells of one colour are drawn as one rectangle, and very many cells share colours in blocks,
+// so that a file grows with the pattern's outline rather than with its cells.
+#include "tool/draw/pattern_art.h"
+
+#include "host/cloth/cloth_lines.h"
+#include "host/cloth/grid.h"
+#include "host/mesh/point.h"
+#include "tool/draw/labels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+namespace tool {
+namespace {
+
+constexpr int colourBands = 90;
+constexpr std::size_t mostRectangles = 40000; // beyond this, neighbouring cells share their colour
+constexpr double mostFibres = 220.0;          // of one family across the page
+constexpr double textSize = 3.6;              // millimetres, as are all lengths below, before they grow
+constexpr double arrowReach = 14.0;
+constexpr Colour borderFill{0.91, 0.915, 0.925};
+constexpr Colour overlapColour{1.0, 0.55, 0.0};
+constexpr Colour clothEdgeColour{0.0, 0.45, 0.85};
+
+// Mean shear, without sign, of each cell's block of `size` by `size` cells.
+class BlockShear {
+public:
+    BlockShear(const Grid& grid, const std::vector<const Cell*>& cells, std::int32_t size)
+        : grid_(grid), size_(size) {
+        for (const Cell* cell : cells) {
+            auto& [sum, count] = blocks_[block(*cell)];
+            sum += std::abs(vec::finite(cell->shear));
+            count += 1.0;
+        }
+    }
+
+    double of(const Cell& cell) const {
+        const auto& [sum, count] = blocks_.at(block(cell));
+        return sum / count;
+    }
+
+private:
+    std::pair<std::int32_t, std::int32_t> block(const Cell& cell) const {
+        const auto at = static_cast<std::size_t>(cell.nodes[0]);
+        const auto part = [&](std::int32_t k) { return k >= 0 ? k / size_ : -1 - (-1 - k) / size_; };
+        return {part(grid_.i[at]), part(grid_.j[at])};
+    }
+
+    const Grid& grid_;
+    std::int32_t size_;
+    std::map<std::pair<std::int32_t, std::int32_t>, std::pair<double, double>> blocks_;
+};
+
+struct Rectangle {
+    FlatPoint low, high;
+};
+
+// The whole cells as flat rectangles by colour band, neighbours of one band along a row joined.
+std::map<int, std::vector<Rectangle>> colouredRectangles(const Scene& scene, const ShearScale& scale) {
+    const Grid& grid = *scene.grid;
+    std::vector<const Cell*> cells;
+    for (const std::size_t index : scene.measures->net.wholeCells) {
+        if (scene.measures->cells[index].onSurface) {
+            cells.push_back(&scene.measures->cells[index]);
+        }
+    }
+    const auto coordinates = [&](const Cell* cell) {
+        const auto at = static_cast<std::size_t>(cell->nodes[0]);
+        return std::pair(grid.j[at], grid.i[at]);
+    };
+    std::stable_sort(cells.begin(), cells.end(),
+                     [&](const Cell* a, const Cell* b) { return coordinates(a) < coordinates(b); });
+    const double crowd = static_cast<double>(cells.size()) / static_cast<double>(mostRectangles);
+    const BlockShear blocks(grid, cells, std::max(1, static_cast<std::int32_t>(std::ceil(std::sqrt(crowd)))));
+
+    std::map<int, std::vector<Rectangle>> bands;
+    Rectangle* open = nullptr; // the one that the next cell of the row can lengthen
+    int openBand = 0;
+    for (const Cell* cell : cells) {
+        const double shear = blocks.of(*cell);
+        int band = std::min(colourBands - 1, static_cast<int>(shear / scale.top * colourBands));
+        band = shear > scale.locking ? band + colourBands : band;
+        const Rectangle next{nodeFlat(grid, cell->nodes[0]), nodeFlat(grid, cell->nodes[2])};
+        if (open != nullptr && band == openBand && open->high[0] == next.low[0] &&
+            open->low[1] == next.low[1] && open->high[1] == next.high[1]) {
+            open->high[0] = next.high[0];
+        } else {
+            open = &bands[band].emplace_back(next);
+            openBand = band;
+        }
+    }
+    return bands;
+}
+
+// Draws onto one page what can be seen of it.
+class Painter {
+public:
+    Painter(Canvas& canvas, const Placement& page, const Box& visible)
+        : canvas_(canvas), page_(page), visible_(visible) {}
+
+    void addRectangle(const Rectangle& rectangle, double more) {
+        const FlatPoint low = page_.place(rectangle.low);
+        const FlatPoint high = page_.place(rectangle.high);
+        if (sees(low[0], high[1], high[0], low[1])) {
+            cairo_rectangle(canvas_.cairo(), low[0] - more, high[1] - more, high[0] - low[0] + 2.0 * more,
+                            low[1] - high[1] + 2.0 * more);
+        }
+    }
+
+    void addPolygon(const std::vector<FlatPoint>& polygon, bool closed = true) {
+        std::vector<FlatPoint> points;
+        FlatPoint low{1e300, 1e300};
+        FlatPoint high{-1e300, -1e300};
+        for (const FlatPoint& flat : polygon) {
+            const FlatPoint& p = points.emplace_back(page_.place(flat));
+            low = {std::min(low[0], p[0]), std::min(low[1], p[1])};
+            high = {std::max(high[0], p[0]), std::max(high[1], p[1])};
+        }
+        if (sees(low[0], low[1], high[0], high[1])) {
+            canvas_.path(points, closed);
+        }
+    }
+
+private:
+    bool sees(double left, double top, double right, double bottom) const {
+        return right >= visible_.x && left <= visible_.x + visible_.width && bottom >= visible_.y &&
+               top <= visible_.y + visible_.height;
+    }
+
+    Canvas& canvas_;
+    const Placement& page_;
+    Box visible_;
+};
+
+void drawCells(Canvas& canvas, const Placement& page, const Scene& scene, const ShearScale& scale,
+               Painter& painter) {
+    const std::vector<Cell>& cells = scene.measures->cells;
+    canvas.colour(borderFill);
+    for (const std::size_t index : scene.measures->net.wholeCells) {
+        const auto& nodes = cells[index].nodes;
+        if (!cells[index].onSurface) {
+            painter.addRectangle({nodeFlat(*scene.grid, nodes[0]), nodeFlat(*scene.grid, nodes[2])}, 0.0);
+        }
+    }
+    cairo_fill(canvas.cairo());
+    for (const ClippedCell& clipped : scene.measures->net.clippedCells) {
+        const Cell& cell = cells[clipped.cell];
+        canvas.colour(cell.onSurface ? shearColour(scale, cell.shear) : borderFill);
+        for (const auto& polygon : clipped.polygons) {
+            painter.addPolygon(polygon);
+        }
+        cairo_fill(canvas.cairo());
+    }
+    for (const auto& [band, rectangles] : colouredRectangles(scene, scale)) {
+        const double middle = (band % colourBands + 0.5) / colourBands * scale.top;
+        const double shear = band < colourBands ? std::min(middle, scale.locking)
+                                                : std::max(middle, std::nextafter(scale.locking, scale.top));
+        canvas.colour(shearColour(scale, shear));
+        for (const Rectangle& rectangle : rectangles) {
+            painter.addRectangle(rectangle, 0.03 * page.growth);
+        }
+        cairo_fill(canvas.cairo());
+    }
+}
+
+// The yarns of cells that reach over the mould's edge end with the pattern.
+void drawYarns(Canvas& canvas, const Placement& page, const Scene& scene, Painter& painter) {
+    const auto& extent = scene.measures->net.extent;
+    const double span = page.perUnit * std::max(extent[2] - extent[0], extent[3] - extent[1]) / mostFibres;
+    const auto every = [&](double step) {
+        const double spacing = std::max(step * page.perUnit, 1e-12);
+        return std::max(1, static_cast<std::int32_t>(std::min(std::ceil(span / spacing), 1e6)));
+    };
+    std::vector<Cell> cells = scene.measures->cells;
+    for (const ClippedCell& clipped : scene.measures->net.clippedCells) {
+        cells[clipped.cell].onSurface = true;
+    }
+    cairo_save(canvas.cairo());
+    for (const NetLoop& loop : scene.measures->net.loops) {
+        painter.addPolygon(loop.flat);
+    }
+    cairo_clip(canvas.cairo());
+    canvas.colour(ink, 0.55);
+    for (const Fibre fibre : {Fibre::warp, Fibre::weft}) {
+        const double step = fibre == Fibre::warp ? scene.choice->stepB : scene.choice->stepA;
+        for (const NodeChain& line : fibreLines(*scene.grid, cells, fibre, every(step))) {
+            painter.addPolygon({nodeFlat(*scene.grid, line.front()), nodeFlat(*scene.grid, line.back())},
+                               false);
+        }
+    }
+    canvas.stroke(0.12 * page.growth);
+    cairo_restore(canvas.cairo());
+}
+
+void drawNetLine(Canvas& canvas, const Placement& page, const Scene& scene, Painter& painter) {
+    const NetPattern& net = scene.measures->net;
+    const bool isCutLine = !(scene.cut->allowance > 0.0);
+    const double width = (isCutLine ? 0.4 : 0.2) * page.growth;
+    for (const NetLoop& loop : net.loops) {
+        painter.addPolygon(loop.flat);
+    }
+    canvas.colour(ink);
+    canvas.stroke(width);
+    for (const NetLoop& loop : net.loops) {
+        for (std::size_t k = 0; k < loop.flat.size(); ++k) {
+            if (loop.borders[k] == NetBorder::cloth) {
+                painter.addPolygon({loop.flat[k], loop.flat[(k + 1) % loop.flat.size()]}, false);
+            }
+        }
+    }
+    canvas.colour(clothEdgeColour);
+    canvas.stroke(width);
+}
+
+void drawCutLineAndCurves(Canvas& canvas, const Placement& page, const Scene& scene, Painter& painter) {
+    if (scene.cut->allowance > 0.0) {
+        for (const auto& loop : scene.cut->loops) {
+            painter.addPolygon(loop);
+        }
+        canvas.colour(ink);
+        canvas.stroke(0.4 * page.growth);
+    }
+    for (const CurveResult& curve : scene.curves) {
+        for (const CurveStretch& stretch : curve.stretches) {
+            painter.addPolygon(stretch.flat, stretch.closed);
+        }
+    }
+    canvas.colour(curveColour);
+    canvas.stroke(0.4 * page.growth);
+}
+
+void drawArrow(Canvas& canvas, const FlatPoint& from, double dx, double dy) {
+    const FlatPoint tip{from[0] + dx, from[1] + dy};
+    const auto barb = [&](double side) {
+        return FlatPoint{tip[0] - 0.25 * dx + side * 0.12 * dy, tip[1] - 0.25 * dy - side * 0.12 * dx};
+    };
+    canvas.path({from, {tip[0] - 0.2 * dx, tip[1] - 0.2 * dy}}, false);
+    canvas.stroke(0.05 * std::hypot(dx, dy));
+    canvas.path({tip, barb(1.0), barb(-1.0)}, true);
+    cairo_fill(canvas.cairo());
+}
+
+void drawSeed(Canvas& canvas, const Placement& page, const Scene& scene) {
+    const FlatPoint seed = page.place({0.0, 0.0});
+    const double reach = arrowReach * page.growth;
+    const double size = textSize * page.growth;
+    canvas.colour(ink);
+    drawArrow(canvas, seed, reach, 0.0);
+    drawArrow(canvas, seed, 0.0, -reach);
+    canvas.text(seed[0] + reach + 0.3 * size, seed[1] + 0.35 * size, size, "warp");
+    canvas.text(seed[0], seed[1] - reach - 0.4 * size, size, "weft", Align::centre);
+    canvas.text(seed[0] + 0.8 * size, seed[1] + 1.6 * size, size, scene.ply);
+    canvas.text(seed[0] + 0.8 * size, seed[1] + 2.9 * size, size, "this side up");
+    drawSeedMark(canvas, seed[0], seed[1], 1.6 * page.growth);
+}
+
+} // namespace
+
+std::array<FlatPoint, 2> reachOf(const Scene& scene) {
+    FlatPoint low{0.0, 0.0};
+    FlatPoint high{0.0, 0.0};
+    const auto reach = [&](const FlatPoint& flat) {
+        for (std::size_t k = 0; k < 2 && std::isfinite(flat[0]) && std::isfinite(flat[1]); ++k) {
+            low[k] = std::min(low[k], flat[k]);
+            high[k] = std::max(high[k], flat[k]);
+        }
+    };
+    for (const auto& loop : scene.cut->loops) {
+        std::for_each(loop.begin(), loop.end(), reach);
+    }
+    for (const CurveResult& curve : scene.curves) {
+        for (const CurveStretch& stretch : curve.stretches) {
+            std::for_each(stretch.flat.begin(), stretch.flat.end(), reach);
+        }
+    }
+    return {low, high};
+}
+
+void drawPattern(Canvas& canvas, const Placement& page, const Scene& scene, const ShearScale& scale,
+                 const Box& visible) {
+    Painter painter(canvas, page, visible);
+    drawCells(canvas, page, scene, scale, painter);
+    canvas.colour(overlapColour, 0.6);
+    for (const auto& polygon : scene.measures->net.overlaps) {
+        painter.addPolygon(polygon);
+    }
+    cairo_fill(canvas.cairo());
+    drawYarns(canvas, page, scene, painter);
+    drawNetLine(canvas, page, scene, painter);
+    drawCutLineAndCurves(canvas, page, scene, painter);
+    if (scene.grid->count > 0) {
+        drawSeed(canvas, page, scene);
+    }
+}
+
+void drawPatternLines(Canvas& canvas, const Placement& page, const Scene& scene) {
+    Painter painter(canvas, page, {-1e9, -1e9, 2e9, 2e9});
+    drawNetLine(canvas, page, scene, painter);
+    drawCutLineAndCurves(canvas, page, scene, painter);
+}
+
+} // namespace tool

@@ -1,0 +1,31 @@
+// The flat pattern itself, wherever it is drawn: cells in shear colours, yarns, net and cut lines, curves,
+// the seed with warp and weft, and the ply's name.
+#pragma once
+
+#include "tool/draw/canvas.h"
+#include "tool/draw/scene.h"
+
+namespace tool {
+
+// Where flat places come to lie on a page in millimetres. Warp runs to the right, weft up the page.
+struct Placement {
+    double originX = 0.0, originY = 0.0; // flat 0, 0 on the page
+    double perUnit = 1.0;                // millimetres on the page per unit of the mould
+    double growth = 1.0;                 // of texts and lines
+
+    FlatPoint place(const FlatPoint& flat) const {
+        return {originX + perUnit * flat[0], originY - perUnit * flat[1]};
+    }
+};
+
+// Low and high corner of all that is drawn of the pattern, in the mould's unit. The seed counts.
+std::array<FlatPoint, 2> reachOf(const Scene& scene);
+
+// What lies outside of `visible` on the page may be left out.
+void drawPattern(Canvas& canvas, const Placement& page, const Scene& scene, const ShearScale& scale,
+                 const Box& visible);
+
+// Only the lines: the cut or else the net line, and the curves.
+void drawPatternLines(Canvas& canvas, const Placement& page, const Scene& scene);
+
+} // namespace tool
