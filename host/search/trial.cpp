@@ -111,7 +111,7 @@ Trial largestPatch(const Runner& runner, const SurfacePoint& seed, const std::ve
             best = std::move(trial);
         }
     }
-    return best ? std::move(*best) : runner.runWithin(seed, distances, farthest, notes);
+    return best ? std::move(*best) : runner.runWithin(seed, distances, farthest, untold);
 }
 
 } // namespace
