@@ -121,6 +121,8 @@ class Words(Case):
         said = self.say(mesh, "-v", "--clip", "0,0,-0.5,0,0,1", "--step", "0.3", "--within", "max", "--seed", "0.9,0.2,-0.2")
         self.assertIn(f"read {len(mesh[0])} vertices and {len(mesh[1])} faces from ", said)
         self.assertIn("clipped to ", said)
+        slender = self.drape("m.obj", "--step", "0.3,0.6", "--within", "max", "--seed", "0.9,0.2,-0.2", expect=None).stderr
+        self.assertEqual(slender.count("are slender (2 to 1)"), 1, slender)
         tried = [line.removeprefix("drape: within ").split(": ") for line in said.splitlines() if ": within " in line]
         self.assertTrue(tried)
         radii = [float(radius) for radius, _ in tried]
