@@ -134,6 +134,8 @@ class Words(Case):
             self.assertAlmostEqual(radius, (low + high) / 2, delta=2e-3 * radius)
             low, high = (radius, high) if out == "drapes" or (out.startswith("too") and low == 0) else (low, radius)
         self.assertTrue(high - low < 0.25 * 0.3 * 1.01 and 2 * (high - low) > 0.25 * 0.3 * 0.99)
+        usual = self.drape("m.obj", "--clip", "0,0,-0.5,0,0,1", "--step", "0.5", expect=None).stderr
+        self.assertFalse([word for word in ("clipped to", "the run took", "vertices and") if word in usual])
         quiet = self.drape("m.obj", "-q", "--step", "0.5", expect=None)
         self.assertEqual(quiet.stdout, "")
 
