@@ -491,6 +491,12 @@ class Drawings(Drapes):
                 for p in drawn:
                     self.assertTrue(any(near(p, q, 0.02) for q in wanted), p)
 
+    def test_colours_of_cloth_without_shear(self):
+        mesh = self.folder / "plate.obj"
+        mesh.write_text(obj(plate(6)))
+        drape = Drape(self.folder, mesh, "--step", "1", outputs=("gltf",), stem="plate")
+        self.assertEqual(Gltf(drape.path["gltf"]).tree["extras"], {"shearScaleTop": 1.0, "lockingAngle": 45.0})
+
     @of_each
     def test_colour_bar_beside_the_picture(self, _, drape):
         top, locking = self.colours(drape)
