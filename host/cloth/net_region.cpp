@@ -243,7 +243,7 @@ private:
     // Whether the point lies over the triangle as seen along the cell's normal, its rim included.
     bool liesOver(const Point& p, std::int32_t triangle) const {
         constexpr double slack = 1e-9;
-        const auto corner = [&](int k) { return search_.mould.corner(at(triangle), k); };
+        const auto corner = [&](std::size_t k) { return search_.mould.corner(at(triangle), k); };
         const auto share = [&](const Point& a, const Point& b, const Point& c) {
             return dot(cross(b - a, c - a), normal_);
         };
@@ -254,7 +254,7 @@ private:
     }
 
     void add(std::int32_t triangle) {
-        const auto corner = [&](int k) { return search_.mould.corner(at(triangle), k); };
+        const auto corner = [&](std::size_t k) { return search_.mould.corner(at(triangle), k); };
         const Point normal = cross(corner(1) - corner(0), corner(2) - corner(0));
         if (!has(triangle) && dot(normal, normal_) > 0.0) {
             search_.reached[at(triangle)] = search_.searches;

@@ -83,10 +83,9 @@ void drawMould(DepthImage& image, const Stage& stage) {
     const Mould& mould = *stage.scene.mould;
     for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
         std::array<SeenCorner, 3> corners;
-        for (int k = 0; k < 3; ++k) {
-            const auto at = static_cast<std::size_t>(k);
-            const auto vertex = static_cast<std::size_t>(mould.corners[3 * t + at]) - 1;
-            corners[at] = {stage.view.see(mould.corner(t, k)), smoothNormal(stage, t, vertex)};
+        for (std::size_t k = 0; k < 3; ++k) {
+            const auto vertex = static_cast<std::size_t>(mould.corners[3 * t + k]) - 1;
+            corners[k] = {stage.view.see(mould.corner(t, k)), smoothNormal(stage, t, vertex)};
         }
         image.draw(corners, mouldColour, static_cast<std::uint32_t>(t), 0.0);
     }
@@ -167,7 +166,7 @@ Polygon polygonOf(const Stage& stage, const DepthImage& image, std::uint32_t own
         polygon.colour =
             image.shaded(shearColour(stage.scale, cell.shear), normalOf(*stage.scene.grid, cell));
     } else {
-        for (int k = 0; k < 3; ++k) {
+        for (std::size_t k = 0; k < 3; ++k) {
             add(stage.scene.mould->corner(owner, k));
         }
         polygon.colour = image.shaded(mouldColour, stage.triangles[owner]);
