@@ -3,6 +3,7 @@
 #include "host/cloth/curve.h"
 #include "host/cloth/surface.h"
 #include "host/mesh/text.h"
+#include "host/search/default_start.h"
 #include "host/search/trial.h"
 #include "tool/advice.h"
 #include "tool/errors.h"
@@ -48,11 +49,18 @@ std::optional<Point> namedSeed(const Settings& settings, const std::vector<Point
     return filePoints[static_cast<std::size_t>(vertex - 1)];
 }
 
+// Whether the start is to be found by trying places around the middle.
+bool looksForStart(const Settings& settings) {
+    return !settings.sweep.wanted && !settings.startAtMiddle && !settings.surface.seed &&
+           !settings.trial.within && !settings.trial.withinLargest;
+}
+
 Surface loadSurface(Work& work) {
     const PolygonSoup soup = importMesh(work.settings.input);
     work.log.detail("read " + counted(soup.points.size(), "vertex", "vertices") + " and " +
                     counted(soup.polygons.size(), "face", "faces") + " from " + work.settings.input);
     work.settings.surface.seed = namedSeed(work.settings, soup.points);
+    work.settings.surface.startsInMiddle = !looksForStart(work.settings);
     ToldNotes notes(work.log);
     return preparedSurface(soup, work.settings.surface, work.settings.trial.start, notes.list());
 }
@@ -153,6 +161,8 @@ std::string wordsFor(const PatchTried& patch) {
         return "ends with code " + std::to_string(patch.status);
     case PatchOutcome::tooSmall:
         return "too small for a cell";
+    case PatchOutcome::locks:
+        return "shears beyond locking";
     case PatchOutcome::liesOverItself:
         break;
     }
@@ -210,6 +220,10 @@ int run(Work& work) {
     if (work.settings.sweep.wanted) {
         ranked = sweepAndTell(work, surface, candidates);
         start = ranked.front().candidate;
+    }
+    if (looksForStart(work.settings)) {
+        start.seed = bestStart(surface, work.settings.trial, start.angle);
+        work.log.detail("the start at " + pointText(start.seed) + " shears least of those around the middle");
     }
     const Trial trial = drapeAndTell(work, surface, start.seed, start.angle);
     const std::vector<CurveResult> curves = carryAndTell(work, surface, trial, drawn);

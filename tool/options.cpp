@@ -73,8 +73,8 @@ Point directionOf(const std::string& option, const std::vector<double>& values, 
 
 // The text of each option as it was given, empty if it wasn't.
 struct Texts {
-    std::string seed, seedVertex, side, rosette, warp, angle, step, tolerance, pivot{"grid"}, mostNodes,
-        locking, within, part, jobs, millimetres, allowance, paper;
+    std::string seed, seedVertex, start{"best"}, side, rosette, warp, angle, step, tolerance, pivot{"grid"},
+        mostNodes, locking, within, part, jobs, millimetres, allowance, paper;
     std::vector<std::string> clips;
     bool noWeld = false;
 };
@@ -129,8 +129,11 @@ void addStartOptions(CLI::App& app, Texts& texts) {
         app.add_option(name, value, help)->type_name(type)->group(group);
     };
     add("--seed", texts.seed, "x,y,z",
-        "Where the drape starts, moved onto the surface if need be [surface point nearest to the centroid]");
+        "Where the drape starts, moved onto the surface if need be [see --start]");
     add("--seed-vertex", texts.seedVertex, "N", "Start at the file's N-th vertex, counted from 1");
+    add("--start", texts.start, "best|middle",
+        "Without a seed: best, of some places around the middle the one from which the cloth shears least; "
+        "middle, the surface point nearest to the centroid, as sweeps and --within take it [best]");
     add("--side", texts.side, "x,y,z",
         "The cloth lies on the side of the surface to which this points [+z, or +y or +x where the surface "
         "faces "
@@ -253,6 +256,10 @@ void understandNumbers(const Texts& texts, Settings& settings) {
             throw UsageError("--tolerance " + texts.tolerance + ": that can't be below 0");
         }
     }
+    if (texts.start != "best" && texts.start != "middle") {
+        throw UsageError("--start " + texts.start + ": give best or middle");
+    }
+    settings.startAtMiddle = texts.start == "middle";
     if (texts.pivot != "grid" && texts.pivot != "shear") {
         throw UsageError("--pivot " + texts.pivot + ": give grid or shear");
     }

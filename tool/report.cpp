@@ -4,6 +4,7 @@
 #include "drape.h"
 #include "host/cloth/grid.h"
 #include "host/cloth/status_text.h"
+#include "host/mesh/box.h"
 #include "host/mesh/point.h"
 #include "host/mesh/text.h"
 #include "tool/advice.h"
@@ -164,6 +165,17 @@ std::string completeText(const NetPattern& net) {
                                    number(net.clothEdgeLength) + " of its edge";
 }
 
+// Lengths of the box around the mould along x, y and z.
+std::string extentsText(const Mould& mould) {
+    const auto [low, high] = boxOf(mould.positions);
+    return number(high[0] - low[0]) + " by " + number(high[1] - low[1]) + " by " + number(high[2] - low[2]);
+}
+
+// A point so exactly that a thousandth of a cell shows, however far from the origin.
+std::string placeText(const Point& point, const Choice& choice) {
+    return pointText(point, 1e-3 * std::min(choice.stepA, choice.stepB));
+}
+
 std::string overlapText(const NetPattern& net) {
     return net.overlapArea > 0.0 ? "; " + number(net.overlapArea) + " of it lies over the rest of the pattern"
                                  : std::string();
@@ -180,8 +192,9 @@ std::string endOf(const Trial& trial) {
     std::string where;
     if (trial.grid.count > 0) {
         const std::size_t last = static_cast<std::size_t>(trial.grid.count) - 1;
-        where = " near " + pointText(nodePosition(trial.grid, trial.grid.count - 1)) + ", at warp " +
-                std::to_string(trial.grid.i[last]) + ", weft " + std::to_string(trial.grid.j[last]);
+        where = " near " + placeText(nodePosition(trial.grid, trial.grid.count - 1), trial.choice) +
+                ", at warp " + std::to_string(trial.grid.i[last]) + ", weft " +
+                std::to_string(trial.grid.j[last]);
     }
     return "the run ended with code " + std::to_string(trial.grid.status) + where + ": " + text.meaning;
 }
@@ -193,8 +206,9 @@ std::string summaryOf(const Story& story) {
     std::string text = line(
         "mould", story.settings.input + ": " + counted(t.mould->triangleCount(), "triangle", "triangles") +
                      ", area " + number(m.mouldArea) + ", outline " + number(t.mould->loops.front().length) +
-                     " long" + (t.within ? ", within " + number(*t.within) + " of the seed" : ""));
-    text += line("start", "seed " + pointText(c.seed) + ", warp " + pointText(c.warp) + ", cells " +
+                     " long, extents " + extentsText(*t.mould) +
+                     (t.within ? ", within " + number(*t.within) + " of the seed" : ""));
+    text += line("start", "seed " + placeText(c.seed, c) + ", warp " + pointText(c.warp) + ", cells " +
                               number(c.stepA) + " by " + number(c.stepB) +
                               (c.pivotByGridLine ? ", pivots by grid line" : ", pivots by least shear"));
     text += line("side", "the cloth lies on the side " + textOf(t.side) + ", normal " + pointText(c.normal) +

@@ -31,6 +31,7 @@ struct Settings {
     SurfaceWishes surface;
     TrialWishes trial;
     std::optional<std::int64_t> seedVertex; // 1-based, as the file counts
+    bool startAtMiddle = false;             // where no seed is named, else at the best place around it
     double angle = 0.0;                     // degrees
 
     SweepSettings sweep;

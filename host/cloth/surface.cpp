@@ -90,6 +90,7 @@ void sayIfMoved(const SurfacePoint& seed, const std::optional<Point>& named, dou
 Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, const StartWishes& start,
                         Notes& notes) {
     const std::optional<Point>& seed = wishes.seed;
+    Notes untold;
     TriangleMesh mesh = repairedMesh(soup, wishes.weld, notes);
     mesh = manifoldOf(clippedBy(std::move(mesh), wishes.clips, notes), notes);
     Surface surface;
@@ -103,7 +104,8 @@ Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, co
     surface.side = turnToSide(surface.mesh, wishes.side, atSeed, notes);
     surface.mould = std::make_shared<const Mould>(mouldOf(surface.mesh));
     const SurfacePoint middle =
-        seed ? nearestPoint(*surface.mould, *seed) : middleOf(surface.mesh, *surface.mould, notes);
+        seed ? nearestPoint(*surface.mould, *seed)
+             : middleOf(surface.mesh, *surface.mould, wishes.startsInMiddle ? notes : untold);
     surface.defaultSeed = middle.position;
     double area = surface.mould->area;
     if (wishes.within) {

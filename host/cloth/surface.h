@@ -27,7 +27,8 @@ struct Surface {
 struct SurfaceWishes {
     std::optional<Point> seed; // names the piece to keep and the default seed
     std::vector<Plane> clips;
-    std::optional<Point> side; // the cloth lies on the side to which this points
+    bool startsInMiddle = true; // tell where the middle is, as the drape starts there if no seed is asked for
+    std::optional<Point> side;  // the cloth lies on the side to which this points
     bool weld = true;
     bool fillHoles = false;
     std::optional<double> within; // the area within this distance of the seed sets the cell lengths

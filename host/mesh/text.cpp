@@ -26,12 +26,16 @@ std::string fixed(double value, int decimals) {
     return buffer;
 }
 
-std::string pointText(const Point& point) {
+std::string pointText(const Point& point, double fine) {
     const double size = std::max({std::abs(point[0]), std::abs(point[1]), std::abs(point[2])});
     const double nothing = std::max(1e-12, 1e-9 * size); // rounding that isn't worth a reader's time
+    constexpr double fewest = 4.0;
+    constexpr double most = 15.0;
+    const double wanted = fine > 0.0 && size > 0.0 ? std::ceil(std::log10(size / fine)) : fewest;
+    const int digits = static_cast<int>(std::clamp(wanted, fewest, most));
     std::string text;
     for (const double x : point) {
-        text += (text.empty() ? "(" : ", ") + number(std::abs(x) < nothing ? 0.0 : x);
+        text += (text.empty() ? "(" : ", ") + number(std::abs(x) < nothing ? 0.0 : x, digits);
     }
     return text + ")";
 }

@@ -9,7 +9,10 @@ namespace drape::host {
 
 std::string number(double value, int digits = 4); // significant digits, no trailing zeros
 std::string fixed(double value, int decimals);    // digits after the point
-std::string pointText(const Point& point);        // (x, y, z)
+
+// (x, y, z), with four significant digits or as many as it takes to show differences of `fine`.
+std::string pointText(const Point& point, double fine = 0.0);
+
 std::string counted(std::size_t count, const std::string& one, const std::string& many);
 
 } // namespace drape::host

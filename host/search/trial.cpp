@@ -72,6 +72,9 @@ PatchOutcome outcomeOf(const Trial& trial) {
     if (trial.measures.cellsOnSurface == 0) {
         return PatchOutcome::tooSmall;
     }
+    if (trial.measures.largestShear > trial.measures.lockingAngle) {
+        return PatchOutcome::locks;
+    }
     return trial.measures.doubledShare <= mostDoubled ? PatchOutcome::drapes : PatchOutcome::liesOverItself;
 }
 

@@ -31,7 +31,7 @@ struct Trial {
 };
 
 // How one patch fared in the search for the largest.
-enum class PatchOutcome { drapes, ends, tooSmall, liesOverItself };
+enum class PatchOutcome { drapes, ends, tooSmall, locks, liesOverItself };
 struct PatchTried {
     double radius = 0.0; // along the surface
     PatchOutcome outcome = PatchOutcome::drapes;

@@ -22,7 +22,8 @@ class Drape:
         self.path = {ending: self.folder / f"{stem}.{ending}"
                      for ending in ("vtp", "fibres.vtp", "fibres.csv", "json", *outputs)}
         written = [part for path in self.path.values() for part in ("-o", path)]
-        done = subprocess.run([DRAPE, mesh, *map(str, words), *written], capture_output=True, text=True, timeout=300)
+        start = () if "--seed" in words else ("--start", "middle")
+        done = subprocess.run([DRAPE, mesh, *map(str, words), *start, *written], capture_output=True, text=True, timeout=300)
         if done.returncode != expect:
             raise AssertionError(f"exit {done.returncode}\n{done.stdout}{done.stderr}")
         self.stdout, self.stderr = done.stdout, done.stderr

@@ -278,12 +278,30 @@ class Start(Case):
         ply = {}
         for name, mesh in (("as made", (points, faces)), ("reversed", (points, [f[::-1] for f in faces])),
                            ("from another corner", (points, [(f[0], *f[:0:-1]) for f in faces]))):
-            report, done = self.report(self.file("m.obj", obj(mesh)), "--clip", "33,-11,9,1,0.3,0.1")
+            report, done = self.report(self.file("m.obj", obj(mesh)), "--clip", "33,-11,9,1,0.3,0.1", "--start", "middle")
             report.pop("seconds")
             ply[name] = report
             self.assertEqual("look the other way" in done.stderr, name != "as made")
         self.assertEqual(ply["reversed"], ply["as made"])
         self.assertEqual(ply["from another corner"], ply["as made"])
+
+    def test_best_start_follows_from_the_shape_alone(self):
+        points, faces = uneven_sheet()
+        faces = [(f[0], f[k], f[k + 1]) for f in faces for k in range(1, len(f) - 1)]
+        mixed = faces[1::3] + faces[::3] + faces[2::3]
+        turned = [f[::-1] for f in faces]
+        told = {}
+        for name, scale, file in (("plain", 1.0, obj((points, faces))), ("in metres", 1e-3, None),
+                                  ("turned over", 1.0, obj((points, turned))), ("triangles", 1.0, stl_binary((points, mixed)))):
+            small = [tuple(scale * x for x in p) for p in points]
+            kind = "stl" if name == "triangles" else "obj"
+            told[name], _ = self.report(self.file(f"{name}.{kind}", file or obj((small, faces))))
+            report = told[name]
+            seed = [x / scale for x in report["choice"]["seed"]]
+            self.assertPoint(seed, told["plain"]["choice"]["seed"], 4)
+            self.assertAlmostEqual(report["shear"]["mean"], told["plain"]["shear"]["mean"], delta=0.2)
+        middle, _ = self.report(self.file("m.obj", obj((points, faces))), "--start", "middle")
+        self.assertLessEqual(told["plain"]["shear"]["mean"], middle["shear"]["mean"] + 0.25)
 
     def test_side_where_the_surface_as_a_whole_faces_none(self):
         tube, closed = ([], []), cube()
@@ -389,7 +407,7 @@ class Sweep(Case):
             for line in sample.read_text().splitlines(keepends=True)
         )
         mesh = self.file("high.obj", stretched)
-        failed = self.drape(mesh, "--step", "14", expect=RUN_ENDED)
+        failed = self.drape(mesh, "--step", "14", "--start", "middle", expect=RUN_ENDED)
         self.assertIn("--sweep", failed.stderr)
         report, _ = self.report(mesh, "--step", "14", "--sweep")
         self.assertEqual(report["result"]["status"], 0)

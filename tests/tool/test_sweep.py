@@ -130,12 +130,13 @@ class Sweep(Case):
             self.assertAlmostEqual(row["within"], next(e["within"] for e in report["sweep"]["best"]
                                                        if e["candidate"] == row["candidate"]), 7)
         self.assertRowsAreRuns(mesh, rows, seeds, *words)
-        # The radius is the largest that works: a cell further out the drape ends or lies over itself.
+        # The radius is the largest that works: a cell further out the drape ends, locks or lies over itself.
         best = wanted[0]
         start = ("--seed", seeds.split(";")[(int(best["candidate"]) - 1) // 2], "--angle", best["angle_deg"])
         for radius, works in ((best["within"], True), (best["within"] + 0.25, False)):
             report, _ = self.report(mesh, "--step", "0.25", *start, "--within", radius, expect=None)
-            self.assertEqual(report["result"]["status"] == 0 and report["result"]["doubledShare"] <= 0.05, works)
+            self.assertEqual(report["result"]["status"] == 0 and report["result"]["doubledShare"] <= 0.05
+                             and report["shear"]["largest"] <= 45, works)
 
     def test_starts_that_cannot_be_draped_say_so(self):
         mesh = self.file("cube.obj", obj(cube()))

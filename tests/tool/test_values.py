@@ -194,17 +194,20 @@ class Values(Drapes):
         choice, result, shear, pattern = r["choice"], r["result"], r["shear"], r["pattern"]
         four = lambda x: f"{x:.4g}"
         point = lambda p: "(" + ", ".join(map(four, p)) + ")"
+        exact = lambda p: "(" + ", ".join(
+            f"{x:.{max(4, math.ceil(math.log10(max(map(abs, p)) / (1e-3 * min(choice['step'])))))}g}" for x in p) + ")"
         percent = lambda x: f"{100 * x:.1f} %"
         last = drape.grid.count - 1
         ends = f"the run came to its end; the cloth ends before the mould along {four(pattern['clothEdgeLength'])} of its edge"
         end = "complete: " + ("the cloth reaches the mould's edge everywhere" if pattern["reachesEdge"] else ends) \
             if result["complete"] else (
-            f"partial: the run ended with code 23 near {point(result['endedNear'])}, at warp {drape.grid.i[last]}, "
+            f"partial: the run ended with code 23 near {exact(result['endedNear'])}, at warp {drape.grid.i[last]}, "
             f"weft {drape.grid.j[last]}: {result['meaning']}")
         wanted = [
             f"mould     {self.mesh}: {r['mould']['triangles']} triangles, area {four(r['mould']['area'])}, "
-            f"outline {four(r['mould']['loops'][0]['length'])} long",
-            f"start     seed {point(choice['seed'])}, warp {point(choice['warp'])}, cells {four(choice['step'][0])} by "
+            f"outline {four(r['mould']['loops'][0]['length'])} long, extents "
+            + " by ".join(four(max(p[k] for p in drape.mould.points) - min(p[k] for p in drape.mould.points)) for k in range(3)),
+            f"start     seed {exact(choice['seed'])}, warp {point(choice['warp'])}, cells {four(choice['step'][0])} by "
             f"{four(choice['step'][1])}, pivots by {'grid line' if choice['pivot'] == 'grid' else 'least shear'}",
             f"side      the cloth lies on the side towards +z, normal {point(choice['normal'])} at the seed",
             f"angle     warp at {four(choice['plyAngle'])} degrees from the rosette {point(choice['rosette'])}, "

@@ -1,0 +1,20 @@
+// Where to start if nobody says: of a few dozen places around the middle the one from which the cloth shears
+// least.
+#pragma once
+
+#include "host/search/ranking.h"
+
+namespace drape::host {
+
+// Places over the middle of a surface and in rings around it, in an order of their own. They follow from the
+// shape alone: its unit, the order of its triangles and vertices and their winding make no difference. None
+// where no place lies above or below the middle.
+std::vector<Point> placesAroundTheMiddle(const Mould& mould);
+
+// The best of these at `angle` (degrees): of the drapes that come to their end in one layer and cover nearly
+// as much as any, the one with the least share beyond locking, then the least mean shear; of nearly equal
+// ones the first. The surface's default seed if none comes to its end. Judged with cells about 40 across, or
+// coarser if the surface's are.
+Point bestStart(const Surface& surface, const TrialWishes& wishes, double angle);
+
+} // namespace drape::host
