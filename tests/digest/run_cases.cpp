@@ -110,6 +110,13 @@ Surface misflagged(Block& block) {
     return surface;
 }
 
+// More needles than an index keeps by themselves.
+Surface needled(Block& block) {
+    Surface surface = smooth(block);
+    addSlivers(surface, block, 160);
+    return surface;
+}
+
 // Lists that name a vertex's triangles again and again: too many ways on for the boundary walk.
 Surface doublyListed(Block& block) {
     Surface surface = plate(block);
@@ -280,6 +287,7 @@ std::vector<Family> families() {
          20,
          {45, 237, 326, 398, 570, 629, 1105, 1169, 1771, 1842, 2049, 2768, 2955}},
         {"misflagged", misflagged, false, 12, {478, 928, 1086, 1226, 1299, 1709, 2071}},
+        {"needled", needled, false, 8, {}},
         {"doubly listed", doublyListed, false, 4, {}}};
 }
 
