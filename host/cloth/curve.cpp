@@ -22,8 +22,6 @@ using namespace vec;
 
 namespace {
 
-using FlatPoint = std::array<double, 2>;
-
 constexpr double besideCell = 0.1;   // of a cell: how far cloth may lie beside a point that it carries
 constexpr double besideMould = 0.05; // of a cell: how far beside the edge of the mould it may
 constexpr double beyondCell = 0.02;  // of a cell: how far a place may lie beyond the cell's edge

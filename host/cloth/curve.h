@@ -1,6 +1,7 @@
 // Closed curves drawn on the mould, such as trim lines, carried onto the flat pattern.
 #pragma once
 
+#include "host/cloth/flat_overlap.h"
 #include "host/cloth/grid.h"
 #include "host/cloth/start.h"
 #include "host/mesh/note.h"
@@ -20,7 +21,7 @@ struct DrawnCurve {
 struct CurveStretch {
     std::vector<Point> points; // as drawn
     std::vector<Point> cloth;  // where the cloth carries them
-    std::vector<std::array<double, 2>> flat;
+    std::vector<FlatPoint> flat;
     std::vector<std::int32_t> numbers; // per point, its 1-based number in the curve, 0 where it was cut
     bool closed = false;               // the whole curve
 };
