@@ -155,24 +155,25 @@ bool walkBoundary(const SurfaceMesh& mesh, const std::int32_t* vertBoundary, std
     status = DRAPE_OK;
     const std::int64_t vertices = mesh.vertCount;
     WorkArray<std::int32_t> table, marks;
-    if (!table.take(4 * vertices, status) || !marks.take(3 * vertices, status))
-        return false;
-    clear(marks.data(), 3 * vertices);
-    Walk walk{mesh,
-              vertBoundary,
-              reinterpret_cast<Candidate*>(table.data()),
-              marks.data(),
-              marks.data() + vertices,
-              startVertex(mesh, vertBoundary),
-              0};
-    const std::int32_t room = boundaryCount < 1 ? mesh.vertCount : boundaryCount;
-    const std::int32_t count = walkEdges(walk, room, edges, status);
-    if (status == DRAPE_OK) {
-        boundaryCount = count;
-        if (edges == model->mesh.boundaryEdges)
-            model->mesh.boundaryCount = count;
-        blendNormals(mesh, edges, count, normals);
+    if (table.take(4 * vertices, status) && marks.take(3 * vertices, status)) {
+        clear(marks.data(), 3 * vertices);
+        Walk walk{mesh,
+                  vertBoundary,
+                  reinterpret_cast<Candidate*>(table.data()),
+                  marks.data(),
+                  marks.data() + vertices,
+                  startVertex(mesh, vertBoundary),
+                  0};
+        const std::int32_t room = boundaryCount < 1 ? mesh.vertCount : boundaryCount;
+        const std::int32_t count = walkEdges(walk, room, edges, status);
+        if (status == DRAPE_OK) {
+            boundaryCount = count;
+            if (edges == model->mesh.boundaryEdges)
+                model->mesh.boundaryCount = count;
+            blendNormals(mesh, edges, count, normals);
+        }
     }
+    // A failing release has the last word, also after a refused request.
     table.release(status);
     marks.release(status);
     return status == DRAPE_OK;

@@ -164,6 +164,11 @@ TEST(WorkArrayFaults, AFailedReleaseIsReported) {
                   return model.grid.status;
               }),
               "11");
+    beginRequests(2, 0xA5); // the second array is refused, and giving the first one back fails too
+    failRelease(1);
+    EXPECT_FALSE(model.walkBoundary());
+    EXPECT_EQ(model.grid.status, RELEASE_FAILED);
+    beginRequests(0, 0xA5);
     model.grid.status = 0;
     ASSERT_TRUE(model.walkBoundary());
     const std::int32_t front = 1, start = 2;
