@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 
 namespace drape::host {
@@ -164,14 +165,15 @@ Point bestStart(const Surface& surface, const TrialWishes& wishes, double angle)
     std::erase_if(results, [&](const SweepResult& r) {
         return !isWhole(r) || !isSingleLayer(r) || r.coveredShare < nearlyAsMuch * covered;
     });
-    for (const auto& [value, same] : {std::pair(&SweepResult::shareBeyondLocking, sameShare),
-                                      std::pair(&SweepResult::meanShear, sameShear)}) {
-        double least = 1e300;
+    const auto keepLeast = [&](double SweepResult::*value, double same) {
+        double least = std::numeric_limits<double>::infinity();
         for (const SweepResult& r : results) {
             least = std::min(least, r.*value);
         }
         std::erase_if(results, [&](const SweepResult& r) { return r.*value > least + same; });
-    }
+    };
+    keepLeast(&SweepResult::shareBeyondLocking, sameShare);
+    keepLeast(&SweepResult::meanShear, sameShear);
     return results.empty() ? surface.defaultSeed : results.front().candidate.seed;
 }
 
