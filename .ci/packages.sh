@@ -6,6 +6,11 @@ TOOL_PACKAGES=(cmake ninja-build g++ pkg-config libassimp-dev libcgal-dev libcli
 TEST_PACKAGES=("${TOOL_PACKAGES[@]}" clang libclang-rt-dev g++-multilib gfortran binutils valgrind libgtest-dev
                libbenchmark-dev parallel poppler-utils python3-ezdxf)
 
+# The Python package, what it's tested with and what its sources are checked with.
+PYTHON_PACKAGES=(python3-dev python3-venv python3-pip python3-setuptools python3-wheel python3-numpy python3-pybind11
+                 pybind11-dev python3-pytest python3-matplotlib python3-scipy python3-meshio python3-distributed
+                 python3-mpi4py openmpi-bin black flake8 mypy)
+
 ensure_packages() {
     local missing=() package
     for package in "$@"; do

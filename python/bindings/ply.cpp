@@ -1,0 +1,239 @@
+// One drape: what it may be asked for, the run, and its arrays and figures.
+#include "python/bindings/surface.h"
+
+#include "drape.h"
+#include "host/cloth/curve.h"
+#include "host/cloth/fibre_map.h"
+#include "host/cloth/net_pattern.h"
+#include "host/search/default_start.h"
+#include "tool/report.h"
+#include "tool/write/writers.h"
+
+#include <cstddef>
+#include <filesystem>
+
+namespace drape::python {
+
+using namespace drape::host;
+
+namespace {
+
+TrialWishes wishesOf(const std::optional<std::array<double, 2>>& step, const std::optional<Point>& rosette,
+                     const std::optional<Point>& warp, const std::optional<double>& tolerance,
+                     bool pivotByGridLine, double lockingAngle, const std::optional<double>& within,
+                     bool withinLargest, const std::optional<std::int32_t>& mostNodes) {
+    TrialWishes wishes;
+    if (step) {
+        wishes.start.stepA = (*step)[0];
+        wishes.start.stepB = (*step)[1];
+    }
+    wishes.start.rosette = rosette;
+    wishes.start.warp = warp;
+    wishes.start.tolerance = tolerance;
+    wishes.start.pivotByGridLine = pivotByGridLine;
+    wishes.lockingAngle = lockingAngle;
+    wishes.within = within;
+    wishes.withinLargest = withinLargest;
+    wishes.mostNodes = mostNodes;
+    return wishes;
+}
+
+// Without a seed a drape starts as the program's does: where the mould's own seed says, in the middle for a
+// patch, else where the cloth shears least around the middle. `inMiddle` asks for the middle in any case.
+std::shared_ptr<HeldPly> drapeMould(const std::shared_ptr<const HeldMould>& mould, const TrialWishes& wishes,
+                                    const std::optional<Point>& seed, bool inMiddle, double angle) {
+    const py::gil_scoped_release unlocked;
+    auto ply = std::make_shared<HeldPly>();
+    ply->mould = mould;
+    Point from = seed.value_or(mould->surface.defaultSeed);
+    const auto surface = mould->surfaceFor(wishes, from);
+    if (!seed && !inMiddle && !mould->seedNamed && !wishes.within && !wishes.withinLargest) {
+        from = bestStart(*surface, wishes, angle);
+    }
+    ply->trial = drapeFrom(*surface, wishes, from, angle, ply->notes);
+    return ply;
+}
+
+auto gridInts(std::vector<std::int32_t> Grid::*values) {
+    return [values](const py::object& self) {
+        const auto& v = py::cast<const HeldPly&>(self).trial.grid.*values;
+        return rowsOf(v.data(), v.size(), 1, self);
+    };
+}
+
+auto gridRows(std::vector<double> Grid::*values, py::ssize_t columns) {
+    return [values, columns](const py::object& self) {
+        const auto& v = py::cast<const HeldPly&>(self).trial.grid.*values;
+        return rowsOf(v.data(), v.size() / static_cast<std::size_t>(columns), columns, self);
+    };
+}
+
+// One member of each record of a list, as an array over the records themselves.
+template <class T, class Record>
+py::array memberOf(const std::vector<Record>& records, std::size_t offset, py::ssize_t columns,
+                   const py::handle& owner) {
+    const auto* first = reinterpret_cast<const T*>(reinterpret_cast<const char*>(records.data()) + offset);
+    const auto count = static_cast<py::ssize_t>(records.size());
+    const py::ssize_t stride = sizeof(Record);
+    const py::ssize_t size = sizeof(T);
+    return columns == 1 ? viewOf<T>(first, {count}, {stride}, owner)
+                        : viewOf<T>(first, {count, columns}, {stride, size}, owner);
+}
+
+template <class T>
+auto cellMember(std::size_t offset, py::ssize_t columns) {
+    return [offset, columns](const py::object& self) {
+        return memberOf<T>(py::cast<const HeldPly&>(self).trial.measures.cells, offset, columns, self);
+    };
+}
+
+// Warp, weft, shear, cover and cell of each triangle of the draped mould.
+py::tuple fibresOf(const HeldPly& ply) {
+    using Fibres = std::vector<TriangleFibres>;
+    auto* fibres = new Fibres;
+    const py::capsule owner(fibres, [](void* held) { delete static_cast<Fibres*>(held); });
+    {
+        const py::gil_scoped_release unlocked;
+        *fibres = mapFibres(*ply.trial.mould, ply.trial.grid, ply.trial.measures);
+    }
+    static_assert(sizeof(Cover) == sizeof(std::int32_t));
+    return py::make_tuple(memberOf<double>(*fibres, offsetof(TriangleFibres, warp), 3, owner),
+                          memberOf<double>(*fibres, offsetof(TriangleFibres, weft), 3, owner),
+                          memberOf<double>(*fibres, offsetof(TriangleFibres, shear), 1, owner),
+                          memberOf<std::int32_t>(*fibres, offsetof(TriangleFibres, cover), 1, owner),
+                          memberOf<std::int32_t>(*fibres, offsetof(TriangleFibres, cell), 1, owner));
+}
+
+// Loops with their points in space, borders, area and length; then the figures of the whole pattern.
+py::tuple netOf(const py::object& self) {
+    const NetPattern& net = py::cast<const HeldPly&>(self).trial.measures.net;
+    static_assert(sizeof(NetBorder) == sizeof(std::int32_t));
+    py::list loops;
+    for (const NetLoop& loop : net.loops) {
+        const auto* borders = reinterpret_cast<const std::int32_t*>(loop.borders.data());
+        loops.append(py::make_tuple(
+            rowsOf(reinterpret_cast<const double*>(loop.flat.data()), loop.flat.size(), 2, self),
+            rowsOf(reinterpret_cast<const double*>(loop.space.data()), loop.space.size(), 3, self),
+            rowsOf(borders, loop.borders.size(), 1, self), loop.area, loop.length));
+    }
+    return py::make_tuple(loops, net.area, net.extent, net.clothEdgeLength, net.overlapArea);
+}
+
+py::dict choiceOf(const HeldPly& ply) {
+    const Choice& c = ply.trial.choice;
+    py::dict choice;
+    choice["seed"] = c.seed;
+    choice["warp"] = c.warp;
+    choice["weft"] = c.weft;
+    choice["normal"] = c.normal;
+    choice["rosette"] = c.rosette;
+    choice["ply_angle"] = plyAngle(c);
+    choice["angle"] = ply.trial.angle;
+    choice["step"] = std::array<double, 2>{c.stepA, c.stepB};
+    choice["tolerance"] = c.tolerance;
+    choice["pivot"] = c.pivotByGridLine ? "grid" : "shear";
+    return choice;
+}
+
+// How a ply is shown in a report and in files.
+struct Show {
+    double millimetresPerUnit = 1.0;
+    double allowance = 0.0; // of the cut line beyond the net line, in the mould's unit
+    std::string name;       // on drawings, that of the mould's file if it's empty
+    std::vector<CurveResult> curves;
+};
+
+std::string reportWith(const HeldPly& ply, const Show& show, const tool::CutLines& cut) {
+    tool::Settings settings;
+    settings.input = ply.mould->source;
+    settings.millimetresPerUnit = show.millimetresPerUnit;
+    settings.allowance = show.allowance;
+    const tool::Story story{settings, ply.trial, cut, show.curves, nullptr, ply.trial.seconds};
+    return tool::jsonOf(story);
+}
+
+std::string reportOf(const HeldPly& ply, const Show& show) {
+    return reportWith(ply, show, tool::cutLinesOf(ply.trial.measures.net, show.allowance));
+}
+
+void writePly(const HeldPly& ply, const std::string& path, const Show& show) {
+    std::string failure;
+    try {
+        const py::gil_scoped_release unlocked;
+        const Trial& trial = ply.trial;
+        const tool::CutLines cut = tool::cutLinesOf(trial.measures.net, show.allowance);
+        tool::Scene scene;
+        scene.mould = trial.mould.get();
+        scene.choice = &trial.choice;
+        scene.grid = &trial.grid;
+        scene.measures = &trial.measures;
+        scene.cut = &cut;
+        scene.curves = show.curves;
+        scene.reportJson = reportWith(ply, show, cut);
+        scene.millimetresPerUnit = show.millimetresPerUnit;
+        scene.ply = show.name.empty() ? std::filesystem::path(ply.mould->source).stem().string() : show.name;
+        scene.mouldName = std::filesystem::path(ply.mould->source).filename().string();
+        scene.side = textOf(trial.side);
+        tool::writeOutput(path, scene);
+    } catch (const std::runtime_error& error) {
+        failure = error.what();
+    }
+    if (!failure.empty()) {
+        const auto type = py::module_::import("drape.errors").attr("OutputError");
+        PyErr_SetObject(type.ptr(), py::object(type(failure)).ptr());
+        throw py::error_already_set();
+    }
+}
+
+template <class T>
+auto figure(T Measures::*value) {
+    return [value](const HeldPly& ply) { return ply.trial.measures.*value; };
+}
+
+} // namespace
+
+void bindPly(py::module_& module) {
+    py::class_<TrialWishes>(module, "Wishes").def(py::init(&wishesOf));
+    module.def("drape", &drapeMould);
+    py::class_<Show>(module, "Show")
+        .def(py::init([](double millimetresPerUnit, double allowance, const std::string& name,
+                         const std::vector<CurveResult>& curves) {
+            return Show{millimetresPerUnit, allowance, name, curves};
+        }));
+    py::class_<HeldPly, std::shared_ptr<HeldPly>>(module, "Ply")
+        .def_property_readonly("positions", gridRows(&Grid::position, 3))
+        .def_property_readonly("flat", gridRows(&Grid::flat, 2))
+        .def_property_readonly("normals", gridRows(&Grid::normal, 3))
+        .def_property_readonly("link1", gridInts(&Grid::link1))
+        .def_property_readonly("link2", gridInts(&Grid::link2))
+        .def_property_readonly("link3", gridInts(&Grid::link3))
+        .def_property_readonly("link4", gridInts(&Grid::link4))
+        .def_property_readonly("columns", gridInts(&Grid::i))
+        .def_property_readonly("rows", gridInts(&Grid::j))
+        .def_property_readonly("node_status", gridInts(&Grid::nodeStatus))
+        .def_property_readonly("node_triangle", gridInts(&Grid::triangle))
+        .def_property_readonly("cells", cellMember<std::int32_t>(offsetof(Cell, nodes), 4))
+        .def_property_readonly("shear", cellMember<double>(offsetof(Cell, shear), 1))
+        .def_property_readonly("on_surface", cellMember<bool>(offsetof(Cell, onSurface), 1))
+        .def_property_readonly("status", [](const HeldPly& ply) { return ply.trial.grid.status; })
+        .def_property_readonly("end_text", [](const HeldPly& ply) { return tool::endOf(ply.trial); })
+        .def_property_readonly("seconds", [](const HeldPly& ply) { return ply.trial.seconds; })
+        .def_property_readonly("within", [](const HeldPly& ply) { return ply.trial.within; })
+        .def_property_readonly("mean_shear", figure(&Measures::meanShear))
+        .def_property_readonly("largest_shear", figure(&Measures::largestShear))
+        .def_property_readonly("locking_angle", figure(&Measures::lockingAngle))
+        .def_property_readonly("largest_turn", figure(&Measures::largestTurn))
+        .def_property_readonly("share_beyond_locking", figure(&Measures::shareBeyondLocking))
+        .def_property_readonly("cells_on_surface", figure(&Measures::cellsOnSurface))
+        .def_property_readonly("mould_area", figure(&Measures::mouldArea))
+        .def_property_readonly("covered_share", figure(&Measures::coveredShare))
+        .def_property_readonly("doubled_share", figure(&Measures::doubledShare))
+        .def_property_readonly("choice", choiceOf)
+        .def_property_readonly("notes", [](const HeldPly& ply) { return textsOf(ply.notes); })
+        .def("fibres", fibresOf)
+        .def("net", netOf)
+        .def("report_json", reportOf)
+        .def("write", writePly);
+}
+
+} // namespace drape::python

@@ -1,0 +1,68 @@
+"""Lays woven fabric over a mould: where it comes to lie, where it shears, what pattern to cut, where to start.
+
+    import drape
+
+    mould = drape.Mould.read("part.stl")
+    ply = mould.drape(seed=(0, 0, 40), angle=45, step=5)
+    ply.positions, ply.shear, ply.fibres, ply.net, ply.report()
+    best = drape.sweep(mould, seeds=25, angles=range(0, 90, 15))
+
+Lengths are in the mesh's own unit, angles in degrees, positive anticlockwise seen from the side on which the cloth
+lies. All drapes of equal input are equal to the last bit, whatever ran them.
+"""
+
+from . import errors, lib
+from ._core import __version__
+from .errors import (
+    ArrayError,
+    ClosedError,
+    CurveError,
+    Error,
+    MeshError,
+    NoSuchSideError,
+    NothingLeftError,
+    OutputError,
+    StartError,
+    StatusError,
+    TooCoarseError,
+    TooFineError,
+    UnfitError,
+    UnreadableError,
+    UprightError,
+    status_text,
+)
+from .mould import Mould
+from .ply import Choice, Curve, Fibres, Net, NetLoop, Ply, Stretch
+from .search import Sweep, sweep
+
+__all__ = [
+    "ArrayError",
+    "Choice",
+    "ClosedError",
+    "Curve",
+    "CurveError",
+    "Error",
+    "Fibres",
+    "MeshError",
+    "Mould",
+    "Net",
+    "NetLoop",
+    "NoSuchSideError",
+    "NothingLeftError",
+    "OutputError",
+    "Ply",
+    "StartError",
+    "StatusError",
+    "Stretch",
+    "Sweep",
+    "TooCoarseError",
+    "TooFineError",
+    "UnfitError",
+    "UnreadableError",
+    "UprightError",
+    "__version__",
+    "errors",
+    "lib",
+    "status_text",
+    "sweep",
+]

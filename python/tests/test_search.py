@@ -1,0 +1,145 @@
+"""Sweeps: the program's table, the same from every executor, the mould once to each worker."""
+
+import multiprocessing
+import os
+from concurrent.futures import Executor, Future, ProcessPoolExecutor, ThreadPoolExecutor
+
+import numpy as np
+import pytest
+
+import drape
+from conftest import SAMPLES
+from drape import search
+
+SEEDS = np.array([[0, 0, 0], [30, -20, 0], [500, 0, 0]], dtype=float)
+ANGLES = [0, 30, 77.5]
+
+
+@pytest.fixture(scope="module")
+def plate():
+    return drape.Mould.read(SAMPLES / "l_plate.obj")
+
+
+@pytest.fixture(scope="module")
+def plain(plate):
+    """The table as single drapes give it."""
+    return drape.sweep(plate, SEEDS, ANGLES, step=15).table
+
+
+def test_tables_are_the_programs(program, tmp_path):
+    cases = [
+        ({"seeds": 4, "angles": [0, 45], "step": 12}, ["--sweep-seeds=4", "--sweep-angles=0,45", "--step=12"]),
+        ({"seeds": (3, 2), "step": (9, 14), "locking": 5}, ["--sweep-seeds=3x2", "--step=9,14", "--locking=5"]),
+        ({"seeds": 2, "angles": range(0, 90, 30), "within": 50},
+         ["--sweep-seeds=2", "--sweep-angles=0:90:30", "--within=50"]),
+        ({"seeds": [[60, 0, 60]], "angles": [10], "within": "max", "step": 15},
+         ["--sweep-seeds=60,0,60", "--sweep-angles=10", "--within=max", "--step=15"]),
+    ]  # fmt: skip
+    mould = drape.Mould.read(SAMPLES / "hemisphere.obj")
+    for arguments, options in cases:
+        report, (table,) = program("hemisphere.obj", "--sweep", *options, outputs=["a.sweep.csv"])
+        ours = drape.sweep(mould, **arguments)
+        ours.write(tmp_path / "ours.csv")
+        assert (tmp_path / "ours.csv").read_bytes() == table
+        ranks = [entry["candidate"] for entry in report["sweep"]["best"]]
+        assert ours.ranked.candidate[: len(ranks)].tolist() == ranks
+        assert ours.ply().report()["shear"] == report["shear"]
+
+
+def test_rows_are_single_drapes(plate, plain):
+    assert plain.candidate.tolist() == list(range(1, 10)) and plain.angle.tolist() == 3 * ANGLES
+    for row in plain:
+        ply = plate.drape(SEEDS[int(row.candidate - 1) // 3], row.angle, 15)
+        assert (row.status, row.nodes, row.cells) == (ply.status, len(ply.positions), ply.on_surface.sum())
+        assert (row.mean_shear, row.largest_shear, row.covered_share) == (
+            ply.mean_shear,
+            ply.largest_shear,
+            ply.covered_share,
+        )
+        assert row.seed.tolist() == list(ply.choice.seed)
+
+
+def test_what_cant_be_swept_is_refused_and_what_cant_be_draped_is_a_row(plate):
+    for arguments, words in [
+        ({"seeds": 0}, "seeds is 0"),
+        ({"seeds": [[0, 0]]}, r"shape \(n, 3\)"),
+        ({"seeds": (1000, 1001)}, "more than 1000000"),
+        ({"angles": []}, "at least one seed and one angle"),
+        ({"angles": [0, np.nan]}, r"angles\[1\] is nan"),
+    ]:
+        with pytest.raises(drape.ArrayError, match=words):
+            drape.sweep(plate, **arguments)
+    upright = drape.sweep(plate, 1, [0], warp=(0, 0, 1))
+    assert not upright.table.ran[0] and len(upright) == 1
+
+
+def test_processes_give_the_same_bits(plate, plain):
+    context = multiprocessing.get_context("spawn")
+    with ProcessPoolExecutor(2, mp_context=context) as processes:
+        seen = []
+        swept = drape.sweep(plate, SEEDS, ANGLES, processes, step=15, progress=lambda *done: seen.append(done))
+    assert rows(swept.table) == rows(plain)
+    assert seen[-1] == (9, 9) and seen == sorted(seen)
+    with ThreadPoolExecutor(3) as threads:
+        assert rows(drape.sweep(plate, SEEDS, ANGLES, threads, step=15).table) == rows(plain)
+
+
+def rows(table):
+    """Every value to the bit, without what lies between the fields."""
+    return [np.ascontiguousarray(table[name]).tobytes() for name in table.dtype.names]
+
+
+def worker_state(_):
+    return os.getpid(), len(search._moulds)
+
+
+class Counting(Executor):
+    """Passes tasks on, with a count of those that carry the mould."""
+
+    def __init__(self, inner):
+        self.inner, self.sent, self.tasks = inner, 0, 0
+        self._max_workers = inner._max_workers
+
+    def submit(self, fn, *args):
+        self.tasks += 1
+        self.sent += args[1] is not None
+        return self.inner.submit(fn, *args)
+
+
+def test_the_mould_travels_once_to_each_worker(plate, plain):
+    many = np.repeat(SEEDS, 20, axis=0)
+    with ProcessPoolExecutor(2) as processes:
+        counting = Counting(processes)
+        swept = drape.sweep(plate, many, ANGLES, counting, step=15)
+        assert counting.tasks >= 30 and counting.sent <= 3
+        assert {held for _, held in processes.map(worker_state, range(8))} == {1}
+    assert swept.table.largest_shear.reshape(3, 20, 3)[:, 0].tobytes() == plain.largest_shear.tobytes()
+
+
+def test_a_worker_without_the_mould_says_so_and_gets_it(plate, plain):
+    """A worker that joined later sees keys only."""
+
+    class Late(Counting):
+        def submit(self, fn, *args):
+            if self.tasks < 4 and args[1] is not None:
+                args = (args[0], None, *args[2:])
+            return super().submit(fn, *args)
+
+    context = multiprocessing.get_context("spawn")
+    with ProcessPoolExecutor(2, mp_context=context) as processes:
+        late = Late(processes)
+        assert rows(drape.sweep(plate, SEEDS, ANGLES, late, step=15).table) == rows(plain)
+        assert late.tasks > 9
+
+
+def test_what_a_worker_raises_comes_through_and_ends_the_sweep(plate):
+    class Broken(Executor):
+        _max_workers = 2
+
+        def submit(self, fn, *args):
+            future = Future()
+            future.set_exception(RuntimeError("the cluster is gone"))
+            return future
+
+    with pytest.raises(RuntimeError, match="the cluster is gone"):
+        drape.sweep(plate, SEEDS, ANGLES, Broken())
