@@ -46,7 +46,9 @@ struct Runner {
         const auto begin = std::chrono::steady_clock::now();
         trial.grid = runDrape(*trial.mould, trial.choice, mostNodes, watch.run);
         trial.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-        trial.measures = measure(*trial.mould, trial.grid, wishes.lockingAngle);
+        if (wishes.measured || wishes.within || wishes.withinLargest) {
+            trial.measures = measure(*trial.mould, trial.grid, wishes.lockingAngle);
+        }
         return trial;
     }
 

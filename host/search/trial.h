@@ -17,6 +17,7 @@ struct TrialWishes {
     double lockingAngle = 45.0;            // degrees
     std::optional<double> within;          // drape the patch within this distance of the seed
     bool withinLargest = false;            // find the largest patch that drapes in one layer
+    bool measured = true; // else a drape that names no patch leaves its measures empty, to be taken later
 };
 
 struct Trial {

@@ -50,7 +50,11 @@ std::shared_ptr<HeldPly> drapeMould(const std::shared_ptr<const HeldMould>& moul
     if (!seed && !inMiddle && !mould->seedNamed && !wishes.within && !wishes.withinLargest) {
         from = bestStart(*surface, wishes, angle);
     }
-    ply->trial = drapeFrom(*surface, wishes, from, angle, ply->notes);
+    ply->lockingAngle = wishes.lockingAngle;
+    ply->wasMeasured = wishes.within || wishes.withinLargest;
+    TrialWishes runOnly = wishes;
+    runOnly.measured = false;
+    ply->trial = drapeFrom(*surface, runOnly, from, angle, ply->notes);
     return ply;
 }
 
@@ -83,7 +87,7 @@ py::array memberOf(const std::vector<Record>& records, std::size_t offset, py::s
 template <class T>
 auto cellMember(std::size_t offset, py::ssize_t columns) {
     return [offset, columns](const py::object& self) {
-        return memberOf<T>(py::cast<const HeldPly&>(self).trial.measures.cells, offset, columns, self);
+        return memberOf<T>(py::cast<const HeldPly&>(self).measured().measures.cells, offset, columns, self);
     };
 }
 
@@ -94,7 +98,8 @@ py::tuple fibresOf(const HeldPly& ply) {
     const py::capsule owner(fibres, [](void* held) { delete static_cast<Fibres*>(held); });
     {
         const py::gil_scoped_release unlocked;
-        *fibres = mapFibres(*ply.trial.mould, ply.trial.grid, ply.trial.measures);
+        const Trial& trial = ply.measured();
+        *fibres = mapFibres(*trial.mould, trial.grid, trial.measures);
     }
     static_assert(sizeof(Cover) == sizeof(std::int32_t));
     return py::make_tuple(memberOf<double>(*fibres, offsetof(TriangleFibres, warp), 3, owner),
@@ -106,7 +111,7 @@ py::tuple fibresOf(const HeldPly& ply) {
 
 // Loops with their points in space, borders, area and length; then the figures of the whole pattern.
 py::tuple netOf(const py::object& self) {
-    const NetPattern& net = py::cast<const HeldPly&>(self).trial.measures.net;
+    const NetPattern& net = py::cast<const HeldPly&>(self).measured().measures.net;
     static_assert(sizeof(NetBorder) == sizeof(std::int32_t));
     py::list loops;
     for (const NetLoop& loop : net.loops) {
@@ -148,19 +153,19 @@ std::string reportWith(const HeldPly& ply, const Show& show, const tool::CutLine
     settings.input = ply.mould->source;
     settings.millimetresPerUnit = show.millimetresPerUnit;
     settings.allowance = show.allowance;
-    const tool::Story story{settings, ply.trial, cut, show.curves, nullptr, ply.trial.seconds};
+    const tool::Story story{settings, ply.measured(), cut, show.curves, nullptr, ply.trial.seconds};
     return tool::jsonOf(story);
 }
 
 std::string reportOf(const HeldPly& ply, const Show& show) {
-    return reportWith(ply, show, tool::cutLinesOf(ply.trial.measures.net, show.allowance));
+    return reportWith(ply, show, tool::cutLinesOf(ply.measured().measures.net, show.allowance));
 }
 
 void writePly(const HeldPly& ply, const std::string& path, const Show& show) {
     std::string failure;
     try {
         const py::gil_scoped_release unlocked;
-        const Trial& trial = ply.trial;
+        const Trial& trial = ply.measured();
         const tool::CutLines cut = tool::cutLinesOf(trial.measures.net, show.allowance);
         tool::Scene scene;
         scene.mould = trial.mould.get();
@@ -187,10 +192,28 @@ void writePly(const HeldPly& ply, const std::string& path, const Show& show) {
 
 template <class T>
 auto figure(T Measures::*value) {
-    return [value](const HeldPly& ply) { return ply.trial.measures.*value; };
+    return [value](const HeldPly& ply) { return ply.measured().measures.*value; };
 }
 
 } // namespace
+
+void HeldPly::measureOnce() const {
+    std::call_once(once_, [this] {
+        if (!wasMeasured) {
+            trial.measures = measure(*trial.mould, trial.grid, lockingAngle);
+        }
+    });
+}
+
+const Trial& HeldPly::measured() const {
+    if (PyGILState_Check() != 0) {
+        const py::gil_scoped_release unlocked; // before the wait for another thread that measures
+        measureOnce();
+    } else {
+        measureOnce();
+    }
+    return trial;
+}
 
 void bindPly(py::module_& module) {
     py::class_<TrialWishes>(module, "Wishes").def(py::init(&wishesOf));

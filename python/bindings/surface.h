@@ -28,10 +28,22 @@ private:
     mutable std::shared_ptr<const host::Surface> last_; // asked for, as starts with one step come in series
 };
 
+// A drape is run at once and measured when someone asks for its cells or figures, as measuring a small drape
+// takes longer than the run.
 struct HeldPly {
     std::shared_ptr<const HeldMould> mould;
-    host::Trial trial;
+    mutable host::Trial trial; // its measures only through `measured`
+    double lockingAngle = 0.0;
+    bool wasMeasured = false; // by the search for its patch
     host::Notes notes;
+
+    // With or without the interpreter's lock, which isn't held meanwhile.
+    const host::Trial& measured() const;
+
+private:
+    void measureOnce() const;
+
+    mutable std::once_flag once_;
 };
 
 // An array over memory that `owner` keeps alive, without a copy; nobody can write to it.

@@ -40,6 +40,14 @@ def test_threads_give_what_one_thread_gives():
     assert together == [some_drape(number) for number in numbers]
 
 
+def test_threads_that_ask_one_ply_for_its_figures_get_them_once_and_alike():
+    for number in range(30):
+        ply = bumpy(number).drape(seed="middle", step=0.3)
+        with ThreadPoolExecutor(4) as threads:
+            figures = list(threads.map(lambda k: (ply.net.area, ply.largest_shear, ply.cells.ctypes.data), range(8)))
+        assert len(set(figures)) == 1
+
+
 @pytest.mark.slow
 def test_ten_thousand_drapes_leave_nothing_behind():
     def several(first, count):
