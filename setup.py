@@ -1,7 +1,7 @@
 """Builds the Python package: the library, its host core and the bindings by CMake, into one extension module.
 
     pip install .        needs no network: setuptools, wheel, pybind11 and numpy are those of the interpreter
-    pip wheel .
+    pip wheel --no-deps .
 """
 
 import os
