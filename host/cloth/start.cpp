@@ -14,8 +14,10 @@ using namespace vec;
 
 namespace {
 
-// A direction this close to the normal (as the sine of the angle between them) says too little.
+// A direction this close to the normal (as the sine of the angle between them) says too little. One that was
+// asked for has to be clearer, since the facets of a dome lean by some degrees even at its top.
 constexpr double leastSine = 0.02;
+constexpr double leastAskedSine = 0.1;
 constexpr double toleranceShare = 1e-3;
 constexpr double mostToleranceShare = 0.1;
 constexpr double slenderRatio = 1.6;
@@ -39,7 +41,7 @@ Point inPlane(const Point& wanted, const Point& normal) {
 // A wanted direction as a unit vector in the plane.
 Point laidIn(const Point& wanted, const Point& normal, const std::string& what) {
     const Point laid = inPlane(wanted, normal);
-    if (length(laid) < leastSine) {
+    if (length(laid) < leastAskedSine) {
         throw InputError("the " + what + " direction " + pointText(wanted) +
                              " stands upright on the surface at the seed; give one that runs along it there",
                          Refusal::upright);
