@@ -2,6 +2,7 @@
 // outside it all shows in the cost alone.
 #include "surface/inner_mesh.h"
 
+#include "inner_view.h"
 #include "surface/vertex_order.h"
 #include "surfaces.h"
 
@@ -12,20 +13,9 @@
 namespace {
 
 using namespace drape;
+using drape_test::meshOf;
 using drape_test::Random;
 using drape_test::Surface;
-
-SurfaceMesh meshOf(const Surface& surface) {
-    SurfaceMesh mesh;
-    mesh.triCount = surface.triCount();
-    mesh.vertCount = surface.vertCount();
-    mesh.vertTriCount = surface.vertTriCount();
-    mesh.vertTriStart = surface.vertTriStart.data();
-    mesh.vertTriList = surface.vertTriList.data();
-    mesh.triVerts = surface.triVerts.data();
-    mesh.vertPos = surface.vertPos.data();
-    return mesh;
-}
 
 // A block of 16 x 16 x 16 cells in a corner of the cube of 2048 that the curve fills: one stretch of it.
 TEST(InnerMesh, TheCurveGoesFromCellToCellWithoutAJump) {

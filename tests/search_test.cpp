@@ -2,6 +2,7 @@
 // behind in any relation to each other. It looks inside the library, where a question can be put by itself.
 #include "surface/surface_search.h"
 
+#include "inner_view.h"
 #include "surface/run_indices.h"
 #include "surfaces.h"
 
@@ -12,20 +13,9 @@
 namespace {
 
 using namespace drape;
+using drape_test::meshOf;
 using drape_test::Random;
 using drape_test::Surface;
-
-SurfaceMesh meshOf(const Surface& surface) {
-    SurfaceMesh mesh;
-    mesh.triCount = surface.triCount();
-    mesh.vertCount = surface.vertCount();
-    mesh.vertTriCount = surface.vertTriCount();
-    mesh.vertTriStart = surface.vertTriStart.data();
-    mesh.vertTriList = surface.vertTriList.data();
-    mesh.triVerts = surface.triVerts.data();
-    mesh.vertPos = surface.vertPos.data();
-    return mesh;
-}
 
 Vec3 within(Random& random, double size) {
     const double x = random.between(-size, size), y = random.between(-size, size),
