@@ -11,6 +11,12 @@ PYTHON_PACKAGES=(python3-dev python3-venv python3-pip python3-setuptools python3
                  pybind11-dev python3-pytest python3-matplotlib python3-scipy python3-meshio python3-distributed
                  python3-mpi4py openmpi-bin black flake8 mypy)
 
+# The page, and the browser that it's tested in. Whoever has another Node.js keeps it.
+WEB_PACKAGES=(cmake ninja-build emscripten node-acorn libcgal-dev libboost-dev nlohmann-json3-dev chromium
+              chromium-driver)
+command -v node >/dev/null || WEB_PACKAGES+=(nodejs)
+command -v npm >/dev/null || WEB_PACKAGES+=(npm)
+
 ensure_packages() {
     local missing=() package
     for package in "$@"; do

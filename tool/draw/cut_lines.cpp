@@ -152,13 +152,9 @@ std::vector<std::string> remarksOn(const NetPattern& net, const ClipperLib::Path
 } // namespace
 
 CutLines cutLinesOf(const NetPattern& net, double allowance) {
-    CutLines lines;
+    CutLines lines = netLinesOf(net);
     lines.allowance = allowance;
-    lines.area = net.area;
     if (!(allowance > 0.0) || net.loops.empty()) {
-        for (const NetLoop& loop : net.loops) {
-            lines.loops.push_back(loop.flat);
-        }
         return lines;
     }
     const Scale scale = scaleFor(net, allowance);
@@ -166,6 +162,7 @@ CutLines cutLinesOf(const NetPattern& net, double allowance) {
     const ClipperLib::Paths before = pathsOf(net, scale);
     const ClipperLib::Paths after = offset(before, by, ClipperLib::jtRound, arcShare * by);
     lines.area = 0.0;
+    lines.loops.clear();
     for (const ClipperLib::Path& path : after) {
         std::vector<FlatPoint>& loop = lines.loops.emplace_back();
         for (const ClipperLib::IntPoint& p : path) {

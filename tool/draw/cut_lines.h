@@ -18,6 +18,16 @@ struct CutLines {
     std::vector<std::string> remarks; // what the allowance does to the shape besides making it larger
 };
 
+// Those of the net itself.
+inline CutLines netLinesOf(const NetPattern& net) {
+    CutLines lines;
+    lines.area = net.area;
+    for (const NetLoop& loop : net.loops) {
+        lines.loops.push_back(loop.flat);
+    }
+    return lines;
+}
+
 CutLines cutLinesOf(const NetPattern& net, double allowance);
 
 } // namespace tool

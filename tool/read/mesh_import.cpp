@@ -6,6 +6,7 @@
 #include "host/mesh/point.h"
 #include "host/mesh/text.h"
 #include "tool/read/mesh_formats.h"
+#include "tool/read/surface_formats.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -150,17 +151,6 @@ std::size_t readableSize(const std::string& path) {
     return static_cast<std::size_t>(info.st_size);
 }
 
-void check(const PolygonSoup& soup) {
-    for (std::size_t i = 0; i < soup.points.size(); ++i) {
-        if (!isFinite(soup.points[i])) {
-            throw InputError("vertex " + std::to_string(i + 1) + " isn't three finite numbers");
-        }
-    }
-    if (soup.polygons.empty()) {
-        throw InputError("it holds no faces" + std::string(soup.points.empty() ? "" : ", only points"));
-    }
-}
-
 } // namespace
 
 PolygonSoup importMesh(const std::string& path) {
@@ -192,7 +182,7 @@ PolygonSoup importMesh(const std::string& path) {
             throw InputError(bytes.substr(1));
         }
         PolygonSoup soup = unpacked(bytes);
-        check(soup);
+        requireSurface(soup);
         return soup;
     } catch (const InputError& error) {
         throw InputError("can't read " + path + ": " + error.what());

@@ -1,20 +1,10 @@
-// Fibre directions and shear per triangle of the mould, as VTK PolyData on the mould itself and as a table. A
-// bare triangle has cover 0, cell 0 and zero vectors.
-#include "host/cloth/fibre_map.h"
-#include "tool/write/file_numbers.h"
+// Fibre directions and shear per triangle of the mould, as VTK PolyData on the mould itself. A bare triangle
+// has cover 0, cell 0 and zero vectors.
+#include "tool/write/cell_name.h"
 #include "tool/write/vtk_xml.h"
 #include "tool/write/writers.h"
 
 namespace tool {
-namespace {
-
-// 1-based number of the cell's first node, by which the grid file names it too; 0 for none.
-std::int32_t cellName(const Scene& scene, const TriangleFibres& fibres) {
-    return fibres.cell < 0 ? 0 : scene.measures->cells[static_cast<std::size_t>(fibres.cell)].nodes[0] + 1;
-}
-
-} // namespace
-
 std::string fibresVtp(const Scene& scene) {
     const Mould& mould = *scene.mould;
     std::vector<double> points;
@@ -33,7 +23,7 @@ std::string fibresVtp(const Scene& scene) {
     std::vector<double> weft;
     for (const TriangleFibres& fibres : mapFibres(mould, *scene.grid, *scene.measures)) {
         cover.push_back(static_cast<std::int32_t>(fibres.cover));
-        cell.push_back(cellName(scene, fibres));
+        cell.push_back(cellName(*scene.measures, fibres));
         shear.push_back(fibres.shear);
         thickness.push_back(thicknessFactor(fibres.shear));
         warp.insert(warp.end(), fibres.warp.begin(), fibres.warp.end());
@@ -48,28 +38,6 @@ std::string fibresVtp(const Scene& scene) {
     file.addCellArray("weft", weft, 3);
     file.showCellArray("shear");
     return file.bytes();
-}
-
-std::string fibresCsv(const Scene& scene) {
-    const Mould& mould = *scene.mould;
-    const auto all = mapFibres(mould, *scene.grid, *scene.measures);
-    std::string text =
-        "triangle,face,cover,cell,shear_deg,thickness,warp_x,warp_y,warp_z,weft_x,weft_y,weft_z\n";
-    for (std::size_t t = 0; t < all.size(); ++t) {
-        const TriangleFibres& fibres = all[t];
-        const std::int32_t face = t < mould.sourceFaces.size() ? mould.sourceFaces[t] : 0;
-        text += std::to_string(t + 1) + "," + std::to_string(face) + "," +
-                std::to_string(static_cast<int>(fibres.cover)) + "," +
-                std::to_string(cellName(scene, fibres)) + "," + fileNumber(fibres.shear) + "," +
-                fileNumber(thicknessFactor(fibres.shear));
-        for (const Point& direction : {fibres.warp, fibres.weft}) {
-            for (const double component : direction) {
-                text += "," + fileNumber(component);
-            }
-        }
-        text += "\n";
-    }
-    return text;
 }
 
 } // namespace tool

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <charconv>
+#include <cstdio>
 #include <string>
 
 namespace tool {
@@ -14,9 +15,15 @@ namespace tool {
 inline std::string fileNumber(double value, int digits = 9) {
     std::array<char, 48> text{};
     const double shown = drape::host::vec::finite(value) == 0.0 ? 0.0 : value; // also turns -0 into 0
+#if defined(__cpp_lib_to_chars)
     const auto end =
         std::to_chars(text.data(), text.data() + text.size(), shown, std::chars_format::general, digits);
     return {text.data(), end.ptr};
+#else
+    // Libraries that lack it know no locale but the plain one.
+    std::snprintf(text.data(), text.size(), "%.*g", digits, shown);
+    return text.data();
+#endif
 }
 
 } // namespace tool
