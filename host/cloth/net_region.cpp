@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 
 namespace drape::host {
@@ -36,6 +37,8 @@ struct Sample {
 };
 
 using Samples = std::vector<Sample>;
+using Shares =
+    std::array<double, 2>; // from and to along a segment, empty where the first is above the second
 
 double reachOf(const CellMap& cell, const Point& centre, double step) {
     double reach = 0.0;
@@ -53,8 +56,8 @@ std::optional<FlatPoint> placed(const CellMap& cell, const Point& point, double 
     return FlatPoint{place->u, place->v};
 }
 
-// The shares between which a segment lies within `reach` of `centre`, empty (first above second) if nowhere.
-std::array<double, 2> sharesWithin(const Segment& s, const Point& centre, double reach) {
+// The shares between which a segment lies within `reach` of `centre`.
+Shares sharesWithin(const Segment& s, const Point& centre, double reach) {
     const Point d = s.b - s.a;
     const Point w = s.a - centre;
     const double square = dot(d, d);
@@ -95,14 +98,32 @@ void addBetween(const CellMap& cell, const Segment& s, double step, const Sample
     addBetween(cell, s, step, between, to, halvings - 1, samples);
 }
 
-// The images of a segment's stretches that the cell's map takes in.
-std::vector<Samples> imagesOf(const CellMap& cell, const Segment& s, double step, double from, double to) {
+// The shares at which a segment's image is sampled between `from` and `to`.
+struct Sampling {
+    Sampling(const Segment& s, double step, const Shares& shares)
+        : from(shares[0]), to(shares[1]),
+          parts(std::max(1,
+                         static_cast<int>(std::ceil(distance(s.a, s.b) * (to - from) / (sampling * step))))) {
+    }
+
+    double share(int k) const { return k == parts ? to : from + (to - from) * k / parts; }
+
+    double from, to;
+    int parts;
+};
+
+// The images of a segment's stretches that the cell's map takes in. Of the samples before and behind
+// `wanted` only the nearest are needed.
+std::vector<Samples> imagesOf(const CellMap& cell, const Segment& s, double step, const Shares& shares,
+                              const Shares& wanted) {
     std::vector<Samples> images;
-    const double span = distance(s.a, s.b) * (to - from);
-    const int parts = std::max(1, static_cast<int>(std::ceil(span / (sampling * step))));
+    const Sampling at(s, step, shares);
     std::optional<Sample> before;
-    for (int k = 0; k <= parts; ++k) {
-        const double share = k == parts ? to : from + (to - from) * k / parts;
+    for (int k = 0; k <= at.parts && (k == 0 || at.share(k - 1) <= wanted[1]); ++k) {
+        const double share = at.share(k);
+        if (k < at.parts && at.share(k + 1) < wanted[0]) {
+            continue;
+        }
         const auto place = placed(cell, mix(s.a, s.b, share), step);
         if (!place) {
             before.reset();
@@ -174,19 +195,99 @@ std::vector<Samples> clipped(const CellMap& cell, const Segment& s, double step,
     return parts;
 }
 
+// Planes along a cell's four sides, between which all lies that the cell's map takes in: every place is a
+// mixture of the corners, each moved along its normal by the height that is allowed at most.
+class Fence {
+public:
+    Fence(const CellMap& cell, double step) : origin_(cell.corners[0]) {
+        const Point normal = cell.normal();
+        for (std::size_t k = 0; k < 4; ++k) {
+            out_[k] = unit(cross(cell.corners[(k + 1) % 4] - cell.corners[k], normal));
+            far_[k] = -std::numeric_limits<double>::infinity();
+            for (std::size_t c = 0; c < 4; ++c) {
+                const double height = std::abs(heightAllowed * step * dot(cell.normals[c], out_[k]));
+                far_[k] = std::max(far_[k], dot(cell.corners[c] - origin_, out_[k]) + height);
+            }
+            far_[k] += clear * step;
+        }
+    }
+
+    // The shares between which a segment lies beyond none of the planes.
+    Shares sharesWithin(const Segment& s) const {
+        Shares shares{0.0, 1.0};
+        for (std::size_t k = 0; k < 4; ++k) {
+            const double a = dot(s.a - origin_, out_[k]) - far_[k];
+            const double b = dot(s.b - origin_, out_[k]) - far_[k];
+            if (a > 0.0 && b > 0.0) {
+                return {1.0, 0.0};
+            }
+            if (a > 0.0) {
+                shares[0] = std::max(shares[0], a / (a - b));
+            } else if (b > 0.0) {
+                shares[1] = std::min(shares[1], a / (a - b));
+            }
+        }
+        return shares;
+    }
+
+private:
+    static constexpr double clear = 1e-3; // cells, far above rounding and the shift of the cell's bounds
+
+    Point origin_;
+    std::array<Point, 4> out_{};
+    std::array<double, 4> far_{};
+};
+
+// What of a segment can come near the inside of a cell, as far as cheap bounds tell.
+struct Approach {
+    Approach(const CellMap& cell, const Fence& fence, const Segment& s, double step)
+        : wanted(fence.sharesWithin(s)) {
+        if (wanted[0] <= wanted[1]) {
+            const Point centre = cell.at(0.5, 0.5);
+            shares = sharesWithin(s, centre, reachOf(cell, centre, step));
+        }
+    }
+
+    bool none() const { return !(wanted[0] <= wanted[1] && shares[0] < shares[1]); }
+
+    Shares wanted;
+    Shares shares{1.0, 0.0};
+};
+
 // The parts of a segment inside the cell.
-std::vector<Samples> insideOf(const CellMap& cell, const Segment& s, double step) {
-    const Point centre = cell.at(0.5, 0.5);
-    const auto [from, to] = sharesWithin(s, centre, reachOf(cell, centre, step));
+std::vector<Samples> insideOf(const CellMap& cell, const Fence& fence, const Segment& s, double step) {
+    const Approach approach(cell, fence, s, step);
     std::vector<Samples> inside;
-    if (from < to) {
-        for (const Samples& image : imagesOf(cell, s, step, from, to)) {
+    if (!approach.none()) {
+        for (const Samples& image : imagesOf(cell, s, step, approach.shares, approach.wanted)) {
             for (Samples& part : clipped(cell, s, step, image)) {
                 inside.push_back(std::move(part));
             }
         }
     }
     return inside;
+}
+
+bool isInside(const FlatPoint& p) {
+    return p[0] > -shift && p[0] < 1.0 - shift && p[1] > -shift && p[1] < 1.0 - shift;
+}
+
+// Whether any part of a segment is. Most often two samples beside each other settle it.
+bool reachesInside(const CellMap& cell, const Fence& fence, const Segment& s, double step) {
+    const Approach approach(cell, fence, s, step);
+    if (approach.none()) {
+        return false;
+    }
+    const Sampling at(s, step, approach.shares);
+    auto before = placed(cell, mix(s.a, s.b, at.share(0)), step);
+    for (int k = 1; k <= at.parts; ++k) {
+        const auto here = placed(cell, mix(s.a, s.b, at.share(k)), step);
+        if (here && before && (isInside(*here) || isInside(*before))) {
+            return true;
+        }
+        before = here;
+    }
+    return !insideOf(cell, fence, s, step).empty();
 }
 
 Segment segmentOf(const Mould& mould, std::int32_t from, std::int32_t to) {
@@ -203,20 +304,48 @@ double distanceTo(const Segment& s, const Point& p) {
 // The walk over the mould underneath one cell.
 class Underside {
 public:
-    Underside(const CellMap& cell, RegionSearch& search)
-        : cell_(cell), normal_(cell.normal()), search_(search) {
+    Underside(const CellMap& cell, const Fence& fence, RegionSearch& search)
+        : cell_(cell), fence_(fence), normal_(cell.normal()), search_(search) {
         ++search_.searches;
     }
 
     // Marks the triangles around a foothold, then all that hang together with them under the cell.
     void reachFrom(const Foothold& foothold) {
-        spread(foothold.triangle, [&](const Segment& s) {
+        const auto meets = [&](const Segment& s) {
             return distanceTo(s, foothold.position) <= sameCorner * search_.step;
-        });
+        };
+        add(foothold.triangle);
+        std::size_t known = found_.size();
+        step(foothold.triangle, meets);
+        for (; known < found_.size(); ++known) {
+            step(found_[known], meets);
+        }
     }
     void reachOn() {
         for (std::size_t k = 0; k < found_.size(); ++k) {
-            spread(found_[k], [&](const Segment& s) { return !insideOf(cell_, s, search_.step).empty(); });
+            step(found_[k], [&](const Segment& s) { return isUnder(s); });
+        }
+    }
+
+    // The same, but only until it has come to each of `wanted` that it can come to, straight at them.
+    void reachOn(const std::vector<std::int32_t>& wanted) {
+        std::vector<std::int32_t> open = found_;
+        for (const std::int32_t triangle : wanted) {
+            const auto nearestLast = [&](std::int32_t a, std::int32_t b) {
+                return squareBetween(a, triangle) > squareBetween(b, triangle);
+            };
+            std::make_heap(open.begin(), open.end(), nearestLast);
+            while (!open.empty() && !has(triangle)) {
+                std::pop_heap(open.begin(), open.end(), nearestLast);
+                const std::int32_t here = open.back();
+                open.pop_back();
+                std::size_t known = found_.size();
+                step(here, [&](const Segment& s) { return isUnder(s); });
+                for (; known < found_.size(); ++known) {
+                    open.push_back(found_[known]);
+                    std::push_heap(open.begin(), open.end(), nearestLast);
+                }
+            }
         }
     }
 
@@ -262,32 +391,28 @@ private:
         }
     }
 
-    // Adds `first` and the triangles that hang together with it over edges that `passes` lets through.
+    bool isUnder(const Segment& s) const { return reachesInside(cell_, fence_, s, search_.step); }
+
+    double squareBetween(std::int32_t t, std::int32_t u) const {
+        const Point way = search_.mould.facets[at(t)].centroid - search_.mould.facets[at(u)].centroid;
+        return dot(way, way);
+    }
+
+    // Adds the triangles beside `triangle` over those edges that `passes` lets through.
     template <class Passes>
-    void spread(std::int32_t first, Passes passes) {
-        add(first);
-        std::vector<std::int32_t> open{first};
-        while (!open.empty()) {
-            const std::int32_t t = open.back();
-            open.pop_back();
-            for (std::size_t k = 0; k < 3; ++k) {
-                const std::int32_t beyond = search_.edges.beyond[at(t)][k];
-                if (beyond < 0 || has(beyond)) {
-                    continue;
-                }
-                const Segment s = segmentOf(search_.mould, search_.mould.corners[3 * at(t) + k] - 1,
-                                            search_.mould.corners[3 * at(t) + (k + 1) % 3] - 1);
-                if (passes(s)) {
-                    add(beyond);
-                    if (has(beyond)) {
-                        open.push_back(beyond);
-                    }
-                }
+    void step(std::int32_t triangle, Passes passes) {
+        for (std::size_t k = 0; k < 3; ++k) {
+            const std::int32_t beyond = search_.edges.beyond[at(triangle)][k];
+            if (beyond >= 0 && !has(beyond) &&
+                passes(segmentOf(search_.mould, search_.mould.corners[3 * at(triangle) + k] - 1,
+                                 search_.mould.corners[3 * at(triangle) + (k + 1) % 3] - 1))) {
+                add(beyond);
             }
         }
     }
 
     const CellMap& cell_;
+    const Fence& fence_;
     Point normal_;
     RegionSearch& search_;
     std::vector<std::int32_t> found_;
@@ -514,7 +639,8 @@ void fill(CellRegion& region) {
 
 std::vector<std::int32_t> trianglesUnder(const CellMap& cell, const std::vector<Foothold>& footholds,
                                          RegionSearch& search) {
-    Underside under(cell, search);
+    const Fence fence(cell, search.step);
+    Underside under(cell, fence, search);
     for (const Foothold& foothold : footholds) {
         under.reachFrom(foothold);
     }
@@ -527,11 +653,15 @@ std::vector<std::int32_t> trianglesUnder(const CellMap& cell, const std::vector<
 CellRegion regionOf(const CellMap& cell, const std::vector<Foothold>& footholds,
                     const std::vector<std::int32_t>& near, RegionSearch& search) {
     CellRegion region;
+    const Fence fence(cell, search.step);
     std::vector<EdgePart> parts;
+    std::vector<std::int32_t> ended; // triangles whose edges the parts are of
     for (const std::int32_t e : near) {
         const BoundaryEdge& edge = search.edges.boundary[at(e)];
-        for (Samples& samples : insideOf(cell, segmentOf(search.mould, edge.from, edge.to), search.step)) {
+        const Segment s = segmentOf(search.mould, edge.from, edge.to);
+        for (Samples& samples : insideOf(cell, fence, s, search.step)) {
             parts.push_back({e, std::move(samples)});
+            ended.push_back(edge.triangle);
         }
     }
     if (parts.empty() && standsOnAllCorners(cell, footholds)) {
@@ -539,14 +669,14 @@ CellRegion regionOf(const CellMap& cell, const std::vector<Foothold>& footholds,
         fill(region);
         return region;
     }
-    Underside under(cell, search);
+    Underside under(cell, fence, search);
     for (const Foothold& foothold : footholds) {
         under.reachFrom(foothold);
     }
     const bool carried = std::any_of(footholds.begin(), footholds.end(),
                                      [&](const Foothold& foothold) { return under.carries(foothold); });
     if (!parts.empty()) {
-        under.reachOn();
+        under.reachOn(ended);
         std::erase_if(parts, [&](const EdgePart& part) {
             return !under.has(search.edges.boundary[at(part.edge)].triangle);
         });
@@ -572,7 +702,8 @@ CellRegion regionOf(const CellMap& cell, const std::vector<Foothold>& footholds,
 std::vector<EdgePlace> trackOf(const CellMap& cell, const RegionSearch& search, std::int32_t edge,
                                double from, double to) {
     const BoundaryEdge& e = search.edges.boundary[at(edge)];
-    const auto images = imagesOf(cell, segmentOf(search.mould, e.from, e.to), search.step, from, to);
+    const auto images =
+        imagesOf(cell, segmentOf(search.mould, e.from, e.to), search.step, {from, to}, {from, to});
     std::vector<EdgePlace> track;
     if (images.size() == 1 && images.front().front().share == from && images.front().back().share == to) {
         for (const Sample& sample : images.front()) {
