@@ -146,8 +146,8 @@ class Grid:
         return 90.0 - angle
 
     def largest_turn(self):
-        """Largest angle between a yarn's sides before and behind a node, both laid into the cloth there."""
-        inside, turns = {n for cell in self.on_surface(self.cells) for n in cell}, [0.0]
+        """Largest angle between a yarn's sides before and behind a node, both laid into the cloth there, and the node."""
+        inside, turns = {n for cell in self.on_surface(self.cells) for n in cell}, []
         for n in sorted(inside):
             around = [self.link[k][n] - 1 for k in (1, 4, 3, 2)]
             if not inside.issuperset(around):
@@ -157,7 +157,7 @@ class Grid:
             for k in (0, 1):
                 before, behind = (unit(sub(v, scaled(normal, dot(v, normal))))
                                   for v in (sub(self.position[n], p[k + 2]), sub(p[k], self.position[n])))
-                turns.append(math.degrees(2 * math.asin(min(1.0, math.dist(before, behind) / 2))))
+                turns.append((math.degrees(2 * math.asin(min(1.0, math.dist(before, behind) / 2))), n))
         return max(turns)
 
     def chord(self, node, behind, ahead):

@@ -107,11 +107,14 @@ def dxf_header(text):
 
 
 class Svg:
-    """The shapes of a drawing: fills and strokes with their colour (0 to 1), width and corners."""
+    """The shapes of a drawing: fills and strokes with their colour (0 to 1), width and corners; and the colour of each
+    line of words."""
 
     def __init__(self, path):
         root = ET.parse(path).getroot()
         self.size = root.get("width"), root.get("height")
+        self.words = [self.colour(group.get("style"), "fill") for group in root.iter()
+                      if any(child.tag.endswith("use") for child in group)]
         self.shapes = []
         for group in root:
             if group.tag.endswith("defs"):
@@ -121,10 +124,17 @@ class Svg:
                     self.shapes.append(self.shape(element))
 
     @staticmethod
-    def shape(element):
-        style = dict(part.strip().split(":") for part in element.get("style").split(";") if part.strip())
-        colour = lambda name: None if style.get(name, "none") == "none" else tuple(
-            float(part) / 100 for part in re.findall(r"([\d.e-]+)%", style[name]))
+    def style(text):
+        return dict(part.strip().split(":") for part in text.split(";") if part.strip())
+
+    @classmethod
+    def colour(cls, text, name):
+        value = cls.style(text).get(name, "none")
+        return None if value == "none" else tuple(float(part) / 100 for part in re.findall(r"([\d.e-]+)%", value))
+
+    @classmethod
+    def shape(cls, element):
+        style, colour = cls.style(element.get("style")), lambda name: cls.colour(element.get("style"), name)
         move = [1.0, 0.0, 0.0, 1.0, 0.0, 0.0]
         if element.get("transform"):
             move = [float(x) for x in element.get("transform").removeprefix("matrix(").rstrip(")").split(",")]

@@ -254,6 +254,13 @@ class Start(Case):
         report, done = self.choice(mesh=wall)
         self.assertIn("warp was laid along y", done.stderr)
         self.assertPoint(report["choice"]["warp"], (0, 1, 0))
+        # What leans by less than a tenth is too upright to be asked for, and by less than a fiftieth to be used unasked.
+        self.drape("start.obj", "--step", "1", "--side", "1,0,0", "--warp", "1,0.1,0", expect=USAGE)
+        report, _ = self.choice("--side", "1,0,0", "--warp", "1,0.101,0", mesh=wall)
+        self.assertPoint(report["choice"]["warp"], (0, 1, 0))
+        for lean, told in ((0.0199, True), (0.0202, False)):
+            leaning = [(lean * x, y, x) for x, y, _ in plate()[0]], plate()[1]
+            self.assertEqual("warp was laid along y" in self.choice(mesh=leaning)[1].stderr, told)
 
     def test_angle_counts_from_the_rosette(self):
         for words, ply in (((), 0), (("--angle", "-30"), -30), (("--rosette", "0,3,1"), 0), (("--warp", "1,1,0"), 0),

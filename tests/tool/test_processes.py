@@ -112,6 +112,34 @@ class Processes(Case):
         self.assertTrue(shown and shown == sorted(shown) and shown[-1] <= 30, text)
         self.assertIn("\r\x1b[K", text.decode())
 
+    def test_long_run_shows_on_a_terminal_how_far_it_is(self):
+        self.mesh = self.file("plate.obj", obj(plate(40)))
+        for step in (0.1, 0.07, 0.05):  # until a run is long enough for this machine to be caught in it
+            screen, terminal = os.openpty()
+            self.addCleanup(os.close, screen)
+            program = subprocess.Popen([DRAPE, self.mesh, "--step", str(step), "--start", "middle"], cwd=self.folder,
+                                       stdout=subprocess.DEVNULL, stderr=terminal)
+            threads = lambda: len(os.listdir(f"/proc/{program.pid}/task"))
+            until(lambda: threads() > 1 or program.poll() is not None)
+            time.sleep(0.03)
+            program.send_signal(signal.SIGSTOP)
+            time.sleep(1.1)  # after a second the line appears
+            program.send_signal(signal.SIGCONT)
+            self.assertEqual(program.wait(PATIENCE), DONE)
+            os.close(terminal)
+            text = b""
+            with contextlib.suppress(OSError):
+                while part := os.read(screen, 4096):
+                    text += part
+            shown = re.findall(r"\rdrape: (\d+) nodes of about (\d+), (\d+) s ", text.decode())
+            if shown and int(shown[-1][0]) > 0:
+                break
+        self.assertGreater(int(shown[-1][0]), 0, text)
+        for nodes, of, seconds in shown:
+            self.assertTrue(0 <= int(nodes) < 1.5 * int(of) and 1 <= int(seconds) < PATIENCE)
+            self.assertEqual(int(of), round(1600 / step ** 2))
+        self.assertIn("\r\x1b[K", text.decode())
+
 
 if __name__ == "__main__":
     unittest.main()
