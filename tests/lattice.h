@@ -117,7 +117,7 @@ private:
     }
 };
 
-// '0' open, '1' closed, '2' across a gap, '3' cut.
+// '0' open, '1' closed, '2' across a gap, '3' cut; '/' is none of these and above 0.
 inline std::int32_t statusOf(char digit) {
     return -(digit - '0');
 }

@@ -237,6 +237,41 @@ TEST(RowFilling, RefusesACellThatFoldsOver) {
     EXPECT_EQ(model.grid.count, 3);
 }
 
+// The limits of folding are those of single precision: the same cell on a slope just within and just beyond.
+TEST(RowFilling, KnowsTheLastBitsOfItsLimit) {
+    for (const auto& [turned, folds] : {std::pair(0.94999997, false), std::pair(0.949999995, true)}) {
+        // A triangle in a plane through R and E, on the side of H.
+        const double size = std::sqrt(5.0), rise = std::sqrt(1.0 - turned * turned);
+        const Point r = {1, 0, 0}, e = {0, 2, 0}, way = {-2 * turned / size, -1 * turned / size, rise};
+        Surface slope;
+        const auto add = [&](double along, double up) {
+            for (std::size_t k = 0; k < 3; ++k)
+                slope.vertPos.push_back(r[k] + along * (e[k] - r[k]) + up * way[k]);
+        };
+        add(-3.0, -0.1);
+        add(0.5, 4.0);
+        add(4.0, -0.1);
+        slope.triVerts = {1, 2, 3};
+        joinUp(slope);
+        Settings settings;
+        settings.stepB = 2.0;
+        PlainModel model(slope, settings);
+        model.registerModel();
+        const Point corners[] = {{0, 0, 0}, r, e};
+        const double up[3] = {0, 0, 1};
+        const std::int32_t linkCount[] = {0, 1, 1}, direction[] = {0, 1, 4}, one = 1, two = 2, four = 4;
+        std::int32_t status = 0;
+        for (std::size_t k = 0; k < 3; ++k)
+            ASSERT_EQ(
+                uzprsp(corners[k].data(), up, &one, &linkCount[k], &direction[k], &one, &one, &one, &status),
+                0);
+        const std::int32_t nodes[] = {1, 2};
+        Front row{};
+        uzprdf(nodes, &one, &two, &four, &one, model.work.data(), row.data(), &status);
+        EXPECT_EQ(status, folds ? DRAPE_CELL_FOLDS : DRAPE_OK) << turned;
+    }
+}
+
 // Straight stepping.
 
 TEST(StraightStep, FollowsTheSeedDirectionsAtFirst) {
@@ -334,6 +369,21 @@ TEST(StraightStep, LeavesTheSurfaceStraightOnAndNeedsANeighbour) {
         EXPECT_EQ(status, DRAPE_NOTHING_TO_STEP_FROM);
     }
     EXPECT_EQ(model.grid.count, before);
+}
+
+// Forward lies the edge of the plate, so all that the circle meets lies behind, by a node that stands far up.
+TEST(StraightStep, FoldsBackBeyondALimitOfSinglePrecision) {
+    for (const auto& [back, folds] : {std::pair(0.89999997, false), std::pair(0.89999999, true)}) {
+        Settings settings;
+        settings.stepB = 2.0;
+        Lattice model(3, {}, settings);
+        const std::int32_t n = model.node(4, 2, 1), behind = model.node(4, 1, 1);
+        const double* at = model.position(n);
+        const Point far = {at[0], at[1] - 6.0 * back, 6.0 * std::sqrt(1.0 - back * back)};
+        std::copy(far.begin(), far.end(), model.position(behind));
+        ASSERT_EQ(step(model, 4, 2), 0);
+        EXPECT_NEAR(model.position(model.grid.count)[1] - at[1], folds ? 2.0 : -2.0, 1e-9) << back;
+    }
 }
 
 // Beyond the edge of the mesh the node lies in the plane of the last triangle, at its distance, off the

@@ -88,6 +88,7 @@ TEST(Pivot, IsChosenByShearByGridLineOrByRequest) {
         {"00000", -1, 3, "00000", 1, 1},
         {"11111", -2, 3, "00000", 5, 5}, // a request is never moved
         {"00100", 3, 1, "00000", 3, 3},
+        {"00/00", 0, 3, "00000", 3, 3}, // a status above 0 is left alone
     };
     for (std::int32_t d = 1; d <= 4; ++d)
         for (const PivotCase& c : cases)

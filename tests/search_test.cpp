@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <vector>
 
 namespace {
@@ -21,6 +22,24 @@ Vec3 within(Random& random, double size) {
     const double x = random.between(-size, size), y = random.between(-size, size),
                  z = random.between(-size, size);
     return {x, y, z};
+}
+
+// The answer of the plain road; the indices have to give the same.
+SurfacePoint sameOnBothRoads(const CircleSearch& asked, std::int32_t start, const Ball& ball,
+                             RunIndices& indices, const std::string& what) {
+    std::vector<std::int32_t> work(2 * static_cast<std::size_t>(model->mesh.triCount));
+    std::int32_t status = 0;
+    SurfacePoint plain, fast;
+    CircleSearch question = asked;
+    SearchScratch scratch(work.data());
+    EXPECT_TRUE(searchSurface(start, &ball, 1, question, scratch, plain, status));
+    model->indices = &indices;
+    question = asked;
+    EXPECT_TRUE(searchSurface(start, &ball, 1, question, indices.scratch, fast, status));
+    model->indices = nullptr;
+    EXPECT_EQ(fast.triangle, plain.triangle) << what;
+    EXPECT_EQ(cadis(fast.point, plain.point), 0.0) << what;
+    return plain;
 }
 
 TEST(Search, BothRoadsGiveTheSameAnswerToAnyQuestion) {
@@ -39,9 +58,9 @@ TEST(Search, BothRoadsGiveTheSameAnswerToAnyQuestion) {
         RunIndices indices;
         std::int32_t status = 0;
         ASSERT_TRUE(indices.build(inner, nullptr, tolerance, 2.0, status));
-        std::vector<std::int32_t> work(2 * static_cast<std::size_t>(surface.triCount()));
-
         for (int k = 0; k < 100; ++k) {
+            if (k == 50 && round % 2 == 0) // stamps begin anew
+                indices.scratch.stamp = std::numeric_limits<std::int32_t>::max();
             const std::int32_t start = 1 + random.below(surface.triCount());
             const Vec3 centre = inner.corner(start, random.below(3)) +
                                 (random.below(2) == 0 ? 0.0 : 0.3) * within(random, 1.0);
@@ -54,17 +73,9 @@ TEST(Search, BothRoadsGiveTheSameAnswerToAnyQuestion) {
             const Ball ball(centre, radius, tolerance);
 
             model->mesh = inner;
-            SurfacePoint plain, fast;
-            CircleSearch question = asked;
-            SearchScratch scratch(work.data());
-            ASSERT_TRUE(searchSurface(start, &ball, 1, question, scratch, plain, status));
-            model->indices = &indices;
-            question = asked;
-            ASSERT_TRUE(searchSurface(start, &ball, 1, question, indices.scratch, fast, status));
-            model->indices = nullptr;
-
-            ASSERT_EQ(fast.triangle, plain.triangle) << "round " << round << " question " << k;
-            ASSERT_EQ(cadis(fast.point, plain.point), 0.0) << "round " << round << " question " << k;
+            const SurfacePoint plain =
+                sameOnBothRoads(asked, start, ball, indices,
+                                "round " + std::to_string(round) + " question " + std::to_string(k));
             answered += plain.triangle != 0 ? 1 : 0;
             dropped += plain.triangle != 0 && prosca(plain.point - centre, forward) < 0.0 ? 1 : 0;
         }
@@ -72,6 +83,41 @@ TEST(Search, BothRoadsGiveTheSameAnswerToAnyQuestion) {
     }
     EXPECT_GT(answered, 3000);
     EXPECT_GT(dropped, 300);
+}
+
+// Where two hits are equal to the last bit their order decides: two on one wall ahead, and one on each of two
+// blades that lie like mirror images behind.
+TEST(Search, EqualHitsAreTakenInTheOrderOfTheFlood) {
+    const double c = 0.995, s = 0.1;
+    const std::vector<double> wall = {0.97, -2, -2, 0.97, 2, -2, 0.97, 0, 3},
+                              blades = {0,     0.9, 0,  0.3, 1.2,    0,   -0.3,   1.2, 0,  -2 * c, 0.9,
+                                        2 * s, -c,  -2, s,   -2 * c, 0.9, -2 * s, -c,  -2, -s};
+    Random random(9);
+    for (int round = 0; round < 40; ++round) {
+        const bool ahead = round % 2 == 0;
+        Surface surface;
+        surface.vertPos = ahead ? wall : blades;
+        surface.triVerts =
+            ahead ? std::vector<std::int32_t>{1, 2, 3} : std::vector<std::int32_t>{1, 2, 3, 1, 4, 5, 1, 6, 7};
+        joinUp(surface);
+        shuffle(surface, random);
+        const double tolerance = ahead ? 1e-9 : 0.05;
+        const OwnModel own;
+        model->mesh = meshOf(surface);
+        model->tolerance = tolerance;
+        SurfaceMesh inner = model->mesh;
+        RunIndices indices;
+        std::int32_t status = 0;
+        ASSERT_TRUE(indices.build(inner, nullptr, tolerance, 1.0, status));
+        model->mesh = inner;
+        const Vec3 centre{0.0, 0.0, 0.0};
+        for (std::int32_t start = 1; start <= inner.triCount; ++start)
+            EXPECT_GT(sameOnBothRoads({centre, {0.0, 0.0, 1.0}, {1.0, 0.0, 0.0}, 1.0, {-1.0, 0.0, 0.0}},
+                                      start, Ball(centre, 1.0, tolerance), indices, std::to_string(round))
+                          .triangle,
+                      0);
+        indices.release(status);
+    }
 }
 
 } // namespace

@@ -229,6 +229,22 @@ TEST(BoundaryChain, EndsWhereItWouldGoRoundForEver) {
     EXPECT_EQ(chain.result, 1);
     EXPECT_EQ(chain.status, DRAPE_BOUNDARY_NOT_CLOSED);
     EXPECT_EQ(chain.count, 1000000000);
+
+    // The same where the ring is the second way out of two of its vertices: 1 2 4 5 6 4 2 3 7, and 4 again.
+    const std::int32_t ways[][2] = {{1, 2}, {2, 4}, {2, 3}, {3, 7}, {4, 2}, {4, 5}, {5, 6}, {6, 4}, {7, 4}};
+    Surface twice;
+    twice.vertPos.assign(36, 0.5);
+    for (const auto& way : ways)
+        twice.triVerts.insert(twice.triVerts.end(), {way[0], way[1], 8});
+    joinUp(twice);
+    twice.vertTriStart = {0, 1, 3, 4, 6, 7, 8, 9, 9, 9, 9, 9};
+    twice.vertTriList = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    twice.vertBoundary = {1, 1, 1, 1, 1, 1, 1, 0, 0, 0, 0, 0};
+    Chain ring = chainOf(twice);
+    EXPECT_EQ(ring.status, DRAPE_BOUNDARY_NOT_CLOSED);
+    ring.edges.resize(30);
+    EXPECT_EQ(ring.edges, (std::vector<std::int32_t>{1, 1, 2, 2, 2, 4, 6, 4, 5, 7, 5, 6, 8,  6,  4,
+                                                     5, 4, 2, 3, 2, 3, 4, 3, 7, 9, 7, 4, -7, -7, -7}));
 }
 
 // A model registered before its boundary is walked, as a host has it that knows no more than the room. The
@@ -349,6 +365,10 @@ TEST(PointToTriangle, KnowsATriangleAtAnyScale) {
         EXPECT_EQ(beside.location, DRAPE_AT_VERTEX_A) << s;
         EXPECT_NEAR(beside.distance / s, 0.5, 1e-12) << s;
     }
+    for (const auto& [s, t] : {std::pair(1e130, 1e30), std::pair(1e30, 1e130)})
+        EXPECT_EQ(
+            measure({0.25 * s, 0.25 * t, s}, {Point{0, 0, 0}, Point{s, 0, 0}, Point{0, t, 0}}, 0.0).location,
+            DRAPE_IN_INTERIOR);
     EXPECT_EQ(measure({1, 0, 0}, {Point{2, 0, 0}, Point{2, 0, 0}, Point{3, 0, 0}}, 0.0).distance, 1.0);
 }
 
