@@ -1,56 +1,74 @@
-// Renumbering: vertices along the curve, triangles as a walk from fan to fan meets them.
+// Renumbering: vertices along the curve, triangles by the first of their vertices on it.
+//
+// What the caller holds may stand in any order, and is many times larger than a cache. So it is read from
+// front to back only; whatever has to be looked up or written out of order lies in tables of one number each.
 #include "surface/inner_mesh.h"
 
 #include "surface/vertex_order.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace drape {
 namespace {
 
-// The walk over the vertices in their new order, which writes the new mesh as it goes.
-class Renumbering {
-public:
-    Renumbering(const SurfaceMesh& outer, const PlacedVertex* order, std::int32_t* innerVertices,
-                std::int32_t* innerTriangles, std::int32_t* outerTriangles)
-        : outer_(outer), order_(order), innerVertices_(innerVertices), innerTriangles_(innerTriangles),
-          outerTriangles_(outerTriangles) {}
+// Turns the sizes of `count` consecutive groups into the place where each begins.
+void startsFromSizes(std::int32_t* sizes, std::int32_t count) {
+    std::int32_t start = 0;
+    for (std::int32_t k = 0; k < count; ++k)
+        start += std::exchange(sizes[k], start);
+}
 
-    void run(double* positions, std::int32_t* triVerts, std::int32_t* fanStarts, std::int32_t* fans) {
-        std::int32_t listed = 0;
-        for (std::int32_t k = 0; k < outer_.vertCount; ++k) {
-            const std::int32_t v = order_[k].vertex();
-            store(positions, outer_.vertex(v), k + 1);
-            fanStarts[k] = listed;
-            for (std::int32_t position = outer_.fanBegin(v); position < outer_.fanEnd(v); ++position)
-                fans[listed++] = numberOf(outer_.vertTriList[position], triVerts);
-        }
-        // Triangles that stand in no fan.
-        for (std::int32_t t = 1; triangleCount_ < outer_.triCount; ++t)
-            numberOf(t, triVerts);
-        // In a pass of its own, where nothing waits for the vertices' new numbers.
-        for (std::int64_t k = 0; k < 3 * std::int64_t{outer_.triCount}; ++k)
-            triVerts[k] = innerVertices_[triVerts[k] - 1];
+// The new numbers of a triangle's corners. (Meshes go by value here: no store to a table can touch a copy.)
+struct InnerCorners {
+    std::int32_t vertices[3];
+
+    InnerCorners(const SurfaceMesh& outer, const std::int32_t* innerVertices, std::int32_t triangle) {
+        for (int corner = 0; corner < 3; ++corner)
+            vertices[corner] = innerVertices[outer.vertexOf(triangle, corner) - 1];
     }
-
-private:
-    // The number of a triangle, which gets one when it is first met.
-    std::int32_t numberOf(std::int32_t triangle, std::int32_t* triVerts) {
-        std::int32_t& number = innerTriangles_[triangle - 1];
-        if (number == 0) {
-            for (int corner = 0; corner < 3; ++corner)
-                triVerts[3 * std::int64_t{triangleCount_} + corner] = outer_.vertexOf(triangle, corner);
-            outerTriangles_[triangleCount_] = triangle;
-            number = ++triangleCount_;
-        }
-        return number;
-    }
-
-    const SurfaceMesh& outer_;
-    const PlacedVertex* order_;
-    const std::int32_t* innerVertices_;
-    std::int32_t* innerTriangles_;
-    std::int32_t* outerTriangles_;
-    std::int32_t triangleCount_ = 0;
+    std::int32_t first() const { return std::min(vertices[0], std::min(vertices[1], vertices[2])); }
 };
+
+void placeVertices(SurfaceMesh outer, const PlacedVertex* order, std::int32_t* innerVertices,
+                   double* positions) {
+    for (std::int32_t k = 0; k < outer.vertCount; ++k) {
+        const std::int32_t v = order[k].vertex();
+        innerVertices[v - 1] = k + 1;
+        store(positions, outer.vertex(v), k + 1);
+    }
+}
+
+// `groups` has room for one number per vertex: the triangles of which it is the first.
+void numberTriangles(SurfaceMesh outer, const std::int32_t* innerVertices, std::int32_t* groups,
+                     std::int32_t* innerTriangles, std::int32_t* triVerts, std::int32_t* outerTriangles) {
+    clear(groups, outer.vertCount);
+    for (std::int32_t t = 1; t <= outer.triCount; ++t) {
+        const std::int32_t first = InnerCorners(outer, innerVertices, t).first();
+        innerTriangles[t - 1] = first;
+        ++groups[first - 1];
+    }
+    startsFromSizes(groups, outer.vertCount);
+    for (std::int32_t t = 1; t <= outer.triCount; ++t) {
+        std::int32_t& number = innerTriangles[t - 1];
+        number = ++groups[number - 1];
+        outerTriangles[number - 1] = t;
+        const InnerCorners corners(outer, innerVertices, t);
+        std::copy_n(corners.vertices, 3, triVerts + 3 * (std::int64_t{number} - 1));
+    }
+}
+
+void placeFans(SurfaceMesh outer, const std::int32_t* innerVertices, const std::int32_t* innerTriangles,
+               std::int32_t* fanStarts, std::int32_t* fans) {
+    for (std::int32_t v = 1; v <= outer.vertCount; ++v)
+        fanStarts[innerVertices[v - 1] - 1] = outer.fanEnd(v) - outer.fanBegin(v);
+    startsFromSizes(fanStarts, outer.vertCount);
+    for (std::int32_t v = 1; v <= outer.vertCount; ++v) {
+        std::int32_t* fan = fans + fanStarts[innerVertices[v - 1] - 1];
+        for (std::int32_t position = outer.fanBegin(v); position < outer.fanEnd(v); ++position)
+            *fan++ = innerTriangles[outer.vertTriList[position] - 1];
+    }
+}
 
 } // namespace
 
@@ -71,11 +89,11 @@ bool InnerMesh::build(const SurfaceMesh& outer, std::int32_t* innerTriangles, st
     auto* order = reinterpret_cast<PlacedVertex*>(ordered.data());
     if (!orderVertices(outer, order, reinterpret_cast<PlacedVertex*>(spare.data()), status))
         return false;
-    for (std::int32_t k = 0; k < outer.vertCount; ++k)
-        innerVertices[order[k].vertex() - 1] = k + 1;
-    clear(innerTriangles, outer.triCount);
-    Renumbering(outer, order, innerVertices, innerTriangles, outerTriangles_.data())
-        .run(positions_.data(), triVerts_.data(), fanStarts_.data(), fans_.data());
+    placeVertices(outer, order, innerVertices, positions_.data());
+    // The starts of the fans come last, and their table serves before that.
+    numberTriangles(outer, innerVertices, fanStarts_.data(), innerTriangles, triVerts_.data(),
+                    outerTriangles_.data());
+    placeFans(outer, innerVertices, innerTriangles, fanStarts_.data(), fans_.data());
     mesh_ = outer;
     mesh_.vertPos = positions_.data();
     mesh_.triVerts = triVerts_.data();
