@@ -53,16 +53,16 @@ std::int32_t seedTriangle(const RunIndices& indices) {
     double best = distanceFromSeed(nearest);
     if (best != best)
         return nearest; // not a number: nothing is strictly nearer
-    for (std::int32_t t = 1; t <= model->mesh.triCount; ++t) {
-        if (indices.triangleBounds.distanceBelow(t, model->seedPoint) > best)
-            continue;
+    indices.triangleTree.forEachWithin(model->seedPoint, best, [&](std::int32_t t) {
+        if (BoundedTriangle(model->mesh, t, {}).distanceBelow(model->seedPoint, model->tolerance) > best)
+            return;
         const double distance = distanceFromSeed(t);
         if (distance < best || (distance == best && indices.innerMesh.outerTriangle(t) <
                                                         indices.innerMesh.outerTriangle(nearest))) {
             nearest = t;
             best = distance;
         }
-    }
+    });
     return nearest;
 }
 

@@ -30,7 +30,7 @@ Box boxOf(const SurfaceMesh& mesh, std::int32_t triangle, double tolerance) {
     const Vec3 c = mesh.corner(triangle, 2);
     const Box box{lower(a, lower(b, c)), upper(a, upper(b, c))};
     const double offset = std::max(margins::largestCoordinate(box.low), margins::largestCoordinate(box.high));
-    const double slack = margins::distanceSlack(TriangleShape(a, b, c), offset, tolerance);
+    const double slack = margins::distanceSlack(TriangleShape(a, b, c), offset, tolerance).sum();
     if (!(slack < ENDLESS))
         return WHOLE_SPACE;
     const Vec3 widening{slack, slack, slack};

@@ -40,23 +40,23 @@ inline bool enclosesNothing(const Vec3& e1, const Vec3& e2, const Vec3& cross) {
 
 // The measures on which bounds of a triangle rest.
 struct TriangleShape {
-    double longest, shortest; // sides
-    Vec3 cross;               // of the sides that leave corner A
-    double area;              // of the parallelogram
+    double longest2, shortest2; // sides, squared
+    Vec3 cross;                 // of the sides that leave corner A
+    double area2;               // of the parallelogram, squared
 
     TriangleShape(const Vec3& a, const Vec3& b, const Vec3& c) {
         const double ab = vor(b - a);
         const double bc = vor(c - b);
         const double ca = vor(a - c);
-        longest = std::sqrt(std::max(ab, std::max(bc, ca)));
-        shortest = std::sqrt(std::min(ab, std::min(bc, ca)));
+        longest2 = std::max(ab, std::max(bc, ca));
+        shortest2 = std::min(ab, std::min(bc, ca));
         cross = parvis(b - a, c - a);
-        area = std::sqrt(vor(cross));
+        area2 = vor(cross);
     }
 
     // Slivers, and what holds no number: exact tests on them are too ill-conditioned to be bounded.
     static constexpr double SLIVER_RATIO = 1e-3; // of the height to the longest side
-    bool isSliver() const { return !(area > SLIVER_RATIO * longest * longest); }
+    bool isSliver() const { return !(area2 > SLIVER_RATIO * SLIVER_RATIO * (longest2 * longest2)); }
 };
 
 } // namespace drape

@@ -48,26 +48,38 @@ inline double sizeOf(const Vec3& v) {
 // A foot beside an edge by less than 4 u times its length can count as inside, far below the rest.
 constexpr double FRAME_ROUNDING = 64.0 * ROUNDOFF;
 
-// The share of a distance that is lost on the thinnest triangle that still has a bound.
+// The share of a distance, and of the triangle's length, that is lost on the thinnest triangle that still has
+// a bound: for all others k is below the inverse of SLIVER_RATIO.
 constexpr double DISTANCE_SHARE = FRAME_ROUNDING / TriangleShape::SLIVER_RATIO;
 
 // An average of three points, or a box widened by a margin, is off by less than so much of its coordinates.
 constexpr double PLACE_ROUNDING = 8.0 * ROUNDOFF;
 
-// By how much rounding moves it on one triangle, the share aside.
-inline double distanceRounding(const TriangleShape& shape, double offset, double overhang) {
-    const double conditioning = shape.longest * shape.longest / shape.area;
-    return FRAME_ROUNDING * conditioning * (shape.longest + overhang) + PLACE_ROUNDING * offset;
-}
+// By how much a distance to a triangle, the share of that distance aside, can be off beyond the tolerance
+// itself. `offset` is the largest coordinate of the triangle or of the point: the two differ by no more than
+// the distance and the longest side, of which the share is thousands of times the rounding of a place.
+struct DistanceSlack {
+    double overhang = ENDLESS, rounding = ENDLESS; // endless for slivers
 
-// By how much a distance to the triangle, nothing else than the share above aside, can be off beyond the
-// tolerance itself, with `offset` its largest coordinate. Endless for slivers.
-inline double distanceSlack(const TriangleShape& shape, double offset, double tolerance) {
-    if (shape.isSliver() || !(shape.shortest > SMALLEST_LENGTH) || !(shape.longest < LARGEST_LENGTH) ||
-        !(offset < LARGEST_LENGTH) || !(tolerance < LARGEST_LENGTH))
-        return ENDLESS;
-    const double overhang = tolerance / shape.shortest;
-    return overhang + distanceRounding(shape, offset, overhang);
+    DistanceSlack() = default;
+    DistanceSlack(double longest, double shortest, double offset, double tolerance)
+        : overhang(tolerance / shortest),
+          rounding(DISTANCE_SHARE * (longest + overhang) + PLACE_ROUNDING * offset) {}
+    double sum() const { return overhang + rounding; }
+    bool isBound() const { return sum() < ENDLESS; }
+    // The same at another place, where it was taken at the origin.
+    DistanceSlack at(double offset) const {
+        DistanceSlack there = *this;
+        there.rounding += PLACE_ROUNDING * offset;
+        return there;
+    }
+};
+inline DistanceSlack distanceSlack(const TriangleShape& shape, double offset, double tolerance) {
+    if (shape.isSliver() || !(shape.shortest2 > SMALLEST_LENGTH * SMALLEST_LENGTH) ||
+        !(shape.longest2 < LARGEST_LENGTH * LARGEST_LENGTH) || !(offset < LARGEST_LENGTH) ||
+        !(tolerance < LARGEST_LENGTH))
+        return {};
+    return {std::sqrt(shape.longest2), std::sqrt(shape.shortest2), offset, tolerance};
 }
 
 // How far off a corner of a triangle in range may lie, and that it may at all. The distance that the test
@@ -75,8 +87,8 @@ inline double distanceSlack(const TriangleShape& shape, double offset, double to
 // the foot that comes first: so no longer than the root of c^2 + tolerance^2 for a corner c away. With c up
 // to radius + tolerance / 4 that is less than radius + 0.8 tolerance, and rounding may take an eighth.
 constexpr double CORNER_SHARE = 0.25; // of the tolerance
-inline bool cornersSettleRange(double radius, double tolerance, double largestRounding) {
-    return tolerance < radius && largestRounding + 2.0 * DISTANCE_SHARE * radius < 0.125 * tolerance;
+inline bool cornersSettleRange(double radius, double tolerance, double rounding) {
+    return tolerance < radius && rounding + 2.0 * DISTANCE_SHARE * radius < 0.125 * tolerance;
 }
 
 // A distance that no exact test falls short of, where `distance` bounds the true one from below. Nothing is
@@ -124,14 +136,26 @@ constexpr double DISC_REACH = 1.5; // of the radius
 // 32 u k / longest; that holds for small d and again for d near 1 / K, which has to lie beyond the `extent`
 // of the whole mesh. Endless where the triangle is too thin for that. The last term
 // stands for the coordinates that a triangle larger than the circle has beyond those of its centre.
+//
+// Real is double, or lanes of it; the bound holds where holdsFor() says so.
+template <class Real>
+struct HitMargin {
+    HitMargin(const Real& longestSide, const Real& conditioning, double tolerance, double reach)
+        : longest(longestSide), span(2.0 * longest + 2.0 * (2.0 * reach + tolerance)),
+          curvature(4.0 * SIDE_ROUNDING * conditioning),
+          beside(curvature * span * (span / longest + conditioning)),
+          value(2.0 * tolerance + beside + SINGLE_SLACK * longest) {}
+
+    auto holdsFor(double extent) const {
+        return (curvature * (extent + span) < 0.25 * longest) & (beside < span);
+    }
+
+    Real longest, span, curvature, beside, value;
+};
 inline double hitMargin(const TriangleShape& shape, double tolerance, double reach, double extent) {
-    const double conditioning = shape.longest * shape.longest / shape.area;
-    const double span = 2.0 * (2.0 * reach + shape.longest + tolerance);
-    const double curvature = 4.0 * SIDE_ROUNDING * conditioning;
-    const double beside = curvature * span * (span / shape.longest + conditioning);
-    if (!(curvature * (extent + span) < 0.25 * shape.longest) || !(beside < span))
-        return ENDLESS;
-    return 2.0 * tolerance + beside + SINGLE_SLACK * shape.longest;
+    const HitMargin<double> margin(std::sqrt(shape.longest2), shape.longest2 / std::sqrt(shape.area2),
+                                   tolerance, reach);
+    return margin.holdsFor(extent) ? margin.value : ENDLESS;
 }
 
 // Where on a circle the answer of a search lies as a rule: at least FORWARD_SHARE of the radius ahead.

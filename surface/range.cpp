@@ -1,4 +1,4 @@
-// Range of a triangle, by spheres, by corners and by the exact distance.
+// Range of a triangle, by bounds and by the exact distance.
 #include "surface/range.h"
 
 #include "surface/point_triangle.h"
@@ -14,10 +14,8 @@ bool exactlyInRange(std::int32_t triangle, const Ball& ball) {
     return ball.radius + ball.tolerance > exact.distance;
 }
 
-// Settles what the sphere of a triangle left open.
-bool settled(Range range, std::int32_t triangle, const Ball& ball) {
-    if (range == Range::unknown)
-        range = model->indices->triangleBounds.inRangeByCorners(triangle, ball);
+bool inRangeByBounds(const BoundedTriangle& bounded, std::int32_t triangle, const Ball& ball) {
+    const Range range = bounded.inRange(ball);
     return range == Range::unknown ? exactlyInRange(triangle, ball) : range == Range::in;
 }
 
@@ -30,18 +28,10 @@ Visit visitPlainly(std::int32_t triangle, const Ball* balls, int ballCount) {
 }
 
 Visit visitByBounds(std::int32_t triangle, const Ball* balls, int ballCount) {
-    const TriangleBounds& bounds = model->indices->triangleBounds;
-    const Range first = bounds.inRange(triangle, balls[0]);
-    if (ballCount == 1) {
-        const bool within = settled(first, triangle, balls[0]);
-        return {within, within};
-    }
-    const Range second = bounds.inRange(triangle, balls[1]);
-    if (first == Range::out && second == Range::out)
-        return {false, false};
-    const bool inFirst = settled(first, triangle, balls[0]);
-    const bool inSecond = settled(second, triangle, balls[1]);
-    return {inFirst || inSecond, inFirst && inSecond};
+    const BoundedTriangle bounded(model->mesh, triangle, model->indices->triangleTree.largestSlack());
+    const bool first = inRangeByBounds(bounded, triangle, balls[0]);
+    const bool second = ballCount == 2 ? inRangeByBounds(bounded, triangle, balls[1]) : first;
+    return {first || second, first && second};
 }
 
 } // namespace drape

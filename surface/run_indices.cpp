@@ -29,16 +29,8 @@ bool RunIndices::renumber(SurfaceMesh& mesh, std::int32_t* boundaryEdges, std::i
 
 bool RunIndices::build(SurfaceMesh& mesh, std::int32_t* boundaryEdges, double tolerance, double reach,
                        std::int32_t& status) {
-    if (!renumber(mesh, boundaryEdges, status) || !triangleBounds.begin(mesh, tolerance, status) ||
-        !triangleTree.begin(mesh, tolerance, reach, status))
-        return false;
-    for (std::int32_t t = 1; t <= mesh.triCount; ++t) {
-        const MeasuredTriangle measured(mesh, t);
-        triangleBounds.put(t, measured);
-        triangleTree.put(t, measured);
-    }
-    triangleTree.finish();
-    return boundaryTree.build(mesh, tolerance, status);
+    return renumber(mesh, boundaryEdges, status) && triangleTree.build(mesh, tolerance, reach, status) &&
+           boundaryTree.build(mesh, tolerance, status);
 }
 
 void RunIndices::release(std::int32_t& status) {
@@ -46,7 +38,6 @@ void RunIndices::release(std::int32_t& status) {
     foundList_.release(status);
     marks_.release(status);
     fansDone_.release(status);
-    triangleBounds.release(status);
     triangleTree.release(status);
     boundaryTree.release(status);
 }

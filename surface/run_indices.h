@@ -25,7 +25,6 @@ struct RunIndices {
 
     InnerMesh innerMesh;
     std::int32_t firstTriangle = 0; // number 1 of the caller
-    TriangleBounds triangleBounds;
     TriangleTree triangleTree;
     BoundaryTree boundaryTree;
     SearchScratch scratch;

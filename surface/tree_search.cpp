@@ -15,8 +15,9 @@
 namespace drape {
 namespace {
 
-// The way to `goal`, which is in range, along the corners of triangles that are clearly in range of a ball;
-// each corner is nearer to `towards` than the one before. False means only that there is no such way.
+// A way to `goal`, which is listed, over vertices within a ball; each is nearer to `towards` than the one
+// before, and each two stand on a triangle that is in range for sure. False means only that there is no such
+// way.
 class Chain {
 public:
     Chain(const SearchQuestion& question, std::int32_t goal, const Vec3& towards)
@@ -26,30 +27,28 @@ public:
     bool exists() {
         if (question_.start == goal_)
             return true;
-        const std::int32_t* corners = mesh_.triVerts + 3 * (std::int64_t{question_.start} - 1);
-        for (int k = 0; k < 3; ++k)
-            if (isAround(corners[k]))
-                return true;
-        std::int32_t next = corners[0];
-        nearest_ = cadis(mesh_.vertex(next), towards_);
+        std::int32_t v = mesh_.vertexOf(question_.start, 0);
+        nearest_ = cadis(mesh_.vertex(v), towards_);
         for (int k = 1; k < 3; ++k)
-            next = nearer(corners[k]) ? corners[k] : next;
+            if (nearer(mesh_.vertexOf(question_.start, k)))
+                v = mesh_.vertexOf(question_.start, k);
         constexpr int longest = 64;
-        for (int k = 0; k < longest && next != 0; ++k) {
-            next = stepFrom(next);
-            if (next != 0 && isAround(next))
+        for (int k = 0; k < longest; ++k) {
+            const Step step = stepFrom(v);
+            if (step.reached)
                 return true;
+            if (step.vertex == 0 || !clearlyInRange(step.triangle, v, step.vertex))
+                return false;
+            v = step.vertex;
         }
         return false;
     }
 
 private:
-    bool isAround(std::int32_t v) const {
-        for (std::int32_t position = mesh_.fanBegin(v); position < mesh_.fanEnd(v); ++position)
-            if (mesh_.vertTriList[position] == goal_)
-                return true;
-        return false;
-    }
+    struct Step {
+        bool reached; // the goal stands at the vertex
+        std::int32_t vertex, triangle;
+    };
 
     // Whether a vertex is the nearest so far, and then it is.
     bool nearer(std::int32_t v) {
@@ -60,40 +59,37 @@ private:
         return true;
     }
 
-    // The nearest corner of the triangles around `v` that are clearly in range, 0 if none is nearer.
-    std::int32_t stepFrom(std::int32_t v) {
-        std::int32_t next = 0;
+    // To the nearest of the vertices that follow `v` in the triangles around it: all of its neighbours where
+    // the fan is closed.
+    Step stepFrom(std::int32_t v) {
+        Step step{false, 0, 0};
         for (std::int32_t position = mesh_.fanBegin(v); position < mesh_.fanEnd(v); ++position) {
             const std::int32_t triangle = mesh_.vertTriList[position];
-            for (int k = 0; k < 3; ++k) {
-                const std::int32_t corner = mesh_.vertexOf(triangle, k);
-                const double before = nearest_;
-                if (corner == v || corner == next || !nearer(corner))
-                    continue;
-                if (clearlyInRange(triangle, corner))
-                    next = corner;
-                else
-                    nearest_ = before;
-            }
+            if (triangle == goal_)
+                return {true, 0, 0};
+            const std::int32_t a = mesh_.vertexOf(triangle, 0), b = mesh_.vertexOf(triangle, 1);
+            const std::int32_t following = a == v ? b : (b == v ? mesh_.vertexOf(triangle, 2) : a);
+            if (nearer(following))
+                step = {false, following, triangle};
         }
-        return next;
+        return step;
     }
 
-    bool clearlyInRange(std::int32_t triangle, std::int32_t corner) const {
-        const Vec3 place = mesh_.vertex(corner);
+    bool clearlyInRange(std::int32_t triangle, std::int32_t corner, std::int32_t other) const {
+        const BoundedTriangle bounded(mesh_, triangle, model->indices->triangleTree.largestSlack());
+        const Vec3 p = mesh_.vertex(corner), q = mesh_.vertex(other);
         for (int k = 0; k < question_.ballCount; ++k)
-            if (bounds_.inRangeByPoint(triangle, place, question_.balls[k]) ||
-                bounds_.inRange(triangle, question_.balls[k]) == Range::in)
+            if (bounded.inRangeByCorner(p, question_.balls[k]) ||
+                bounded.inRangeByCorner(q, question_.balls[k]))
                 return true;
         return false;
     }
 
     const SurfaceMesh& mesh_ = model->mesh;
-    const TriangleBounds& bounds_ = model->indices->triangleBounds;
     const SearchQuestion& question_;
     std::int32_t goal_;
     const Vec3& towards_;
-    double nearest_ = 0.0; // squared distance of the nearest corner so far
+    double nearest_ = 0.0; // squared distance of the nearest vertex so far
 };
 
 bool isListed(const SearchQuestion& question, std::int32_t triangle) {

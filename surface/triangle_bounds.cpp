@@ -1,7 +1,5 @@
-// Bounding spheres: what a sphere, or the corners, settle before the exact distance.
+// What the corners, a plane, or the plain distance settle before the exact distance.
 #include "surface/triangle_bounds.h"
-
-#include "surface/box.h"
 
 #include <algorithm>
 #include <cmath>
@@ -50,71 +48,37 @@ double squaredDistance(const Vec3& p, const Vec3& a, const Vec3& b, const Vec3& 
 
 } // namespace
 
-bool TriangleBounds::begin(const SurfaceMesh& mesh, double tolerance, std::int32_t& status) {
-    if (!block_.take(4 * std::int64_t{mesh.triCount}, status))
-        return false;
-    mesh_ = &mesh;
-    tolerance_ = tolerance;
-    largestRounding_ = 0.0;
-    spheres_ = reinterpret_cast<Sphere*>(block_.data());
-    return true;
-}
-
-void TriangleBounds::put(std::int32_t triangle, const MeasuredTriangle& t) {
-    const Vec3 centre = (1.0 / 3.0) * (t.a + t.b + t.c);
-    const double offset =
-        std::max(margins::largestCoordinate(t.a),
-                 std::max(margins::largestCoordinate(t.b), margins::largestCoordinate(t.c)));
-    const double slack = margins::distanceSlack(t.shape, offset, tolerance_);
-    if (!(slack < margins::ENDLESS)) {
-        constexpr float endless = std::numeric_limits<float>::infinity();
-        spheres_[triangle - 1] = {0.0, 0.0, 0.0, endless, endless};
-        return;
-    }
-    largestRounding_ =
-        std::max(largestRounding_, margins::distanceRounding(t.shape, offset, tolerance_ / t.shape.shortest));
-    const double radius =
-        std::sqrt(std::max(cadis(t.a, centre), std::max(cadis(t.b, centre), cadis(t.c, centre))));
-    spheres_[triangle - 1] = {centre.x, centre.y, centre.z, roundedUp(radius), roundedUp(slack)};
-}
-
-bool TriangleBounds::build(const SurfaceMesh& mesh, double tolerance, std::int32_t& status) {
-    if (!begin(mesh, tolerance, status))
-        return false;
-    for (std::int32_t t = 1; t <= mesh.triCount; ++t)
-        put(t, MeasuredTriangle(mesh, t));
-    return true;
-}
-
-Range TriangleBounds::inRangeByCorners(std::int32_t triangle, const Ball& ball) const {
-    const Sphere& s = spheres_[triangle - 1];
-    const double inner = ball.clearlyWithin - static_cast<double>(s.slack);
-    const double outer = ball.clearlyBeyond + static_cast<double>(s.slack);
-    const Vec3 corners[] = {mesh_->corner(triangle, 0), mesh_->corner(triangle, 1),
-                            mesh_->corner(triangle, 2)};
+Range BoundedTriangle::inRange(const Ball& ball, const margins::DistanceSlack& slack) const {
+    if (!slack.isBound())
+        return Range::unknown;
+    const Vec3 a = a_ - ball.centre;
+    const Vec3 b = b_ - ball.centre;
+    const Vec3 c = c_ - ball.centre;
     // A corner within the ball settles it, and so does a plane between the ball and all corners.
-    const Vec3 across = Vec3{s.x, s.y, s.z} - ball.centre;
-    double nearest2 = std::numeric_limits<double>::infinity();
-    double nearestAcross = std::numeric_limits<double>::infinity();
-    for (const Vec3& corner : corners) {
-        const Vec3 toCorner = corner - ball.centre;
-        nearest2 = std::min(nearest2, vor(toCorner));
-        nearestAcross = std::min(nearestAcross, prosca(toCorner, across));
-    }
-    if (cornerSettles(s, nearest2, ball))
+    if (cornerSettles(std::min(vor(a), std::min(vor(b), vor(c))), ball, slack))
         return Range::in;
-    if (nearestAcross > 0.0 && nearestAcross * nearestAcross > outer * outer * vor(across))
+    const double outer = ball.clearlyBeyond + slack.sum();
+    const Vec3 across = a + b + c;
+    const double nearest = std::min(prosca(a, across), std::min(prosca(b, across), prosca(c, across)));
+    if (nearest > 0.0 && nearest * nearest > outer * outer * vor(across))
         return Range::out;
-    const double distance2 = squaredDistance(ball.centre, corners[0], corners[1], corners[2]);
+    const double inner = ball.clearlyWithin - slack.sum();
+    const double distance2 = squaredDistance(ball.centre, a_, b_, c_);
     if (inner > 0.0 && distance2 < inner * inner)
         return Range::in;
     return distance2 > outer * outer ? Range::out : Range::unknown;
 }
 
-double TriangleBounds::distanceBelow(std::int32_t triangle, const Vec3& point) const {
-    const Sphere& s = spheres_[triangle - 1];
-    const double distance = std::sqrt(cadis(point, {s.x, s.y, s.z}));
-    return margins::distanceBelow(distance) - static_cast<double>(s.radius) - static_cast<double>(s.slack);
+Range BoundedTriangle::inRange(const Ball& ball) const {
+    const Range range = inRange(ball, largestSlack_.at(ball.offset));
+    return range == Range::unknown ? inRange(ball, ownSlack(ball)) : range;
+}
+
+double BoundedTriangle::distanceBelow(const Vec3& point, double tolerance) const {
+    const double distance = std::sqrt(squaredDistance(point, a_, b_, c_));
+    const double offset = margins::largestCoordinate(point);
+    return margins::distanceBelow(distance) -
+           margins::distanceSlack(TriangleShape(a_, b_, c_), offset, tolerance).sum();
 }
 
 } // namespace drape

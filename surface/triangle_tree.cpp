@@ -1,6 +1,9 @@
 // Building the triangle tree: how far from a triangle a hit can lie, and the boxes from the leaves up.
 #include "surface/triangle_tree.h"
 
+#include "surface/measured_triangle.h"
+#include "surface/triangle_pair.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -9,6 +12,18 @@ namespace drape {
 namespace {
 
 constexpr float ENDLESS = std::numeric_limits<float>::infinity();
+
+// For bounds that have to stay on their side, as with single numbers: the share is above twice what a number
+// loses that is brought to single precision.
+FloatLanes lossOf(const FloatLanes& v) {
+    return 1.3e-7f * largerOf(v, -v) + 1e-37f;
+}
+FloatLanes roundedDown(const FloatLanes& v) {
+    return v - lossOf(v);
+}
+FloatLanes roundedUp(const FloatLanes& v) {
+    return v + lossOf(v);
+}
 
 } // namespace
 
@@ -34,6 +49,24 @@ TriangleTree::Arc::Arc(const Circle& circle, const margins::ForwardArc& arc)
       high{roundedUp(arc.high.x) - FloatLanes{}, roundedUp(arc.high.y) - FloatLanes{},
            roundedUp(arc.high.z) - FloatLanes{}} {}
 
+TriangleTree::Vicinity::Vicinity(const Vec3& point, const double& furthest,
+                                 const margins::DistanceSlack& exactTest)
+    : place{static_cast<float>(point.x) + FloatLanes{}, static_cast<float>(point.y) + FloatLanes{},
+            static_cast<float>(point.z) + FloatLanes{}},
+      distance(furthest),
+      slack(exactTest.sum() + (margins::PLACE_ROUNDING + margins::SINGLE_SLACK) * margins::sizeOf(point)) {}
+
+// Of a cone around `middle`, a unit vector, that holds what is turned against it by the cosine `turn` and
+// spread by the cosine `spread` around that.
+TriangleTree::Cone TriangleTree::Cone::around(const Vec3& middle, double turn, double spread) {
+    const double sines = std::max((1.0 - turn * turn) * (1.0 - spread * spread), 0.0);
+    const double least = turn * spread - std::sqrt(sines);
+    if (!(turn > 0.0) || !(spread > 0.0) || !(least > 0.0))
+        return {}; // all directions
+    return {{static_cast<float>(middle.x), static_cast<float>(middle.y), static_cast<float>(middle.z)},
+            drape::roundedDown(least - margins::SINGLE_SLACK)};
+}
+
 TriangleTree::Cone TriangleTree::Cone::around(const Part* parts, int count) {
     if (count == 0)
         return ofNothing();
@@ -47,12 +80,33 @@ TriangleTree::Cone TriangleTree::Cone::around(const Part* parts, int count) {
         turn = std::min(turn, std::fabs(prosca(parts[k].axis, middle)));
         spread = std::min(spread, parts[k].cosine);
     }
-    const double sines = std::max((1.0 - turn * turn) * (1.0 - spread * spread), 0.0);
-    const double least = turn * spread - std::sqrt(sines);
-    if (!(spread > 0.0) || !(least > 0.0))
-        return {}; // all directions
-    return {{static_cast<float>(middle.x), static_cast<float>(middle.y), static_cast<float>(middle.z)},
-            roundedDown(least - margins::SINGLE_SLACK)};
+    return around(middle, turn, spread);
+}
+
+TriangleTree::Cone TriangleTree::Cone::around(FloatLanes (&normals)[3], unsigned present) {
+    if (present == 0)
+        return ofNothing();
+    const int first = firstOf(present);
+    for (int lane = 0; lane < LANES; ++lane)
+        for (int c = 0; c < 3; ++c)
+            if ((present >> lane & 1u) == 0)
+                normals[c][lane] = normals[c][first];
+    const auto along = [&](float x, float y, float z) {
+        return x * normals[0] + y * normals[1] + z * normals[2];
+    };
+    const IntLanes forward = along(normals[0][first], normals[1][first], normals[2][first]) >= FloatLanes{};
+    const auto sum = [&](const FloatLanes& v) {
+        const FloatLanes turned = choose(forward, v, -v);
+        return double{turned[0]} + double{turned[1]} + double{turned[2]} + double{turned[3]};
+    };
+    Vec3 middle{sum(normals[0]), sum(normals[1]), sum(normals[2])};
+    devor(middle);
+    const FloatLanes cosines =
+        along(static_cast<float>(middle.x), static_cast<float>(middle.y), static_cast<float>(middle.z));
+    const FloatLanes turns = largerOf(cosines, -cosines);
+    const double turn = std::min(std::min(turns[0], turns[1]), std::min(turns[2], turns[3]));
+    // Single precision loses less than that on the cosines.
+    return around(middle, turn - 0.5 * margins::SINGLE_SLACK, margins::COPLANAR_COSINE);
 }
 
 void TriangleTree::layOutLevels(std::int64_t triangles) {
@@ -68,9 +122,157 @@ void TriangleTree::layOutLevels(std::int64_t triangles) {
     }
 }
 
-bool TriangleTree::begin(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status) {
-    tolerance_ = tolerance;
-    reach_ = reach;
+void TriangleTree::addNeedle(std::int32_t triangle) {
+    if (needleCount_ < MAX_NEEDLES)
+        needles_[needleCount_++] = triangle;
+    else
+        levelCount_ = 0;
+}
+
+// Fills the quads from the leaves up. Triangles are measured four at a time; those whose bounds don't hold by
+// the quick measure are looked at by themselves.
+class TriangleTree::Builder {
+public:
+    Builder(TriangleTree& tree, const SurfaceMesh& mesh, double tolerance, double reach, double extent)
+        : tree_(tree), mesh_(mesh), tolerance_(tolerance), reach_(reach), extent_(extent) {}
+
+    void run() {
+        for (std::int64_t node = 0; node < tree_.levelSize_[0] && tree_.usable(); ++node)
+            fillLeaf(node);
+        for (int level = 1; level < tree_.levelCount_; ++level)
+            for (std::int64_t node = 0; node < tree_.levelSize_[level]; ++node)
+                fillUpperQuad(level, node);
+        if (!anyUnbounded_)
+            tree_.slack_ = {std::sqrt(std::max(longest2_[0], longest2_[1])),
+                            std::sqrt(std::min(shortest2_[0], shortest2_[1])), 0.0, tolerance_};
+    }
+
+private:
+    struct Leaf {
+        Quad& quad;
+        FloatLanes normals[3];
+        unsigned boxed;  // lanes that have their box
+        unsigned normal; // and those that have a normal
+    };
+
+    // Two triangles with what the margins of both make of them.
+    struct BoundedPair : TrianglePair {
+        BoundedPair(const Builder& builder, std::int32_t first, std::int32_t second)
+            : TrianglePair(builder.mesh_, first, second), perArea(1.0 / rootOf(area2)),
+              margin(rootOf(longest2), longest2 * perArea, builder.tolerance_, builder.reach_) {
+            constexpr double sliver2 = TriangleShape::SLIVER_RATIO * TriangleShape::SLIVER_RATIO;
+            bounded =
+                maskOfPair(margin.holdsFor(builder.extent_) & (area2 > sliver2 * (longest2 * longest2)) &
+                           (shortest2 > SMALLEST2 + DoublePair{}) & (longest2 < LARGEST2 + DoublePair{}));
+        }
+
+        // Between these squared lengths a triangle that is no sliver has a plane and bounds.
+        static constexpr double SMALLEST2 = 1e-70, LARGEST2 = 1e70;
+        DoublePair perArea;
+        margins::HitMargin<DoublePair> margin;
+        unsigned bounded; // a bit for each of the two
+    };
+
+    void fillLeaf(std::int64_t node) {
+        Leaf leaf{tree_.quads_[node], {}, 0, 0};
+        const auto first = static_cast<std::int32_t>(ARITY * node + 1);
+        const std::int32_t last = tree_.triCount_;
+        putPairs({*this, first, std::min(first + 1, last)},
+                 {*this, std::min(first + 2, last), std::min(first + 3, last)}, leaf);
+        constexpr unsigned all = (1u << ARITY) - 1;
+        if (first + (ARITY - 1) > last)
+            leaf.boxed = leaf.normal &= all >> (first + (ARITY - 1) - last);
+        for (int lane = 0; leaf.boxed != all && lane < ARITY; ++lane)
+            if ((leaf.boxed >> lane & 1u) == 0)
+                putAlone(first + lane, leaf, lane);
+        leaf.quad.cone = Cone::around(leaf.normals, leaf.normal);
+    }
+
+    void putPairs(const BoundedPair& p, const BoundedPair& q, Leaf& leaf) {
+        const auto put = [&](DoublePair PairVec::*c, int k) {
+            leaf.quad.low[k] = roundedDown(narrowed(p.low.*c - p.margin.value, q.low.*c - q.margin.value));
+            leaf.quad.high[k] = roundedUp(narrowed(p.high.*c + p.margin.value, q.high.*c + q.margin.value));
+            leaf.normals[k] = narrowed(p.cross.*c * p.perArea, q.cross.*c * q.perArea);
+        };
+        put(&PairVec::x, 0);
+        put(&PairVec::y, 1);
+        put(&PairVec::z, 2);
+        shortest2_ = smallerOf(shortest2_, smallerOf(p.shortest2, q.shortest2));
+        longest2_ = largerOf(longest2_, largerOf(p.longest2, q.longest2));
+        leaf.boxed = leaf.normal = p.bounded | q.bounded << PAIR;
+    }
+
+    static void putBox(const Box& box, Leaf& leaf, int lane) {
+        const Vec3& low = box.low;
+        const Vec3& high = box.high;
+        leaf.quad.low[0][lane] = drape::roundedDown(low.x);
+        leaf.quad.low[1][lane] = drape::roundedDown(low.y);
+        leaf.quad.low[2][lane] = drape::roundedDown(low.z);
+        leaf.quad.high[0][lane] = drape::roundedUp(high.x);
+        leaf.quad.high[1][lane] = drape::roundedUp(high.y);
+        leaf.quad.high[2][lane] = drape::roundedUp(high.z);
+    }
+
+    // A triangle that the quick measure leaves open, a needle, or no triangle at all.
+    void putAlone(std::int32_t triangle, Leaf& leaf, int lane) {
+        for (int k = 0; k < 3; ++k) { // inside out
+            leaf.quad.low[k][lane] = ENDLESS;
+            leaf.quad.high[k][lane] = -ENDLESS;
+        }
+        if (triangle > tree_.triCount_)
+            return;
+        const MeasuredTriangle measured(mesh_, triangle);
+        const TriangleShape& shape = measured.shape;
+        anyUnbounded_ |= !(margins::distanceSlack(shape, 0.0, tolerance_).sum() < margins::ENDLESS);
+        // What has no plane is never hit, so its box needs no margin.
+        const bool hasPlane = measured.hasPlane();
+        const double margin = hasPlane ? margins::hitMargin(shape, tolerance_, reach_, extent_) : 0.0;
+        if (!(margin < margins::ENDLESS)) {
+            tree_.addNeedle(triangle);
+            return;
+        }
+        const Vec3 aside{margin, margin, margin};
+        putBox({measured.box().low - aside, measured.box().high + aside}, leaf, lane);
+        if (!hasPlane)
+            return;
+        const Vec3 normal = shape.cross / std::sqrt(shape.area2);
+        leaf.normals[0][lane] = static_cast<float>(normal.x);
+        leaf.normals[1][lane] = static_cast<float>(normal.y);
+        leaf.normals[2][lane] = static_cast<float>(normal.z);
+        leaf.normal |= 1u << lane;
+    }
+
+    void fillUpperQuad(int level, std::int64_t node) {
+        const Quad* children = tree_.quads_ + tree_.levelStart_[level - 1] + ARITY * node;
+        const auto present =
+            static_cast<int>(std::min<std::int64_t>(ARITY, tree_.levelSize_[level - 1] - ARITY * node));
+        Quad& quad = tree_.quads_[tree_.levelStart_[level] + node];
+        for (int k = 0; k < 3; ++k) {
+            FloatLanes low[ARITY], high[ARITY];
+            for (int lane = 0; lane < ARITY; ++lane) {
+                low[lane] = lane < present ? children[lane].low[k] : FloatLanes{} + ENDLESS;
+                high[lane] = lane < present ? children[lane].high[k] : FloatLanes{} - ENDLESS;
+            }
+            quad.low[k] = smallestOfEach(low);
+            quad.high[k] = largestOfEach(high);
+        }
+        Cone::Part parts[ARITY];
+        int partCount = 0;
+        for (int lane = 0; lane < present; ++lane)
+            if (!children[lane].cone.holdsNothing())
+                parts[partCount++] = children[lane].cone.asPart();
+        quad.cone = Cone::around(parts, partCount);
+    }
+
+    TriangleTree& tree_;
+    const SurfaceMesh mesh_; // a copy, which no store to the quads can touch
+    double tolerance_, reach_, extent_;
+    DoublePair shortest2_ = margins::ENDLESS + DoublePair{}, longest2_ = {};
+    bool anyUnbounded_ = false;
+};
+
+bool TriangleTree::build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status) {
+    triCount_ = mesh.triCount;
     Box extent = Box::nothing();
     for (std::int32_t v = 1; v <= mesh.vertCount; ++v)
         extent.include(mesh.vertex(v));
@@ -82,97 +284,12 @@ bool TriangleTree::begin(const SurfaceMesh& mesh, double tolerance, double reach
         !(reach < margins::LARGEST_SINGLE) || !(reach > 1.0 / margins::LARGEST_SINGLE) ||
         !(tolerance < margins::LARGEST_SINGLE))
         return true;
-    triCount_ = mesh.triCount;
-    extent_ = margins::sizeOf(size);
     layOutLevels(mesh.triCount);
     constexpr std::int64_t words = sizeof(Quad) / sizeof(std::int32_t);
     if (!quadBlock_.take((levelStart_[levelCount_ - 1] + 1) * words, status))
         return false;
     quads_ = reinterpret_cast<Quad*>(quadBlock_.data());
-    return true;
-}
-
-void TriangleTree::addNeedle(std::int32_t triangle) {
-    if (needleCount_ < MAX_NEEDLES)
-        needles_[needleCount_++] = triangle;
-    else
-        levelCount_ = 0;
-}
-
-void TriangleTree::putBox(std::int32_t triangle, const MeasuredTriangle& measured, Quad& quad, int lane) {
-    // What has no plane is never hit.
-    if (!measured.hasPlane())
-        return;
-    const double margin = margins::hitMargin(measured.shape, tolerance_, reach_, extent_);
-    if (!(margin < margins::ENDLESS)) {
-        addNeedle(triangle);
-        return;
-    }
-    Box box{measured.a, measured.a};
-    box.include(measured.b);
-    box.include(measured.c);
-    const Vec3 low = box.low - Vec3{margin, margin, margin};
-    const Vec3 high = box.high + Vec3{margin, margin, margin};
-    quad.low[0][lane] = roundedDown(low.x);
-    quad.low[1][lane] = roundedDown(low.y);
-    quad.low[2][lane] = roundedDown(low.z);
-    quad.high[0][lane] = roundedUp(high.x);
-    quad.high[1][lane] = roundedUp(high.y);
-    quad.high[2][lane] = roundedUp(high.z);
-    parts_[partCount_++] = {(1.0 / measured.shape.area) * measured.shape.cross, margins::COPLANAR_COSINE};
-}
-
-void TriangleTree::put(std::int32_t triangle, const MeasuredTriangle& measured) {
-    if (!usable())
-        return;
-    const int lane = (triangle - 1) % ARITY;
-    Quad& quad = quads_[(triangle - 1) / ARITY];
-    if (lane == 0) {
-        for (int k = 0; k < 3; ++k) {
-            quad.low[k] = FloatLanes{} + ENDLESS;
-            quad.high[k] = FloatLanes{} - ENDLESS;
-        }
-        partCount_ = 0;
-    }
-    putBox(triangle, measured, quad, lane);
-    if (lane == ARITY - 1 || triangle == triCount_)
-        quad.cone = Cone::around(parts_, partCount_);
-}
-
-void TriangleTree::fillUpperQuad(int level, std::int64_t node) {
-    Quad& quad = quads_[levelStart_[level] + node];
-    Cone::Part parts[ARITY];
-    int partCount = 0;
-    for (int lane = 0; lane < ARITY; ++lane) {
-        const std::int64_t child = ARITY * node + lane;
-        const bool present = child < levelSize_[level - 1];
-        const Quad& below = quads_[levelStart_[level - 1] + (present ? child : ARITY * node)];
-        for (int k = 0; k < 3; ++k) {
-            quad.low[k][lane] = ENDLESS;
-            quad.high[k][lane] = -ENDLESS;
-            for (int part = 0; present && part < ARITY; ++part) {
-                quad.low[k][lane] = std::min<float>(quad.low[k][lane], below.low[k][part]);
-                quad.high[k][lane] = std::max<float>(quad.high[k][lane], below.high[k][part]);
-            }
-        }
-        if (present && !below.cone.holdsNothing())
-            parts[partCount++] = below.cone.asPart();
-    }
-    quad.cone = Cone::around(parts, partCount);
-}
-
-void TriangleTree::finish() {
-    for (int level = 1; level < levelCount_; ++level)
-        for (std::int64_t node = 0; node < levelSize_[level]; ++node)
-            fillUpperQuad(level, node);
-}
-
-bool TriangleTree::build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status) {
-    if (!begin(mesh, tolerance, reach, status))
-        return false;
-    for (std::int32_t t = 1; t <= mesh.triCount; ++t)
-        put(t, MeasuredTriangle(mesh, t));
-    finish();
+    Builder(*this, mesh, tolerance, reach, margins::sizeOf(size)).run();
     return true;
 }
 

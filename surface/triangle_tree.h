@@ -1,4 +1,5 @@
-// The mesh triangles as a tree of boxes, for the question which of them a circle can meet.
+// The mesh triangles as a tree of boxes, for the questions which of them a circle can meet and which lie
+// nearest to a point.
 //
 // Triangles are numbered along a space-filling curve, so boxes over runs of numbers make the tree. A box
 // holds every place where the exact cut could report a hit on its triangles, so a search goes to the few
@@ -13,22 +14,22 @@
 #include "surface/circle_triangle.h"
 #include "surface/lanes.h"
 #include "surface/margins.h"
-#include "surface/measured_triangle.h"
+
+#include <algorithm>
 
 namespace drape {
 
 class TriangleTree {
 public:
-    // Takes 37 bytes per triangle. `reach` bounds the radius of all circles. After begin, `put` is called for
-    // all triangles in order, and then finish. False with a work-array code.
-    bool begin(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status);
-    void put(std::int32_t triangle, const MeasuredTriangle& measured);
-    void finish();
+    // Takes 37 bytes per triangle. `reach` bounds the radius of all circles. False with a work-array code.
     bool build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status);
     void release(std::int32_t& status) { quadBlock_.release(status); }
 
     // False if the mesh can't be bounded: too many needles, or coordinates out of all proportion.
     bool usable() const { return levelCount_ > 0; }
+
+    // What no triangle's distance is off by more, at the origin: not bound where there are slivers.
+    const margins::DistanceSlack& largestSlack() const { return slack_; }
 
     // Calls visit(triangle) for every triangle on which the circle, whose axis has unit length, can have a
     // hit, and perhaps for others, in no order that means anything, until visit returns false.
@@ -41,6 +42,22 @@ public:
     template <class Visit>
     void forEachNearArc(const Circle& circle, const margins::ForwardArc& arc, Visit visit) const {
         forEach(Arc(circle, arc), visit);
+    }
+
+    // Calls visit(triangle) for every triangle whose distance from `point`, as the exact test gives it, can
+    // be at most `distance`, which may become less meanwhile.
+    template <class Visit>
+    void forEachWithin(const Vec3& point, const double& distance, Visit visit) const {
+        const auto visitAndGoOn = [&](std::int32_t triangle) {
+            visit(triangle);
+            return true;
+        };
+        if (usable() && margins::largestCoordinate(point) < margins::LARGEST_SINGLE) {
+            forEach(Vicinity(point, distance, slack_), visitAndGoOn);
+            return;
+        }
+        for (std::int32_t triangle = 1; triangle <= triCount_; ++triangle)
+            visit(triangle);
     }
 
 private:
@@ -60,6 +77,9 @@ private:
             double cosine;
         };
         static Cone around(const Part* parts, int count);
+        // Around the unit normals in the lanes of a mask; fills up the others.
+        static Cone around(FloatLanes (&normals)[3], unsigned present);
+        static Cone around(const Vec3& middle, double turn, double spread);
         static Cone ofNothing() { return {{0.0f, 0.0f, 0.0f}, 2.0f}; }
         bool holdsNothing() const { return limit > 1.0f; }
         Part asPart() const { return {{axis[0], axis[1], axis[2]}, limit}; }
@@ -118,6 +138,7 @@ private:
 
     struct Rim {
         explicit Rim(const Circle& circle) : band(circle) {}
+        bool isNearlyCoplanar(const Cone& cone) const { return band.isNearlyCoplanar(cone); }
         unsigned test(const Quad& quad, bool coplanar) const {
             return maskOf(band.test(quad, coplanar ? band.disc : band.rim));
         }
@@ -126,6 +147,7 @@ private:
 
     struct Arc {
         Arc(const Circle& circle, const margins::ForwardArc& arc);
+        bool isNearlyCoplanar(const Cone& cone) const { return band.isNearlyCoplanar(cone); }
         unsigned test(const Quad& quad, bool coplanar) const {
             const unsigned met =
                 maskOf((low[0] <= quad.high[0]) & (quad.low[0] <= high[0]) & (low[1] <= quad.high[1]) &
@@ -134,6 +156,28 @@ private:
         }
         Band band;
         FloatLanes low[3], high[3];
+    };
+
+    // What lies no further from a point than `distance`, which is read anew for each quad.
+    struct Vicinity {
+        Vicinity(const Vec3& point, const double& furthest, const margins::DistanceSlack& exactTest);
+        bool isNearlyCoplanar(const Cone&) const { return false; }
+        unsigned test(const Quad& quad, bool) const {
+            FloatLanes gap2 = {};
+            for (int c = 0; c < 3; ++c) {
+                const FloatLanes gap = largerOf(quad.low[c] - place[c], place[c] - quad.high[c]);
+                const FloatLanes beyond = largerOf(gap, FloatLanes{});
+                gap2 += beyond * beyond;
+            }
+            // No box is endlessly far off, but what stands for no box.
+            const double reach = std::min((distance + slack) * WIDENING, 10.0 * margins::LARGEST_SINGLE);
+            return maskOf(gap2 <= roundedUp(reach * reach) + FloatLanes{});
+        }
+
+        static constexpr double WIDENING = 1.0 + margins::SINGLE_SLACK;
+        FloatLanes place[3];
+        const double& distance;
+        double slack;
     };
 
     template <class Test, class Visit>
@@ -148,7 +192,7 @@ private:
             const Node node = pending[--depth];
             const Quad& quad = quads_[levelStart_[node.level] + node.index];
             // What the cone over a quad rules out needn't be asked below it.
-            const bool coplanar = node.mayBeCoplanar && test.band.isNearlyCoplanar(quad.cone);
+            const bool coplanar = node.mayBeCoplanar && test.isNearlyCoplanar(quad.cone);
             unsigned met = test.test(quad, coplanar);
             for (std::int64_t child = ARITY * node.index; met != 0; ++child, met >>= 1) {
                 if ((met & 1) == 0)
@@ -161,20 +205,18 @@ private:
         }
     }
 
+    class Builder;
+
     void layOutLevels(std::int64_t triangles);
     void addNeedle(std::int32_t triangle);
-    void putBox(std::int32_t triangle, const MeasuredTriangle& measured, Quad& quad, int lane);
-    void fillUpperQuad(int level, std::int64_t node);
 
-    double tolerance_ = 0.0, reach_ = 0.0, extent_ = 0.0;
+    margins::DistanceSlack slack_;
     std::int32_t triCount_ = 0;
     int levelCount_ = 0; // the last level holds one quad
     std::int64_t levelStart_[MAX_LEVELS] = {};
     std::int64_t levelSize_[MAX_LEVELS] = {};
     std::int32_t needles_[MAX_NEEDLES] = {};
     std::int32_t needleCount_ = 0;
-    Cone::Part parts_[ARITY]; // of the quad of triangles that is being filled
-    int partCount_ = 0;
     Quad* quads_ = nullptr;
     WorkArray<std::int32_t> quadBlock_;
 };

@@ -163,16 +163,19 @@ TEST(Margins, BoundsSettleARangeAsTheExactDistanceDoes) {
     for (int round = 0; round < 6000; ++round) {
         const Scene scene(random);
         Soup soup;
-        for (int k = 0; k < 8; ++k)
+        const int count = round % 2 == 0 ? 8 : 2; // of which none may be a sliver
+        for (int k = 0; k < count; ++k)
             soup.add(randomTriangle(scene, random));
-        TriangleBounds bounds;
+        const SurfaceMesh& mesh = soup.finished();
+        TriangleTree tree;
         std::int32_t status = 0;
-        ASSERT_TRUE(bounds.build(soup.finished(), scene.tolerance, status));
-        for (std::int32_t t = 1; t <= 8; ++t)
-            for (int k = 0; k < 12; ++k) {
+        ASSERT_TRUE(tree.build(mesh, scene.tolerance, scene.size, status));
+        for (std::int32_t t = 1; t <= count; ++t)
+            for (int k = 0; k < 96 / count; ++k) {
                 const Vec3 p = pointNear(soup.triangle(t), scene, random);
                 const double distance = exactDistance(p, soup.triangle(t), scene.tolerance);
-                ASSERT_LE(bounds.distanceBelow(t, p), distance);
+                const BoundedTriangle bounded(mesh, t, tree.largestSlack());
+                ASSERT_LE(bounded.distanceBelow(p, scene.tolerance), distance);
                 const double size = power(random, -17.0, random.below(2) == 0 ? -13.0 : -1.0);
                 const double off = random.below(2) == 0 ? size : -size;
                 const double reach =
@@ -181,7 +184,8 @@ TEST(Margins, BoundsSettleARangeAsTheExactDistanceDoes) {
                     continue;
                 const Ball ball(p, reach - scene.tolerance, scene.tolerance);
                 const Range exact = ball.radius + ball.tolerance > distance ? Range::in : Range::out;
-                for (const Range range : {bounds.inRange(t, ball), bounds.inRangeByCorners(t, ball)}) {
+                const bool byCorner = bounded.inRangeByCorner(mesh.corner(t, k % 3), ball);
+                for (const Range range : {bounded.inRange(ball), byCorner ? Range::in : Range::unknown}) {
                     ++(range == Range::unknown ? open : settled);
                     ASSERT_TRUE(range == Range::unknown || range == exact)
                         << "size " << scene.size << " offset " << scene.offset / scene.size << " tolerance "
@@ -189,7 +193,7 @@ TEST(Margins, BoundsSettleARangeAsTheExactDistanceDoes) {
                         << (reach - distance) / distance;
                 }
             }
-        bounds.release(status);
+        tree.release(status);
     }
     EXPECT_GT(settled, 60000);
     EXPECT_GT(open, 100000);
@@ -420,6 +424,51 @@ TEST(Margins, TheTreeOfTrianglesLeavesOutNothingThatTheForwardArcHits) {
     }
     EXPECT_GT(hits, 5000);
     EXPECT_LT(visited, asked / 3);
+}
+
+TEST(Margins, TheTreeOfTrianglesLeavesOutNothingThatIsNearAPoint) {
+    Random random(48);
+    int near = 0, visited = 0, asked = 0;
+    for (int round = 0; round < 12000; ++round) {
+        const Scene scene(random);
+        Soup soup;
+        const int count = 1 + random.below(30);
+        const bool sound = random.below(2) == 0; // no slivers, of which none can be left out
+        if (!sound)
+            fill(soup, scene, count, random);
+        for (int k = 0; sound && k < count; ++k) {
+            const Vec3 a = scene.origin + 10.0 * scene.size * randomVector(random);
+            const Vec3 along = scene.size * randomDirection(random);
+            const Vec3 across = scene.size * unitNormal(along, randomDirection(random));
+            soup.add({a, a + along, a + random.between(-1.0, 2.0) * along + across});
+        }
+        TriangleTree tree;
+        std::int32_t status = 0;
+        ASSERT_TRUE(tree.build(soup.finished(), scene.tolerance, scene.size, status));
+        for (int k = 0; k < 20; ++k) {
+            const Vec3 p = k == 0 ? power(random, 10.0, 80.0) * randomVector(random)
+                                  : pointNear(soup.triangle(1 + random.below(count)), scene, random);
+            const auto distanceTo = [&](std::int32_t t) {
+                return exactDistance(p, soup.triangle(t), scene.tolerance);
+            };
+            double distance = distanceTo(1 + random.below(count));
+            std::set<std::int32_t> met;
+            tree.forEachWithin(p, distance, [&](std::int32_t t) { met.insert(t); });
+            visited += static_cast<int>(met.size());
+            asked += count;
+            for (std::int32_t t = 1; t <= count; ++t)
+                if (distanceTo(t) <= distance) {
+                    ++near;
+                    ASSERT_EQ(met.count(t), 1u)
+                        << "size " << scene.size << " offset " << scene.offset / scene.size << " tolerance "
+                        << scene.tolerance / scene.size << " distance " << distance / scene.size;
+                }
+            ASSERT_TRUE(met.empty() || *met.rbegin() <= count);
+        }
+        tree.release(status);
+    }
+    EXPECT_GT(near, 10000);
+    EXPECT_LT(visited, asked / 10 * 9);
 }
 
 // A wall of a regular lattice, turned any way, and circles that lie in it but for rounding: the cut's points

@@ -1,0 +1,55 @@
+// Two triangles measured side by side, which takes the set-up little longer than one.
+#pragma once
+
+#include "run/model.h"
+#include "surface/lanes.h"
+
+namespace drape {
+
+struct PairVec {
+    DoublePair x, y, z;
+};
+inline PairVec operator-(const PairVec& a, const PairVec& b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+inline DoublePair vor(const PairVec& v) {
+    return v.x * v.x + v.y * v.y + v.z * v.z;
+}
+inline PairVec parvis(const PairVec& a, const PairVec& b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+inline PairVec smallerOf(const PairVec& a, const PairVec& b) {
+    return {smallerOf(a.x, b.x), smallerOf(a.y, b.y), smallerOf(a.z, b.z)};
+}
+inline PairVec largerOf(const PairVec& a, const PairVec& b) {
+    return {largerOf(a.x, b.x), largerOf(a.y, b.y), largerOf(a.z, b.z)};
+}
+
+// The same measures as in MeasuredTriangle, with the box.
+struct TrianglePair {
+    TrianglePair(const SurfaceMesh& mesh, std::int32_t first, std::int32_t second) {
+        const PairVec a = corners(mesh, first, second, 0);
+        const PairVec b = corners(mesh, first, second, 1);
+        const PairVec c = corners(mesh, first, second, 2);
+        const PairVec ab = b - a, ac = c - a;
+        const DoublePair ab2 = vor(ab), bc2 = vor(c - b), ca2 = vor(ac);
+        longest2 = largerOf(ab2, largerOf(bc2, ca2));
+        shortest2 = smallerOf(ab2, smallerOf(bc2, ca2));
+        cross = parvis(ab, ac);
+        area2 = vor(cross);
+        low = smallerOf(a, smallerOf(b, c));
+        high = largerOf(a, largerOf(b, c));
+    }
+
+    DoublePair longest2, shortest2, area2;
+    PairVec cross, low, high;
+
+private:
+    static PairVec corners(const SurfaceMesh& mesh, std::int32_t first, std::int32_t second, int k) {
+        const Vec3 p = mesh.corner(first, k);
+        const Vec3 q = mesh.corner(second, k);
+        return {pairOf(p.x, q.x), pairOf(p.y, q.y), pairOf(p.z, q.z)};
+    }
+};
+
+} // namespace drape
