@@ -1,0 +1,212 @@
+// The arrays that the graphics card draws, made of those of the core: in single precision, so seen from the
+// middle of the part. The cloth is the part of it that lies over the mould, cell by cell, with its place in
+// space and on the pattern at every corner, so that both views draw the same arrays.
+
+import { ShapeUtils, Vector2 } from "three";
+
+const cellSize = 32; // bytes: four int32 nodes, the shear as a double, whether it lies on the surface
+
+export function mouldGeometry(positions, corners) {
+    const low = [Infinity, Infinity, Infinity];
+    const high = [-Infinity, -Infinity, -Infinity];
+    for (let n = 0; n < positions.length; ++n) {
+        low[n % 3] = Math.min(low[n % 3], positions[n]);
+        high[n % 3] = Math.max(high[n % 3], positions[n]);
+    }
+    const origin = low.map((value, k) => 0.5 * (value + high[k]));
+    const place = new Float32Array(positions.length);
+    for (let n = 0; n < positions.length; ++n) {
+        place[n] = positions[n] - origin[n % 3];
+    }
+    const index = new Uint32Array(corners.length);
+    for (let n = 0; n < corners.length; ++n) {
+        index[n] = corners[n] - 1;
+    }
+    return { origin, size: high.map((value, k) => value - low[k]), position: place, normal: normalsOf(place, index), index };
+}
+
+// Means over the triangles around each vertex, by their area.
+function normalsOf(position, index) {
+    const normal = new Float32Array(position.length);
+    for (let t = 0; t < index.length; t += 3) {
+        const [a, b, c] = [3 * index[t], 3 * index[t + 1], 3 * index[t + 2]];
+        const u = [0, 1, 2].map((k) => position[b + k] - position[a + k]);
+        const v = [0, 1, 2].map((k) => position[c + k] - position[a + k]);
+        const n = [u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]];
+        for (let k = 0; k < 3; ++k) {
+            normal[a + k] += n[k];
+            normal[b + k] += n[k];
+            normal[c + k] += n[k];
+        }
+    }
+    for (let n = 0; n < normal.length; n += 3) {
+        const length = Math.hypot(normal[n], normal[n + 1], normal[n + 2]) || 1;
+        normal[n] /= length;
+        normal[n + 1] /= length;
+        normal[n + 2] /= length;
+    }
+    return normal;
+}
+
+// Pairs of vertices along closed outlines, each given as its count and its vertices.
+export function outlineSegments(outlines, position) {
+    const segments = [];
+    for (let at = 0; at < outlines.length; ) {
+        const count = outlines[at++];
+        for (let k = 0; k < count; ++k) {
+            for (const vertex of [outlines[at + k], outlines[at + ((k + 1) % count)]]) {
+                segments.push(position[3 * vertex], position[3 * vertex + 1], position[3 * vertex + 2]);
+            }
+        }
+        at += count;
+    }
+    return new Float32Array(segments);
+}
+
+// Triangles of the polygons of one cell: solid ones run anticlockwise, holes clockwise.
+function trianglesOf(polygons) {
+    const solid = polygons.filter((polygon) => ShapeUtils.area(polygon) > 0);
+    const holes = polygons.filter((polygon) => ShapeUtils.area(polygon) < 0);
+    return solid.map((outline, n) => {
+        const inside = n === 0 ? holes : [];
+        return { points: [outline, ...inside].flat(), faces: ShapeUtils.triangulateShape(outline, inside) };
+    });
+}
+
+// What stays the same for every vertex of a cell, and its four corners.
+class CellReader {
+    constructor(core, arrays, origin, steps) {
+        const records = core.records(arrays.cells, cellSize);
+        this.nodes = new Int32Array(records.buffer, records.address, records.count * 8);
+        this.shears = new Float64Array(records.buffer, records.address, records.count * 4);
+        this.marks = new Uint8Array(records.buffer, records.address, records.count * cellSize);
+        this.position = core.doubles(arrays.position);
+        this.flat = core.doubles(arrays.flat);
+        this.normal = core.doubles(arrays.normal);
+        this.origin = origin;
+        this.steps = steps;
+    }
+
+    read(cell) {
+        this.cell = cell;
+        this.corner = [0, 1, 2, 3].map((k) => this.nodes[8 * cell + k]);
+        this.shear = this.shears[4 * cell + 2];
+        this.onSurface = this.marks[cellSize * cell + 24];
+        this.low = [this.flat[2 * this.corner[0]], this.flat[2 * this.corner[0] + 1]];
+        this.column = Math.round(this.low[0] / this.steps[0]);
+        this.row = Math.round(this.low[1] / this.steps[1]);
+    }
+
+    // A value of the corners at shares u and v of the cell.
+    mixed(values, k, u, v) {
+        const [a, b, c, d] = this.corner.map((node) => values[3 * node + k]);
+        return (1 - v) * ((1 - u) * a + u * b) + v * ((1 - u) * d + u * c);
+    }
+}
+
+class ClothArrays {
+    constructor(vertices, triangles) {
+        this.position = new Float32Array(3 * vertices);
+        this.normal = new Float32Array(3 * vertices);
+        this.flat = new Float32Array(2 * vertices);
+        this.inCell = new Float32Array(2 * vertices);
+        this.info = new Float32Array(4 * vertices); // shear, column, row, whether all of the cell is on the surface
+        this.index = new Uint32Array(3 * triangles);
+        this.vertices = 0;
+        this.indices = 0;
+    }
+
+    addVertex(reader, u, v) {
+        const n = this.vertices++;
+        for (let k = 0; k < 3; ++k) {
+            this.position[3 * n + k] = reader.mixed(reader.position, k, u, v) - reader.origin[k];
+            this.normal[3 * n + k] = reader.mixed(reader.normal, k, u, v) || 0;
+        }
+        this.flat[2 * n] = reader.low[0] + u * reader.steps[0];
+        this.flat[2 * n + 1] = reader.low[1] + v * reader.steps[1];
+        this.inCell[2 * n] = u;
+        this.inCell[2 * n + 1] = v;
+        this.info.set([reader.shear, reader.column, reader.row, reader.onSurface], 4 * n);
+        return n;
+    }
+
+    addTriangle(a, b, c) {
+        this.index[this.indices++] = a;
+        this.index[this.indices++] = b;
+        this.index[this.indices++] = c;
+    }
+}
+
+// The cut cells' polygons by cell: [cell, list of polygons].
+function cutCells(core, arrays) {
+    const points = core.doubles(arrays.clipped);
+    const ends = core.ints(arrays.clippedEnds);
+    const cells = core.ints(arrays.clippedCells);
+    const cut = [];
+    for (let n = 0, first = 0; n < ends.length; first = ends[n++]) {
+        const polygon = [];
+        for (let k = first; k < ends[n]; ++k) {
+            polygon.push(new Vector2(points[2 * k], points[2 * k + 1]));
+        }
+        if (cut.length === 0 || cut.at(-1)[0] !== cells[n]) {
+            cut.push([cells[n], []]);
+        }
+        cut.at(-1)[1].push(polygon);
+    }
+    return cut.map(([cell, polygons]) => [cell, trianglesOf(polygons)]);
+}
+
+// The first `whole` cells have four vertices each, in order around the cell.
+export function clothGeometry(core, arrays, origin, steps) {
+    const whole = core.ints(arrays.wholeCells);
+    const cut = cutCells(core, arrays);
+    const parts = cut.flatMap(([, shapes]) => shapes);
+    const cloth = new ClothArrays(
+        4 * whole.length + parts.reduce((sum, part) => sum + part.points.length, 0),
+        2 * whole.length + parts.reduce((sum, part) => sum + part.faces.length, 0),
+    );
+    const reader = new CellReader(core, arrays, origin, steps);
+    for (const cell of whole) {
+        reader.read(cell);
+        const [a, b, c, d] = [[0, 0], [1, 0], [1, 1], [0, 1]].map(([u, v]) => cloth.addVertex(reader, u, v));
+        cloth.addTriangle(a, b, c);
+        cloth.addTriangle(a, c, d);
+    }
+    for (const [cell, shapes] of cut) {
+        reader.read(cell);
+        for (const { points, faces } of shapes) {
+            const first = cloth.vertices;
+            for (const point of points) {
+                cloth.addVertex(reader, (point.x - reader.low[0]) / steps[0], (point.y - reader.low[1]) / steps[1]);
+            }
+            for (const [a, b, c] of faces) {
+                cloth.addTriangle(first + a, first + b, first + c);
+            }
+        }
+    }
+    const { position, normal, flat, inCell, info, index } = cloth;
+    return { position, normal, flat, inCell, info, index, whole: whole.length };
+}
+
+// Segments of the net's lines on the pattern and in space, with their kind: 0 the mould's edge, 1 the same just
+// beyond the cloth, 2 the cloth's own edge.
+export function netLines(core, arrays, origin) {
+    const flat = core.doubles(arrays.flatLines);
+    const space = core.doubles(arrays.spaceLines);
+    const kinds = core.ints(arrays.borders);
+    const lines = { edge: { flat: [], space: [] }, cloth: { flat: [], space: [] } };
+    let first = 0;
+    for (const end of core.ints(arrays.lineEnds)) {
+        for (let k = first; k < end; ++k) {
+            const next = k + 1 < end ? k + 1 : first;
+            const line = kinds[k] === 2 ? lines.cloth : lines.edge;
+            line.flat.push(flat[2 * k], flat[2 * k + 1], 0, flat[2 * next], flat[2 * next + 1], 0);
+            for (const n of [k, next]) {
+                line.space.push(...[0, 1, 2].map((axis) => space[3 * n + axis] - origin[axis]));
+            }
+        }
+        first = end;
+    }
+    const packed = ({ flat: f, space: s }) => ({ flat: new Float32Array(f), space: new Float32Array(s) });
+    return { edge: packed(lines.edge), cloth: packed(lines.cloth) };
+}

@@ -1,0 +1,711 @@
+// The page: one part, its settings and their history, the latest drape, and what hands, keys and files do to
+// them. The page never waits: whatever takes time is done by workers, and of drapes only the newest is asked for.
+
+import { Vector3 } from "three";
+import { Engine, Latest } from "./engine.js";
+import { ownAssets, ownPart, patternSvg, save } from "./files.js";
+import { Marks } from "./handle.js";
+import { colourText } from "./materials.js";
+import { adviceOn, short, showEnd, showFigures, showHistogram, showLegend, showNotes, showSummary } from "./panel.js";
+import { commandLine, History, sameSurface, settingsFrom, settingsOfReport } from "./settings.js";
+import { Stage } from "./stage.js";
+import { Sweep } from "./sweep.js";
+
+const element = (id) => document.getElementById(id);
+const all = (selector) => [...document.querySelectorAll(selector)];
+
+const frame = 1000 / 36; // milliseconds that a drape may take while something is dragged
+const fewestCells = 900; // of the coarser cloth that is shown then
+const patience = 250; // milliseconds before the page says that it works
+
+const page = {
+    assets: null,
+    colours: null,
+    engine: null,
+    stage: null,
+    marks: null,
+    part: null, // {file, bytes, polygons}
+    prepared: null, // settings for which the worker holds the surface
+    surface: null,
+    settings: settingsFrom({}),
+    history: null,
+    result: null, // the latest drape
+    cells: null, // vertices of its cells by column and row
+    perCell: 0, // milliseconds that a cell takes
+    sweep: null,
+    sweepCsv: null,
+    counted: 0, // when the histogram was drawn
+    times: [], // when the latest drapes of a drag were shown
+};
+
+// ---- telling
+
+function complain(error) {
+    if (error.kind === "stopped") {
+        return;
+    }
+    element("problem").hidden = false;
+    element("problem").querySelector("p").textContent = `${sentence(error.message)} ${adviceOn(error)}`.trim();
+}
+
+const sentence = (text) => `${text[0].toUpperCase()}${text.slice(1)}${/[.!?]$/.test(text) ? "" : "."}`;
+
+let chipTimer = 0;
+let chipDepth = 0;
+
+// Runs `work` and says so if it takes its time.
+async function busy(text, work) {
+    document.body.dataset.state = "busy";
+    ++chipDepth;
+    clearTimeout(chipTimer);
+    chipTimer = setTimeout(() => {
+        element("chip-text").textContent = text;
+        element("chip").hidden = false;
+    }, patience);
+    try {
+        return await work();
+    } finally {
+        if (--chipDepth === 0) {
+            clearTimeout(chipTimer);
+            element("chip").hidden = true;
+            document.body.dataset.state = "ready";
+        }
+    }
+}
+
+// ---- the engine
+
+async function startEngine() {
+    page.engine = new Engine(page.assets.worker);
+    page.prepared = null;
+    page.colours = await page.engine.ask("begin", { wasm: page.assets.wasm });
+}
+
+// Gives up whatever the worker does. What was shown stays.
+async function stopWork() {
+    page.engine.stop();
+    drapes.clear();
+    page.settings = page.history?.now ?? page.settings;
+    showSettings();
+    await startEngine();
+    if (page.part) {
+        await page.engine.ask("open", page.part);
+    }
+}
+
+async function prepare(settings) {
+    const surface = await page.engine.ask("prepare", { settings, drawn: true });
+    page.prepared = settings;
+    page.surface = surface;
+    page.stage.setMould(surface);
+    clearSweep();
+    element("part-name").textContent = page.part.file;
+    element("part-name").title = page.part.file;
+    element("part-facts").textContent =
+        `${surface.triangles.toLocaleString("en")} triangles, ${surface.mould.size.map((value) => short(value, 3)).join(" × ")}`;
+    element("holes-row").hidden = surface.holes === 0 && !settings.fillHoles;
+}
+
+// `settings` with cells so large that a drape keeps up with the pointer.
+function eased(settings) {
+    const cells = page.result?.report.result.cells ?? 0;
+    const factor = Math.min(Math.sqrt((page.perCell * cells) / frame), Math.sqrt(cells / fewestCells));
+    if (!page.result || !(factor > 1.1)) {
+        return settings;
+    }
+    const step = settings.step ?? page.result.usualStep;
+    return { ...settings, step: step.map((length) => length * factor) };
+}
+
+const drapes = new Latest(async ({ settings, dragging }) => {
+    const work = async () => {
+        if (!page.prepared || !sameSurface(page.prepared, settings)) {
+            await prepare(settings);
+        }
+        const asked = dragging ? eased(settings) : settings;
+        const begin = performance.now();
+        const reply = await page.engine.ask("drape", { settings: asked });
+        const took = performance.now() - begin;
+        const perCell = took / Math.max(reply.report.result.cells, fewestCells);
+        page.perCell = page.perCell === 0 ? perCell : Math.min(perCell, 0.5 * (page.perCell + perCell));
+        reply.usualStep = settings.step ?? page.surface.steps;
+        showDrape(reply, { dragging, coarse: asked !== settings, took });
+    };
+    try {
+        await (dragging ? work() : busy("Draping", work));
+    } catch (error) {
+        if (!dragging || error.kind === "crash") {
+            complain(error);
+        }
+        if (error.kind === "crash") {
+            await stopWork();
+        }
+    }
+});
+
+// Makes `settings` those of the page. While something is dragged they are no step of the history yet.
+function apply(settings, { dragging = false } = {}) {
+    page.settings = settings;
+    if (!dragging) {
+        page.history?.commit(settings);
+    }
+    showSettings();
+    return drapes.put({ settings, dragging });
+}
+
+const change = (part, how) => apply({ ...page.settings, ...part }, how);
+
+// ---- showing
+
+function speedFigure(dragging, coarse, took) {
+    if (!dragging) {
+        page.times = [];
+        return ["this drape", took < 1000 ? took.toFixed(0) : (took / 1000).toFixed(1), took < 1000 ? "ms" : "s"];
+    }
+    const now = performance.now();
+    page.times = [...page.times.filter((time) => now - time < 1000), now];
+    const rate = page.times.length > 1 ? ((page.times.length - 1) * 1000) / (now - page.times[0]) : 0;
+    return [coarse ? "drapes a second, coarser" : "drapes a second", rate.toFixed(0), ""];
+}
+
+function showDrape(reply, { dragging, coarse, took }) {
+    const { stage, marks, colours } = page;
+    page.result = reply;
+    stage.setCloth(reply);
+    // A scale that changed with every drape of a drag would flicker.
+    if (!dragging || reply.scale.top > page.scale.top) {
+        page.scale = reply.scale;
+        stage.setScale(page.scale);
+        showLegend(colours, page.scale);
+    }
+    if (!drapes.hasNewer && !grip) {
+        marks.show(reply.report.choice);
+    }
+    marks.showEnd(reply.report.result.endedNear);
+    showFigures(reply.report, speedFigure(dragging, coarse, took));
+    if (!dragging || performance.now() - page.counted > 100) {
+        page.counted = performance.now();
+        showHistogram(reply.report.shear, colours, page.scale);
+    }
+    stage.followPattern(reply.report.pattern.extent, dragging);
+    const { width, height } = reply.report.pattern;
+    element("pattern-size").textContent = `${short(width)} × ${short(height)}`;
+    document.body.dataset.drapes = Number(document.body.dataset.drapes ?? 0) + 1;
+    if (dragging) {
+        return;
+    }
+    page.cells = null;
+    showSummary(reply.summary);
+    showNotes([...page.surface.notes, ...reply.notes], reply.report);
+    showEnd(reply);
+    element("command").value = commandLine(page.part.file, page.settings);
+    element("spoken").textContent = reply.summary.split("\n").slice(4, 7).map((line) => line.slice(10)).join(". ");
+}
+
+function showSettings() {
+    const { settings } = page;
+    const fill = (id, value) => {
+        if (document.activeElement !== element(id)) {
+            element(id).value = value ?? "";
+        }
+    };
+    settings.seed?.forEach((value, k) => fill(`seed-${k}`, Number(value.toPrecision(6))));
+    fill("angle", Number(settings.angle.toFixed(3)));
+    element("angle-range").value = settings.angle;
+    fill("locking", settings.locking);
+    element("locking-range").value = settings.locking;
+    fill("step-a", settings.step && Number(settings.step[0].toPrecision(6)));
+    fill("step-b", settings.step && Number(settings.step[1].toPrecision(6)));
+    ["step-a", "step-b"].forEach((id, k) => {
+        element(id).placeholder = page.surface ? `${short(page.surface.steps[k])}` : "";
+    });
+    element("side").value = settings.side?.join(",") ?? "";
+    element("fill-holes").checked = settings.fillHoles;
+    for (const name of ["pivot", "within"]) {
+        for (const choice of all(`input[name="${name}"]`)) {
+            choice.checked = choice.value === String(settings[name] ?? "");
+        }
+    }
+    element("undo").disabled = !page.history?.canGoBack;
+    element("redo").disabled = !page.history?.canGoForth;
+}
+
+function applyTheme(theme) {
+    document.documentElement.dataset.theme = theme;
+    const style = getComputedStyle(document.documentElement);
+    const colour = (name) => style.getPropertyValue(`--${name}`).trim();
+    page.stage?.setTheme({
+        rim: colour("rim"), light: colour("lit"), mould: colour("mould"), edge: colour("soft"),
+        line: colour("net"), clothEdge: colour("alarm"),
+    });
+}
+
+// ---- parts
+
+async function openPart(part, given = {}) {
+    await busy(`Reading ${part.file}`, async () => {
+        // A part that can't be opened leaves the one that was there.
+        const engine = new Engine(page.assets.worker);
+        try {
+            await engine.ask("begin", { wasm: page.assets.wasm });
+            await engine.ask("open", part);
+            page.engine.stop();
+            page.engine = engine;
+        } catch (error) {
+            engine.stop();
+            throw error;
+        }
+        const settings = settingsFrom(given);
+        page.part = part;
+        page.result = null;
+        page.perCell = 0;
+        await prepare(settings);
+        if (!settings.seed) {
+            settings.seed = (await page.engine.ask("start", { settings })).seed;
+        }
+        element("problem").hidden = true;
+        page.stage.fit(page.surface.towards);
+        page.stage.fitPattern([0, 0, 0, 0]);
+        page.initial = settings;
+        page.history = new History(settings);
+        await apply(settings);
+    });
+}
+
+async function openFile(file) {
+    const name = file.name;
+    try {
+        if (/\.json$/i.test(name)) {
+            const settings = settingsOfReport(JSON.parse(await file.text()));
+            await apply({ ...settings, seed: settings.seed ?? page.settings.seed });
+            return;
+        }
+        await openPart({ file: name, bytes: new Uint8Array(await file.arrayBuffer()) });
+    } catch (error) {
+        complain(error instanceof SyntaxError ? new Error(`${name} isn't whole JSON`) : Object.assign(new Error(`can't read ${name}: ${error.message}`), { kind: error.kind }));
+    }
+}
+
+// ---- starts
+
+async function bestStart() {
+    if (!page.part) {
+        return;
+    }
+    try {
+        const { seed } = await busy("Looking for a start", () => page.engine.ask("start", { settings: page.settings }));
+        await change({ seed });
+    } catch (error) {
+        complain(error);
+    }
+}
+
+function clearSweep() {
+    page.sweep?.stop();
+    page.sweepCsv = null;
+    page.marks.showSweep([], () => {});
+    element("sweep-list").hidden = true;
+    element("save-sweep").hidden = true;
+}
+
+async function runSweep() {
+    if (page.sweep) {
+        page.sweep.stop();
+        return;
+    }
+    const progress = element("sweep-progress");
+    const settings = { ...page.settings, angle: 0 };
+    clearSweep();
+    const sweep = (page.sweep = new Sweep());
+    element("sweep").textContent = "Stop";
+    try {
+        const seeds = Number(element("sweep-seeds").value);
+        const { candidates } = await page.engine.ask("candidates", { settings: { ...settings, seeds } });
+        progress.hidden = false;
+        const results = await sweep.run(page.assets, page.part, settings, candidates, (done, of) => {
+            progress.max = of;
+            progress.value = done;
+        });
+        if (results.length > 0 && page.sweep === sweep) {
+            const ranked = await page.engine.ask("rank", { settings: { results, within: settings.within } });
+            page.sweepCsv = ranked.csv;
+            showSweep(ranked.results);
+        }
+    } catch (error) {
+        complain(error);
+    } finally {
+        page.sweep = null;
+        progress.hidden = true;
+        element("sweep").textContent = "Sweep starts";
+    }
+}
+
+// `ranked` best first; of each seed the best angle stands for it.
+function showSweep(ranked) {
+    const seen = new Set();
+    const starts = ranked.filter(({ seed }) => !seen.has(String(seed)) && seen.add(String(seed)));
+    const most = Math.max(...starts.map((start) => start.largestShear), 1);
+    const { locking } = page.settings;
+    const scale = { top: most, locking: Math.min(locking, most) };
+    const words = (start) =>
+        !start.ran ? "can't be draped from here"
+        : !start.whole ? `ended with code ${start.status}`
+        : `${start.largestShear.toFixed(1)}° largest, ${start.meanShear.toFixed(1)}° mean`;
+    const shown = starts.map((start) => ({
+        ...start,
+        colour: start.whole ? colourText(page.colours, scale, start.largestShear) : "#8b1e1a",
+        words: words(start),
+        label: `angle ${short(start.angle)}°: ${words(start)}, ${(100 * start.coveredShare).toFixed(0)} % covered`,
+    }));
+    const choose = ({ seed, angle }) => change({ seed, angle });
+    page.marks.showSweep(shown, choose);
+    const list = element("sweep-list");
+    list.hidden = false;
+    list.replaceChildren(
+        ...shown.slice(0, 6).map((start, rank) => {
+            const button = document.createElement("button");
+            button.type = "button";
+            const dot = document.createElement("i");
+            dot.style.background = start.colour;
+            const text = document.createElement("span");
+            text.textContent = `${rank + 1}. ${start.words}`;
+            const more = document.createElement("small");
+            more.textContent = `${short(start.angle)}°`;
+            button.append(dot, text, more);
+            button.addEventListener("click", () => choose(start));
+            const item = document.createElement("li");
+            item.append(button);
+            return item;
+        }),
+    );
+    element("save-sweep").hidden = false;
+    element("spoken").textContent = `Sweep done. Best: ${shown[0].label}`;
+}
+
+// ---- hands
+
+let grip = null; // what is dragged
+
+function takeHold(event, kind) {
+    if (!page.result || event.button !== 0) {
+        return;
+    }
+    event.preventDefault();
+    event.stopPropagation();
+    grip = { kind, pointer: event.pointerId, offset: null };
+    page.stage.controls.enabled = false;
+    page.stage.hurry(true);
+    event.target.setPointerCapture(event.pointerId);
+    element("space").focus({ preventScroll: true });
+    element("hint").style.opacity = 0;
+    element("tip").hidden = true;
+}
+
+function pull(event) {
+    if (!grip || event.pointerId !== grip.pointer) {
+        return;
+    }
+    if (grip.kind === "seed") {
+        const hit = page.stage.hitMould(event);
+        if (hit) {
+            page.marks.move(hit);
+            change({ seed: hit.point.toArray().map((value, k) => value + page.stage.origin[k]) }, { dragging: true });
+        }
+        return;
+    }
+    const seen = page.marks.angleOf(page.stage.rayAt(event));
+    if (seen !== null) {
+        const { plyAngle, angle } = page.result.report.choice;
+        const turned = ((Math.round(event.altKey ? 10 * seen : seen) / (event.altKey ? 10 : 1)) - plyAngle + angle);
+        const wrapped = turned - 360 * Math.ceil((turned - 180) / 360);
+        page.marks.turnTo(wrapped - angle + plyAngle);
+        change({ angle: Number(wrapped.toFixed(6)) }, { dragging: true });
+    }
+}
+
+function letGo(event) {
+    if (grip && event.pointerId === grip.pointer) {
+        grip = null;
+        page.stage.controls.enabled = true;
+        page.stage.hurry(false);
+        apply(page.settings);
+    }
+}
+
+function showTip(event, cell) {
+    page.stage.setHover(cell);
+    const tip = element("tip");
+    tip.hidden = !cell;
+    if (cell) {
+        tip.textContent = cell.onSurface
+            ? `shear ${Math.abs(cell.shear).toFixed(1)}°, warp yarn ${cell.row}, weft yarn ${cell.column}`
+            : `rim cell, warp yarn ${cell.row}, weft yarn ${cell.column}`;
+        const left = Math.min(event.clientX + 16, window.innerWidth - tip.offsetWidth - 8);
+        tip.style.left = `${left}px`;
+        tip.style.top = `${Math.max(event.clientY - 38, 8)}px`;
+    }
+}
+
+function hoverOver(event) {
+    if (grip || event.buttons || !page.result || drapes.busy || event.pointerType === "touch") {
+        return;
+    }
+    if (event.currentTarget.id === "space") {
+        const over = event.target.closest("#handle, #ended, button, #sweep-marks");
+        showTip(event, over ? null : page.stage.cellInSpace(event));
+    } else {
+        page.cells ??= page.stage.cellTable();
+        showTip(event, page.stage.cellOnPattern(event, page.cells, page.result.report.choice.step));
+    }
+}
+
+function seedTo(event) {
+    const hit = page.stage.hitMould(event);
+    if (hit && page.result && !event.target.closest("button")) {
+        change({ seed: hit.point.toArray().map((value, k) => value + page.stage.origin[k]) });
+    }
+}
+
+// ---- keys
+
+function step(along, across) {
+    const { seed, warp, weft, step: [a, b] } = page.result.report.choice;
+    const to = new Vector3(...seed).addScaledVector(new Vector3(...warp), along * a).addScaledVector(new Vector3(...weft), across * b);
+    change({ seed: to.toArray() });
+}
+
+function turn(by) {
+    const angle = page.settings.angle + by;
+    change({ angle: Number((angle - 360 * Math.ceil((angle - 180) / 360)).toFixed(6)) });
+}
+
+function onKey(event) {
+    const typing = event.target.matches("input:not([type=radio]):not([type=checkbox]):not([type=range]), textarea, select");
+    const control = event.ctrlKey || event.metaKey;
+    const key = event.key.length === 1 ? event.key.toLowerCase() : event.key;
+    if (control && (key === "z" || key === "y") && !typing) {
+        event.preventDefault();
+        travel(key === "y" || event.shiftKey ? "forth" : "back");
+        return;
+    }
+    if (typing || control || event.altKey || !page.result || document.querySelector("dialog[open]")) {
+        return;
+    }
+    const far = event.shiftKey ? 5 : 1;
+    const moves = { ArrowLeft: [-far, 0], ArrowRight: [far, 0], ArrowUp: [0, far], ArrowDown: [0, -far] };
+    const inView = document.activeElement === element("space");
+    const acts = {
+        b: bestStart, s: runSweep, f: () => page.stage.fit(page.surface.towards),
+        "?": () => element("help-sheet").showModal(),
+        ",": () => turn(-1), ".": () => turn(1), "<": () => turn(-15), ">": () => turn(15), ";": () => turn(-15), ":": () => turn(15),
+    };
+    if (inView && moves[key]) {
+        event.preventDefault();
+        step(...moves[key]);
+    } else if (acts[key]) {
+        event.preventDefault();
+        acts[key]();
+    }
+}
+
+function travel(way) {
+    if (page.history) {
+        page.settings = page.history[way]();
+        showSettings();
+        drapes.put({ settings: page.settings, dragging: false });
+    }
+}
+
+// ---- saving
+
+async function saveAs(kind) {
+    const stem = page.part.file.replace(/\.[^.]*$/, "");
+    if (kind === "svg") {
+        save(`${stem}.pattern.svg`, patternSvg(page.result, page.colours), "image/svg+xml");
+    } else if (kind === "sweep") {
+        save(`${stem}.sweep.csv`, page.sweepCsv, "text/csv");
+    } else if (kind === "json") {
+        const text = JSON.stringify({ ...page.result.report, settings: page.settings }, null, 2);
+        save(`${stem}.json`, `${text}\n`, "application/json");
+    } else {
+        try {
+            const { bytes } = await busy("Writing", () => page.engine.ask("file", { settings: { ...page.settings, kind } }));
+            save(kind === "csv" ? `${stem}.fibres.csv` : `${stem}.${kind}`, bytes, "application/octet-stream");
+        } catch (error) {
+            complain(error);
+        }
+    }
+    element("save").open = false;
+}
+
+// ---- the page's own parts
+
+function numberIn(id) {
+    const text = element(id).value.trim();
+    const value = Number(text);
+    return text !== "" && Number.isFinite(value) ? value : null;
+}
+
+function listenToSettings() {
+    for (const k of [0, 1, 2]) {
+        element(`seed-${k}`).addEventListener("change", () => {
+            const value = numberIn(`seed-${k}`);
+            if (value !== null && page.settings.seed) {
+                change({ seed: page.settings.seed.map((old, n) => (n === k ? value : old)) });
+            }
+        });
+    }
+    for (const [name, low, high] of [["angle", -360000, 360000], ["locking", 0, 90]]) {
+        element(name).addEventListener("change", () => {
+            const value = numberIn(name);
+            if (value !== null && value >= low && value <= high) {
+                change({ [name]: value });
+            }
+            showSettings();
+        });
+        element(`${name}-range`).addEventListener("input", (event) => change({ [name]: Number(event.target.value) }, { dragging: true }));
+        element(`${name}-range`).addEventListener("change", () => apply(page.settings));
+    }
+    for (const id of ["step-a", "step-b"]) {
+        element(id).addEventListener("change", () => {
+            const typed = numberIn(id);
+            const other = numberIn(id === "step-a" ? "step-b" : "step-a");
+            const pair = id === "step-a" ? [typed, other ?? typed] : [other ?? typed, typed];
+            const lengths = typed === null ? (other === null ? null : [other, other]) : pair;
+            if (lengths === null || lengths.every((length) => length > 0)) {
+                change({ step: lengths });
+            }
+            showSettings();
+        });
+    }
+    const scaleStep = (factor) => () => {
+        const now = page.settings.step ?? page.surface?.steps;
+        if (now) {
+            change({ step: now.map((length) => Number((length * factor).toPrecision(3))) });
+        }
+    };
+    element("finer").addEventListener("click", scaleStep(0.8));
+    element("coarser").addEventListener("click", scaleStep(1.25));
+    element("usual-step").addEventListener("click", () => change({ step: null }));
+    for (const choice of all('input[type="radio"]')) {
+        choice.addEventListener("change", () => change({ [choice.name]: choice.value || null }));
+    }
+    element("side").addEventListener("change", ({ target }) =>
+        change({ side: target.value ? target.value.split(",").map(Number) : null }));
+    element("flip").addEventListener("click", () => {
+        const towards = page.settings.side ?? page.surface?.towards;
+        const normal = page.result?.report.choice.normal ?? [0, 0, 1];
+        const from = towards?.some((value) => value !== 0) ? towards : normal;
+        change({ side: from.map((value) => -value || 0) });
+    });
+    element("fill-holes").addEventListener("change", ({ target }) => change({ fillHoles: target.checked }));
+    element("settings").addEventListener("submit", (event) => event.preventDefault());
+}
+
+function listenToViews() {
+    element("seed-touch").addEventListener("pointerdown", (event) => takeHold(event, "seed"));
+    element("knob-touch").addEventListener("pointerdown", (event) => takeHold(event, "angle"));
+    window.addEventListener("pointermove", pull);
+    window.addEventListener("pointerup", letGo);
+    window.addEventListener("pointercancel", letGo);
+    element("space").addEventListener("dblclick", seedTo);
+    for (const id of ["space", "flat"]) {
+        element(id).addEventListener("pointermove", hoverOver);
+        element(id).addEventListener("pointerleave", (event) => showTip(event, null));
+    }
+    element("fit").addEventListener("click", () => page.stage.fit(page.surface?.towards));
+    element("fit-pattern").addEventListener("click", () => page.result && page.stage.fitPattern(page.result.report.pattern.extent));
+    for (const button of all("#ended [data-do]")) {
+        const acts = { best: bestStart, sweep: runSweep, max: () => change({ within: "max" }) };
+        button.addEventListener("click", acts[button.dataset.do]);
+    }
+    new ResizeObserver(() => page.result && showHistogram(page.result.report.shear, page.colours, page.scale)).observe(element("shear-panel"));
+}
+
+function listenToFiles() {
+    element("open").addEventListener("change", ({ target }) => {
+        if (target.files[0]) {
+            openFile(target.files[0]);
+        }
+        target.value = "";
+    });
+    element("samples").addEventListener("change", async ({ target }) => {
+        const sample = page.assets.samples.find(({ file }) => file === target.value);
+        target.value = "";
+        await openPart({ file: sample.file, bytes: await sample.read() }).catch(complain);
+    });
+    window.addEventListener("dragover", (event) => {
+        event.preventDefault();
+        element("drop").hidden = false;
+    });
+    window.addEventListener("dragleave", (event) => {
+        element("drop").hidden = event.relatedTarget === null;
+    });
+    window.addEventListener("drop", (event) => {
+        event.preventDefault();
+        element("drop").hidden = true;
+        if (event.dataTransfer.files[0]) {
+            openFile(event.dataTransfer.files[0]);
+        }
+    });
+    for (const button of all("[data-save]")) {
+        button.addEventListener("click", () => page.result && saveAs(button.dataset.save));
+    }
+    element("copy").addEventListener("click", async () => {
+        element("command").select();
+        await navigator.clipboard?.writeText(element("command").value).catch(() => document.execCommand("copy"));
+        element("copy").textContent = "Copied";
+        setTimeout(() => (element("copy").textContent = "Copy command"), 1500);
+    });
+    document.addEventListener("pointerdown", (event) => {
+        if (!event.target.closest("#save")) {
+            element("save").open = false;
+        }
+    });
+}
+
+function listenToButtons() {
+    element("undo").addEventListener("click", () => travel("back"));
+    element("redo").addEventListener("click", () => travel("forth"));
+    element("reset").addEventListener("click", () => page.initial && apply(page.initial));
+    element("best").addEventListener("click", bestStart);
+    element("sweep").addEventListener("click", runSweep);
+    element("stop").addEventListener("click", stopWork);
+    element("help").addEventListener("click", () => element("help-sheet").showModal());
+    element("theme").addEventListener("click", () =>
+        applyTheme(document.documentElement.dataset.theme === "dark" ? "light" : "dark"));
+    element("problem").querySelector("button").addEventListener("click", () => (element("problem").hidden = true));
+    document.addEventListener("keydown", onKey);
+}
+
+async function begin() {
+    page.assets = await ownAssets();
+    await startEngine();
+    page.stage = new Stage(element("canvas"), element("space"), element("flat"), page.colours);
+    page.marks = new Marks(page.stage);
+    page.stage.beforeDraw = () => page.marks.place();
+    const dark = window.matchMedia("(prefers-color-scheme: dark)");
+    applyTheme(dark.matches ? "dark" : "light");
+    dark.addEventListener("change", () => applyTheme(dark.matches ? "dark" : "light"));
+    for (const { file, title } of page.assets.samples) {
+        element("samples").append(new Option(title, file));
+    }
+    listenToSettings();
+    listenToViews();
+    listenToFiles();
+    listenToButtons();
+    showSettings();
+    const own = ownPart();
+    if (own) {
+        document.title = `${own.part.file} - Drape`;
+        await openPart(own.part, own.settings);
+    } else {
+        const sample = page.assets.samples[0];
+        await openPart({ file: sample.file, bytes: await sample.read() });
+    }
+}
+
+begin().catch((error) => {
+    document.body.dataset.state = "failed";
+    complain(error);
+});

@@ -1,0 +1,431 @@
+// The two views, drawn by one graphics context behind the page: the mould with its cloth, and the flat pattern.
+// Each is drawn into the place of an element of the page, and only when something has changed.
+
+import {
+    BufferAttribute,
+    BufferGeometry,
+    Color,
+    Group,
+    LineSegments,
+    LineBasicMaterial,
+    Mesh,
+    OrthographicCamera,
+    PerspectiveCamera,
+    Raycaster,
+    Scene,
+    Vector2,
+    Vector3,
+    WebGLRenderer,
+    MOUSE,
+    TOUCH,
+} from "three";
+import { OrbitControls } from "three/examples/jsm/controls/OrbitControls.js";
+import { LineMaterial } from "three/examples/jsm/lines/LineMaterial.js";
+import { LineSegments2 } from "three/examples/jsm/lines/LineSegments2.js";
+import { LineSegmentsGeometry } from "three/examples/jsm/lines/LineSegmentsGeometry.js";
+import { acceleratedRaycast, MeshBVH } from "three-mesh-bvh";
+import { clothMaterial, colourStrip, mouldMaterial } from "./materials.js";
+
+Mesh.prototype.raycast = acceleratedRaycast;
+
+// While something is dragged, frames that take longer than this are drawn with fewer pixels.
+const slowFrame = 34; // milliseconds
+const fewestPixels = 0.5; // of the screen's, along each side
+
+const mostForHover = 400000; // triangles of cloth for which a search tree is made to find the one under the pointer
+
+function orbit(camera, element) {
+    const controls = new OrbitControls(camera, element);
+    controls.enableDamping = false;
+    controls.zoomToCursor = true;
+    return controls;
+}
+
+// Without a graphics card every pixel costs time.
+function drawsInSoftware() {
+    const context = document.createElement("canvas").getContext("webgl2");
+    const details = context?.getExtension("WEBGL_debug_renderer_info");
+    const name = details ? context.getParameter(details.UNMASKED_RENDERER_WEBGL) : "";
+    context?.getExtension("WEBGL_lose_context")?.loseContext();
+    return /swiftshader|llvmpipe|software|basic render/i.test(name);
+}
+
+export class Stage {
+    #renderer;
+    #scene = new Scene();
+    #flatScene = new Scene();
+    #part = new Group();
+    #flat = new Group();
+    #wanted = false;
+    #tree = null;
+    #clothTree = false;
+    #before = 0; // when the frame before was drawn
+    #share = 1; // of the screen's pixels, along each side
+    #hurried = false;
+    #untouched = true; // nobody has moved the pattern by hand
+    beforeDraw = () => {};
+
+    constructor(canvas, mouldElement, patternElement, colours) {
+        this.mouldElement = mouldElement;
+        this.patternElement = patternElement;
+        this.canvas = canvas;
+        this.#renderer = new WebGLRenderer({
+            canvas,
+            antialias: !drawsInSoftware(),
+            alpha: true,
+            powerPreference: "high-performance",
+        });
+        this.#renderer.setScissorTest(true);
+        this.#renderer.setClearColor(0x000000, 0);
+        this.camera = new PerspectiveCamera(28, 1, 0.1, 1000);
+        this.camera.up.set(0, 0, 1);
+        this.controls = orbit(this.camera, mouldElement);
+        this.flatCamera = new OrthographicCamera(-1, 1, 1, -1, -1000, 1000);
+        this.flatControls = orbit(this.flatCamera, patternElement);
+        this.flatControls.enableRotate = false;
+        this.flatControls.mouseButtons = { LEFT: MOUSE.PAN, MIDDLE: MOUSE.DOLLY, RIGHT: MOUSE.PAN };
+        this.flatControls.touches = { ONE: TOUCH.PAN, TWO: TOUCH.DOLLY_PAN };
+        this.controls.addEventListener("change", () => this.draw());
+        this.flatControls.addEventListener("change", () => this.draw());
+        this.flatControls.addEventListener("start", () => (this.#untouched = false));
+        this.shared = {
+            strip: { value: colourStrip(colours) },
+            locking: { value: 45 },
+            top: { value: 60 },
+            rim: { value: new Color() },
+            light: { value: new Color() },
+            mould: { value: new Color() },
+            bias: { value: 0 },
+            hover: { value: { x: 0, y: 0, z: 0, w: 0 } },
+        };
+        this.#scene.add(this.#part);
+        this.#flatScene.add(this.#flat);
+        this.#makeObjects();
+        new ResizeObserver(() => this.draw()).observe(mouldElement);
+        new ResizeObserver(() => this.draw()).observe(patternElement);
+        window.addEventListener("resize", () => this.draw());
+    }
+
+    #makeObjects() {
+        const fat = (width, dashed = false) =>
+            new LineMaterial({ color: 0x000000, linewidth: width, dashed, dashSize: 1, gapSize: 0.7 });
+        this.mouldMesh = new Mesh(new BufferGeometry(), mouldMaterial(this.shared));
+        this.edges = new LineSegments(new BufferGeometry(), new LineBasicMaterial());
+        this.cloth = new Mesh(new BufferGeometry(), clothMaterial(this.shared, false));
+        this.pattern = new Mesh(this.cloth.geometry, clothMaterial(this.shared, true));
+        this.pattern.frustumCulled = this.cloth.frustumCulled = false;
+        this.lines = {};
+        for (const kind of ["edge", "cloth"]) {
+            const width = kind === "edge" ? 1.8 : 2.2;
+            this.lines[kind] = {
+                space: new LineSegments2(new LineSegmentsGeometry(), fat(width)),
+                flat: new LineSegments2(new LineSegmentsGeometry(), fat(width)),
+            };
+            this.#part.add(this.lines[kind].space);
+            this.#flat.add(this.lines[kind].flat);
+        }
+        this.#part.add(this.mouldMesh, this.edges, this.cloth);
+        this.#flat.add(this.pattern);
+    }
+
+    setTheme({ rim, light, mould, edge, line, clothEdge }) {
+        this.shared.rim.value.setStyle(rim, "");
+        this.shared.light.value.setStyle(light, "");
+        this.shared.mould.value.setStyle(mould, "");
+        this.edges.material.color.setStyle(edge);
+        for (const place of ["space", "flat"]) {
+            this.lines.edge[place].material.color.setStyle(line);
+            this.lines.cloth[place].material.color.setStyle(clothEdge);
+        }
+        this.draw();
+    }
+
+    setMould({ mould, outlines, tree }) {
+        const geometry = new BufferGeometry();
+        geometry.setAttribute("position", new BufferAttribute(mould.position, 3));
+        geometry.setAttribute("normal", new BufferAttribute(mould.normal, 3));
+        geometry.setIndex(new BufferAttribute(tree.index, 1));
+        this.#tree = MeshBVH.deserialize(tree, geometry);
+        geometry.boundsTree = this.#tree;
+        this.mouldMesh.geometry.dispose();
+        this.mouldMesh.geometry = geometry;
+        const edges = new BufferGeometry();
+        edges.setAttribute("position", new BufferAttribute(outlines, 3));
+        this.edges.geometry.dispose();
+        this.edges.geometry = edges;
+        this.origin = mould.origin;
+        this.size = Math.hypot(...mould.size) || 1;
+        this.extents = mould.size;
+        this.shared.bias.value = 0;
+        this.setCloth(null);
+        this.draw();
+    }
+
+    setCloth(reply) {
+        const geometry = new BufferGeometry();
+        if (reply) {
+            const { position, normal, flat, inCell, info, index } = reply.cloth;
+            geometry.setAttribute("position", new BufferAttribute(position, 3));
+            geometry.setAttribute("normal", new BufferAttribute(normal, 3));
+            geometry.setAttribute("flatPlace", new BufferAttribute(flat, 2));
+            geometry.setAttribute("inCell", new BufferAttribute(inCell, 2));
+            geometry.setAttribute("info", new BufferAttribute(info, 4));
+            geometry.setIndex(new BufferAttribute(index, 1));
+            const [a, b] = reply.report.choice.step;
+            this.shared.bias.value = 0.3 * Math.max(a, b);
+        }
+        this.cloth.geometry.dispose();
+        this.cloth.geometry = this.pattern.geometry = geometry;
+        this.#clothTree = false;
+        for (const kind of ["edge", "cloth"]) {
+            for (const place of ["space", "flat"]) {
+                const line = this.lines[kind][place];
+                const segments = reply?.net[kind][place] ?? [];
+                line.geometry.dispose();
+                line.geometry = new LineSegmentsGeometry();
+                line.visible = segments.length > 0;
+                if (line.visible) {
+                    line.geometry.setPositions(segments);
+                }
+            }
+        }
+        this.setHover(null);
+        this.draw();
+    }
+
+    setScale({ top, locking }) {
+        this.shared.top.value = top;
+        this.shared.locking.value = locking;
+    }
+
+    setHover(cell) {
+        const hover = this.shared.hover.value;
+        if (cell) {
+            Object.assign(hover, { x: cell.column, y: cell.row, z: 1 });
+        } else {
+            hover.z = 0;
+        }
+        this.draw();
+    }
+
+    // Looks at the whole part from a corner on the side of the cloth.
+    fit(towards = [0, 0, 1]) {
+        const up = new Vector3(...towards);
+        const from = new Vector3(-0.42, -0.78, 0.62);
+        if (Math.abs(up.z) < 0.5) {
+            from.copy(up).multiplyScalar(1.2).add(new Vector3(-0.3, -0.3, 0.45));
+        } else if (up.z < 0) {
+            from.z = -from.z;
+        }
+        const { clientWidth: width, clientHeight: height } = this.mouldElement;
+        const away = this.#distanceFor(from.normalize(), width / Math.max(height, 1));
+        this.controls.target.set(0, 0, 0);
+        this.camera.position.copy(from).multiplyScalar(away);
+        this.camera.near = away / 200;
+        this.camera.far = away * 6;
+        this.camera.updateProjectionMatrix();
+        this.controls.update();
+        this.draw();
+    }
+
+    // How far off along `from` the box around the part is seen whole.
+    #distanceFor(from, aspect) {
+        const right = new Vector3().crossVectors(this.camera.up, from).normalize();
+        const up = new Vector3().crossVectors(from, right);
+        const tall = Math.tan((0.5 * this.camera.fov * Math.PI) / 180) * 0.84;
+        const wide = tall * aspect * 1.06;
+        let away = this.size;
+        for (let k = 0; k < 8; ++k) {
+            const corner = new Vector3(...this.extents.map((size, axis) => ((k >> axis) & 1 ? 0.5 : -0.5) * size));
+            const [x, y] = [Math.abs(corner.dot(right)), Math.abs(corner.dot(up))];
+            away = Math.max(away, corner.dot(from) + Math.max(x / wide, y / tall));
+        }
+        return away;
+    }
+
+    // Keeps a pattern in view that nobody has moved by hand, in the same scale if `sameScale`.
+    followPattern(extent, sameScale) {
+        if (this.#untouched) {
+            this.fitPattern(extent, sameScale ? this.flatPerPixel : undefined);
+        }
+    }
+
+    // Shows all of a pattern of this extent (low x, low y, high x, high y).
+    fitPattern([lowX, lowY, highX, highY], scale) {
+        const { clientWidth: width, clientHeight: height } = this.patternElement;
+        this.#untouched = true;
+        if (!(highX > lowX) || width === 0) {
+            return;
+        }
+        const heading = 56; // pixels
+        const margin = 18;
+        const perPixel = scale ?? Math.max(
+            (highX - lowX) / Math.max(width - 2 * margin, 1),
+            (highY - lowY) / Math.max(height - heading - margin, 1),
+        );
+        const middle = [0.5 * (lowX + highX), 0.5 * (lowY + highY + (heading - margin) * perPixel)];
+        this.flatPerPixel = perPixel;
+        this.flatCamera.zoom = 1;
+        this.flatControls.target.set(...middle, 0);
+        this.flatCamera.position.set(...middle, 10);
+        this.flatControls.update();
+        this.draw();
+    }
+
+    // The ray through a pointer's place, and where it meets the mould: {point, normal} seen from the middle.
+    #ray(event, element, camera) {
+        const box = element.getBoundingClientRect();
+        const x = ((event.clientX - box.left) / box.width) * 2 - 1;
+        const y = 1 - ((event.clientY - box.top) / box.height) * 2;
+        const caster = new Raycaster();
+        caster.firstHitOnly = true;
+        caster.setFromCamera(new Vector2(x, y), camera);
+        return caster;
+    }
+
+    rayAt(event) {
+        return this.#ray(event, this.mouldElement, this.camera).ray;
+    }
+
+    hitMould(event) {
+        if (!this.#tree) {
+            return null;
+        }
+        const [hit] = this.#ray(event, this.mouldElement, this.camera).intersectObject(this.mouldMesh);
+        return hit ? { point: hit.point, normal: hit.face.normal } : null;
+    }
+
+    // The cell of the cloth under a pointer over the mould.
+    cellInSpace(event) {
+        const geometry = this.cloth.geometry;
+        const count = geometry.index?.count ?? 0;
+        if (count === 0 || count > 3 * mostForHover) {
+            return null;
+        }
+        if (!this.#clothTree) {
+            geometry.boundsTree = new MeshBVH(geometry, { indirect: true });
+            this.#clothTree = true;
+        }
+        const caster = this.#ray(event, this.mouldElement, this.camera);
+        const [hit] = caster.intersectObject(this.cloth);
+        const [before] = caster.intersectObject(this.mouldMesh);
+        const hidden = hit && before && before.distance + this.shared.bias.value < hit.distance;
+        return hit && !hidden ? this.#cellOfVertex(hit.face.a) : null;
+    }
+
+    // The same over the pattern.
+    cellOnPattern(event, cells, [a, b]) {
+        const { origin } = this.#ray(event, this.patternElement, this.flatCamera).ray;
+        const vertex = cells?.get(`${Math.floor(origin.x / a)},${Math.floor(origin.y / b)}`);
+        return vertex === undefined ? null : this.#cellOfVertex(vertex);
+    }
+
+    #cellOfVertex(vertex) {
+        const info = this.cloth.geometry.getAttribute("info");
+        return {
+            shear: info.getX(vertex),
+            column: info.getY(vertex),
+            row: info.getZ(vertex),
+            onSurface: info.getW(vertex) > 0.5,
+        };
+    }
+
+    // A vertex of each cell by its column and row.
+    cellTable() {
+        const info = this.cloth.geometry.getAttribute("info");
+        const table = new Map();
+        for (let n = 0; n < (info?.count ?? 0); ++n) {
+            table.set(`${info.getY(n)},${info.getZ(n)}`, n);
+        }
+        return table;
+    }
+
+    // Where a point (from the middle) comes to lie on the page within the view over the mould, in pixels.
+    toScreen(point) {
+        const place = point.clone().project(this.camera);
+        const { clientWidth: width, clientHeight: height } = this.mouldElement;
+        return { x: (0.5 + 0.5 * place.x) * width, y: (0.5 - 0.5 * place.y) * height, behind: place.z > 1 };
+    }
+
+    // The same for a place on the pattern.
+    patternToScreen(x, y) {
+        const place = new Vector3(x, y, 0).project(this.flatCamera);
+        const { clientWidth: width, clientHeight: height } = this.patternElement;
+        return { x: (0.5 + 0.5 * place.x) * width, y: (0.5 - 0.5 * place.y) * height };
+    }
+
+    // Lengths in the mould's unit that a pixel shows at a point.
+    unitPerPixel(point) {
+        const distance = this.camera.position.distanceTo(point);
+        return (2 * distance * Math.tan((0.5 * this.camera.fov * Math.PI) / 180)) / this.mouldElement.clientHeight;
+    }
+
+    draw() {
+        if (!this.#wanted) {
+            this.#wanted = true;
+            requestAnimationFrame(() => {
+                this.#wanted = false;
+                this.#drawNow();
+            });
+        }
+    }
+
+    #drawNow() {
+        const { clientWidth: width, clientHeight: height } = this.canvas.parentElement;
+        this.#keepPace();
+        const ratio = Math.min(window.devicePixelRatio, 2) * this.#share;
+        const size = this.#renderer.getSize(new Vector2());
+        if (size.x !== width || size.y !== height || this.#renderer.getPixelRatio() !== ratio) {
+            this.#renderer.setPixelRatio(ratio);
+            this.#renderer.setSize(width, height, false);
+        }
+        this.#fitCameras();
+        this.beforeDraw();
+        this.#drawInto(this.mouldElement, this.#scene, this.camera, "space");
+        this.#drawInto(this.patternElement, this.#flatScene, this.flatCamera, "flat");
+    }
+
+    // Fewer pixels where frames follow each other too slowly.
+    #keepPace() {
+        const now = performance.now();
+        const took = now - this.#before;
+        this.#before = now;
+        if (this.#hurried && took > slowFrame && took < 500) {
+            this.#share = Math.max(fewestPixels, this.#share * 0.85);
+        }
+    }
+
+    // While something is dragged, keeping up goes before sharpness.
+    hurry(hurried) {
+        this.#hurried = hurried;
+        if (!hurried && this.#share < 1) {
+            this.#share = 1;
+            this.draw();
+        }
+    }
+
+    #fitCameras() {
+        const { clientWidth: width, clientHeight: height } = this.mouldElement;
+        this.camera.aspect = width / Math.max(height, 1);
+        this.camera.updateProjectionMatrix();
+        const flat = this.patternElement;
+        const perPixel = this.flatPerPixel ?? 1;
+        const halfWidth = 0.5 * flat.clientWidth * perPixel;
+        const halfHeight = 0.5 * flat.clientHeight * perPixel;
+        Object.assign(this.flatCamera, { left: -halfWidth, right: halfWidth, top: halfHeight, bottom: -halfHeight });
+        this.flatCamera.updateProjectionMatrix();
+    }
+
+    #drawInto(element, scene, camera, place) {
+        const box = element.getBoundingClientRect();
+        const whole = this.canvas.getBoundingClientRect();
+        const y = whole.bottom - box.bottom;
+        for (const kind of ["edge", "cloth"]) {
+            this.lines[kind][place].material.resolution.set(box.width, box.height);
+        }
+        this.#renderer.setViewport(box.left - whole.left, y, box.width, box.height);
+        this.#renderer.setScissor(box.left - whole.left, y, box.width, box.height);
+        this.#renderer.clear();
+        this.#renderer.render(scene, camera);
+    }
+}
