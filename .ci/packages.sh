@@ -1,10 +1,14 @@
 # Sourced by demo.sh and test.sh: installs Debian packages, and only those that are missing.
 
 TOOL_PACKAGES=(cmake ninja-build g++ pkg-config libassimp-dev libcgal-dev libcli11-dev nlohmann-json3-dev
-               libpugixml-dev libcairo2-dev libpolyclipping-dev fonts-dejavu-core python3)
+               libpugixml-dev libcairo2-dev libpolyclipping-dev zlib1g-dev fonts-dejavu-core python3)
 
 TEST_PACKAGES=("${TOOL_PACKAGES[@]}" clang libclang-rt-dev g++-multilib gfortran binutils valgrind libgtest-dev
                libbenchmark-dev parallel poppler-utils python3-ezdxf)
+
+# Programs that the tests run beside ours; without them the program itself does all but read CAD files.
+CAD_PACKAGES=(gmsh)
+SOLVER_PACKAGES=(calculix-ccx)
 
 # The Python package, what it's tested with and what its sources are checked with.
 PYTHON_PACKAGES=(python3-dev python3-venv python3-pip python3-setuptools python3-wheel python3-numpy python3-pybind11

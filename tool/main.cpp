@@ -17,6 +17,7 @@
 #include "tool/write/sweep_table.h"
 #include "tool/write/writers.h"
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <iostream>
@@ -32,21 +33,33 @@ constexpr const char* sweepEnding = ".sweep.csv";
 
 struct Work {
     Settings settings;
+    std::optional<ShellMesh> shell; // where the file numbers its elements
     Log log{Talk::normal};
     std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
 };
 
-// The seed that the settings name, if they name one. `filePoints` are the file's vertices in its order.
-std::optional<Point> namedSeed(const Settings& settings, const std::vector<Point>& filePoints) {
+// The seed that the settings name, if they name one: a vertex goes by its number in a file that numbers its
+// vertices, else by its place among them.
+std::optional<Point> namedSeed(const Settings& settings, const ImportedMesh& file) {
     if (!settings.seedVertex) {
         return settings.surface.seed;
     }
     const std::int64_t vertex = *settings.seedVertex;
-    if (vertex < 1 || vertex > static_cast<std::int64_t>(filePoints.size())) {
-        throw UsageError("--seed-vertex " + std::to_string(vertex) + ": the file has vertices 1 to " +
-                         std::to_string(filePoints.size()));
+    if (file.shell) {
+        const auto& numbers = file.shell->pointNumbers;
+        const auto found = std::find(numbers.begin(), numbers.end(), vertex);
+        if (found == numbers.end()) {
+            throw UsageError("--seed-vertex " + std::to_string(vertex) +
+                             ": no element of the surface has a node of this number");
+        }
+        return file.shell->points[static_cast<std::size_t>(found - numbers.begin())];
     }
-    return filePoints[static_cast<std::size_t>(vertex - 1)];
+    const auto& points = file.soup.points;
+    if (vertex < 1 || vertex > static_cast<std::int64_t>(points.size())) {
+        throw UsageError("--seed-vertex " + std::to_string(vertex) + ": the file has vertices 1 to " +
+                         std::to_string(points.size()));
+    }
+    return points[static_cast<std::size_t>(vertex - 1)];
 }
 
 // Whether the start is to be found by trying places around the middle.
@@ -56,11 +69,13 @@ bool looksForStart(const Settings& settings) {
 }
 
 Surface loadSurface(Work& work) {
-    const PolygonSoup soup = importMesh(work.settings.input);
+    const ImportedMesh file = importSurface(work.settings.input, work.settings.import);
+    const PolygonSoup& soup = file.soup;
     work.log.detail("read " + counted(soup.points.size(), "vertex", "vertices") + " and " +
                     counted(soup.polygons.size(), "face", "faces") + " from " + work.settings.input);
-    work.settings.surface.seed = namedSeed(work.settings, soup.points);
+    work.settings.surface.seed = namedSeed(work.settings, file);
     work.settings.surface.startsInMiddle = !looksForStart(work.settings);
+    work.shell = file.shell;
     ToldNotes notes(work.log);
     return preparedSurface(soup, work.settings.surface, work.settings.trial.start, notes.list());
 }
@@ -121,6 +136,14 @@ void warnOfPattern(const Work& work, const Trial& trial, const CutLines& cut) {
     }
 }
 
+std::vector<std::int64_t> faceNumbers(const Work& work) {
+    std::vector<std::int64_t> numbers;
+    for (std::size_t e = 0; work.shell && e < work.shell->elements.size(); ++e) {
+        numbers.push_back(work.shell->elements[e].number);
+    }
+    return numbers;
+}
+
 void writeOutputs(const Work& work, const Trial& trial, std::span<const CurveResult> curves,
                   const CutLines& cut, const std::string& report) {
     const Scene scene{trial.mould.get(),
@@ -134,7 +157,8 @@ void writeOutputs(const Work& work, const Trial& trial, std::span<const CurveRes
                       work.settings.ply,
                       std::filesystem::path(work.settings.input).filename().string(),
                       textOf(trial.side),
-                      work.settings.paper};
+                      work.settings.paper,
+                      faceNumbers(work)};
     std::string failures;
     for (const std::string& path : work.settings.outputs) {
         try {

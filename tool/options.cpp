@@ -75,7 +75,8 @@ Point directionOf(const std::string& option, const std::vector<double>& values, 
 struct Texts {
     std::string seed, seedVertex, start{"best"}, side, rosette, warp, angle, step, tolerance, pivot{"grid"},
         mostNodes, locking, within, part, jobs, millimetres, allowance, paper;
-    std::vector<std::string> clips;
+    std::string meshSize;
+    std::vector<std::string> clips, faces;
     bool noWeld = false;
 };
 
@@ -106,8 +107,22 @@ void wrapDescriptions(CLI::App& app) {
 }
 
 void addInputOptions(CLI::App& app, Settings& settings, Texts& texts) {
-    app.add_option("mesh", settings.input, "Surface to drape: OBJ, STL, PLY, OFF, glTF, 3MF and more")
+    app.add_option("mesh", settings.input,
+                   "Surface to drape: OBJ, STL, PLY, OFF, glTF, 3MF and more; shell meshes of solvers (.inp, "
+                   ".bdf, .fem, .nas), Gmsh and VTK; STEP, IGES and BREP where gmsh is installed")
         ->type_name("FILE");
+    app.add_option("--set", settings.import.sets,
+                   "Take this set of elements of a solver's mesh alone (PID7: property 7); can be repeated")
+        ->type_name("NAME")
+        ->take_all();
+    app.add_option("--face", texts.faces,
+                   "Take this face of a CAD file alone, counted from 1; a list (2,5), can be repeated")
+        ->type_name("K")
+        ->take_all();
+    app.add_option(
+           "--mesh-size", texts.meshSize,
+           "Longest side of the triangles that a CAD file is cut into, in mm [about 1/50 of the part]")
+        ->type_name("H");
     app.add_option("--clip", texts.clips,
                    "Keep the side of the plane through x0,y0,z0 to which nx,ny,nz points; can be repeated")
         ->type_name("x0,y0,z0,nx,ny,nz")
@@ -333,6 +348,24 @@ void understandSurface(const Texts& texts, Settings& settings) {
     }
 }
 
+void understandImport(const Texts& texts, Settings& settings) {
+    for (const std::string& text : texts.faces) {
+        std::vector<double> faces;
+        if (!readNumbers(text, faces)) {
+            throw UsageError("--face " + text + ": give numbers of faces, such as 2 or 2,5");
+        }
+        for (const double face : faces) {
+            if (!(face >= 1.0) || face != std::floor(face) || face > 1e9) {
+                throw UsageError("--face " + text + ": faces are counted from 1");
+            }
+            settings.import.faces.push_back(static_cast<std::int64_t>(face));
+        }
+    }
+    if (!texts.meshSize.empty()) {
+        settings.import.meshSize = positiveOf("--mesh-size", texts.meshSize);
+    }
+}
+
 void understandSweep(const Texts& texts, Settings& settings) {
     SweepSettings& sweep = settings.sweep;
     sweep.wanted = sweep.wanted || !sweep.seeds.empty() || !sweep.angles.empty();
@@ -431,6 +464,7 @@ bool readCommandLine(int argc, char** argv, Settings& settings) {
     understandNumbers(texts, settings);
     understandDrawings(texts, settings);
     understandSurface(texts, settings);
+    understandImport(texts, settings);
     understandSweep(texts, settings);
     checkOutputs(settings);
     std::for_each(settings.outputs.begin(), settings.outputs.end(), checkPlace);

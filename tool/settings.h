@@ -4,6 +4,7 @@
 #include "host/cloth/surface.h"
 #include "host/search/trial.h"
 #include "tool/draw/scene.h"
+#include "tool/read/mesh_import.h"
 
 #include <optional>
 #include <string>
@@ -24,13 +25,14 @@ struct SweepSettings {
 
 struct Settings {
     std::string input;
+    ImportWishes import;
     std::vector<std::string> outputs;
     std::vector<std::string> curves; // files
     bool cutCurves = false;          // where they leave the cloth
 
     SurfaceWishes surface;
     TrialWishes trial;
-    std::optional<std::int64_t> seedVertex; // 1-based, as the file counts
+    std::optional<std::int64_t> seedVertex; // as the file counts, or numbers, its vertices
     bool startAtMiddle = false;             // where no seed is named, else at the best place around it
     double angle = 0.0;                     // degrees
 

@@ -37,6 +37,7 @@ struct Scene {
     std::string mouldName;           // of the file
     std::string side;                // on which the cloth lies, in words
     std::optional<Paper> paper;      // for tiles instead of one page
+    std::vector<std::int64_t> faceNumbers; // of the file's faces, empty where they count from 1
 };
 
 } // namespace tool

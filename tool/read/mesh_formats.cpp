@@ -1,7 +1,9 @@
-// The four surface formats have readers of their own; assimp reads the rest.
+// The ending of a name chooses the reader; what has none of its own goes to assimp.
 #include "tool/read/mesh_formats.h"
 
 #include "host/mesh/error.h"
+#include "tool/read/cad_mesh.h"
+#include "tool/read/shell_readers.h"
 #include "tool/read/surface_formats.h"
 
 #include <algorithm>
@@ -52,26 +54,63 @@ PolygonSoup readScene(const std::string& path) {
     return soup;
 }
 
+using ShellReader = ShellMesh (*)(const std::string&);
+
+ShellReader shellReaderFor(const std::string& ending) {
+    constexpr std::array<std::pair<std::string_view, ShellReader>, 8> readers{{{"inp", readInpMesh},
+                                                                               {"bdf", readNastranMesh},
+                                                                               {"nas", readNastranMesh},
+                                                                               {"fem", readNastranMesh},
+                                                                               {"msh", readGmshMesh},
+                                                                               {"vtu", readVtuMesh},
+                                                                               {"vtp", readVtuMesh},
+                                                                               {"vtk", readVtkMesh}}};
+    const auto found = std::find_if(readers.begin(), readers.end(),
+                                    [&](const auto& reader) { return reader.first == ending; });
+    return found == readers.end() ? nullptr : found->second;
+}
+
+ImportedMesh importedShell(ShellMesh shell, const ImportWishes& wishes) {
+    if (!wishes.sets.empty()) {
+        shell = withinSets(shell, wishes.sets);
+    }
+    PolygonSoup soup = soupOf(shell);
+    return {std::move(soup), std::move(shell)};
+}
+
 } // namespace
 
-PolygonSoup readMeshFile(const std::string& path) {
+std::string endingOf(const std::string& path) {
     const std::size_t dot = path.find_last_of("./");
     std::string ending = dot == std::string::npos || path[dot] == '/' ? "" : path.substr(dot + 1);
     std::transform(ending.begin(), ending.end(), ending.begin(),
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    constexpr std::array<std::string_view, 8> exact{"step", "stp", "iges", "igs",
-                                                    "brep", "brp", "x_t",  "x_b"};
+    return ending;
+}
+
+ImportedMesh readMeshFile(const std::string& path, const ImportWishes& wishes, const std::string& folder) {
+    const std::string ending = endingOf(path);
+    if (isCadFile(path)) {
+        return importedShell(meshOfCad(path, wishes, folder), wishes);
+    }
+    if (!wishes.faces.empty() || wishes.meshSize) {
+        throw InputError("it isn't a CAD file, so it has no faces to choose and no mesh size to be given");
+    }
+    if (const ShellReader reader = shellReaderFor(ending)) {
+        return importedShell(reader(path), wishes);
+    }
+    if (!wishes.sets.empty()) {
+        throw InputError("files of this kind name no sets of elements");
+    }
+    constexpr std::array<std::string_view, 2> exact{"x_t", "x_b"};
     if (std::find(exact.begin(), exact.end(), ending) != exact.end()) {
-        throw InputError(
-            "it holds exact surfaces and no triangles. Let your CAD program or a mesher write the "
-            "mould's surface as STL or OBJ, with triangles smaller than a cell, such as: gmsh "
-            "part.step -2 -clmax 5 -o part.stl");
+        throw InputError("it holds exact surfaces in a form that can't be read; write the part as STEP");
     }
     if (isSurfaceFormat(ending)) {
         std::ifstream in(path, std::ios::binary);
-        return readSurface(in, ending);
+        return {readSurface(in, ending), {}};
     }
-    return readScene(path);
+    return {readScene(path), {}};
 }
 
 } // namespace tool

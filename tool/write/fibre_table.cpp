@@ -14,7 +14,9 @@ std::string fibresCsv(const Scene& scene) {
     for (std::size_t t = 0; t < all.size(); ++t) {
         const TriangleFibres& fibres = all[t];
         const std::int32_t face = t < mould.sourceFaces.size() ? mould.sourceFaces[t] : 0;
-        text += std::to_string(t + 1) + "," + std::to_string(face) + "," +
+        const std::int64_t number =
+            face > 0 && !scene.faceNumbers.empty() ? scene.faceNumbers[at(face) - 1] : face;
+        text += std::to_string(t + 1) + "," + std::to_string(number) + "," +
                 std::to_string(static_cast<int>(fibres.cover)) + "," +
                 std::to_string(cellName(*scene.measures, fibres)) + "," + fileNumber(fibres.shear) + "," +
                 fileNumber(thicknessFactor(fibres.shear));

@@ -1,0 +1,150 @@
+"""Meshes of solvers and meshers: places, elements with their numbers and sets come out as they stand in the file."""
+
+import csv
+import math
+import shutil
+import subprocess
+import unittest
+
+from moulds import obj, uneven_sheet
+from program import DRAPE, INPUT, ROOT, USAGE, Case
+from readers import PolyData
+from solver_meshes import element, gmsh22, gmsh41, inp, nastran, node, vtk, vtu
+
+
+def sheet():
+    """The uneven sheet without its face of six corners, which solvers don't have."""
+    points, faces = uneven_sheet()
+    return points, [f for f in faces if len(f) < 5]
+
+
+class SolverMeshes(Case):
+    def mould(self, name, content, *words):
+        self.drape(self.file(name, content), "--side", "0,0,1", *words, "-o", "m.fibres.vtp", "-o", "m.fibres.csv", expect=None)
+        mesh = PolyData(self.folder / "m.fibres.vtp")
+        with open(self.folder / "m.fibres.csv", newline="") as table:
+            return mesh.points, mesh.faces(), [int(row["face"]) for row in csv.DictReader(table)]
+
+    def test_every_format_gives_the_mould_of_the_plain_file(self):
+        mesh = sheet()
+        points, faces, numbers = self.mould("m.obj", obj(mesh))
+        own = [element(k - 1) for k in numbers]
+        tidy = ([tuple(float(f"{x:.4f}") for x in p) for p in mesh[0]], mesh[1])
+        # What a free or large field of a deck holds.
+        ten = ([tuple(float(f"{x:.10e}") for x in p) for p in mesh[0]], mesh[1])
+        cases = [("a.inp", inp(mesh), mesh), ("a.bdf", nastran(tidy, "small"), tidy), ("b.nas", nastran(ten, "large"), ten),
+                 ("c.fem", nastran(ten, "free"), ten), ("a.msh", gmsh22(mesh), mesh), ("b.msh", gmsh41(mesh), mesh)]
+        cases += [(f"{form}.vtu", vtu(mesh, form), mesh) for form in ("text", "base64", "zlib", "raw")]
+        cases += [(f"{k}.vtk", vtk(mesh, version, binary), mesh)
+                  for k, (version, binary) in enumerate([("3.0", False), ("3.0", True), ("5.1", False), ("5.1", True)])]
+        for name, content, places in cases:
+            with self.subTest(name):
+                got = self.mould(name, content)
+                wanted = self.mould("places.obj", obj(places)) if places is not mesh else (points, faces, numbers)
+                at = lambda m: {n: {frozenset(m[0][v] for v in f) for f, k in zip(m[1], m[2]) if k == n} for n in set(m[2])}
+                by_own = {element(n - 1): t for n, t in at(wanted).items()}
+                if name.endswith(".vtk"):
+                    by_own = at(wanted)  # no numbers in these
+                self.assertEqual(at(got), by_own)
+        self.assertEqual(sorted(set(own))[0], element(0))
+
+    def test_sets_choose_the_part(self):
+        mesh = sheet()
+        half = len(mesh[1]) // 2
+        first = [element(k) for k in range(half)]
+        decks = {"a.inp": (inp(mesh), {"first": first, "BOTH": first + [element(len(mesh[1]) - 1)]}),
+                 "a.bdf": (nastran(mesh, "free"), {"pid8": [element(k) for k, f in enumerate(mesh[1]) if len(f) == 4]}),
+                 "a.msh": (gmsh22(mesh), {"skin side": first, "FACE9": first}), "b.msh": (gmsh41(mesh), {"Skin Side": first})}
+        for name, (content, sets) in decks.items():
+            for chosen, wanted in sets.items():
+                with self.subTest(f"{name} {chosen}"):
+                    got = set(self.mould(name, content, "--set", chosen)[2])
+                    self.assertTrue(got <= set(wanted))
+                    self.assertGreater(len(got), 1)  # the piece that hangs together
+            done = self.drape(name, "--set", "nowhere", expect=INPUT)
+            self.assertIn("there is no set nowhere of shell elements; the file has ", done.stderr)
+        report, _ = self.report("a.inp", "--seed-vertex", node(40), "--step", "1", expect=None)
+        self.assertPoint(report["choice"]["seed"], mesh[0][40])
+        self.drape("a.inp", "--seed-vertex", "3", expect=USAGE)
+        self.assertIn("name no sets", self.drape(self.file("m.obj", obj(mesh)), "--set", "a", expect=INPUT).stderr)
+
+    def test_middles_of_sides_parts_and_includes(self):
+        """Elements with nodes in the middle of their sides, split over lines, in a part that an instance turns and
+        moves, with the nodes in a file of their own."""
+        n = 4
+        at = lambda i, j: 1 + i + (2 * n + 1) * j
+        nodes = "".join(f"{at(i, j)}, {i}, {j}\n" for i in range(2 * n + 1) for j in range(2 * n + 1))
+        quads = "".join(f"{1 + i + n * j}, {at(2 * i, 2 * j)}, {at(2 * i + 2, 2 * j)}, {at(2 * i + 2, 2 * j + 2)}, {at(2 * i, 2 * j + 2)},\n"
+                        f" {at(2 * i + 1, 2 * j)}, {at(2 * i + 2, 2 * j + 1)}, {at(2 * i + 1, 2 * j + 2)}, {at(2 * i, 2 * j + 1)}\n"
+                        for i in range(n) for j in range(n))
+        self.file("nodes.inc", nodes)
+        deck = ("*PART, NAME=plate\n*NODE, INPUT=nodes.inc\n*ELEMENT, TYPE=S8R, ELSET=all\n" + quads + "*END PART\n*ASSEMBLY, NAME=a\n"
+                "*INSTANCE, NAME=one, PART=plate\n0, 0, 5\n0, 0, 5, 0, 0, 6, 90\n*END INSTANCE\n*END ASSEMBLY\n")
+        points, faces, numbers = self.mould("part.inp", deck)
+        self.assertEqual({tuple(round(x, 9) for x in p) for p in points}, {(-2.0 * j, 2.0 * i, 5.0) for i in range(n + 1) for j in range(n + 1)})
+        self.assertEqual(sorted(numbers), [k for k in range(1, n * n + 1) for _ in "ab"])
+        self.file("nodes.inc", nodes.replace("\n12, ", "\n12, x"))
+        self.assertIn("of nodes.inc: the coordinate \"x", self.drape("part.inp", expect=INPUT).stderr)
+
+    def test_what_is_wrong_is_told_with_its_line(self):
+        mesh = sheet()
+        decks = {
+            "a.inp": (inp(mesh), [(f"\n{element(1)},", f"\n{element(1)},99,", "element 57 of type"), ("*NODE\n1000,", "*NODE\n1000,x", "isn't a finite number"),
+                                  (f"{node(3)}, ", f"{node(3)}, 1.0, 0, 0\n{node(3)}, ", "twice, at different places"), ("type=S3,", "type=S5,", "type S5"),
+                                  ("*Heading", "*SYSTEM", "*SYSTEM isn't read"), ("first, 99", "77, first, 99", "names element 77"),
+                                  ("*Heading\n", "*INCLUDE, INPUT=none.inp\n", "line 2: can't open")]),
+            "a.bdf": (nastran(mesh, "free"), [(f"GRID,{node(5)},,", f"GRID,{node(5)},3,", "coordinate system 3"), (f"GRID,{node(9)},", "GRID,99,", f"names node {node(9)}"),
+                                              ("$ a comment\n", "+,1,2\n", "goes on with a card"), ("CTRIA3,", "CTRIA3,x", "isn't a whole number")]),
+            "a.msh": (gmsh22(mesh), [("2.2 0 8", "2.2 1 8", "binary"), ("2.2 0 8", "1.0 0 8", "version 1.0"), ("$EndNodes\n", "", "no $EndNodes"),
+                                     (f"{element(4)} 3 2 ", f"{element(4)} 3 77 ", "fewer tags"), ("$EndElements\n", "", "no $EndElements")]),
+            "b.msh": (gmsh41(mesh), [("$EndElements\n", "", "no $EndElements")]),
+            "a.vtk": (vtk(mesh, "3.0", False).decode(), [("DATASET UNSTRUCTURED_GRID", "DATASET STRUCTURED_POINTS", "line 4"),
+                                                         ("CELL_TYPES ", "CELL_TYPES 9", "the file ends before"), ("POINTS ", "POINTS x", "line 5")]),
+        }
+        for name, (content, faults) in decks.items():
+            for before, after, words in faults:
+                with self.subTest(f"{name} {words}"):
+                    self.assertIn(before, content)
+                    told = self.drape(self.file(name, content.replace(before, after, 1)), expect=INPUT).stderr
+                    self.assertIn(words, told)
+                    self.assertRegex(told, r"line \d+")
+        whole = vtu(mesh, "zlib")
+        for name, content, words in (("a.vtu", whole[:900], "can't"), ("b.vtu", whole.replace("LittleEndian", "BigEndian"), "highest byte first"),
+                                     ("c.vtu", vtu(mesh, "base64").replace('"offsets"', '"ends"'), "no array offsets"),
+                                     ("d.vtu", vtu(mesh, "text").replace(" 4 ", " 400000 ", 1), "can't read"),
+                                     ("e.inp", "*NODE\n1,0,0,0\n*ELEMENT, TYPE=C3D4\n1,1,1,1,1\n", "only 1 of type C3D4"),
+                                     ("f.bdf", b"\0\1\2", "binary"), ("g.vtk", vtk(mesh, "5.1", True)[:-300], "line")):
+            with self.subTest(name):
+                self.assertIn(words, self.drape(self.file(name, content), expect=INPUT).stderr)
+
+
+@unittest.skipUnless(shutil.which("gmsh"), "the mesher isn't installed")
+class CadFiles(Case):
+    """The sample tray; its first face is one of the walls."""
+
+    def test_faces_sizes_and_units(self):
+        tray = ROOT / "samples" / "tray.step"
+        whole, done = self.report(tray, "--side", "0,0,1", expect=None)
+        self.assertEqual(whole["mould"]["loops"][0]["outline"], True)
+        floor, _ = self.report(tray, "--face", "1", "--mesh-size", "8")
+        self.assertAlmostEqual(floor["pattern"]["netArea"], floor["mould"]["area"], 3)
+        self.assertLess(floor["mould"]["area"], whole["mould"]["area"])
+        fine, _ = self.report(tray, "--face", "1", "--mesh-size", "4")
+        self.assertGreater(fine["mould"]["triangles"], 3 * floor["mould"]["triangles"])
+        # The same file in metres is the same part.
+        text = tray.read_text()
+        self.assertIn("SI_UNIT(.MILLI.,.METRE.)", text)
+        metres, _ = self.report(self.file("m.step", text.replace("SI_UNIT(.MILLI.,.METRE.)", "SI_UNIT($,.METRE.)")), "--face", "1", "--mesh-size", "8000")
+        self.assertAlmostEqual(metres["mould"]["area"] / floor["mould"]["area"], 1e6, -1)
+        self.assertIn("it has no face 99; there are ", self.drape(tray, "--face", "99", expect=INPUT).stderr)
+        self.assertIn("the mesher gmsh says", self.drape(self.file("bad.step", "nonsense"), expect=INPUT).stderr)
+        self.assertIn("isn't a CAD file", self.drape(self.file("m.obj", obj(sheet())), "--mesh-size", "3", expect=INPUT).stderr)
+
+    def test_without_the_mesher(self):
+        done = subprocess.run([DRAPE, ROOT / "samples" / "tray.step"], capture_output=True, text=True, env={"PATH": str(self.folder)})
+        self.assertEqual(done.returncode, INPUT)
+        self.assertIn("apt install gmsh", done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
