@@ -5,6 +5,8 @@
 #include "host_drape.h"
 
 #include "host/cloth/fibre_map.h"
+#include "host/cloth/net_faces.h"
+#include "host/mesh/repair.h"
 
 #include <gtest/gtest.h>
 #include <numbers>
@@ -322,6 +324,90 @@ TEST(HostNet, WhereTheClothEndsEarlyItsOwnEdgeClosesTheOutline) {
         }
     }
     EXPECT_GT(onHole, 5U);
+}
+
+// However few triangles a plate has, the bare part of it is what the pattern doesn't have.
+TEST(HostNet, BareMouldIsMeasuredByItsArea) {
+    host::TriangleMesh frame; // a square with a square hole, of eight triangles
+    frame.positions = {{0, 0, 5},   {30, 0, 5},  {30, 30, 5}, {0, 30, 5},
+                       {12, 12, 5}, {18, 12, 5}, {18, 18, 5}, {12, 18, 5}};
+    frame.triangles = {{0, 1, 5}, {0, 5, 4}, {1, 2, 6}, {1, 6, 5},
+                       {2, 3, 7}, {2, 7, 6}, {3, 0, 4}, {3, 4, 7}};
+    frame.sourceFaces.assign(frame.triangles.size(), 0);
+    for (const auto& [angle, step] : {std::array{0.0, 0.6}, {0.0, 1.7}, {30.0, 1.1}, {71.0, 0.3}}) {
+        SCOPED_TRACE("angle " + std::to_string(angle) + ", step " + std::to_string(step));
+        const HostDrape drape = hostDrape(frame, {{6.0, 7.0, 5.0}, step, step, angle, 0});
+        ASSERT_FALSE(drape.net.reachesEdge());
+        EXPECT_NEAR(drape.measures.coveredShare, drape.net.area / drape.mould.area, 1e-5);
+        EXPECT_LT(drape.measures.doubledShare, 1e-5);
+    }
+    // A run that is given up leaves its rows' ends all round.
+    const HostDrape ended = hostDrape(frame, {{6.0, 7.0, 5.0}, 0.5, 0.5, 20.0, 900});
+    EXPECT_NE(ended.grid.status, 0);
+    EXPECT_NEAR(ended.measures.coveredShare, ended.net.area / ended.mould.area, 1e-5);
+
+    // Cloth that winds round a tube lies over itself, once for each further turn.
+    const Surface tube = gridSurface(
+        80, 12,
+        [](int i, int j) {
+            const double angle = 2.0 * std::numbers::pi * i / 80.0;
+            return Point{3.0 * std::cos(angle), 1.0 * j, 3.0 * std::sin(angle)};
+        },
+        everywhere);
+    host::PolygonSoup soup{hostMesh(tube).positions, {}};
+    for (const auto& [a, b, c] : hostMesh(tube).triangles) {
+        soup.polygons.push_back({a, b, c});
+    }
+    host::Notes notes;
+    const HostDrape wound =
+        hostDrape(host::repairedMesh(soup, true, notes), {{0.1, 6.1, 3.0}, 0.5, 0.5, 0.0, 2500});
+    EXPECT_GT(wound.measures.doubledShare, 0.2);
+    EXPECT_NEAR(wound.measures.coveredShare + wound.measures.doubledShare, wound.net.area / wound.mould.area,
+                0.02 * wound.net.area / wound.mould.area);
+}
+
+// On the mould the pattern has the mould's area, its rim is the mould's edge, and its yarns are as long as
+// the sides of its cells.
+TEST(HostNet, FacesAndYarnsEndWithThePattern) {
+    const Surface cylinder = cylinderPiece(10.0, 16.0, 0.9, 180, 16);
+    const Surface holed =
+        squareMould(12.0, 48, level, [](int i, int j) { return i * i + (j - 20) * (j - 20) > 90; });
+    for (const auto& [surface, seed] :
+         {std::pair{cylinder, host::Point{0.3, 0.2, 10.0}}, std::pair{holed, host::Point{2.0, 3.0, 0.0}}}) {
+        const HostDrape drape = hostDrape(surface, {seed, 0.9, 0.7, 25.0, 0});
+        const auto faces = host::netFaces(drape.grid, drape.measures);
+        double area = 0.0;
+        for (const host::NetFace& face : faces) {
+            area += host::areaOf(drape.grid, drape.measures.cells[face.cell], face);
+            EXPECT_LT(std::abs(face.shear), 2.0); // neither mould shears cloth, whatever hangs over its edge
+        }
+        EXPECT_NEAR(area, drape.measures.coveredShare * drape.mould.area, 3e-3 * drape.mould.area);
+        double yarns = 0.0;
+        for (const host::Fibre fibre : {host::Fibre::warp, host::Fibre::weft}) {
+            const double spacing = fibre == host::Fibre::warp ? 0.7 : 0.9;
+            for (const host::Yarn& yarn : host::netYarns(drape.grid, drape.measures, faces, fibre, 1)) {
+                for (std::size_t k = 1; k < yarn.points.size(); ++k) {
+                    yarns += 0.5 * spacing * host::vec::distance(yarn.points[k - 1], yarn.points[k]);
+                }
+            }
+        }
+        EXPECT_NEAR(yarns, drape.net.area, 0.02 * drape.net.area);
+        double rim = 0.0;
+        for (const NetLoop& loop : drape.net.loops) {
+            ASSERT_EQ(loop.rim.size(), loop.rimBorders.size());
+            for (std::size_t k = 0; k < loop.rim.size(); ++k) {
+                rim += loop.rimBorders[k] != NetBorder::cloth
+                           ? host::vec::distance(loop.rim[k], loop.rim[(k + 1) % loop.rim.size()])
+                           : 0.0;
+            }
+        }
+        double edge = 0.0;
+        for (const host::Loop& loop : drape.mould.loops) {
+            edge += loop.length;
+        }
+        EXPECT_LE(rim, 1.001 * edge);
+        EXPECT_GE(rim, drape.net.reachesEdge() ? 0.999 * edge : 0.8 * edge);
+    }
 }
 
 // Folds, tears and cloth over cloth: whatever the grid is, the loops close and agree with the cells.

@@ -25,6 +25,8 @@ public:
     // `cells` are all complete cells of `grid`.
     CellCover(const Grid& grid, const std::vector<Cell>& cells);
 
+    double cellLength() const { return step_; } // the longest side of a cell on the mould
+
     // The nearest cell that lies over the facet, a whole one before one at an edge; cover none if there isn't
     // any.
     CellPlace nearestOver(const Facet& facet) const;

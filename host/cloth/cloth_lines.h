@@ -1,5 +1,4 @@
-// The lines that make a drawing of the cloth: its outline and its fibres, as chains of nodes. Only cells on
-// the surface count.
+// The fibres of the cloth as chains of nodes. Only cells on the surface count.
 #pragma once
 
 #include "host/cloth/grid.h"
@@ -7,10 +6,6 @@
 namespace drape::host {
 
 using NodeChain = std::vector<std::int32_t>; // 0-based nodes
-
-// Closed loops (the first node isn't repeated) of the cell edges that have cloth on one side only. On the
-// flat pattern the cloth lies to the left of each loop. Loops that meet in a node don't cross.
-std::vector<NodeChain> outlineLoops(const Grid& grid, const std::vector<Cell>& cells);
 
 enum class Fibre { warp, weft };
 

@@ -57,13 +57,12 @@ std::vector<double> levelsOf(const std::vector<Side>& sides) {
     return levels;
 }
 
-} // namespace
-
-std::vector<std::vector<FlatPoint>>
-overlapOf(const std::vector<std::vector<std::vector<FlatPoint>>>& shapes) {
+// The area that lies in at least `least` of the shapes.
+std::vector<std::vector<FlatPoint>> layersOf(const std::vector<std::vector<std::vector<FlatPoint>>>& shapes,
+                                             std::ptrdiff_t least) {
     const std::vector<Side> sides = sidesOf(shapes);
     const std::vector<double> levels = levelsOf(sides);
-    std::vector<std::vector<FlatPoint>> doubled;
+    std::vector<std::vector<FlatPoint>> pieces;
     for (std::size_t k = 0; k + 1 < levels.size(); ++k) {
         const double low = levels[k];
         const double high = levels[k + 1];
@@ -82,15 +81,26 @@ overlapOf(const std::vector<std::vector<std::vector<FlatPoint>>>& shapes) {
             const auto layers = std::count_if(winding.begin(), winding.end(), [](int w) { return w > 0; });
             const double left = row[r]->at(middle);
             const double right = row[r + 1]->at(middle);
-            if (layers >= 2 && right > left) {
-                doubled.push_back({{row[r]->at(low), low},
-                                   {row[r + 1]->at(low), low},
-                                   {row[r + 1]->at(high), high},
-                                   {row[r]->at(high), high}});
+            if (layers >= least && right > left) {
+                pieces.push_back({{row[r]->at(low), low},
+                                  {row[r + 1]->at(low), low},
+                                  {row[r + 1]->at(high), high},
+                                  {row[r]->at(high), high}});
             }
         }
     }
-    return doubled;
+    return pieces;
+}
+
+} // namespace
+
+std::vector<std::vector<FlatPoint>>
+overlapOf(const std::vector<std::vector<std::vector<FlatPoint>>>& shapes) {
+    return layersOf(shapes, 2);
+}
+
+std::vector<std::vector<FlatPoint>> trapezoidsOf(const std::vector<std::vector<FlatPoint>>& shape) {
+    return layersOf({shape}, 1);
 }
 
 double signedArea(const std::vector<FlatPoint>& polygon) {

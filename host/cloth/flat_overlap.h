@@ -1,4 +1,4 @@
-// Where polygons of the plane lie over each other.
+// Where polygons of the plane lie, and where they lie over each other.
 #pragma once
 
 #include <array>
@@ -11,6 +11,9 @@ using FlatPoint = std::array<double, 2>; // along warp and weft
 // The area that lies in at least two of the shapes, as trapezoids with two level sides. A shape is a set of
 // closed polygons, the first point not repeated, solid to the left of each.
 std::vector<std::vector<FlatPoint>> overlapOf(const std::vector<std::vector<std::vector<FlatPoint>>>& shapes);
+
+// One shape in the same manner.
+std::vector<std::vector<FlatPoint>> trapezoidsOf(const std::vector<std::vector<FlatPoint>>& shape);
 
 // Area to the left of a closed polygon, below 0 if it runs clockwise.
 double signedArea(const std::vector<FlatPoint>& polygon);

@@ -4,7 +4,7 @@
 #include "host/cloth/measure.h"
 
 #include "drape.h"
-#include "host/cloth/cell_cover.h"
+#include "host/cloth/bare_area.h"
 #include "host/mesh/point.h"
 
 #include <algorithm>
@@ -49,10 +49,7 @@ std::vector<Cell> cellsOf(const Grid& grid) {
 }
 
 // Adds one cell on the surface to the sums.
-void count(const Grid& grid, const Cell& cell, Measures& sums) {
-    const Point diagonal1 = nodePosition(grid, cell.nodes[2]) - nodePosition(grid, cell.nodes[0]);
-    const Point diagonal2 = nodePosition(grid, cell.nodes[3]) - nodePosition(grid, cell.nodes[1]);
-    sums.doubledShare += 0.5 * length(cross(diagonal1, diagonal2));
+void count(const Cell& cell, Measures& sums) {
     const double shear = std::abs(cell.shear);
     sums.meanShear += shear;
     sums.largestShear = std::max(sums.largestShear, shear);
@@ -103,20 +100,18 @@ void countTurns(const Grid& grid, Measures& sums) {
     }
 }
 
-// Expects the area of all cells on the surface in `doubledShare` and leaves the shares there.
+// An outline that is the mould's edge and nothing else leaves nothing bare. Of the pattern's cloth, what the
+// mould has no room for lies over other cloth.
 void shareOut(const Mould& mould, const Grid& grid, Measures& sums) {
-    const CellCover cells(grid, sums.cells);
-    double covered = 0.0;
-    double under = 0.0; // of this, under cells that lie on the mould with all corners
-    CellCover::Hint hint;
-    for (const Facet& facet : mould.facets) {
-        const Cover cover = cells.coverOf(facet, hint);
-        covered += cover != Cover::none ? facet.area : 0.0;
-        under += cover == Cover::whole ? facet.area : 0.0;
+    const std::vector<NetFace> faces = netFaces(grid, sums);
+    const double bare = sums.net.reachesEdge() ? 0.0 : bareArea(mould, grid, sums, faces);
+    const double covered = std::max(0.0, sums.mouldArea - bare);
+    double cloth = 0.0;
+    for (const NetFace& face : faces) {
+        cloth += areaOf(grid, sums.cells[face.cell], face);
     }
-    // An outline that is the mould's edge and nothing else leaves nothing bare.
-    sums.coveredShare = sums.net.reachesEdge() ? 1.0 : covered / sums.mouldArea;
-    sums.doubledShare = std::max(0.0, sums.doubledShare - under) / sums.mouldArea;
+    sums.coveredShare = covered / sums.mouldArea;
+    sums.doubledShare = std::max(0.0, cloth - covered) / sums.mouldArea;
 }
 
 } // namespace
@@ -128,7 +123,7 @@ Measures measure(const Mould& mould, const Grid& grid, double lockingAngle) {
     sums.cells = cellsOf(grid);
     for (const Cell& cell : sums.cells) {
         if (cell.onSurface) {
-            count(grid, cell, sums);
+            count(cell, sums);
         }
     }
     sums.net = netPatternOf(mould, grid, sums.cells);

@@ -14,6 +14,15 @@ using namespace vec;
 
 namespace {
 
+std::vector<std::int32_t> countedFromOne(std::vector<std::int32_t> numbers) {
+    for (std::int32_t& number : numbers) {
+        ++number;
+    }
+    return numbers;
+}
+
+} // namespace
+
 Facet facetOf(const Point& a, const Point& b, const Point& c) {
     const Point square = cross(b - a, c - a); // to the triangle, twice as long as its area
     Facet facet;
@@ -26,15 +35,6 @@ Facet facetOf(const Point& a, const Point& b, const Point& c) {
         rounding * length(facet.centroid);
     return facet;
 }
-
-std::vector<std::int32_t> countedFromOne(std::vector<std::int32_t> numbers) {
-    for (std::int32_t& number : numbers) {
-        ++number;
-    }
-    return numbers;
-}
-
-} // namespace
 
 Mould mouldOf(TriangleMesh mesh) {
     Mould mould;

@@ -36,6 +36,8 @@ struct Mould {
     }
 };
 
+Facet facetOf(const Point& a, const Point& b, const Point& c);
+
 // `mesh` must be manifold and of one piece.
 Mould mouldOf(TriangleMesh mesh);
 

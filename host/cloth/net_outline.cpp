@@ -4,6 +4,8 @@
 // pieces are chained.
 #include "host/cloth/net_outline.h"
 
+#include "host/mesh/nearest_point.h"
+
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -173,11 +175,10 @@ private:
             for (std::size_t k = 0; r >= 0 && k < all_.near[at(r)].size(); ++k) {
                 const std::int32_t e = all_.near[at(r)][k];
                 const Point& a = all_.mould.positions[at(all_.edges.boundary[at(e)].from)];
-                const Point ab = all_.mould.positions[at(all_.edges.boundary[at(e)].to)] - a;
-                const double square = dot(ab, ab);
-                const double t = square > 0.0 ? std::clamp(dot(p - a, ab) / square, 0.0, 1.0) : 0.0;
-                if (distance(p, a + t * ab) <= best) {
-                    best = distance(p, a + t * ab);
+                const Point& b = all_.mould.positions[at(all_.edges.boundary[at(e)].to)];
+                const double t = shareOnSegment(a, b, p);
+                if (distance(p, mix(a, b, t)) <= best) {
+                    best = distance(p, mix(a, b, t));
                     found = {e, t};
                 }
             }

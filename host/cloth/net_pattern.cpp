@@ -5,6 +5,7 @@
 
 #include "host/cloth/cell_cubes.h"
 #include "host/cloth/net_tips.h"
+#include "host/mesh/nearest_point.h"
 
 #include <algorithm>
 #include <cmath>
@@ -51,18 +52,18 @@ std::vector<std::vector<std::int32_t>> edgesNear(const RegionSearch& search, con
     return near;
 }
 
-double offLine(const FlatPoint& p, const FlatPoint& a, const FlatPoint& b) {
-    const double dx = b[0] - a[0];
-    const double dy = b[1] - a[1];
-    const double square = dx * dx + dy * dy;
-    const double t =
-        square > 0.0 ? std::clamp(((p[0] - a[0]) * dx + (p[1] - a[1]) * dy) / square, 0.0, 1.0) : 0.0;
-    return std::hypot(p[0] - a[0] - t * dx, p[1] - a[1] - t * dy);
+Point inSpace(const OutlinePoint& point) {
+    return point.space;
+}
+
+Point onPattern(const OutlinePoint& point) {
+    return {point.flat[0], point.flat[1], 0.0};
 }
 
 // Leaves out points that lie on the straight line between those that stay, but no point at which the border
 // changes.
-Outline simplified(const Outline& line, double allowed) {
+template <class Place>
+Outline simplified(const Outline& line, Place place, double allowed) {
     if (line.size() < 4) {
         return line;
     }
@@ -72,7 +73,7 @@ Outline simplified(const Outline& line, double allowed) {
     double far = -1.0;
     for (std::size_t k = 0; k < line.size(); ++k) {
         keep[k] = line[k].border != line[(k + line.size() - 1) % line.size()].border ? 1 : 0;
-        const double d = std::hypot(line[k].flat[0] - line[0].flat[0], line[k].flat[1] - line[0].flat[1]);
+        const double d = distance(place(line[k]), place(line[0]));
         if (d > far) {
             far = d;
             farthest = k;
@@ -92,7 +93,8 @@ Outline simplified(const Outline& line, double allowed) {
         std::size_t worst = from;
         double off = allowed;
         for (std::size_t k = from + 1; k < to; ++k) {
-            const double d = offLine(point(k).flat, point(from).flat, point(to).flat);
+            const Point p = place(point(k));
+            const double d = distance(p, nearestOnSegment(place(point(from)), place(point(to)), p));
             if (d > off) {
                 off = d;
                 worst = k;
@@ -113,8 +115,9 @@ Outline simplified(const Outline& line, double allowed) {
     return result;
 }
 
-NetLoop loopOf(const Outline& line) {
+NetLoop loopOf(const Outline& whole, double allowed) {
     NetLoop loop;
+    const Outline line = simplified(whole, onPattern, allowed);
     for (std::size_t k = 0; k < line.size(); ++k) {
         const FlatPoint& a = line[k].flat;
         const FlatPoint& b = line[(k + 1) % line.size()].flat;
@@ -122,6 +125,10 @@ NetLoop loopOf(const Outline& line) {
         loop.space.push_back(line[k].space);
         loop.borders.push_back(line[k].border);
         loop.length += std::hypot(b[0] - a[0], b[1] - a[1]);
+    }
+    for (const OutlinePoint& point : simplified(whole, inSpace, allowed)) {
+        loop.rim.push_back(point.space);
+        loop.rimBorders.push_back(point.border);
     }
     loop.area = signedArea(loop.flat);
     return loop;
@@ -234,7 +241,7 @@ NetPattern netPatternOf(const Mould& mould, const Grid& grid, const std::vector<
     std::vector<NetLoop> loops;
     for (const Outline& line : outlinesOf(all)) {
         const Outline whole = carriedBeyond(all, line, tips);
-        loops.push_back(loopOf(simplified(whole, straightEnough * std::min(cloth.stepA, cloth.stepB))));
+        loops.push_back(loopOf(whole, straightEnough * std::min(cloth.stepA, cloth.stepB)));
     }
     std::stable_sort(loops.begin(), loops.end(),
                      [](const NetLoop& a, const NetLoop& b) { return std::abs(a.area) > std::abs(b.area); });

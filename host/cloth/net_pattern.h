@@ -20,11 +20,13 @@ enum class NetBorder {
 // counter-clockwise, holes clockwise. Straight lines between the points stay within a thousandth of a cell of
 // the line that is meant.
 struct NetLoop {
-    std::vector<FlatPoint> flat;    // on the pattern, in the mould's unit, the seed at 0, 0
-    std::vector<Point> space;       // the same points on the mould's or the cloth's edge
-    std::vector<NetBorder> borders; // of the stretch from each point to the next
-    double area = 0.0;              // flat, below 0 for a hole
-    double length = 0.0;            // flat
+    std::vector<FlatPoint> flat;       // on the pattern, in the mould's unit, the seed at 0, 0
+    std::vector<Point> space;          // the same points on the mould's or the cloth's edge
+    std::vector<NetBorder> borders;    // of the stretch from each point to the next
+    std::vector<Point> rim;            // the line in space, also where it's straight on the pattern alone
+    std::vector<NetBorder> rimBorders; // of it
+    double area = 0.0;                 // flat, below 0 for a hole
+    double length = 0.0;               // flat
 };
 
 // A cell that lies over the mould only in part.

@@ -5,6 +5,8 @@
 // the rim to where the next arc enters.
 #include "host/cloth/net_region.h"
 
+#include "host/mesh/nearest_point.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -295,10 +297,7 @@ Segment segmentOf(const Mould& mould, std::int32_t from, std::int32_t to) {
 }
 
 double distanceTo(const Segment& s, const Point& p) {
-    const Point d = s.b - s.a;
-    const double square = dot(d, d);
-    const double t = square > 0.0 ? std::clamp(dot(p - s.a, d) / square, 0.0, 1.0) : 0.0;
-    return distance(p, mix(s.a, s.b, t));
+    return distance(p, nearestOnSegment(s.a, s.b, p));
 }
 
 // The walk over the mould underneath one cell.

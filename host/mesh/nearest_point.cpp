@@ -8,16 +8,15 @@ namespace drape::host {
 
 using namespace vec;
 
-namespace {
-
-Point nearestOnEdge(const Point& a, const Point& b, const Point& p) {
+double shareOnSegment(const Point& a, const Point& b, const Point& p) {
     const Point ab = b - a;
     const double square = dot(ab, ab);
-    const double t = square > 0.0 ? std::clamp(dot(p - a, ab) / square, 0.0, 1.0) : 0.0;
-    return mix(a, b, t);
+    return square > 0.0 ? std::clamp(dot(p - a, ab) / square, 0.0, 1.0) : 0.0;
 }
 
-} // namespace
+Point nearestOnSegment(const Point& a, const Point& b, const Point& p) {
+    return mix(a, b, shareOnSegment(a, b, p));
+}
 
 Point nearestOnTriangle(const Point& a, const Point& b, const Point& c, const Point& p) {
     const Point n = cross(b - a, c - a);
@@ -26,8 +25,8 @@ Point nearestOnTriangle(const Point& a, const Point& b, const Point& c, const Po
     if (inside) {
         return p - (dot(p - a, n) / dot(n, n)) * n;
     }
-    Point best = nearestOnEdge(a, b, p);
-    for (const Point& q : {nearestOnEdge(b, c, p), nearestOnEdge(c, a, p)}) {
+    Point best = nearestOnSegment(a, b, p);
+    for (const Point& q : {nearestOnSegment(b, c, p), nearestOnSegment(c, a, p)}) {
         if (distance(q, p) < distance(best, p)) {
             best = q;
         }

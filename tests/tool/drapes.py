@@ -11,7 +11,7 @@ import unittest
 import model
 from moulds import obj, uneven_sheet
 from program import DONE, DRAPE, RUN_ENDED
-from readers import PolyData
+from readers import PolyData, dxf_entities
 
 
 class Drape:
@@ -38,6 +38,22 @@ class Drape:
     @functools.cached_property
     def map(self):
         return model.fibre_map(self.mould, self.grid)
+
+
+    @functools.cached_property
+    def loops(self):
+        """The closed lines of the pattern, from its file for the cutting table."""
+        entities, mm = dxf_entities(self.path["dxf"].read_text()), self.report["input"]["millimetresPerUnit"]
+        return [[model.scaled(p, 1 / mm) for p in e["points"]] for e in entities if e["layer"] in ("NET", "HOLE")]
+
+    @functools.cached_property
+    def net(self):
+        return model.net_faces(self.grid, self.loops)
+
+    @functools.cached_property
+    def yarns(self):
+        """The sides of cells along which there is cloth, with the share of each."""
+        return model.yarn_sides(self.grid, self.loops, self.net)
 
 
 def of_each(test):

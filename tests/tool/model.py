@@ -191,6 +191,13 @@ class Grid:
                     sides[a, b] += 1
         return +sides
 
+    def point_in(self, cell, flat):
+        """The point of space at a place of the pattern within a cell."""
+        low, high = self.flat[cell[0]], self.flat[cell[2]]
+        u, v = ((x - a) / (b - a) for x, a, b in zip(flat, low, high))
+        p, q, r, s = self.places(cell)
+        return add(scaled(p, (1 - u) * (1 - v)), scaled(q, u * (1 - v)), scaled(r, u * v), scaled(s, (1 - u) * v))
+
     def over(self, flat):
         """Points in space of all cells that lie at a place of the pattern, or within a part of a cell beside it."""
         found = []
@@ -198,9 +205,90 @@ class Grid:
             low, high = self.flat[cell[0]], self.flat[cell[2]]
             u, v = ((x - a) / (b - a) for x, a, b in zip(flat, low, high))
             if -0.3 <= u <= 1.3 and -0.3 <= v <= 1.3:
-                p, q, r, s = self.places(cell)
-                found.append(add(scaled(p, (1 - u) * (1 - v)), scaled(q, u * (1 - v)), scaled(r, u * v), scaled(s, (1 - u) * v)))
+                found.append(self.point_in(cell, flat))
         return found
+
+
+def within(loop, low, high):
+    """The part of a flat closed line within a box, side by side; it may run along the box's sides there and back."""
+    for axis in (0, 1):
+        for bound, sense in ((low[axis], 1), (high[axis], -1)):
+            inside, kept = (lambda p: sense * (p[axis] - bound) >= 0), []
+            for a, b in zip(loop, loop[1:] + loop[:1]):
+                if inside(a):
+                    kept.append(a)
+                if inside(a) != inside(b):
+                    t = (bound - a[axis]) / (b[axis] - a[axis])
+                    kept.append([x + t * (y - x) for x, y in zip(a, b)])
+            loop = kept
+    return loop
+
+
+NetFace = collections.namedtuple("NetFace", "cell share lines shear area")
+
+
+def net_faces(grid, loops):
+    """What lies of each cell within the closed lines of the pattern: share of the flat cell, lines in space, area there.
+    A cell that isn't on the mould with all corners has the mean shear of those beside it, ring by ring. Where two rows
+    met, the same cell can stand twice; it counts once."""
+    found, standing = {}, collections.defaultdict(list)
+    opened = lambda k: sum(grid.status[n] == 0 and grid.triangle[n] > 0 for n in grid.cells[k])
+    for k, cell in sorted(enumerate(grid.cells), key=lambda entry: -opened(entry[0])):
+        here, place = middle(*grid.places(cell)), (grid.i[cell[0]], grid.j[cell[0]])
+        if any(math.dist(here, there) < 0.5 * math.dist(*grid.places(cell)[:2]) for there in standing[place]):
+            continue
+        standing[place].append(here)
+        low, high = grid.flat[cell[0]], grid.flat[cell[2]]
+        parts = [part for part in (within(loop, low, high) for loop in loops) if len(part) > 2]
+        share = sum(map(flat_area, parts)) / ((high[0] - low[0]) * (high[1] - low[1]))
+        if share > 1e-6:
+            lines = [[grid.point_in(cell, p) for p in part] for part in parts]
+            p, q, r, s = grid.places(cell)
+            found[k] = share, lines, share * 0.5 * math.hypot(*cross(sub(r, p), sub(s, q)))
+    shear = {k: grid.shear[k] for k in found if grid.whole[k]}
+    sides = lambda k: {frozenset((grid.cells[k][c], grid.cells[k][c - 1])) for c in range(4)}
+    while True:
+        ring = {k: [shear[m] for m in shear if sides(k) & sides(m)] for k in found if k not in shear}
+        ring = {k: sum(values) / len(values) for k, values in ring.items() if values}
+        if not ring:
+            break
+        shear.update(ring)
+    return [NetFace(k, share, lines, shear.get(k, grid.shear[k]), area) for k, (share, lines, area) in found.items()]
+
+
+def yarn_sides(grid, loops, faces):
+    """The sides of the faces' cells, by their nodes, with the share of each that has the pattern on one hand or both."""
+    def inside(p):
+        return sum((a[1] <= p[1] < b[1]) - (b[1] <= p[1] < a[1]) for loop in loops for a, b in closed(loop)
+                   if (a[1] <= p[1]) != (b[1] <= p[1])
+                   and p[0] < a[0] + (p[1] - a[1]) / (b[1] - a[1]) * (b[0] - a[0])) > 0
+    shares, tries = {}, 24
+    for face in faces:
+        c = grid.cells[face.cell]
+        for a, b in ((c[0], c[1]), (c[3], c[2]), (c[0], c[3]), (c[1], c[2])):
+            if grid.whole[face.cell] and face.share > 1 - 1e-6:
+                shares[a, b] = 1.0
+            elif (a, b) not in shares:
+                low, way = grid.flat[a], sub(grid.flat[b], grid.flat[a])
+                aside = [1e-4 * way[1], 1e-4 * way[0]]
+                places = [add(low, scaled(way, (k + 0.5) / tries)) for k in range(tries)]
+                shares[a, b] = sum(inside(add(p, aside)) or inside(sub(p, aside)) for p in places) / tries
+    return shares
+
+
+def from_segments(p, segments):
+    """Distance of a point, of the plane or of space, to the nearest of several segments."""
+    def to(a, b):
+        along = sub(b, a)
+        square = dot(along, along)
+        t = min(1.0, max(0.0, dot(sub(p, a), along) / square)) if square > 0 else 0.0
+        return math.dist(p, add(a, scaled(along, t)))
+    return min((to(a, b) for a, b in segments), default=math.inf)
+
+
+def closed(points):
+    """The segments of a closed line."""
+    return list(zip(points, points[1:] + points[:1]))
 
 
 Fibres = collections.namedtuple("Fibres", "cover cell shear warp weft")
@@ -251,23 +339,8 @@ def sheared_area(mould, fibres):
 
 def from_edge(mould, points):
     """Distance of the nearest of several points to the mould's edge."""
-    def to_segment(p, a, b):
-        along = sub(b, a)
-        t = min(1.0, max(0.0, dot(sub(p, a), along) / dot(along, along)))
-        return math.dist(p, add(a, scaled(along, t)))
-    return min(to_segment(p, mould.points[a], mould.points[b]) for p in points for _, loop in mould.loops()
-               for a, b in zip(loop, loop[1:] + loop[:1]))
-
-
-def cover_shares(mould, grid, fibres):
-    """Share of the mould's area that is covered, and area of cloth over other cloth against the mould's."""
-    if not any(grid.whole):
-        return 0.0, 0.0
-    under = lambda kinds: sum(a for a, f in zip(mould.areas, fibres) if f.cover in kinds)
-    cloth = 0.0
-    for p, q, r, s in map(grid.places, grid.on_surface(grid.cells)):
-        cloth += 0.5 * math.hypot(*cross(sub(r, p), sub(s, q)))
-    return under((1, 2)) / mould.area, max(0.0, cloth - under((1,))) / mould.area
+    edge = [(mould.points[a], mould.points[b]) for _, loop in mould.loops() for a, b in closed(loop)]
+    return min(from_segments(p, edge) for p in points)
 
 
 # Shear as colour: pale yellow to deep blue up to the locking angle, orange to dark red beyond it, mixed in the

@@ -15,7 +15,7 @@ from model import add, cross, dot, scaled, sub, unit
 from moulds import cup, obj, plate
 from readers import Gltf, Svg, dxf_entities, dxf_header, pdf_words, png_pixels
 
-INK, GREY, CURVE = (0.10, 0.12, 0.15), (0.91, 0.915, 0.925), (0.85, 0.10, 0.40)
+INK, CURVE = (0.10, 0.12, 0.15), (0.85, 0.10, 0.40)
 ROOM, TALLEST, EDGE, CAPTION, LOWEST = 990.0, 760.0, 30.0, 116.0, 420.0  # pixels of a picture
 MARGIN, LEGEND = 10.0, 42.0  # millimetres of a page at 1:1, before it grows with large patterns
 
@@ -94,14 +94,13 @@ class Drawings(Drapes):
             self.assertEqual((tree["asset"]["version"], tree["scenes"][tree["scene"]]["nodes"], node["mesh"]),
                              ("2.0", [0], 0))
             cloth, lines = tree["meshes"][0]["primitives"]
-            self.assertEqual((cloth.get("mode", 4), lines["mode"], lines["attributes"]["POSITION"]),
-                             (4, 1, cloth["attributes"]["POSITION"]))
+            self.assertEqual((cloth.get("mode", 4), lines["mode"]), (4, 1))
             self.assertTrue(all(material["doubleSided"] for material in tree["materials"]))
             self.assertEqual([cloth["material"], lines["material"]], [0, 1])
             self.assertEqual([m["name"] for m in tree["materials"]], ["cloth", "fibres"])
             self.assertClose(node["extras"]["origin"], grid.position[0], 1e-12)
             self.assertEqual(tree["extras"], {"shearScaleTop": self.colours(drape)[0], "lockingAngle": told["lockingAngle"]})
-            self.assertEqual([view["target"] for view in tree["bufferViews"]], [34962] * 4 + [34963] * 2)
+            self.assertEqual([view["target"] for view in tree["bufferViews"]], [34962] * 4 + [34963, 34962, 34963])
             self.assertEqual(tree["buffers"], [{"byteLength": len(file.body)}])
 
             *axis, w = node["rotation"]
@@ -110,42 +109,85 @@ class Drawings(Drapes):
             places = [turn([s * x for s, x in zip(node["scale"], p)]) for p in read("POSITION")]
             normals, shear, colours = [turn(n) for n in read("NORMAL")], read("_SHEAR"), read("COLOR_0")
             upright = lambda v: (v[0], v[2], -v[1])  # z up becomes y up, and right stays right
-            metres = lambda n: upright(scaled(sub(grid.position[n], grid.position[0]), self.unit[name] / 1000))
-            cells = grid.on_surface(grid.cells)
+            seen = lambda p: upright(scaled(sub(p, grid.position[0]), self.unit[name] / 1000))
+            metres = lambda n: seen(grid.position[n])
             corners = file.accessor(cloth["indices"])
             triangles = [tuple(corners[k:k + 3]) for k in range(0, len(corners), 3)]
-            wanted = [half for cell in cells for half in grid.halves(cell)]
-            self.assertEqual(len(triangles), len(wanted))
+            self.assertEqual({v for t in triangles for v in t}, set(range(len(places))))
+            self.check_faces(drape, seen, [[places[v] for v in t] for t in triangles])
             node_of = {}
-            for k, cell in enumerate(cells):
-                pair = sorted([sorted(triangles[2 * k]), sorted(triangles[2 * k + 1])])
-                places_of = [[places[v] for v in triangle] for triangle in (triangles[2 * k], triangles[2 * k + 1])]
-                for got, half in zip(places_of, grid.halves(cell)):
-                    turns = [[metres(n) for n in (*half[r:], *half[:r])] for r in range(3)]
-                    size = 1e-6 * max(abs(x) for p in got for x in p)
-                    self.assertTrue(any(all(near(p, q, size) for p, q in zip(got, t)) for t in turns), (k, pair))
-                for triangle, half in zip((triangles[2 * k], triangles[2 * k + 1]), grid.halves(cell)):
-                    for v in triangle:
-                        node_of[v] = min(half, key=lambda n: math.dist(metres(n), places[v]))
-            self.assertEqual(sorted(node_of), list(range(len(places))))
-            self.assertEqual(len(set(node_of.values())), len(places))
-            around = collections.defaultdict(list)
-            for cell, value in zip(cells, grid.on_surface(grid.shear)):
-                for n in cell:
-                    around[n].append(value)
+            around, size = collections.defaultdict(list), 1e-6 * max(abs(x) for p in places for x in p)
+            for face in drape.net:
+                for n in grid.cells[face.cell]:
+                    around[n].append(face.shear)
+            for n in around:
+                v = min(range(len(places)), key=lambda v: math.dist(places[v], metres(n)))
+                if near(places[v], metres(n), size):
+                    node_of[v] = n
+            self.assertGreaterEqual(len(node_of), len({n for c in grid.on_surface(grid.cells) for n in c}))
             for v, n in node_of.items():
-                self.assertClose(normals[v], upright(unit(grid.normal[n])), 1e-6)
-                self.assertAlmostEqual(shear[v], sum(around[n]) / len(around[n]), 4)
+                if math.hypot(*grid.normal[n]) > 0.5:
+                    self.assertClose(normals[v], upright(unit(grid.normal[n])), 1e-6)
+            # Beside what lies beyond the last cells, which cell it counts to is up to the program.
+            agree = [abs(shear[v] - sum(around[n]) / len(around[n])) < 1e-4 for v, n in node_of.items()]
+            self.assertGreater(sum(agree), 0.95 * len(agree))
+            for v, colour in enumerate(colours):
                 light = [model.to_linear(x) for x in model.shear_colour(self.colours(drape), abs(shear[v]))]
-                self.assertClose([c / 65535 for c in colours[v]], [*light, 1.0], 2e-5)
-            ends = file.accessor(lines["indices"])
-            got = {frozenset((node_of[a], node_of[b])) for a, b in zip(ends[0::2], ends[1::2])}
-            self.assertEqual(got, {frozenset((c[k], c[(k + 1) % 4])) for c in cells for k in range(4)})
-            self.assertEqual(len(got), len(ends) // 2)
+                self.assertClose([c / 65535 for c in colour], [*light, 1.0], 2e-5)
+            ends = [turn([s * x for s, x in zip(node["scale"], p)])
+                    for p in file.accessor(lines["attributes"]["POSITION"])]
+            index = file.accessor(lines["indices"])
+            got = [(ends[a], ends[b]) for a, b in zip(index[0::2], index[1::2])]
+            self.check_yarns(drape, seen, got, 0.99)
             bounds = tree["accessors"][cloth["attributes"]["POSITION"]]
             stored = read("POSITION")
             self.assertEqual([bounds["min"], bounds["max"]], [[f(p[k] for p in stored) for k in range(3)] for f in (min, max)])
             self.assertTrue(tree["accessors"][cloth["attributes"]["COLOR_0"]]["normalized"])
+
+    def check_faces(self, drape, place, triangles):
+        """The triangles of whole cells are their halves, those of cut ones end on the outline of what is left of them, and
+        all together are the pattern. `place` says where a point of space is drawn."""
+        grid = drape.grid
+        step = math.dist(*(place(p) for p in grid.places(grid.cells[0])[:2]))
+        middles = [(model.middle(*t), t) for t in triangles]
+        whole = [face for face in drape.net if grid.whole[face.cell] and face.share > 1 - 1e-6]
+        for face in whole:
+            for half in grid.halves(grid.cells[face.cell]):
+                corners = [place(grid.position[n]) for n in half]
+                middle = model.middle(*corners)
+                self.assertTrue(any(math.dist(middle, m) < 1e-4 * step and matched(t, corners, 1e-4 * step)
+                                    for m, t in middles), face.cell)
+        cut = [([place(p) for p in grid.places(grid.cells[face.cell])],
+                [(place(a), place(b)) for line in face.lines for a, b in model.closed(line)])
+               for face in drape.net if face not in whole]
+        halves = [model.middle(*(place(grid.position[n]) for n in half)) for face in whole
+                  for half in grid.halves(grid.cells[face.cell])]
+        away = []
+        for m, t in middles:
+            if not any(math.dist(m, half) < 1e-4 * step for half in halves):
+                away.append(min(max(model.from_segments(p, lines) for p in t) for corners, lines in cut
+                                if math.dist(model.middle(*corners), m) < 1.5 * step))
+        # What lies beyond the last cells goes by the map of a cell beside it.
+        away.sort()
+        self.assertLess(away[int(0.95 * len(away))], 0.025 * step)
+        self.assertLess(away[-1], 0.2 * step)
+        area = sum(0.5 * math.hypot(*cross(sub(b, a), sub(c, a))) for a, b, c in triangles)
+        wanted = sum(face.area for face in drape.net) * (step / math.dist(*grid.places(grid.cells[0])[:2])) ** 2
+        self.assertAlmostEqual(area / wanted, 1.0, delta=0.01)
+
+    def check_yarns(self, drape, place, drawn, least, only=lambda a, b: True):
+        """Each drawn segment lies along the side of a cell, and together they are as long as the sides have cloth."""
+        grid, sides = drape.grid, []
+        for (a, b), share in drape.yarns.items():
+            if only(a, b):
+                sides.append((place(grid.position[a]), place(grid.position[b]), share))
+        wanted = sum(math.dist(a, b) * share for a, b, share in sides)
+        near_side = 1e-3 * wanted / len(sides)
+        for p, q in drawn:
+            self.assertTrue(any(model.from_segments(p, [(a, b)]) < near_side and model.from_segments(q, [(a, b)]) < near_side
+                                for a, b, _ in sides), (p, q))
+        length = sum(math.dist(p, q) for p, q in drawn)
+        self.assertTrue(least * wanted <= length <= 1.01 * wanted, (length, wanted))
 
     @of_each
     def test_outline_arrow_and_seed_in_millimetres(self, name, drape):
@@ -335,7 +377,7 @@ class Drawings(Drapes):
         self.assertIn(line, text)
         ends = "" if drape.report["pattern"]["reachesEdge"] else "Blue line: the cloth ends before the mould. "
         self.assertIn({"ended": f"partial drape: {drape.report['result']['meaning']} (code 23)"}.get(
-            name, "Drawn 1 : 1. Red line: transferred curve. " + ends + "Grey cells are cut by the mould&apos;s edge."), text)
+            name, ("Drawn 1 : 1. Red line: transferred curve. " + ends).strip()), text)
         where = {word: box for word, *box in reversed(words)}
         seed = scaled(self.page(name, drape)[2], points)
         self.assertTrue(where["warp"][0] > seed[0] and abs(where["warp"][1] + where["warp"][3] - 2 * seed[1]) < 12 * growth)
@@ -437,28 +479,37 @@ class Drawings(Drapes):
         self.assertEqual(tuple(float(re.match(r"[\d.]+", s)[0]) for s in drawing.size), size)
         shapes = [s for s in drawing.shapes if s["fill"] and s["fill"] == s["stroke"] and s["width"] == 0.5]
         faces = [dict.fromkeys((round(x, 6), round(y, 6)) for x, y in s["parts"][0]) for s in shapes]
-        kinds = [len(f) for f in faces]
-        self.assertEqual(kinds, sorted(kinds), "the mould first, cloth over it")
         cells = {k: [see(p) for p in grid.places(c)] for k, c in enumerate(grid.cells) if grid.whole[k]}
         triangles = {t: [see(p) for p in corners] for t, corners in enumerate(mould.corners)}
+        cut = {f.cell: [(see(a), see(b)) for line in f.lines for a, b in model.closed(line)] for f in drape.net
+               if not (grid.whole[f.cell] and f.share > 1 - 1e-6)}
+        shear, cell = {f.cell: abs(f.shear) for f in drape.net}, scale * min(drape.report["choice"]["step"])
         seen, lights, before = [], [], None
         light = unit(add(scaled(axes[2], 0.65), scaled(axes[1], 0.75), scaled(axes[0], -0.55)))
         for shape, face in zip(shapes, faces):
-            among = cells if len(face) == 4 else triangles
-            key = min(among, key=lambda k: sum(map(math.dist, among[k], face)))
-            self.assertTrue(all(near(p, q, 0.02) for p, q in zip(face, among[key], strict=True)), (key, face))
-            corners = grid.places(grid.cells[key]) if len(face) == 4 else mould.corners[key]
-            normal = unit(cross(sub(corners[2], corners[0]), sub(corners[3], corners[1]))) if len(face) == 4 else \
-                mould.normals[key]
+            kind, among = {3: ("mould", triangles), 4: ("whole", cells)}.get(len(face), ("cut", cut))
+            away = lambda k: max(map(math.dist, among[k], face)) if kind != "cut" else \
+                max(model.from_segments(p, among[k]) for p in face)
+            key = min(among, key=away)
+            if kind != "cut" and away(key) > 0.02:
+                kind, among = "cut", cut
+                key = min(among, key=away)
+            self.assertLess(away(key), 0.025 * cell if kind == "cut" else 0.02, (kind, key, face))
+            corners = mould.corners[key] if kind == "mould" else grid.places(grid.cells[key])
+            normal = mould.normals[key] if kind == "mould" else \
+                unit(cross(sub(corners[2], corners[0]), sub(corners[3], corners[1])))
             closeness = dot(model.middle(*corners), axes[2])
-            self.assertTrue(before is None or before[0] != len(face) or before[1] <= closeness + 1e-9, "far ones first")
-            before = len(face), closeness
-            seen.append((len(face), key))
-            colour = model.shear_colour(self.colours(drape), abs(grid.shear[key])) if len(face) == 4 else (0.74, 0.75, 0.77)
+            if before:
+                self.assertTrue(before[0] != "mould" or kind != before[0] or before[1] <= closeness + 1e-9, "far ones first")
+                self.assertTrue(before[0] == "mould" or kind != "mould", "the mould first, cloth over it")
+            before = kind, closeness
+            seen.append((kind, key))
+            colour = (0.74, 0.75, 0.77) if kind == "mould" else model.shear_colour(self.colours(drape), shear[key])
             side = -1 if dot(normal, axes[2]) < 0 else 1
             if max(shape["fill"]) < 0.995:
                 lights.append((side * dot(normal, light), *self.brightness(shape["fill"], colour)))
-        self.assertEqual({key for kind, key in seen if kind == 4}, set(cells), "all cells of this sheet can be seen")
+        cloth = {key for kind, key in seen if kind != "mould"}
+        self.assertTrue(set(cells) <= cloth <= set(cells) | set(cut), "all cells of this sheet can be seen")
         self.assertEqual(len(seen), len(set(seen)))
         lights.sort()
         for (_, dark, _), (_, bright, _) in zip(lights, lights[1:]):
@@ -501,17 +552,20 @@ class Drawings(Drapes):
             with self.subTest(name):
                 mesh = self.folder / f"{name}.obj"
                 mesh.write_text(obj((points, these)))
-                drape = Drape(self.folder, mesh, "--step", "1", *words, outputs=("svg",), stem=name,
+                drape = Drape(self.folder, mesh, "--step", "1", *words, outputs=("svg", "dxf"), stem=name,
                               expect=4 if name == "tube" else 0)
-                see, _, _, size = self.view(drape)
+                see, scale, _, size = self.view(drape)
                 drawing = Svg(drape.path["svg"])
                 self.assertEqual(tuple(float(re.match(r"[\d.]+", s)[0]) for s in drawing.size), size)
-                wanted = [see(p) for c in drape.grid.on_surface(drape.grid.cells) for p in drape.grid.places(c)]
+                # Corners of the mould and of cells, or on the lines at which cells are cut.
+                wanted = [see(p) for c in drape.grid.cells for p in drape.grid.places(c)]
                 wanted += [see(p) for p in drape.mould.points]
+                wanted = [(p, p) for p in wanted] + [(see(a), see(b)) for f in drape.net for line in f.lines
+                                                      for a, b in model.closed(line)]
                 drawn = [p for s in drawing.shapes if s["fill"] and s["fill"] == s["stroke"] for p in s["parts"][0]]
                 self.assertGreater(len(drawn), 60)
                 for p in drawn:
-                    self.assertTrue(any(near(p, q, 0.02) for q in wanted), p)
+                    self.assertLess(model.from_segments(p, wanted), 0.025 * scale, p)
 
     def test_colours_of_cloth_without_shear(self):
         mesh = self.folder / "plate.obj"
@@ -573,20 +627,24 @@ class Drawings(Drapes):
         for shape in drawing.shapes:
             if shape["stroke"] and not shape["fill"]:
                 strokes[round(shape["width"], 3), shape["opacity"]] += shape["parts"]
-        cells = grid.on_surface(grid.cells)
-        sides = {(c[a], c[b]) for c in cells for a, b in ((0, 1), (3, 2), (0, 3), (1, 2))}
-        heavy = {(a, b) for a, b in sides if (grid.j[a] == grid.j[b] == 0) or (grid.i[a] == grid.i[b] == 0)}
-        ways = lambda pairs: [(see(grid.position[a]), see(grid.position[b])) for a, b in pairs]
-        rim = [(see(a[2]), see(b[2])) for a, b in grid.outline()]
-        loops = [(see(mould.points[a]), see(mould.points[b])) for _, loop in mould.loops()
-                 for a, b in zip(loop, loop[1:] + loop[:1])]
-        for key, wanted, least in (((0.75, "0.5"), ways(sides), 0.9), ((1.9, "0.9"), ways(heavy), 0.8),
-                                   ((1.6, "0.95"), rim, 0.8), ((1.1, "0.75"), loops, 0.8)):
-            got = [(a, b) for part in strokes[key] for a, b in zip(part, part[1:])]
-            self.assertGreaterEqual(len(got), least * len(wanted), key)
-            self.assertLessEqual(len(got), len(wanted), key)
-            for a, b in got:
-                self.assertTrue(any(near(a, p, 0.02) and near(b, q, 0.02) for p, q in wanted), (key, a, b))
+        drawn = lambda key: [(a, b) for part in strokes[key] for a, b in zip(part, part[1:])]
+        self.check_yarns(drape, see, drawn((0.75, "0.5")), 0.9)
+        self.check_yarns(drape, see, drawn((1.9, "0.9")), 0.8,
+                         lambda a, b: grid.j[a] == grid.j[b] == 0 or grid.i[a] == grid.i[b] == 0)
+        loops = [(see(mould.points[a]), see(mould.points[b])) for _, loop in mould.loops() for a, b in model.closed(loop)]
+        sides = [(see(grid.position[c[k]]), see(grid.position[c[k - 1]])) for c in grid.cells for k in range(4)]
+        # The rim of the cloth is the mould's edge, and where that has no cloth, sides of cells.
+        rim = drawn((1.6, "0.95"))
+        for p in (p for segment in rim for p in segment):
+            self.assertLess(model.from_segments(p, loops + sides), 0.3, p)
+        length = lambda segments: sum(math.dist(*s) for s in segments)
+        if drape.report["pattern"]["clothEdgeLength"] < 0.1 * sum(length for length, _ in mould.loops()):
+            self.assertTrue(0.8 * length(loops) < length(rim) < 1.1 * length(loops))
+        edge = drawn((1.1, "0.75"))
+        for a, b in edge:
+            self.assertTrue(any(near(a, p, 0.02) and near(b, q, 0.02) for p, q in loops), (a, b))
+        shown = [model.from_segments(scaled(add(a, b), 0.5), rim + edge) < 0.3 for a, b in loops]
+        self.assertGreaterEqual(sum(shown), 0.8 * len(loops))
         ring = [s for s in drawing.shapes if s["curved"] and s["fill"] and near(s["fill"], (1, 1, 1), 1e-6)]
         self.assertEqual(len(ring), 1)
         xs, ys = zip(*ring[0]["parts"][0])

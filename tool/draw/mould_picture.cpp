@@ -1,8 +1,8 @@
 // The drape on its mould in three dimensions. A depth image finds what can be seen; as an image file it is
 // the picture itself, in a vector file the visible triangles and cells are drawn one by one, far ones first.
 // Fibres, outlines and the seed are strokes over either.
-#include "host/cloth/cloth_lines.h"
 #include "host/cloth/grid.h"
+#include "host/cloth/net_faces.h"
 #include "host/mesh/point.h"
 #include "host/mesh/text.h"
 #include "tool/draw/canvas.h"
@@ -34,7 +34,7 @@ constexpr double strokeLift = 2.0;    // of lines over what they lie on, in pixe
 constexpr Colour mouldColour{0.74, 0.75, 0.77};
 constexpr Colour warningColour{0.75, 0.05, 0.10};
 
-// A scene made ready to be drawn: mould triangles are numbered first, cells after them.
+// A scene made ready to be drawn: mould triangles are numbered first, faces of the pattern after them.
 struct Stage {
     const Scene& scene;
     MouldView view;
@@ -42,10 +42,12 @@ struct Stage {
     double lift;                  // of cloth over the mould, in pixels
     std::vector<Point> triangles; // normals
     std::vector<Point> areas;     // normals as long as twice the area
+    std::vector<NetFace> faces;
 
-    std::uint32_t numberOfCell(std::size_t cell) const {
-        return static_cast<std::uint32_t>(triangles.size() + cell);
+    std::uint32_t numberOfFace(std::size_t face) const {
+        return static_cast<std::uint32_t>(triangles.size() + face);
     }
+    const Cell& cellOf(const NetFace& face) const { return scene.measures->cells[face.cell]; }
 };
 
 std::vector<Point> triangleAreas(const Mould& mould) {
@@ -98,27 +100,24 @@ Point normalOf(const Grid& grid, const Cell& cell) {
 
 void drawCloth(DepthImage& image, const Stage& stage) {
     const Grid& grid = *stage.scene.grid;
-    const auto& cells = stage.scene.measures->cells;
-    for (std::size_t index = 0; index < cells.size(); ++index) {
-        const Cell& cell = cells[index];
-        if (!cell.onSurface) {
-            continue;
-        }
+    for (std::size_t f = 0; f < stage.faces.size(); ++f) {
+        const NetFace& face = stage.faces[f];
+        const Cell& cell = stage.cellOf(face);
         const Point flat = normalOf(grid, cell);
-        std::array<SeenCorner, 4> q;
+        std::array<Point, 4> normals;
         for (std::size_t k = 0; k < 4; ++k) {
             const Point normal = nodeNormal(grid, cell.nodes[k]);
-            q[k] = {stage.view.see(nodePosition(grid, cell.nodes[k])),
-                    vec::dot(normal, flat) > creaseCosine ? normal : flat};
+            normals[k] = vec::dot(normal, flat) > creaseCosine ? normal : flat;
         }
-        const Colour colour = shearColour(stage.scale, cell.shear);
-        const std::uint32_t number = stage.numberOfCell(index);
-        const auto across = [&](std::size_t a, std::size_t b) {
-            return vec::distance(nodePosition(grid, cell.nodes[a]), nodePosition(grid, cell.nodes[b]));
-        };
-        const std::size_t turn = across(0, 2) <= across(1, 3) ? 0 : 1;
-        image.draw({q[turn], q[turn + 1], q[(turn + 2) % 4]}, colour, number, stage.lift);
-        image.draw({q[turn], q[(turn + 2) % 4], q[(turn + 3) % 4]}, colour, number, stage.lift);
+        const Colour colour = shearColour(stage.scale, face.shear);
+        for (const auto& triangle : trianglesOf(grid, cell, face)) {
+            std::array<SeenCorner, 3> corners;
+            for (std::size_t k = 0; k < 3; ++k) {
+                corners[k] = {stage.view.see(pointIn(grid, cell, triangle[k])),
+                              mixedIn(normals, triangle[k])};
+            }
+            image.draw(corners, colour, stage.numberOfFace(f), stage.lift);
+        }
     }
 }
 
@@ -145,33 +144,41 @@ void placeImage(Canvas& canvas, const DepthImage& image, double x, double y) {
 }
 
 struct Polygon {
-    std::vector<std::array<double, 2>> points;
-    double near;
+    std::vector<std::vector<std::array<double, 2>>> lines; // closed, holes the other way round
+    double near = 0.0;
     Colour colour;
-    bool cloth;
+    bool cloth = false;
 };
 
 Polygon polygonOf(const Stage& stage, const DepthImage& image, std::uint32_t owner) {
-    Polygon polygon{{}, 0.0, {}, owner >= stage.triangles.size()};
+    Polygon polygon;
+    double count = 0.0;
     const auto add = [&](const Point& corner) {
         const Seen seen = stage.view.see(corner);
-        polygon.points.push_back({seen.x, seen.y});
+        polygon.lines.back().push_back({seen.x, seen.y});
         polygon.near += seen.near;
+        ++count;
     };
+    polygon.cloth = owner >= stage.triangles.size();
     if (polygon.cloth) {
-        const Cell& cell = stage.scene.measures->cells[owner - stage.triangles.size()];
-        for (const std::int32_t node : cell.nodes) {
-            add(nodePosition(*stage.scene.grid, node));
+        const NetFace& face = stage.faces[owner - stage.triangles.size()];
+        const Cell& cell = stage.cellOf(face);
+        for (const auto& line : polygonsOf(face)) {
+            polygon.lines.emplace_back();
+            for (const FlatPoint& place : line) {
+                add(pointIn(*stage.scene.grid, cell, place));
+            }
         }
         polygon.colour =
-            image.shaded(shearColour(stage.scale, cell.shear), normalOf(*stage.scene.grid, cell));
+            image.shaded(shearColour(stage.scale, face.shear), normalOf(*stage.scene.grid, cell));
     } else {
+        polygon.lines.emplace_back();
         for (std::size_t k = 0; k < 3; ++k) {
             add(stage.scene.mould->corner(owner, k));
         }
         polygon.colour = image.shaded(mouldColour, stage.triangles[owner]);
     }
-    polygon.near /= static_cast<double>(polygon.points.size());
+    polygon.near /= count;
     return polygon;
 }
 
@@ -189,7 +196,9 @@ void drawPolygons(Canvas& canvas, const Stage& stage, const DepthImage& image,
     });
     cairo_set_line_width(canvas.cairo(), 0.5); // covers the seams between neighbours
     for (const Polygon& polygon : polygons) {
-        canvas.path(polygon.points, true);
+        for (const auto& line : polygon.lines) {
+            canvas.path(line, true);
+        }
         canvas.colour(polygon.colour);
         cairo_fill_preserve(canvas.cairo());
         cairo_stroke(canvas.cairo());
@@ -223,14 +232,6 @@ void addVisible(Canvas& canvas, const Stage& stage, const DepthImage& image, con
     finish();
 }
 
-std::vector<Point> pointsOf(const Grid& grid, const NodeChain& chain) {
-    std::vector<Point> points;
-    for (const std::int32_t node : chain) {
-        points.push_back(nodePosition(grid, node));
-    }
-    return points;
-}
-
 std::int32_t thinning(double step, double scale) {
     const double pixels = step * scale;
     return pixels >= fibreSpacing || !(pixels > 0.0)
@@ -241,25 +242,20 @@ std::int32_t thinning(double step, double scale) {
 void drawFibres(Canvas& canvas, const Stage& stage, const DepthImage& image) {
     const Grid& grid = *stage.scene.grid;
     const double lift = stage.lift + strokeLift;
+    const auto draw = [&](const std::vector<Yarn>& yarns, double opacity, double width) {
+        for (const Yarn& yarn : yarns) {
+            addVisible(canvas, stage, image, yarn.points, lift);
+        }
+        canvas.colour(ink, opacity);
+        canvas.stroke(width);
+    };
     for (const Fibre fibre : {Fibre::warp, Fibre::weft}) {
-        const bool warp = fibre == Fibre::warp;
-        const double spacing = warp ? stage.scene.choice->stepB : stage.scene.choice->stepA;
-        std::vector<NodeChain> throughSeed;
-        for (NodeChain& line :
-             fibreLines(grid, stage.scene.measures->cells, fibre, thinning(spacing, stage.view.scale))) {
-            addVisible(canvas, stage, image, pointsOf(grid, line), lift);
-            const auto first = static_cast<std::size_t>(line.front());
-            if ((warp ? grid.j[first] : grid.i[first]) == 0) {
-                throughSeed.push_back(std::move(line));
-            }
-        }
-        canvas.colour(ink, 0.5);
-        canvas.stroke(0.75);
-        for (const NodeChain& line : throughSeed) {
-            addVisible(canvas, stage, image, pointsOf(grid, line), lift);
-        }
-        canvas.colour(ink, 0.9);
-        canvas.stroke(1.9);
+        const double spacing = fibre == Fibre::warp ? stage.scene.choice->stepB : stage.scene.choice->stepA;
+        std::vector<Yarn> yarns =
+            netYarns(grid, *stage.scene.measures, stage.faces, fibre, thinning(spacing, stage.view.scale));
+        draw(yarns, 0.5, 0.75);
+        std::erase_if(yarns, [](const Yarn& yarn) { return yarn.line != 0; });
+        draw(yarns, 0.9, 1.9);
     }
 }
 
@@ -275,9 +271,10 @@ void drawOutlines(Canvas& canvas, const Stage& stage, const DepthImage& image) {
     }
     canvas.colour(ink, 0.75);
     canvas.stroke(1.1);
-    for (NodeChain& loop : outlineLoops(*stage.scene.grid, stage.scene.measures->cells)) {
-        loop.push_back(loop.front());
-        addVisible(canvas, stage, image, pointsOf(*stage.scene.grid, loop), stage.lift + strokeLift);
+    for (const NetLoop& loop : stage.scene.measures->net.loops) {
+        std::vector<Point> points = loop.rim;
+        points.push_back(points.front());
+        addVisible(canvas, stage, image, points, stage.lift + strokeLift);
     }
     canvas.colour(ink, 0.95);
     canvas.stroke(1.6);
@@ -373,9 +370,13 @@ std::string mouldPicture(const Scene& scene, Drawing drawing) {
     const MouldView view = chooseView(*scene.mould, *scene.grid, room, tallestMould);
     const auto areas = triangleAreas(*scene.mould);
     const double step = std::max(scene.choice->stepA, scene.choice->stepB);
-    const Stage stage{
-        scene,          view, shearScale(*scene.measures), clothLift * view.scale * vec::finite(step),
-        unitsOf(areas), areas};
+    const Stage stage{scene,
+                      view,
+                      shearScale(*scene.measures),
+                      clothLift * view.scale * vec::finite(step),
+                      unitsOf(areas),
+                      areas,
+                      netFaces(*scene.grid, *scene.measures)};
     const double inner = std::max(view.height, lowestPage - 2.0 * margin - captionSpace);
     const double height = std::ceil(inner + 2.0 * margin + captionSpace);
     Canvas canvas(drawing, PageUnit::pixel, pageWidth, height, 1.0);

@@ -4,6 +4,7 @@
 
 #include "host/cloth/cloth_lines.h"
 #include "host/cloth/grid.h"
+#include "host/cloth/net_faces.h"
 #include "host/mesh/point.h"
 #include "tool/draw/labels.h"
 
@@ -19,30 +20,35 @@ constexpr std::size_t mostRectangles = 40000; // beyond this, neighbouring cells
 constexpr double mostFibres = 220.0;          // of one family across the page
 constexpr double textSize = 3.6;              // millimetres, as are all lengths below, before they grow
 constexpr double arrowReach = 14.0;
-constexpr Colour borderFill{0.91, 0.915, 0.925};
 constexpr Colour overlapColour{1.0, 0.55, 0.0};
 constexpr Colour clothEdgeColour{0.0, 0.45, 0.85};
+
+// A whole face and the cell that it is.
+struct WholeCell {
+    const Cell* cell;
+    double shear;
+};
 
 // Mean shear, without sign, of each cell's block of `size` by `size` cells.
 class BlockShear {
 public:
-    BlockShear(const Grid& grid, const std::vector<const Cell*>& cells, std::int32_t size)
+    BlockShear(const Grid& grid, const std::vector<WholeCell>& cells, std::int32_t size)
         : grid_(grid), size_(size) {
-        for (const Cell* cell : cells) {
-            auto& [sum, count] = blocks_[block(*cell)];
-            sum += std::abs(vec::finite(cell->shear));
+        for (const WholeCell& whole : cells) {
+            auto& [sum, count] = blocks_[block(whole)];
+            sum += std::abs(vec::finite(whole.shear));
             count += 1.0;
         }
     }
 
-    double of(const Cell& cell) const {
-        const auto& [sum, count] = blocks_.at(block(cell));
+    double of(const WholeCell& whole) const {
+        const auto& [sum, count] = blocks_.at(block(whole));
         return sum / count;
     }
 
 private:
-    std::pair<std::int32_t, std::int32_t> block(const Cell& cell) const {
-        const auto at = static_cast<std::size_t>(cell.nodes[0]);
+    std::pair<std::int32_t, std::int32_t> block(const WholeCell& whole) const {
+        const auto at = static_cast<std::size_t>(whole.cell->nodes[0]);
         const auto part = [&](std::int32_t k) { return k >= 0 ? k / size_ : -1 - (-1 - k) / size_; };
         return {part(grid_.i[at]), part(grid_.j[at])};
     }
@@ -57,31 +63,32 @@ struct Rectangle {
 };
 
 // The whole cells as flat rectangles by colour band, neighbours of one band along a row joined.
-std::map<int, std::vector<Rectangle>> colouredRectangles(const Scene& scene, const ShearScale& scale) {
+std::map<int, std::vector<Rectangle>> colouredRectangles(const Scene& scene, const ShearScale& scale,
+                                                         const std::vector<NetFace>& faces) {
     const Grid& grid = *scene.grid;
-    std::vector<const Cell*> cells;
-    for (const std::size_t index : scene.measures->net.wholeCells) {
-        if (scene.measures->cells[index].onSurface) {
-            cells.push_back(&scene.measures->cells[index]);
+    std::vector<WholeCell> cells;
+    for (const NetFace& face : faces) {
+        if (face.whole) {
+            cells.push_back({&scene.measures->cells[face.cell], face.shear});
         }
     }
-    const auto coordinates = [&](const Cell* cell) {
-        const auto at = static_cast<std::size_t>(cell->nodes[0]);
+    const auto coordinates = [&](const WholeCell& whole) {
+        const auto at = static_cast<std::size_t>(whole.cell->nodes[0]);
         return std::pair(grid.j[at], grid.i[at]);
     };
     std::stable_sort(cells.begin(), cells.end(),
-                     [&](const Cell* a, const Cell* b) { return coordinates(a) < coordinates(b); });
+                     [&](const WholeCell& a, const WholeCell& b) { return coordinates(a) < coordinates(b); });
     const double crowd = static_cast<double>(cells.size()) / static_cast<double>(mostRectangles);
     const BlockShear blocks(grid, cells, std::max(1, static_cast<std::int32_t>(std::ceil(std::sqrt(crowd)))));
 
     std::map<int, std::vector<Rectangle>> bands;
     Rectangle* open = nullptr; // the one that the next cell of the row can lengthen
     int openBand = 0;
-    for (const Cell* cell : cells) {
-        const double shear = blocks.of(*cell);
+    for (const WholeCell& whole : cells) {
+        const double shear = blocks.of(whole);
         int band = std::min(colourBands - 1, static_cast<int>(shear / scale.top * colourBands));
         band = shear > scale.locking ? band + colourBands : band;
-        const Rectangle next{nodeFlat(grid, cell->nodes[0]), nodeFlat(grid, cell->nodes[2])};
+        const Rectangle next{nodeFlat(grid, whole.cell->nodes[0]), nodeFlat(grid, whole.cell->nodes[2])};
         if (open != nullptr && band == openBand && open->high[0] == next.low[0] &&
             open->low[1] == next.low[1] && open->high[1] == next.high[1]) {
             open->high[0] = next.high[0];
@@ -135,24 +142,16 @@ private:
 
 void drawCells(Canvas& canvas, const Placement& page, const Scene& scene, const ShearScale& scale,
                Painter& painter) {
-    const std::vector<Cell>& cells = scene.measures->cells;
-    canvas.colour(borderFill);
-    for (const std::size_t index : scene.measures->net.wholeCells) {
-        const auto& nodes = cells[index].nodes;
-        if (!cells[index].onSurface) {
-            painter.addRectangle({nodeFlat(*scene.grid, nodes[0]), nodeFlat(*scene.grid, nodes[2])}, 0.0);
-        }
-    }
-    cairo_fill(canvas.cairo());
-    for (const ClippedCell& clipped : scene.measures->net.clippedCells) {
-        const Cell& cell = cells[clipped.cell];
-        canvas.colour(cell.onSurface ? shearColour(scale, cell.shear) : borderFill);
-        for (const auto& polygon : clipped.polygons) {
+    const std::vector<NetFace> faces = netFaces(*scene.grid, *scene.measures);
+    const NetPattern& net = scene.measures->net;
+    for (std::size_t k = 0; k < net.clippedCells.size(); ++k) {
+        canvas.colour(shearColour(scale, faces[net.wholeCells.size() + k].shear));
+        for (const auto& polygon : net.clippedCells[k].polygons) {
             painter.addPolygon(polygon);
         }
         cairo_fill(canvas.cairo());
     }
-    for (const auto& [band, rectangles] : colouredRectangles(scene, scale)) {
+    for (const auto& [band, rectangles] : colouredRectangles(scene, scale, faces)) {
         const double middle = (band % colourBands + 0.5) / colourBands * scale.top;
         const double shear = band < colourBands ? std::min(middle, scale.locking)
                                                 : std::max(middle, std::nextafter(scale.locking, scale.top));

@@ -86,8 +86,7 @@ std::string keyText(const Scene& scene, const Page& page, bool isImage) {
            (scene.cut->allowance > 0.0 ? "Heavy line: cut. Light line: net. " : "") +
            (scene.curves.empty() ? "" : "Red line: transferred curve. ") +
            (net.overlapArea > 0.0 ? "Orange: the pattern lies over itself. " : "") +
-           (net.clothEdgeLength > 0.0 ? "Blue line: the cloth ends before the mould. " : "") +
-           "Grey cells are cut by the mould's edge.";
+           (net.clothEdgeLength > 0.0 ? "Blue line: the cloth ends before the mould. " : "");
 }
 
 void drawLegend(Canvas& canvas, const Page& page, const Scene& scene, const ShearScale& scale) {

@@ -1,16 +1,18 @@
-// The draped grid as glTF 2.0 for 3D viewers and slides: the cells on the surface in shear colours, with the
-// fibres as lines. The scene node turns z up into glTF's y up and brings the lengths to metres, so the
-// positions are the grid's own, seen from the seed.
-#include "host/cloth/cloth_lines.h"
+// The draped grid as glTF 2.0 for 3D viewers and slides: the cells in shear colours, cut where the pattern
+// ends, with the fibres as lines. The scene node turns z up into glTF's y up and brings the lengths to
+// metres, so the positions are the grid's own, seen from the seed.
 #include "host/cloth/grid.h"
+#include "host/cloth/net_faces.h"
 #include "host/mesh/point.h"
 #include "tool/draw/colour.h"
 #include "tool/write/base64.h"
 #include "tool/write/file_numbers.h"
 #include "tool/write/writers.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
+#include <map>
 #include <nlohmann/json.hpp>
 
 namespace tool {
@@ -57,48 +59,118 @@ private:
     std::string bytes_;
 };
 
-// The nodes that cells on the surface use, numbered anew, with their arrays.
+// The faces' corners as vertices, and the yarns.
 struct Cloth {
-    std::vector<std::uint32_t> vertexOfNode; // `none` for a node outside
     std::vector<float> positions, normals, shear;
     std::vector<std::uint16_t> colours;
     std::vector<std::uint32_t> triangles, lines;
+    std::vector<float> linePositions;
 };
 
-constexpr std::uint32_t none = std::numeric_limits<std::uint32_t>::max();
-
-void addVertex(Cloth& cloth, const Grid& grid, std::int32_t node, const Point& origin) {
-    auto& vertex = cloth.vertexOfNode[static_cast<std::size_t>(node)];
-    if (vertex != none) {
-        return;
-    }
-    vertex = static_cast<std::uint32_t>(cloth.shear.size());
-    cloth.shear.push_back(0.0F);
-    const Point position = vec::subtract(nodePosition(grid, node), origin);
-    Point normal = vec::unit(nodeNormal(grid, node));
-    if (!vec::isFinite(normal) || vec::length(normal) < 0.5) {
-        normal = {0.0, 0.0, 1.0};
-    }
-    for (std::size_t k = 0; k < 3; ++k) {
-        cloth.positions.push_back(static_cast<float>(vec::finite(position[k])));
-        cloth.normals.push_back(static_cast<float>(normal[k]));
-    }
-}
-
-// A vertex shows the mean shear of the cells around it.
-void addShear(Cloth& cloth, const std::vector<Cell>& cells) {
-    std::vector<float> share(cloth.shear.size(), 0.0F);
-    for (const Cell& cell : cells) {
-        for (std::size_t k = 0; cell.onSurface && k < 4; ++k) {
-            const auto vertex = cloth.vertexOfNode[static_cast<std::size_t>(cell.nodes[k])];
-            cloth.shear[vertex] += static_cast<float>(vec::finite(cell.shear));
-            share[vertex] += 1.0F;
+// A node shows the mean shear of the faces around it.
+std::vector<double> shearAtNodes(const Scene& scene, const std::vector<NetFace>& faces) {
+    std::vector<double> shear(static_cast<std::size_t>(scene.grid->count), 0.0);
+    std::vector<double> count(shear.size(), 0.0);
+    for (const NetFace& face : faces) {
+        for (const std::int32_t node : scene.measures->cells[face.cell].nodes) {
+            shear[static_cast<std::size_t>(node)] += vec::finite(face.shear);
+            count[static_cast<std::size_t>(node)] += 1.0;
         }
     }
-    for (std::size_t k = 0; k < share.size(); ++k) {
-        cloth.shear[k] /= share[k];
+    for (std::size_t k = 0; k < shear.size(); ++k) {
+        shear[k] /= std::max(count[k], 1.0);
     }
+    return shear;
 }
+
+// Makes vertices of places in cells, one for each node and one for each other place of a cell.
+class ClothMaker {
+public:
+    ClothMaker(const Scene& scene, const std::vector<NetFace>& faces, const Point& origin)
+        : scene_(scene), origin_(origin), shear_(shearAtNodes(scene, faces)),
+          vertexOfNode_(shear_.size(), none) {
+        for (const NetFace& face : faces) {
+            addFace(face);
+        }
+        for (const Fibre fibre : {Fibre::warp, Fibre::weft}) {
+            for (const Yarn& yarn : netYarns(*scene.grid, *scene.measures, faces, fibre, 1)) {
+                addYarn(yarn);
+            }
+        }
+    }
+
+    Cloth cloth;
+
+private:
+    static constexpr std::uint32_t none = std::numeric_limits<std::uint32_t>::max();
+
+    void addFace(const NetFace& face) {
+        const Cell& cell = scene_.measures->cells[face.cell];
+        std::map<FlatPoint, std::uint32_t> vertices;
+        for (const auto& triangle : trianglesOf(*scene_.grid, cell, face)) {
+            for (const FlatPoint& place : triangle) {
+                const auto [found, isNew] = vertices.try_emplace(place, none);
+                if (isNew) {
+                    found->second = vertexAt(cell, place);
+                }
+                cloth.triangles.push_back(found->second);
+            }
+        }
+    }
+
+    std::uint32_t vertexAt(const Cell& cell, const FlatPoint& place) {
+        constexpr std::array<FlatPoint, 4> corners{{{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.0, 1.0}}};
+        const auto corner = std::find(corners.begin(), corners.end(), place);
+        if (corner == corners.end()) {
+            return addVertex(cell, place);
+        }
+        const std::int32_t node = cell.nodes[static_cast<std::size_t>(corner - corners.begin())];
+        std::uint32_t& vertex = vertexOfNode_[static_cast<std::size_t>(node)];
+        if (vertex == none) {
+            vertex = addVertex(cell, place);
+        }
+        return vertex;
+    }
+
+    std::uint32_t addVertex(const Cell& cell, const FlatPoint& place) {
+        const Grid& grid = *scene_.grid;
+        std::array<Point, 4> normals{};
+        std::array<Point, 4> shear{};
+        for (std::size_t k = 0; k < 4; ++k) {
+            const Point normal = vec::unit(nodeNormal(grid, cell.nodes[k]));
+            normals[k] = vec::isFinite(normal) ? normal : Point{};
+            shear[k][0] = shear_[static_cast<std::size_t>(cell.nodes[k])];
+        }
+        const Point normal = vec::unit(mixedIn(normals, place));
+        const Point sound = vec::length(normal) > 0.5 ? normal : Point{0.0, 0.0, 1.0};
+        add(cloth.positions, vec::subtract(pointIn(grid, cell, place), origin_));
+        add(cloth.normals, sound);
+        cloth.shear.push_back(static_cast<float>(mixedIn(shear, place)[0]));
+        return static_cast<std::uint32_t>(cloth.shear.size() - 1);
+    }
+
+    void addYarn(const Yarn& yarn) {
+        const auto first = static_cast<std::uint32_t>(cloth.linePositions.size() / 3);
+        for (std::uint32_t k = 0; k < yarn.points.size(); ++k) {
+            add(cloth.linePositions, vec::subtract(yarn.points[k], origin_));
+            if (k > 0) {
+                cloth.lines.push_back(first + k - 1);
+                cloth.lines.push_back(first + k);
+            }
+        }
+    }
+
+    static void add(std::vector<float>& values, const Point& p) {
+        for (const double x : p) {
+            values.push_back(static_cast<float>(vec::finite(x)));
+        }
+    }
+
+    const Scene& scene_;
+    Point origin_;
+    std::vector<double> shear_; // per node
+    std::vector<std::uint32_t> vertexOfNode_;
+};
 
 void addColours(Cloth& cloth, const ShearScale& scale) {
     const auto part = [](double component) {
@@ -113,35 +185,7 @@ void addColours(Cloth& cloth, const ShearScale& scale) {
 }
 
 Cloth makeCloth(const Scene& scene, const Point& origin) {
-    const Grid& grid = *scene.grid;
-    const auto& cells = scene.measures->cells;
-    Cloth cloth;
-    cloth.vertexOfNode.assign(static_cast<std::size_t>(grid.count), none);
-    for (const Cell& cell : cells) {
-        if (!cell.onSurface) {
-            continue;
-        }
-        std::array<std::uint32_t, 4> v{};
-        for (std::size_t k = 0; k < 4; ++k) {
-            addVertex(cloth, grid, cell.nodes[k], origin);
-            v[k] = cloth.vertexOfNode[static_cast<std::size_t>(cell.nodes[k])];
-        }
-        const auto across = [&](std::size_t a, std::size_t b) {
-            return vec::distance(nodePosition(grid, cell.nodes[a]), nodePosition(grid, cell.nodes[b]));
-        };
-        const auto quad = across(0, 2) <= across(1, 3) ? std::array{v[0], v[1], v[2], v[0], v[2], v[3]}
-                                                       : std::array{v[0], v[1], v[3], v[1], v[2], v[3]};
-        cloth.triangles.insert(cloth.triangles.end(), quad.begin(), quad.end());
-    }
-    for (const Fibre fibre : {Fibre::warp, Fibre::weft}) {
-        for (const NodeChain& line : fibreLines(grid, cells, fibre, 1)) {
-            for (std::size_t k = 1; k < line.size(); ++k) {
-                cloth.lines.push_back(cloth.vertexOfNode[static_cast<std::size_t>(line[k - 1])]);
-                cloth.lines.push_back(cloth.vertexOfNode[static_cast<std::size_t>(line[k])]);
-            }
-        }
-    }
-    addShear(cloth, cells);
+    Cloth cloth = ClothMaker(scene, netFaces(*scene.grid, *scene.measures), origin).cloth;
     addColours(cloth, shearScale(*scene.measures));
     return cloth;
 }
@@ -172,6 +216,8 @@ void addMesh(Json& document, Buffer& buffer, const Cloth& cloth) {
     buffer.accessor(colour)["normalized"] = true;
     const int shear = buffer.add(cloth.shear, 1, floatType, vertexTarget);
     const int triangles = buffer.add(cloth.triangles, 1, indexType, indexTarget);
+    const int linePosition = buffer.add(cloth.linePositions, 3, floatType, vertexTarget);
+    addBounds(buffer.accessor(linePosition), cloth.linePositions);
     const int lines = buffer.add(cloth.lines, 1, indexType, indexTarget);
     document["materials"] = {material("cloth", {1.0, 1.0, 1.0, 1.0}),
                              material("fibres", {0.02, 0.02, 0.03, 1.0})};
@@ -182,7 +228,7 @@ void addMesh(Json& document, Buffer& buffer, const Cloth& cloth) {
              {{"POSITION", position}, {"NORMAL", normal}, {"COLOR_0", colour}, {"_SHEAR", shear}}},
             {"indices", triangles},
             {"material", 0}},
-           {{"attributes", {{"POSITION", position}}},
+           {{"attributes", {{"POSITION", linePosition}}},
             {"indices", lines},
             {"mode", lineMode},
             {"material", 1}}}}}};

@@ -1,0 +1,206 @@
+// Only where the edge of the cloth passes can a triangle be bare in part. There it is halved down to
+// the size of a cell, and each piece is cut to the faces of the pattern as they lie on its plane. The edge is
+// looked up in cubes of space whose widths double from a cell's length up, so that large triangles far from
+// it aren't halved.
+#include "host/cloth/bare_area.h"
+
+#include "host/cloth/cell_cover.h"
+#include "host/mesh/nearest_point.h"
+
+#include <algorithm>
+#include <cmath>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace drape::host {
+
+using namespace vec;
+
+namespace {
+
+// In cell lengths.
+constexpr double largestPiece = 1.0; // from the middle to a corner
+constexpr double margin = 0.1;       // between a triangle and an edge that doesn't cut it
+constexpr double partLength = 0.5;   // of the edge, at most
+constexpr double standOff = 1.0;     // of a cell's middle from the plane of a triangle that it lies over
+constexpr double reachOfCell = 1.0;  // from its middle to its corners
+constexpr double smallestCube = 2.5; // more than a piece, half a part of the edge and the margin reach
+constexpr int mostWidths = 24;
+constexpr double rounding = 1e-9; // of a piece's area
+
+std::uint64_t keyOf(int width, const std::array<std::int64_t, 3>& cube) {
+    std::uint64_t key = static_cast<std::uint64_t>(width) + 1;
+    for (const std::int64_t number : cube) {
+        key = (key ^ static_cast<std::uint64_t>(number)) * 0x9e3779b97f4a7c15ULL;
+        key ^= key >> 29U;
+    }
+    return key;
+}
+
+std::array<std::int64_t, 3> cubeOf(const Point& p, double width) {
+    constexpr double farthest = 1e15;
+    std::array<std::int64_t, 3> cube{};
+    for (std::size_t k = 0; k < 3; ++k) {
+        cube[k] =
+            static_cast<std::int64_t>(std::clamp(std::floor(finite(p[k] / width)), -farthest, farthest));
+    }
+    return cube;
+}
+
+std::vector<Cell> cellsOf(const std::vector<NetFace>& faces, const std::vector<Cell>& measured) {
+    std::vector<Cell> cells;
+    for (const NetFace& face : faces) {
+        cells.push_back(measured[face.cell]);
+    }
+    return cells;
+}
+
+class BareArea {
+public:
+    BareArea(const Mould& mould, const Grid& grid, const Measures& measures,
+             const std::vector<NetFace>& faces)
+        : mould_(mould), grid_(grid), cover_(grid, measures.cells), step_(cover_.cellLength()), faces_(faces),
+          cells_(cellsOf(faces, measures.cells)), cubes_(grid, cells_, smallestCube * step_) {
+        for (const NetLoop& loop : measures.net.loops) {
+            markRim(loop);
+        }
+    }
+
+    double sum() {
+        double bare = 0.0;
+        for (std::size_t t = 0; t < mould_.triangleCount(); ++t) {
+            const auto corner = [&](std::size_t k) { return mould_.corner(t, k); };
+            bare += ofPiece({corner(0), corner(1), corner(2)}, mould_.facets[t]);
+        }
+        return bare;
+    }
+
+private:
+    using Triangle = std::array<Point, 3>;
+    using Part = std::array<Point, 2>;
+
+    void markRim(const NetLoop& loop) {
+        for (std::size_t k = 0; k < loop.rim.size(); ++k) {
+            const Point& a = loop.rim[k];
+            const Point& b = loop.rim[(k + 1) % loop.rim.size()];
+            const double parts = std::ceil(std::max(1.0, finite(distance(a, b) / (partLength * step_))));
+            for (double part = 0.0; loop.rimBorders[k] == NetBorder::cloth && part < parts; ++part) {
+                const Point from = mix(a, b, part / parts);
+                const Point to = mix(a, b, (part + 1.0) / parts);
+                const Point middle = mix(from, to, 0.5);
+                double width = smallestCube * step_;
+                rim_[keyOf(0, cubeOf(middle, width))].push_back({from, to});
+                for (int w = 1; w < mostWidths; ++w) {
+                    width *= 2.0;
+                    wide_.insert(keyOf(w, cubeOf(middle, width)));
+                }
+            }
+        }
+    }
+
+    bool isSmall(const Facet& facet) const { return facet.reach <= largestPiece * step_; }
+
+    bool canMeetRim(const Facet& facet) const {
+        const double reach = facet.reach + margin * step_;
+        double width = smallestCube * step_;
+        int w = 0;
+        for (; w < mostWidths && width < reach + partLength * step_; ++w) {
+            width *= 2.0;
+        }
+        const auto meets = [&](const std::array<std::int64_t, 3>& cube) {
+            if (w > 0) {
+                return w == mostWidths || wide_.count(keyOf(w, cube)) > 0;
+            }
+            const auto found = rim_.find(keyOf(0, cube));
+            return found != rim_.end() &&
+                   std::any_of(found->second.begin(), found->second.end(), [&](const Part& part) {
+                       return distance(facet.centroid, nearestOnSegment(part[0], part[1], facet.centroid)) <=
+                              reach;
+                   });
+        };
+        const auto cube = cubeOf(facet.centroid, width);
+        for (std::int64_t x = -1; x <= 1; ++x) {
+            for (std::int64_t y = -1; y <= 1; ++y) {
+                for (std::int64_t z = -1; z <= 1; ++z) {
+                    if (meets({cube[0] + x, cube[1] + y, cube[2] + z})) {
+                        return true;
+                    }
+                }
+            }
+        }
+        return false;
+    }
+
+    double besideCells(const Triangle& corners, const Facet& facet) const {
+        const Point along = unit(corners[1] - corners[0]);
+        const Point across = cross(facet.normal, along);
+        const auto onPlane = [&](const Point& p) {
+            return FlatPoint{dot(p - corners[0], along), dot(p - corners[0], across)};
+        };
+        std::vector<std::vector<std::vector<FlatPoint>>> shapes(2);
+        shapes[0].push_back({onPlane(corners[0]), onPlane(corners[1]), onPlane(corners[2])});
+        cubes_.around(facet.centroid, [&](std::uint32_t index) {
+            const Cell& cell = cells_[index];
+            const auto corner = [&](std::size_t k) { return nodePosition(grid_, cell.nodes[k]); };
+            const Point away = cellCentre(grid_, cell) - facet.centroid;
+            const Point normal = cross(corner(2) - corner(0), corner(3) - corner(1));
+            if (!(dot(normal, facet.normal) > 0.0) || length(away) > facet.reach + reachOfCell * step_ ||
+                std::abs(dot(away, facet.normal)) > standOff * step_) {
+                return;
+            }
+            for (const auto& polygon : polygonsOf(faces_[index])) {
+                auto& shadow = shapes[1].emplace_back();
+                for (const FlatPoint& place : polygon) {
+                    shadow.push_back(onPlane(pointIn(grid_, cell, place)));
+                }
+            }
+        });
+        double bare = facet.area;
+        for (const auto& polygon : overlapOf(shapes)) {
+            bare -= signedArea(polygon);
+        }
+        return bare > rounding * facet.area ? bare : 0.0;
+    }
+
+    double ofPiece(const Triangle& corners, const Facet& facet) {
+        if (!canMeetRim(facet)) {
+            return cover_.coverOf(facet, hint_) == Cover::none ? facet.area : 0.0;
+        }
+        if (isSmall(facet)) {
+            return besideCells(corners, facet);
+        }
+        std::size_t longest = 0;
+        for (std::size_t k = 1; k < 3; ++k) {
+            longest = distance(corners[k], corners[(k + 1) % 3]) >
+                              distance(corners[longest], corners[(longest + 1) % 3])
+                          ? k
+                          : longest;
+        }
+        const Point& a = corners[longest];
+        const Point& b = corners[(longest + 1) % 3];
+        const Point& c = corners[(longest + 2) % 3];
+        const Point middle = mix(a, b, 0.5);
+        return ofPiece({a, middle, c}, facetOf(a, middle, c)) +
+               ofPiece({middle, b, c}, facetOf(middle, b, c));
+    }
+
+    const Mould& mould_;
+    const Grid& grid_;
+    CellCover cover_;
+    CellCover::Hint hint_;
+    double step_; // longest side of a cell
+    const std::vector<NetFace>& faces_;
+    std::vector<Cell> cells_; // of the faces
+    CellCubes cubes_;
+    std::unordered_map<std::uint64_t, std::vector<Part>> rim_; // the edge of the cloth, by its smallest cubes
+    std::unordered_set<std::uint64_t> wide_;                   // larger cubes in which the cloth ends
+};
+
+} // namespace
+
+double bareArea(const Mould& mould, const Grid& grid, const Measures& measures,
+                const std::vector<NetFace>& faces) {
+    return BareArea(mould, grid, measures, faces).sum();
+}
+
+} // namespace drape::host
