@@ -22,10 +22,11 @@ void trim(Grid& grid) {
     grid.nodeFlat.shrink_to_fit();
 }
 
-Curve curveFrom(ByteSource& bytes) {
+// Round the middle of a mould of some size.
+Curve curveFrom(ByteSource& bytes, double size) {
     Curve curve;
     const int points = bytes.below(24);
-    const double radius = 0.5 + bytes.between(0.0, 3.0);
+    const double radius = 0.1 * size + bytes.between(0.0, 0.6 * size);
     for (int k = 0; k < points; ++k) {
         const double s = 4.0 * k / points;
         const double x = s < 1   ? s
@@ -36,8 +37,9 @@ Curve curveFrom(ByteSource& bytes) {
                          : s < 2 ? s - 1
                          : s < 3 ? 1
                                  : 4 - s;
-        curve.points.insert(curve.points.end(), {2.5 + radius * (x - 0.5) + bytes.between(0.0, 0.5),
-                                                 2.5 + radius * (y - 0.5), 0.0});
+        curve.points.insert(curve.points.end(),
+                            {0.5 * size + radius * (x - 0.5) + bytes.between(0.0, 0.1 * size),
+                             0.5 * size + radius * (y - 0.5), 0.0});
         curve.directions.insert(curve.directions.end(), {0.0, bytes.between(0.0, 0.4), 1.0});
     }
     curve.low = bytes.integer();
@@ -74,9 +76,9 @@ void bendCurve(Curve& curve, ByteSource& bytes) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     ByteSource bytes(data, size);
     const int changes = bytes.below(8);
-    Curve curve = curveFrom(bytes);
     const Surface surface = surfaceFrom(bytes);
-    Settings settings = settingsFrom(bytes);
+    Curve curve = curveFrom(bytes, sizeOf(surface));
+    Settings settings = settingsFrom(bytes, surface);
     settings.capacity = 120;
     Grid grid = run(surface, settings);
     trim(grid);

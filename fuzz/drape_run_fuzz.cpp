@@ -33,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int changes = bytes.below(8);
     const bool twice = bytes.below(8) == 7;
     Surface surface = surfaceFrom(bytes);
-    Settings settings = settingsFrom(bytes);
+    Settings settings = settingsFrom(bytes, surface);
     for (int i = 0; i < changes; ++i)
         switch (bytes.below(4)) {
         case 0:

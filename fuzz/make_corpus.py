@@ -11,7 +11,7 @@ FLAT, DOME, SADDLE, SLOPE = range(4)
 
 
 def mould(columns=5, rows=5, bumps=0, shape=FLAT, missing=None, heights=()):
-    squares = [(columns - 5) % 7, (rows - 5) % 7]
+    squares = [0, 2 - columns, 2 - rows] if max(columns, rows) <= 2 else [15, 7 - columns, 7 - rows]
     holes = [0]
     if missing is not None:
         present = [[(i, j) in missing for i in range(columns)] for j in range(rows)]
@@ -46,6 +46,8 @@ write("drape_run", "hole", RUN, mould(7, 7, missing=HOLE), settings(smaller=160)
 write("drape_run", "teeth", RUN, mould(7, 7, missing=TEETH), settings(x=40, turn=120, by_line=1))
 write("drape_run", "bumps", RUN, mould(6, 6, bumps=3, heights=[(37 * k) % 256 for k in range(49)]), settings(turn=77))
 write("drape_run", "one_square", RUN, mould(1, 1), settings(smaller=255))
+write("drape_run", "four_squares", RUN, mould(2, 2, shape=DOME), settings(turn=60, smaller=128))
+write("drape_run", "corner", TWICE, mould(2, 2, missing={(1, 1)}), settings(smaller=200, by_line=1))
 write("drape_run", "little_room", RUN, mould(7, 7), settings(less_room=255, smaller=255))
 for which, name in enumerate(("flag", "triangle", "list_start", "list", "twin_vertex", "position")):
     write("drape_run", "bent_" + name, bytes([1, 0]), mould(), settings(), bytes([1, which, 0, 9, 3, 4]))
@@ -59,15 +61,19 @@ def curve(points, radius, low=41, high=40, wobble=()):
     return bytes([points, radius] + offsets + [low, high])
 
 
-write("curve_transfer", "ring", bytes([0]), curve(16, 90), mould(), settings())
-write("curve_transfer", "ring_on_dome", bytes([0]), curve(23, 120), mould(7, 7, shape=DOME), settings(z=40, smaller=128))
-write("curve_transfer", "free_passes", bytes([0]), curve(17, 60, low=41, high=63), mould(7, 7), settings(smaller=200))
-write("curve_transfer", "odd_and_wide", bytes([0]), curve(7, 255), mould(3, 3), settings())
+def carried(name, changes, surface, line, run, *bends):
+    write("curve_transfer", name, bytes([changes]), surface, line, run, *map(bytes, bends))
+
+
+carried("ring", 0, mould(), curve(16, 90), settings())
+carried("ring_on_dome", 0, mould(7, 7, shape=DOME), curve(23, 120), settings(z=40, smaller=128))
+carried("ring_on_four_squares", 0, mould(2, 2), curve(9, 60), settings(smaller=200))
+carried("free_passes", 0, mould(7, 7), curve(17, 60, low=41, high=63), settings(smaller=200))
+carried("odd_and_wide", 0, mould(3, 3), curve(7, 255), settings())
 write("curve_transfer", "no_points", b"")
-write("curve_transfer", "bent_links", bytes([4]), curve(12, 80), mould(), settings(),
-      bytes([0, 0, 9, 1, 0, 0, 3, 0, 0, 4, 3, 0, 0, 7, 0, 0, 0, 8, 2, 0, 0, 2, 0, 0, 5, 1, 1, 4]))
-write("curve_transfer", "bent_numbers", bytes([3]), curve(12, 80), mould(), settings(),
-      bytes([1, 0, 0, 4, 2, 0, 0, 6, 6, 0, 2, 3, 1, 1, 0, 5, 3]))
+carried("bent_links", 4, mould(), curve(12, 80), settings(),
+        [0, 0, 9, 1, 0, 0, 3, 0, 0, 4, 3, 0, 0, 7, 0, 0, 0, 8, 2, 0, 0, 2, 0, 0, 5, 1, 1, 4])
+carried("bent_numbers", 3, mould(), curve(12, 80), settings(), [1, 0, 0, 4, 2, 0, 0, 6, 6, 0, 2, 3, 1, 1, 0, 5, 3])
 
 write("triangle_point", "right_triangles", bytes([0] * 6 + [144, 0] + [0] * 3 + [144, 0] + [0] * 10 + [160, 0, 132, 0]))
 write("triangle_point", "flat", b"")

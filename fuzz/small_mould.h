@@ -4,16 +4,19 @@
 #include "byte_source.h"
 #include "tests/height_field.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace drape_fuzz {
 
 using namespace drape_test;
 
-// Up to 7 x 7 squares with bumps and missing squares; by default a flat 5 x 5 plate.
+// Up to 2 x 2 squares, on which a run takes a tenth of a millisecond, or now and then up to 7 x 7, with bumps
+// and missing squares; by default flat and of the full size.
 inline Surface surfaceFrom(ByteSource& bytes) {
-    const int columns = 1 + (bytes.below(7) + 4) % 7;
-    const int rows = 1 + (bytes.below(7) + 4) % 7;
+    const int most = bytes.below(16) == 15 ? 7 : 2;
+    const int columns = most - bytes.below(most);
+    const int rows = most - bytes.below(most);
     const double bumps = bytes.below(4) * 0.3;
     const int shape = bytes.below(4);
     std::vector<bool> missing;
@@ -37,10 +40,21 @@ inline Surface surfaceFrom(ByteSource& bytes) {
         });
 }
 
-inline Settings settingsFrom(ByteSource& bytes) {
+// The mould's extent along x and y.
+inline double sizeOf(const Surface& surface) {
+    const auto& places = surface.vertPos;
+    double size = 1.0;
+    for (std::size_t k = 0; k < places.size(); k += 3)
+        size = std::max(size, std::max(places[k], places[k + 1]));
+    return size;
+}
+
+// Of a run over the mould, which isn't bent yet.
+inline Settings settingsFrom(ByteSource& bytes, const Surface& surface) {
     Settings settings;
-    settings.seed[0] = 2.4 + bytes.between(0.0, 3.0);
-    settings.seed[1] = 2.3 + bytes.between(0.0, 3.0);
+    const double size = sizeOf(surface);
+    settings.seed[0] = 0.48 * size + bytes.between(0.0, 0.6 * size);
+    settings.seed[1] = 0.46 * size + bytes.between(0.0, 0.6 * size);
     settings.seed[2] = bytes.between(0.0, 1.0);
     const double turn = bytes.between(0.0, 1.0);
     settings.warp[1] = turn;
@@ -49,7 +63,7 @@ inline Settings settingsFrom(ByteSource& bytes) {
     settings.stepB = settings.stepA * (1.0 + bytes.between(0.0, 0.8));
     settings.tolerance = bytes.flag() ? 1e-9 : 1e-3;
     settings.byGridLine = bytes.below(2);
-    settings.capacity = 400 - bytes.byte();
+    settings.capacity = size > 2.0 ? 400 - bytes.byte() : 80 - bytes.byte() / 4;
     return settings;
 }
 

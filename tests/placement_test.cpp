@@ -373,13 +373,14 @@ TEST(StraightStep, LeavesTheSurfaceStraightOnAndNeedsANeighbour) {
 
 // Forward lies the edge of the plate, so all that the circle meets lies behind, by a node that stands far up.
 TEST(StraightStep, FoldsBackBeyondALimitOfSinglePrecision) {
-    for (const auto& [back, folds] : {std::pair(0.89999997, false), std::pair(0.89999999, true)}) {
+    const double limit = static_cast<double>(0.9f);
+    for (const auto& [back, folds] : {std::pair(limit, false), std::pair(limit + 1e-8, true)}) {
         Settings settings;
         settings.stepB = 2.0;
         Lattice model(3, {}, settings);
         const std::int32_t n = model.node(4, 2, 1), behind = model.node(4, 1, 1);
         const double* at = model.position(n);
-        const Point far = {at[0], at[1] - 6.0 * back, 6.0 * std::sqrt(1.0 - back * back)};
+        const Point far = {at[0], at[1] - 8.0 * back, 8.0 * std::sqrt(1.0 - back * back)};
         std::copy(far.begin(), far.end(), model.position(behind));
         ASSERT_EQ(step(model, 4, 2), 0);
         EXPECT_NEAR(model.position(model.grid.count)[1] - at[1], folds ? 2.0 : -2.0, 1e-9) << back;
