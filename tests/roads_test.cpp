@@ -184,6 +184,30 @@ TEST(Roads, TurnedWallsOfAnySizeAndPlaceGiveTheSameBitsOnBothRoads) {
     EXPECT_GT(nodes, 20000);
 }
 
+// On a mould so wide that the way to a triangle overflows no triangle is nearer than the first, by the
+// caller's numbers.
+TEST(Roads, WhereADistanceIsNoNumberTheFirstTriangleHoldsTheSeed) {
+    Random random(22);
+    int first = 0;
+    for (int k = 0; k < 12; ++k) {
+        Surface surface = squareMould(5.0, 8, doubleDomeHeight(5.0));
+        shuffle(surface, random);
+        Settings settings = seededAt(surface, 4.5, 4.4, 1.0);
+        settings.capacity = 60;
+        for (double& x : surface.vertPos)
+            x *= 3e307;
+        for (double* value : {&settings.seed[0], &settings.seed[1], &settings.seed[2], &settings.stepA,
+                              &settings.stepB, &settings.tolerance})
+            *value *= 3e307;
+        const Grid fast = drape(surface, settings), plain = plainRun(surface, settings).grid;
+        EXPECT_EQ(fast.status, plain.status);
+        ASSERT_GE(fast.count, 1);
+        EXPECT_EQ(fast.nodeTri[0], plain.nodeTri[0]);
+        first += fast.nodeTri[0] == 1 ? 1 : 0;
+    }
+    EXPECT_GT(first, 2);
+}
+
 TEST(Roads, FineMeshesUnderLongCellsGiveTheSameBits) {
     for (const double step : {0.7, 1.3})
         for (const double tolerance : {0.0, 1e-3}) {

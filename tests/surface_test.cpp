@@ -263,9 +263,15 @@ TEST(BoundaryChain, OfTheRegisteredTableIsTheModelsOwn) {
                      model.edgeNormals.data(), &status),
               0);
     EXPECT_EQ(count, 4);
-    const double from[3] = {0.5, -0.1, 0.0}, to[3] = {0.5, 0.1, 0.0}, step = 1.0, tolerance = 1e-6;
-    EXPECT_EQ(uzprxb(from, to, &step, &off, &crossings, &status), 0);
-    EXPECT_EQ(crossings, 1);
+    EXPECT_EQ(chainOf(meshOf({0, 0, 0, 2, 0, 0, 0, 1, 0}, {1, 2, 3})).count, 3); // into a table of its own
+    const double to[3] = {0.5, 0.1, 0.0}, step = 1.0, tolerance = 1e-6;
+    for (const auto& [a, b] : {std::pair(Point{0.5, -0.1, 0}, Point{0.5, 0.1, 0}),
+                               {{0.9, 0.5, 0}, {1.1, 0.5, 0}},
+                               {{0.5, 0.9, 0}, {0.5, 1.1, 0}},
+                               {{-0.1, 0.5, 0}, {0.1, 0.5, 0}}}) {
+        EXPECT_EQ(uzprxb(a.data(), b.data(), &step, &off, &crossings, &status), 0);
+        EXPECT_EQ(crossings, 1);
+    }
     const double up[3] = {0, 0, 1}, outward[3] = {0, -1, 0};
     double point[3], normal[3];
     EXPECT_EQ(uzprpf(to, up, outward, &step, to, &none, &none, &tolerance, point, normal, &status), 0);
