@@ -8,12 +8,33 @@
 #include "drape.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <thread>
 
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
 namespace {
+
+// Asks for large pages under a large block: bringing in a page takes the system as long as a search takes a
+// run. What isn't touched still takes no memory, but for the rest of a page. The hint may come to nothing.
+void wantLargePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t bytes) {
+#ifdef MADV_HUGEPAGE
+    constexpr std::uintptr_t smallPage = 4096;
+    constexpr std::size_t largePage = std::size_t{1} << 21;
+    if (bytes < largePage)
+        return;
+    const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(block) / smallPage * smallPage + smallPage;
+    const std::uintptr_t end = (reinterpret_cast<std::uintptr_t>(block) + bytes) / smallPage * smallPage;
+    const int before = errno;
+    madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+    errno = before;
+#endif
+}
 
 struct Slot {
     void* block;
@@ -69,6 +90,7 @@ std::int32_t take(const T* base, std::int32_t count, std::int32_t& handle, std::
         status = DRAPE_NO_MEMORY;
         return 1;
     }
+    wantLargePages(block, static_cast<std::size_t>(count) * sizeof(T));
     const TableLock lock;
     if (firstFree == 0 && !growTable()) {
         std::free(block);
