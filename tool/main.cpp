@@ -82,7 +82,7 @@ Surface loadSurface(Work& work) {
 
 std::vector<SweepResult> sweepAndTell(Work& work, const Surface& surface,
                                       const std::vector<Candidate>& candidates) {
-    std::vector<SweepResult> ranked = sweepOverProcesses(work.settings, surface, candidates, work.log);
+    std::vector<SweepResult> ranked = sweepOverThreads(work.settings, surface, candidates, work.log);
     if (!work.settings.quiet) {
         std::cout << sweepTable(ranked, work.settings.verbose ? ranked.size() : sweepRowsShown) << '\n';
     }

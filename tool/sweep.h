@@ -1,4 +1,4 @@
-// Drapes the candidates of a sweep, one process per core.
+// Drapes the candidates of a sweep, one thread per core.
 #pragma once
 
 #include "host/search/ranking.h"
@@ -11,7 +11,7 @@ namespace tool {
 std::vector<Candidate> candidatesFor(const Settings& settings, const Surface& surface);
 
 // Best first.
-std::vector<SweepResult> sweepOverProcesses(const Settings& settings, const Surface& surface,
-                                            const std::vector<Candidate>& candidates, const Log& log);
+std::vector<SweepResult> sweepOverThreads(const Settings& settings, const Surface& surface,
+                                          const std::vector<Candidate>& candidates, const Log& log);
 
 } // namespace tool

@@ -77,12 +77,14 @@ class Sweep(Case):
                 self.assertPoint((row["seed_x"], row["seed_y"], row["seed_z"]), place, 6)
         self.assertTrue(all(row["within"] is None for row in rows))
         self.assertRowsAreRuns(mesh, rows, seeds, *words)
+        alone, _, _ = self.sweep(mesh, *words, "--sweep-seeds", seeds, "--sweep-angles", "10,55,-20", "--angle", "5", "-j", "1")
+        self.assertEqual(alone, rows)
         wanted = self.assertRanked(rows, report)
         self.assertEqual((report["sweep"]["part"], report["sweep"]["parts"], report["sweep"]["candidates"]), (1, 1, 12))
         for got, row in zip(values(report), (wanted[0][k] for k in HEAD[6:17])):
             self.assertAlmostEqual(got, row, delta=1e-6 * max(1, abs(got)))
         self.assertEqual(report["choice"]["angle"], wanted[0]["angle_deg"])
-        self.assertIn("draping 12 candidates in 3 processes", done.stderr)
+        self.assertIn("draping 12 candidates in 3 threads", done.stderr)
         table = done.stdout.split("\n\n")[0].splitlines()
         self.assertEqual(table[0], "rank  candidate  angle  largest shear  mean shear  beyond locking  covered     net area"
                                    "  seed and result")
@@ -98,7 +100,7 @@ class Sweep(Case):
             self.assertEqual("% doubled" in line, row["doubled_share"] > 0.05)
         cores = len(os.sched_getaffinity(0)) if hasattr(os, "sched_getaffinity") else os.cpu_count()
         said = self.drape(mesh, *self.quick(), "--sweep-angles", "0:40:1").stderr
-        self.assertIn(f"draping 40 candidates in {min(cores, 40)} process{'es' if cores > 1 else ''}\n", said)
+        self.assertIn(f"draping 40 candidates in {min(cores, 40)} thread{'s' if cores > 1 else ''}\n", said)
         verbose = self.drape(mesh, *self.quick(), "--sweep-angles", "0:60:5", "-v").stdout.split("\n\n")[0]
         self.assertEqual(len(verbose.splitlines()), 13)
 
