@@ -2,17 +2,37 @@
 // longest loop alone is flagged. Edges between flagged vertices that two triangles share don't mislead it.
 #include "host/cloth/mould.h"
 
+#include "host/mesh/box.h"
 #include "host/mesh/error.h"
 #include "host/mesh/fans.h"
 #include "host/mesh/nearest_point.h"
 
 #include <algorithm>
+#include <span>
 
 namespace drape::host {
 
 using namespace vec;
 
 namespace {
+
+std::vector<FacetGroup> groupsOf(const std::vector<Facet>& facets) {
+    std::vector<FacetGroup> groups;
+    for (std::size_t first = 0; first < facets.size(); first += facetsPerGroup) {
+        const auto members =
+            std::span(facets).subspan(first, std::min(facetsPerGroup, facets.size() - first));
+        Box3 box;
+        for (const Facet& facet : members) {
+            box.add(facet.centroid);
+        }
+        FacetGroup group{mix(box.low, box.high, 0.5), 0.0};
+        for (const Facet& facet : members) {
+            group.reach = std::max(group.reach, distance(group.middle, facet.centroid) + facet.reach);
+        }
+        groups.push_back(group);
+    }
+    return groups;
+}
 
 std::vector<std::int32_t> countedFromOne(std::vector<std::int32_t> numbers) {
     for (std::int32_t& number : numbers) {
@@ -38,7 +58,9 @@ Facet facetOf(const Point& a, const Point& b, const Point& c) {
 
 Mould mouldOf(TriangleMesh mesh) {
     Mould mould;
-    mould.loops = boundaryLoops(mesh);
+    Neighbours neighbours = topologyOf(mesh).neighbours;
+    mould.loops = boundaryLoops(mesh, neighbours);
+    mould.edges = edgesOf(mesh, std::move(neighbours));
     Fans fans = fansOf(mesh);
     fans.start.pop_back();
     mould.fanStart = std::move(fans.start);
@@ -52,6 +74,7 @@ Mould mouldOf(TriangleMesh mesh) {
         mould.facets.push_back(facetOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2)));
         mould.area += mould.facets.back().area;
     }
+    mould.groups = groupsOf(mould.facets);
     mould.positions = std::move(mesh.positions);
     mould.sourceFaces = std::move(mesh.sourceFaces);
     mould.flagged.assign(mould.positions.size(), 0);
@@ -72,14 +95,22 @@ void requireEdge(const Mould& mould) {
 SurfacePoint nearestPoint(const Mould& mould, const Point& point) {
     constexpr double slack = 1.0 + 1e-9; // far above rounding, so that no triangle is passed over wrongly
     NearestOfMany nearest(point);
-    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
-        const Facet& facet = mould.facets[t];
-        const Point away = point - facet.centroid;
-        const double farthest = slack * (nearest.distance() + facet.reach);
-        if (dot(away, away) <= farthest * farthest) {
-            const Point q =
-                nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), point);
-            nearest.offer({q, t, distance(q, point)});
+    const auto isNear = [&](const Point& middle, double reach) {
+        const Point away = point - middle;
+        const double farthest = slack * (nearest.distance() + reach);
+        return dot(away, away) <= farthest * farthest;
+    };
+    for (std::size_t g = 0; g < mould.groups.size(); ++g) {
+        if (!isNear(mould.groups[g].middle, mould.groups[g].reach)) {
+            continue;
+        }
+        const std::size_t end = std::min((g + 1) * facetsPerGroup, mould.triangleCount());
+        for (std::size_t t = g * facetsPerGroup; t < end; ++t) {
+            if (isNear(mould.facets[t].centroid, mould.facets[t].reach)) {
+                const Point q =
+                    nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), point);
+                nearest.offer({q, t, distance(q, point)});
+            }
         }
     }
     return nearest.best();

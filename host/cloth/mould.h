@@ -2,6 +2,7 @@
 // drape of it asks for again and again, worked out once.
 #pragma once
 
+#include "host/cloth/mould_edges.h"
 #include "host/mesh/boundary_loops.h"
 #include "host/mesh/surface_point.h"
 #include "host/mesh/triangle_mesh.h"
@@ -16,6 +17,13 @@ struct Facet {
     double reach = 0.0; // from the centroid to the farthest corner, at least
 };
 
+// A sphere around some facets that stand one after the other.
+struct FacetGroup {
+    Point middle{};
+    double reach = 0.0;
+};
+constexpr std::size_t facetsPerGroup = 64; // but for the last
+
 // Vertex and triangle numbers are 0-based here; the int32 arrays that go to the library (`corners`,
 // `fanStart`, `fan`) hold what its header asks for. It never changes once it is made, so threads may share
 // it.
@@ -26,9 +34,11 @@ struct Mould {
     std::vector<std::int32_t> fan;         // triangles around each vertex, 1-based
     std::vector<std::int32_t> flagged;     // per vertex, 1 on the boundary loop that the library walks
     std::vector<std::int32_t> sourceFaces; // per triangle, its 1-based face in the file, 0 if not from it
-    std::vector<Loop> loops;   // the one walked first; none on a closed surface, which can't be draped
-    std::vector<Facet> facets; // per triangle
-    double area = 0.0;         // in the mesh's unit squared
+    std::vector<Loop> loops;        // the one walked first; none on a closed surface, which can't be draped
+    std::vector<Facet> facets;      // per triangle
+    std::vector<FacetGroup> groups; // of these
+    MouldEdges edges;
+    double area = 0.0; // in the mesh's unit squared
 
     std::size_t triangleCount() const { return facets.size(); }
     const Point& corner(std::size_t triangle, std::size_t k) const {

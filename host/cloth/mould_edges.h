@@ -1,7 +1,7 @@
 // The mould as a walk over it needs it: which triangles lie side by side, and the edges at which it ends.
 #pragma once
 
-#include "host/cloth/mould.h"
+#include "host/mesh/topology.h"
 
 namespace drape::host {
 
@@ -13,10 +13,11 @@ struct BoundaryEdge {
 
 struct MouldEdges {
     // Per triangle and its edge from corner k to k + 1: the triangle beyond, or -1 - b at boundary edge b.
-    std::vector<std::array<std::int32_t, 3>> beyond;
+    Neighbours beyond;
     std::vector<BoundaryEdge> boundary;
 };
 
-MouldEdges edgesOf(const Mould& mould);
+// `neighbours` are those of `mesh`, which must be manifold.
+MouldEdges edgesOf(const TriangleMesh& mesh, Neighbours neighbours);
 
 } // namespace drape::host

@@ -231,7 +231,7 @@ NetPattern netPatternOf(const Mould& mould, const Grid& grid, const std::vector<
     if (cloth.cells.empty()) {
         return pattern;
     }
-    const MouldEdges edges = edgesOf(mould);
+    const MouldEdges& edges = mould.edges;
     RegionSearch search{mould, edges, std::max(cloth.stepA, cloth.stepB),
                         std::vector<std::size_t>(mould.triangleCount(), 0), 0};
     leaveOutDoubles(grid, cells, search, cloth);

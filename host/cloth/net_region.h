@@ -4,7 +4,7 @@
 
 #include "host/cloth/cell_map.h"
 #include "host/cloth/flat_overlap.h"
-#include "host/cloth/mould_edges.h"
+#include "host/cloth/mould.h"
 
 namespace drape::host {
 

@@ -5,7 +5,6 @@
 #include "host/mesh/point.h"
 #include "host/mesh/polygon_triangles.h"
 #include "host/mesh/text.h"
-#include "host/mesh/topology.h"
 
 #include <algorithm>
 
@@ -28,8 +27,7 @@ double lengthOf(const std::vector<std::int32_t>& loop, const TriangleMesh& mesh)
 
 } // namespace
 
-std::vector<Loop> boundaryLoops(const TriangleMesh& mesh) {
-    const Neighbours neighbours = topologyOf(mesh).neighbours;
+std::vector<Loop> boundaryLoops(const TriangleMesh& mesh, const Neighbours& neighbours) {
     std::vector<std::int32_t> next(mesh.positions.size(), -1);
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
         for (std::size_t k = 0; k < 3; ++k) {
@@ -56,6 +54,10 @@ std::vector<Loop> boundaryLoops(const TriangleMesh& mesh) {
     std::stable_sort(loops.begin(), loops.end(),
                      [](const Loop& a, const Loop& b) { return a.length > b.length; });
     return loops;
+}
+
+std::vector<Loop> boundaryLoops(const TriangleMesh& mesh) {
+    return boundaryLoops(mesh, topologyOf(mesh).neighbours);
 }
 
 Point centreOf(const Loop& loop, const std::vector<Point>& positions) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/mesh/note.h"
+#include "host/mesh/topology.h"
 #include "host/mesh/triangle_mesh.h"
 
 namespace drape::host {
@@ -12,7 +13,8 @@ struct Loop {
     double length = 0.0;
 };
 
-// All loops, the longest first. The mesh must be manifold.
+// All loops, the longest first. The mesh must be manifold; `neighbours` are its own.
+std::vector<Loop> boundaryLoops(const TriangleMesh& mesh, const Neighbours& neighbours);
 std::vector<Loop> boundaryLoops(const TriangleMesh& mesh);
 
 // Centre of a loop's vertices, to name it by.

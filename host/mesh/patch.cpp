@@ -44,7 +44,7 @@ double acrossTriangle(const Point& a, const Point& b, const Point& c, double da,
 
 using Start = std::pair<std::int32_t, double>; // vertex and its distance
 
-std::vector<double> runFront(const TriangleMesh& mesh, const std::vector<Start>& starts) {
+std::vector<double> runFront(const TriangleMesh& mesh, const std::vector<Start>& starts, double farthest) {
     const Fans fans = fansOf(mesh);
     std::vector<double> reached(mesh.positions.size(), unreached);
     using Step = std::pair<double, std::size_t>;
@@ -61,6 +61,9 @@ std::vector<double> runFront(const TriangleMesh& mesh, const std::vector<Start>&
     while (!open.empty()) {
         const auto [d, v] = open.top();
         open.pop();
+        if (d > farthest) {
+            break;
+        }
         if (d > reached[v]) {
             continue;
         }
@@ -82,12 +85,12 @@ std::vector<double> runFront(const TriangleMesh& mesh, const std::vector<Start>&
 
 } // namespace
 
-std::vector<double> distancesAlong(const TriangleMesh& mesh, const SurfacePoint& from) {
+std::vector<double> distancesAlong(const TriangleMesh& mesh, const SurfacePoint& from, double farthest) {
     std::vector<Start> starts;
     for (const std::int32_t v : mesh.triangles[from.triangle]) {
         starts.emplace_back(v, distance(mesh.positions[static_cast<std::size_t>(v)], from.position));
     }
-    return runFront(mesh, starts);
+    return runFront(mesh, starts, farthest);
 }
 
 std::vector<double> distancesAlong(const TriangleMesh& mesh, const std::vector<std::int32_t>& from) {
@@ -95,7 +98,7 @@ std::vector<double> distancesAlong(const TriangleMesh& mesh, const std::vector<s
     for (const std::int32_t v : from) {
         starts.emplace_back(v, 0.0);
     }
-    return runFront(mesh, starts);
+    return runFront(mesh, starts, unreached);
 }
 
 TriangleMesh patchWithin(const TriangleMesh& mesh, const SurfacePoint& from,

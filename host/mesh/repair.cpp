@@ -208,12 +208,15 @@ bool isFlat(const TriangleMesh& mesh, std::size_t t) {
 
 // One round over all triangles without height; each triangle takes part in one flip at most.
 std::size_t flipRound(TriangleMesh& mesh, std::vector<char>& drop) {
-    const Neighbours neighbours = topologyOf(mesh).neighbours;
+    Neighbours neighbours; // once one is found
     std::vector<char> touched(mesh.triangles.size(), 0);
     std::size_t changed = 0;
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
         if (touched[t] != 0 || !isFlat(mesh, t)) {
             continue;
+        }
+        if (neighbours.empty()) {
+            neighbours = topologyOf(mesh).neighbours;
         }
         const std::size_t k = longestEdge(mesh, t);
         if (neighbours[t][k] == noTriangle) {

@@ -18,20 +18,33 @@ struct EdgeUse {
     std::int32_t edge;
 };
 
+// By their low vertices, then their high ones, then their triangles. The low ones are counted, since nothing
+// is left to sort then but the few edges of each vertex.
 std::vector<EdgeUse> sortedEdges(const TriangleMesh& mesh) {
-    std::vector<EdgeUse> uses;
-    uses.reserve(3 * mesh.triangles.size());
-    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+    std::vector<std::size_t> next(mesh.positions.size() + 1, 0);
+    const auto low = [&](const Triangle& t, std::size_t k) { return std::min(t[k], t[(k + 1) % 3]); };
+    for (const Triangle& t : mesh.triangles) {
         for (std::size_t k = 0; k < 3; ++k) {
-            const std::int32_t a = mesh.triangles[t][k];
-            const std::int32_t b = mesh.triangles[t][(k + 1) % 3];
-            uses.push_back(
-                {std::min(a, b), std::max(a, b), static_cast<std::int32_t>(t), static_cast<std::int32_t>(k)});
+            ++next[at(low(t, k)) + 1];
         }
     }
-    std::sort(uses.begin(), uses.end(), [](const EdgeUse& x, const EdgeUse& y) {
-        return std::array{x.low, x.high, x.triangle} < std::array{y.low, y.high, y.triangle};
-    });
+    std::partial_sum(next.begin(), next.end(), next.begin());
+    std::vector<EdgeUse> uses(3 * mesh.triangles.size());
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        const Triangle& corners = mesh.triangles[t];
+        for (std::size_t k = 0; k < 3; ++k) {
+            uses[next[at(low(corners, k))]++] = {low(corners, k), std::max(corners[k], corners[(k + 1) % 3]),
+                                                 static_cast<std::int32_t>(t), static_cast<std::int32_t>(k)};
+        }
+    }
+    auto first = uses.begin();
+    for (std::size_t v = 0; v + 1 < next.size(); ++v) {
+        const auto last = uses.begin() + static_cast<std::ptrdiff_t>(next[v]);
+        std::sort(first, last, [](const EdgeUse& x, const EdgeUse& y) {
+            return std::array{x.high, x.triangle} < std::array{y.high, y.triangle};
+        });
+        first = last;
+    }
     return uses;
 }
 

@@ -38,7 +38,9 @@ std::vector<Point> spreadSeeds(const Surface& surface, std::size_t count) {
     }
     std::vector<Point> seeds{surface.defaultSeed};
     while (seeds.size() < count && seeds.size() < mesh.triangles.size()) {
-        take(distancesAlong(mesh, nearestPoint(*surface.mould, seeds.back())), 1.0);
+        const double most =
+            *std::max_element(room.begin(), room.end()); // all that distances can take away from
+        take(distancesAlong(mesh, nearestPoint(*surface.mould, seeds.back()), most), 1.0);
         const auto best = std::max_element(room.begin(), room.end());
         seeds.push_back(centreOf(mesh, static_cast<std::size_t>(best - room.begin())));
     }
