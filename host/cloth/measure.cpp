@@ -116,24 +116,35 @@ void shareOut(const Mould& mould, const Grid& grid, Measures& sums) {
 
 } // namespace
 
-Measures measure(const Mould& mould, const Grid& grid, double lockingAngle) {
+Measures measureShear(const Grid& grid, double lockingAngle) {
     Measures sums;
     sums.lockingAngle = lockingAngle;
-    sums.mouldArea = mould.area;
     sums.cells = cellsOf(grid);
     for (const Cell& cell : sums.cells) {
         if (cell.onSurface) {
             count(cell, sums);
         }
     }
-    sums.net = netPatternOf(mould, grid, sums.cells);
     if (sums.cellsOnSurface > 0) {
         countTurns(grid, sums);
         sums.meanShear /= static_cast<double>(sums.cellsOnSurface);
         sums.shareBeyondLocking /= static_cast<double>(sums.cellsOnSurface);
-        shareOut(mould, grid, sums);
     }
     return sums;
+}
+
+void measureCover(const Mould& mould, const Grid& grid, Measures& sums) {
+    sums.mouldArea = mould.area;
+    sums.net = netPatternOf(mould, grid, sums.cells);
+    if (sums.cellsOnSurface > 0) {
+        shareOut(mould, grid, sums);
+    }
+}
+
+Measures measure(const Mould& mould, const Grid& grid, double lockingAngle) {
+    Measures measures = measureShear(grid, lockingAngle);
+    measureCover(mould, grid, measures);
+    return measures;
 }
 
 } // namespace drape::host
