@@ -295,26 +295,16 @@ void understandNumbers(const Texts& texts, Settings& settings) {
     }
 }
 
-Paper paperOf(const std::string& text) {
-    struct Size {
-        std::string_view name;
-        double width, height;
-    };
-    constexpr std::array<Size, 5> sizes{
-        {{"A4", 210, 297}, {"A3", 297, 420}, {"A2", 420, 594}, {"A1", 594, 841}, {"A0", 841, 1189}}};
-    for (const Size& size : sizes) {
-        if (text == size.name) {
-            return {size.width, size.height, true};
-        }
-    }
+Paper paperAsked(const std::string& text) {
     std::vector<double> values;
-    constexpr double least = 100.0;
-    constexpr double most = 5080.0;
-    const auto fits = [](double value) { return value >= least && value <= most; };
-    if (!readNumbers(text, values) || values.size() != 2 || !fits(values[0]) || !fits(values[1])) {
+    std::optional<Paper> paper = paperNamed(text);
+    if (!paper && readNumbers(text, values) && values.size() == 2) {
+        paper = paperOf(values[0], values[1]);
+    }
+    if (!paper) {
         throw UsageError("--paper " + text + ": give A4, A3, A2, A1, A0 or W,H from 100 to 5080 mm");
     }
-    return {values[0], values[1], false};
+    return *paper;
 }
 
 void understandDrawings(const Texts& texts, Settings& settings) {
@@ -329,7 +319,7 @@ void understandDrawings(const Texts& texts, Settings& settings) {
         }
     }
     if (!texts.paper.empty()) {
-        settings.paper = paperOf(texts.paper);
+        settings.paper = paperAsked(texts.paper);
     }
     if (settings.ply.empty()) {
         settings.ply = std::filesystem::path(settings.input).stem().string();

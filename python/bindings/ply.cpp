@@ -87,7 +87,7 @@ py::array memberOf(const std::vector<Record>& records, std::size_t offset, py::s
 template <class T>
 auto cellMember(std::size_t offset, py::ssize_t columns) {
     return [offset, columns](const py::object& self) {
-        return memberOf<T>(py::cast<const HeldPly&>(self).measured().measures.cells, offset, columns, self);
+        return memberOf<T>(py::cast<const HeldPly&>(self).sheared().measures.cells, offset, columns, self);
     };
 }
 
@@ -98,7 +98,7 @@ py::tuple fibresOf(const HeldPly& ply) {
     const py::capsule owner(fibres, [](void* held) { delete static_cast<Fibres*>(held); });
     {
         const py::gil_scoped_release unlocked;
-        const Trial& trial = ply.measured();
+        const Trial& trial = ply.sheared();
         *fibres = mapFibres(*trial.mould, trial.grid, trial.measures);
     }
     static_assert(sizeof(Cover) == sizeof(std::int32_t));
@@ -145,6 +145,7 @@ struct Show {
     double millimetresPerUnit = 1.0;
     double allowance = 0.0; // of the cut line beyond the net line, in the mould's unit
     std::string name;       // on drawings, that of the mould's file if it's empty
+    std::optional<tool::Paper> paper;
     std::vector<CurveResult> curves;
 };
 
@@ -179,6 +180,7 @@ void writePly(const HeldPly& ply, const std::string& path, const Show& show) {
         scene.ply = show.name.empty() ? std::filesystem::path(ply.mould->source).stem().string() : show.name;
         scene.mouldName = std::filesystem::path(ply.mould->source).filename().string();
         scene.side = textOf(trial.side);
+        scene.paper = show.paper;
         tool::writeOutput(path, scene);
     } catch (const std::runtime_error& error) {
         failure = error.what();
@@ -190,38 +192,63 @@ void writePly(const HeldPly& ply, const std::string& path, const Show& show) {
     }
 }
 
+using Part = const Trial& (HeldPly::*)() const; // `sheared` or `measured`
+
 template <class T>
-auto figure(T Measures::*value) {
-    return [value](const HeldPly& ply) { return ply.measured().measures.*value; };
+auto figure(T Measures::*value, Part part = &HeldPly::sheared) {
+    return [value, part](const HeldPly& ply) { return (ply.*part)().measures.*value; };
+}
+
+// The lock is let go before a wait for another thread that measures.
+template <class Work>
+void withoutLock(Work work) {
+    if (PyGILState_Check() != 0) {
+        const py::gil_scoped_release unlocked;
+        work();
+    } else {
+        work();
+    }
 }
 
 } // namespace
 
-void HeldPly::measureOnce() const {
-    std::call_once(once_, [this] {
+void HeldPly::shearOnce() const {
+    std::call_once(shear_, [this] {
         if (!wasMeasured) {
-            trial.measures = measure(*trial.mould, trial.grid, lockingAngle);
+            trial.measures = measureShear(trial.grid, lockingAngle);
         }
     });
 }
 
+void HeldPly::measureOnce() const {
+    shearOnce();
+    std::call_once(all_, [this] {
+        if (!wasMeasured) {
+            measureCover(*trial.mould, trial.grid, trial.measures);
+        }
+    });
+}
+
+const Trial& HeldPly::sheared() const {
+    withoutLock([this] { shearOnce(); });
+    return trial;
+}
+
 const Trial& HeldPly::measured() const {
-    if (PyGILState_Check() != 0) {
-        const py::gil_scoped_release unlocked; // before the wait for another thread that measures
-        measureOnce();
-    } else {
-        measureOnce();
-    }
+    withoutLock([this] { measureOnce(); });
     return trial;
 }
 
 void bindPly(py::module_& module) {
     py::class_<TrialWishes>(module, "Wishes").def(py::init(&wishesOf));
     module.def("drape", &drapeMould);
+    py::class_<tool::Paper>(module, "Paper");
+    module.def("paper_named", &tool::paperNamed);
+    module.def("paper_of", &tool::paperOf);
     py::class_<Show>(module, "Show")
         .def(py::init([](double millimetresPerUnit, double allowance, const std::string& name,
-                         const std::vector<CurveResult>& curves) {
-            return Show{millimetresPerUnit, allowance, name, curves};
+                         const std::optional<tool::Paper>& paper, const std::vector<CurveResult>& curves) {
+            return Show{millimetresPerUnit, allowance, name, paper, curves};
         }));
     py::class_<HeldPly, std::shared_ptr<HeldPly>>(module, "Ply")
         .def_property_readonly("positions", gridRows(&Grid::position, 3))
@@ -248,9 +275,9 @@ void bindPly(py::module_& module) {
         .def_property_readonly("largest_turn", figure(&Measures::largestTurn))
         .def_property_readonly("share_beyond_locking", figure(&Measures::shareBeyondLocking))
         .def_property_readonly("cells_on_surface", figure(&Measures::cellsOnSurface))
-        .def_property_readonly("mould_area", figure(&Measures::mouldArea))
-        .def_property_readonly("covered_share", figure(&Measures::coveredShare))
-        .def_property_readonly("doubled_share", figure(&Measures::doubledShare))
+        .def_property_readonly("mould_area", figure(&Measures::mouldArea, &HeldPly::measured))
+        .def_property_readonly("covered_share", figure(&Measures::coveredShare, &HeldPly::measured))
+        .def_property_readonly("doubled_share", figure(&Measures::doubledShare, &HeldPly::measured))
         .def_property_readonly("choice", choiceOf)
         .def_property_readonly("notes", [](const HeldPly& ply) { return textsOf(ply.notes); })
         .def("fibres", fibresOf)

@@ -28,22 +28,25 @@ private:
     mutable std::shared_ptr<const host::Surface> last_; // asked for, as starts with one step come in series
 };
 
-// A drape is run at once and measured when someone asks for its cells or figures, as measuring a small drape
-// takes longer than the run.
+// A drape is run at once and measured when someone asks for its cells or figures, as measuring all of a small
+// drape takes longer than the run.
 struct HeldPly {
     std::shared_ptr<const HeldMould> mould;
-    mutable host::Trial trial; // its measures only through `measured`
+    mutable host::Trial trial; // its measures only through `sheared` and `measured`
     double lockingAngle = 0.0;
     bool wasMeasured = false; // by the search for its patch
     host::Notes notes;
 
-    // With or without the interpreter's lock, which isn't held meanwhile.
+    // Cells, shear and turns only, or all. With or without the interpreter's lock, which isn't held
+    // meanwhile.
+    const host::Trial& sheared() const;
     const host::Trial& measured() const;
 
 private:
+    void shearOnce() const;
     void measureOnce() const;
 
-    mutable std::once_flag once_;
+    mutable std::once_flag shear_, all_;
 };
 
 // An array over memory that `owner` keeps alive, without a copy; nobody can write to it.

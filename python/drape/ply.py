@@ -284,7 +284,7 @@ class Ply:
         self, *, millimetres_per_unit: float = 1.0, allowance: float = 0.0, curves: Iterable[Curve] = ()
     ) -> dict[str, Any]:
         """All figures, as the program's JSON report has them and by its names. The arguments are those of write."""
-        return json.loads(self._core.report_json(_show(millimetres_per_unit, allowance, "", curves)))
+        return json.loads(self._core.report_json(_show(millimetres_per_unit, allowance, curves)))
 
     def write(
         self,
@@ -293,6 +293,7 @@ class Ply:
         millimetres_per_unit: float = 1.0,
         allowance: float = 0.0,
         name: str = "",
+        paper: str | tuple[float, float] | None = None,
         curves: Iterable[Curve] = (),
     ) -> None:
         """Write the kind of file that the ending of `path` asks for, whole or not at all: the grid (.vtp, .glb,
@@ -302,11 +303,13 @@ class Ply:
         millimetres_per_unit  of the mesh, for drawings at 1:1
         allowance             of the cut line beyond the net line, in the mesh's unit
         name                  the ply's, on drawings (default: that of the mesh file)
+        paper                 for the PDF, "A4" to "A0", or width and height in mm from 100 to 5080: the pattern on
+                              sheets to be joined (default: one page, as far as viewers can show it)
         curves                made by `carry`; drawings show them too
 
         Raises OutputError.
         """
-        self._core.write(os.fspath(path), _show(millimetres_per_unit, allowance, name, curves))
+        self._core.write(os.fspath(path), _show(millimetres_per_unit, allowance, curves, name, paper))
 
     def plot(self, path: str | os.PathLike[str] | None = None) -> Any:
         """Draw the cloth on the mould, coloured by shear, and its pattern beside it, with matplotlib. Gives the
@@ -353,7 +356,26 @@ class Ply:
         )
 
 
-def _show(millimetres_per_unit: float, allowance: float, name: str, curves: Iterable[Curve]) -> Any:
+def _show(
+    millimetres_per_unit: float,
+    allowance: float,
+    curves: Iterable[Curve],
+    name: str = "",
+    paper: str | tuple[float, float] | None = None,
+) -> Any:
     scale = _arrays.above_zero("millimetres_per_unit", millimetres_per_unit)
     beyond = _arrays.number("allowance", allowance, low=0.0)
-    return _core.Show(scale, beyond, name, [curve._core for curve in curves])
+    return _core.Show(scale, beyond, name, _sheets(paper), [curve._core for curve in curves])
+
+
+def _sheets(paper: str | tuple[float, float] | None) -> Any:
+    if paper is None:
+        return None
+    if isinstance(paper, str):
+        sheets = _core.paper_named(paper)
+    else:
+        sides = _arrays.numbers("paper", paper)
+        sheets = _core.paper_of(*sides.tolist()) if sides.shape == (2,) else None
+    if sheets is None:
+        raise ArrayError(f"paper is {paper!r}, and has to be A4, A3, A2, A1, A0 or two lengths from 100 to 5080 mm")
+    return sheets

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <numbers>
 #include <stdexcept>
+#include <string_view>
 
 namespace tool {
 namespace {
@@ -20,6 +21,16 @@ constexpr double pointsPerMillimetre = 72.0 / 25.4;
 cairo_status_t collect(void* target, const unsigned char* data, unsigned int length) {
     static_cast<std::string*>(target)->append(reinterpret_cast<const char*>(data), length);
     return CAIRO_STATUS_SUCCESS;
+}
+
+// cairo counts the surfaces of a process, and what was drawn before would show in the file.
+void forgetNumber(std::string& svg) {
+    constexpr std::string_view before = "<g id=\"surface";
+    const std::size_t found = svg.find(before);
+    if (found != std::string::npos) {
+        const std::size_t first = found + before.size();
+        svg.replace(first, svg.find('"', first) - first, "1");
+    }
 }
 
 void check(cairo_status_t status) {
@@ -153,6 +164,9 @@ std::string Canvas::bytes() {
     }
     cairo_surface_finish(surface_);
     check(cairo_surface_status(surface_));
+    if (drawing_ == Drawing::svg) {
+        forgetNumber(bytes_);
+    }
     return std::move(bytes_);
 }
 

@@ -7,6 +7,7 @@
 #include "host/cloth/mould.h"
 #include "host/cloth/start.h"
 #include "tool/draw/cut_lines.h"
+#include "tool/draw/paper.h"
 
 #include <optional>
 #include <span>
@@ -15,13 +16,6 @@
 namespace tool {
 
 using namespace drape::host;
-
-// A sheet of paper, in millimetres.
-struct Paper {
-    double width = 0.0;
-    double height = 0.0;
-    bool canTurn = false; // a common size, to be laid either way
-};
 
 // The grid and the measures may be partial or empty.
 struct Scene {
