@@ -11,6 +11,22 @@
 
 namespace drape {
 
+namespace {
+
+// As much of the list as will be read: that of a circle that misses all tells the boundary fallback which
+// edges are near, or else only whether there is anything in range.
+bool listTriangles(std::int32_t start, const Ball* balls, int ballCount, bool missesAll, bool listWanted,
+                   SearchScratch& scratch, std::int32_t& status) {
+    if (!missesAll)
+        return listInRange(start, balls, ballCount, scratch, status);
+    if (listWanted)
+        return listBoundaryInRange(start, balls, ballCount, scratch, status);
+    std::int32_t first = 0;
+    return floodTo(Goals{nullptr, 0, true}, start, balls, ballCount, scratch, first, status);
+}
+
+} // namespace
+
 bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleSearch& search,
                    SearchScratch& scratch, SurfacePoint& found, std::int32_t& status) {
     status = DRAPE_OK;
@@ -28,11 +44,7 @@ bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleS
     if (status != DRAPE_OK)
         return false;
     const bool missesAll = search.missesAll || answer == TreeAnswer::nothing;
-    std::int32_t first = 0;
-    const bool done = missesAll && !search.listWanted
-                          ? floodTo(Goals{nullptr, 0, true}, start, balls, ballCount, scratch, first, status)
-                          : listInRange(start, balls, ballCount, scratch, status);
-    if (!done)
+    if (!listTriangles(start, balls, ballCount, missesAll, search.listWanted, scratch, status))
         return false;
     if (scratch.foundCount == 0)
         return true;

@@ -76,11 +76,10 @@ private:
     }
 
     bool clearlyInRange(std::int32_t triangle, std::int32_t corner, std::int32_t other) const {
-        const BoundedTriangle bounded(mesh_, triangle, model->indices->triangleTree.largestSlack());
         const Vec3 p = mesh_.vertex(corner), q = mesh_.vertex(other);
         for (int k = 0; k < question_.ballCount; ++k)
-            if (bounded.inRangeByCorner(p, question_.balls[k]) ||
-                bounded.inRangeByCorner(q, question_.balls[k]))
+            if (inRangeByCorner(mesh_, triangle, p, question_.balls[k]) ||
+                inRangeByCorner(mesh_, triangle, q, question_.balls[k]))
                 return true;
         return false;
     }
