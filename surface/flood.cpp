@@ -11,7 +11,7 @@ namespace drape {
 namespace {
 
 // Which triangles of the list somebody will read.
-enum class Reading { all, goals, boundary };
+enum class Reading { all, goals, firstGoal, boundary };
 
 // The plain road of a flood, over the marks of a caller's array: 1 in range, 2 out of range. Fans are looked
 // through every time.
@@ -74,7 +74,7 @@ private:
         road_.mark(triangle, found.goOn);
         if (found.list) {
             scratch_.foundList[scratch_.foundCount++] = triangle;
-            if (goals_.has(triangle))
+            if (endsWith(triangle))
                 reached_ = triangle;
         }
         return found.goOn;
@@ -83,12 +83,19 @@ private:
     bool isRead(std::int32_t triangle) const {
         switch (reading_) {
         case Reading::goals:
+        case Reading::firstGoal:
             return goals_.has(triangle);
         case Reading::boundary:
             return scratch_.foundCount == 0 || firstBoundaryEdgeOf(triangle) != 0;
         default:
             return true;
         }
+    }
+
+    // Whether nothing more of the list is read.
+    bool endsWith(std::int32_t triangle) const {
+        return (reading_ == Reading::firstGoal && goals_.has(triangle)) ||
+               (reading_ == Reading::goals && scratch_.foundCount == goals_.count);
     }
 
     FanWalk fanOf(std::int32_t triangle, std::int32_t corner) const {
@@ -150,13 +157,19 @@ bool flood(std::int32_t start, const Ball* balls, int ballCount, Reading reading
 
 bool floodTo(const Goals& goals, std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
              std::int32_t& reached, std::int32_t& status) {
-    return flood(start, balls, ballCount, Reading::goals, goals, scratch, reached, status);
+    return flood(start, balls, ballCount, Reading::firstGoal, goals, scratch, reached, status);
 }
 
 bool listInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
                  std::int32_t& status) {
     std::int32_t none = 0;
     return flood(start, balls, ballCount, Reading::all, {}, scratch, none, status);
+}
+
+bool listGoals(const Goals& goals, std::int32_t start, const Ball* balls, int ballCount,
+               SearchScratch& scratch, std::int32_t& status) {
+    std::int32_t last = 0;
+    return flood(start, balls, ballCount, Reading::goals, goals, scratch, last, status);
 }
 
 bool listBoundaryInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
