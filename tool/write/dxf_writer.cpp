@@ -2,6 +2,7 @@
 // first that has light polylines and says its unit. Layers: CUT (the line to cut, outlines and holes), NET
 // (outlines of the net pattern) and HOLE (its holes), CURVE (transferred curves), WARP (an arrow), TEXT
 // (name, side, angle and mould) and SEED (a point at 0, 0).
+#include "host/mesh/box.h"
 #include "tool/draw/labels.h"
 #include "tool/write/file_numbers.h"
 #include "tool/write/writers.h"
@@ -329,17 +330,14 @@ void addMarks(DxfFile& file, const Scene& scene) {
 
 std::string outlineDxf(const Scene& scene) {
     const std::vector<DrawnLine> lines = linesOf(scene);
-    FlatPoint low{0.0, 0.0}; // the seed lies at the origin and is drawn too
-    FlatPoint high{0.0, 0.0};
+    Box2 box;
+    box.add({0.0, 0.0}); // the seed, which is drawn too
     for (const DrawnLine& line : lines) {
         for (const FlatPoint& point : line.points) {
-            for (std::size_t k = 0; k < 2; ++k) {
-                low[k] = std::min(low[k], point[k]);
-                high[k] = std::max(high[k], point[k]);
-            }
+            box.add(point);
         }
     }
-    DxfFile file(low, high);
+    DxfFile file(box.low, box.high);
     for (const DrawnLine& line : lines) {
         file.polyline(line.layer, line.points, line.closed);
     }
