@@ -85,35 +85,47 @@ TEST(Search, BothRoadsGiveTheSameAnswerToAnyQuestion) {
     EXPECT_GT(dropped, 300);
 }
 
-// Where two hits are equal to the last bit their order decides: two on one wall ahead, and one on each of two
-// blades that lie like mirror images behind.
+// Where hits are equal, or nearly so, their order decides, and what the flood lists: two on one wall ahead;
+// one on each of two blades that lie like mirror images behind; two walls that hang together, and one just
+// ahead of them that doesn't.
 TEST(Search, EqualHitsAreTakenInTheOrderOfTheFlood) {
-    const double c = 0.995, s = 0.1;
-    const std::vector<double> wall = {0.97, -2, -2, 0.97, 2, -2, 0.97, 0, 3},
-                              blades = {0,     0.9, 0,  0.3, 1.2,    0,   -0.3,   1.2, 0,  -2 * c, 0.9,
-                                        2 * s, -c,  -2, s,   -2 * c, 0.9, -2 * s, -c,  -2, -s};
+    const double c = 0.995, s = 0.1, x = 0.97, more = 0.97 * (1.0 + 1e-9);
+    struct Scene {
+        double tolerance;
+        std::vector<double> places;
+        std::vector<std::int32_t> triangles;
+    };
+    const Scene scenes[] = {
+        {1e-9, {x, -2, -2, x, 2, -2, x, 0, 3}, {1, 2, 3}},
+        {0.05,
+         {0,     0.9, 0,  0.3, 1.2,    0,   -0.3,   1.2, 0,  -2 * c, 0.9,
+          2 * s, -c,  -2, s,   -2 * c, 0.9, -2 * s, -c,  -2, -s},
+         {1, 2, 3, 1, 4, 5, 1, 6, 7}},
+        {1e-9,
+         {x, -2, -2, x, 2, -2, x, 0, 3, 0.96, -2, -2, 0.96, 2, -2, more, -2, -2, more, 2, -2, more, 0, 3},
+         {1, 2, 3, 4, 5, 3, 6, 7, 8}},
+    };
     Random random(9);
-    for (int round = 0; round < 40; ++round) {
-        const bool ahead = round % 2 == 0;
+    for (int round = 0; round < 60; ++round) {
+        const Scene& scene = scenes[round % 3];
         Surface surface;
-        surface.vertPos = ahead ? wall : blades;
-        surface.triVerts =
-            ahead ? std::vector<std::int32_t>{1, 2, 3} : std::vector<std::int32_t>{1, 2, 3, 1, 4, 5, 1, 6, 7};
+        surface.vertPos = scene.places;
+        surface.triVerts = scene.triangles;
         joinUp(surface);
         shuffle(surface, random);
-        const double tolerance = ahead ? 1e-9 : 0.05;
         const OwnModel own;
         model->mesh = meshOf(surface);
-        model->tolerance = tolerance;
+        model->tolerance = scene.tolerance;
         SurfaceMesh inner = model->mesh;
         RunIndices indices;
         std::int32_t status = 0;
-        ASSERT_TRUE(indices.build(inner, nullptr, tolerance, 1.0, status));
+        ASSERT_TRUE(indices.build(inner, nullptr, scene.tolerance, 1.0, status));
         model->mesh = inner;
         const Vec3 centre{0.0, 0.0, 0.0};
         for (std::int32_t start = 1; start <= inner.triCount; ++start)
             EXPECT_GT(sameOnBothRoads({centre, {0.0, 0.0, 1.0}, {1.0, 0.0, 0.0}, 1.0, {-1.0, 0.0, 0.0}},
-                                      start, Ball(centre, 1.0, tolerance), indices, std::to_string(round))
+                                      start, Ball(centre, 1.0, scene.tolerance), indices,
+                                      std::to_string(round))
                           .triangle,
                       0);
         indices.release(status);

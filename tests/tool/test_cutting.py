@@ -84,7 +84,10 @@ class Cutting(Case):
             self.assertAlmostEqual(min(away), width, delta=2e-3 * width)
             self.assertAlmostEqual(max(away), width, delta=2e-3 * width)
             self.assertEqual(remark is not None and remark in done.stderr, remark is not None)
-            self.assertEqual(len(report["cut"]["remarks"]), remark is not None)
+            cut = report["cut"]
+            self.assertEqual((cut["allowance"], cut["loops"], len(cut["remarks"])), (width, 1, remark is not None))
+            self.assertTrue(all(f"the cut line with an allowance of {width}: {said}" in done.stderr for said in cut["remarks"]))
+            self.assertIn(f"cut       line {width} outside the net, around an area of {cut['area']:.4g}\n", done.stdout)
         report, _, _ = self.cut(notched, "--allowance", 0.5, "--step", "0.5")
         # A strip along all edges, a quarter disc at each of six corners; at two inner ones strips share a square.
         wanted = 144 - 15 + 0.5 * (48 + 10) + 6 / 4 * math.pi * 0.5 ** 2 - 2 * 0.5 ** 2
