@@ -442,10 +442,11 @@ struct Corners {
         return records[static_cast<std::size_t>(corner * DRAPE_CORNER_FIELDS + which)];
     }
 };
-// Looks at an outer front whose row is exactly its own nodes.
-Corners lookAt(Lattice& model, std::int32_t front, const std::string& across, const std::string& back) {
+// Looks at an outer front whose row is exactly its own nodes, or begins where it's told.
+Corners lookAt(Lattice& model, std::int32_t front, const std::string& across, const std::string& back,
+               std::int32_t first = 0) {
     const Front f = frontAt(model, front);
-    std::vector<std::int32_t> nodes = {f[DRAPE_FRONT_FIRST_NODE]};
+    std::vector<std::int32_t> nodes = {first > 0 ? first : f[DRAPE_FRONT_FIRST_NODE]};
     while (nodes.size() < back.size())
         nodes.push_back(model.link(nextOf(f[DRAPE_FRONT_DIRECTION]), nodes.back()));
     Corners corners;
@@ -510,6 +511,23 @@ TEST(Corners, AreSeenByStatusAndCrossings) {
                 model.link(oppositeOf(d), model.node(d, 2, p)) = 0;
             EXPECT_EQ(lookAt(model, front, c.across, c.back).count, 0);
         }
+}
+
+// A front's first end is looked for in the row but for its last node, its last end but for the first one.
+TEST(Corners, OfAnEndThatTheRowDoesNotHoldAreNone) {
+    for (std::int32_t d = 1; d <= 4; ++d)
+        for (const bool gap : {false, true})
+            for (const int place : {0, 3}) {
+                Lattice model(4);
+                setStatuses(model, d, 3, gap ? "2222" : "0000");
+                setStatuses(model, d, 2, gap ? "0000" : "1111");
+                setStatuses(model, d, 1, "1111");
+                const std::int32_t front = model.addFront(d, model.node(d, 3, place), 1);
+                const Corners corners =
+                    lookAt(model, front, "000", gap ? "0000" : "1111", model.node(d, 3, 0));
+                ASSERT_EQ(corners.count, 1);
+                EXPECT_EQ(corners.field(0, DRAPE_CORNER_KIND), (gap ? 3 : 1) + (place > 0 ? 3 : 0));
+            }
 }
 
 TEST(Corners, OpenAFrontSideways) {
