@@ -587,7 +587,7 @@ class Refusals(Case):
                          ["folder.json", "link.json", "plate.obj", "trim.json"])
         self.assertEqual(pathlib.Path(mesh).read_text(), content)
         done = self.drape(self.file("part.STEP", "ISO-10303-21;"), expect=INPUT)
-        self.assertIn("STL or OBJ", done.stderr)
+        self.assertRegex(done.stderr, "STL or OBJ|the mesher gmsh says")
 
 
 class Manners(Case):
