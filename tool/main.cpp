@@ -9,6 +9,7 @@
 #include "tool/errors.h"
 #include "tool/log.h"
 #include "tool/options.h"
+#include "tool/page.h"
 #include "tool/progress.h"
 #include "tool/read/curve_file.h"
 #include "tool/read/mesh_import.h"
@@ -36,6 +37,7 @@ struct Work {
     std::optional<ShellMesh> shell; // where the file numbers its elements
     Log log{Talk::normal};
     std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
+    PolygonSoup part; // as it was read; kept for a page alone
 };
 
 // The seed that the settings name, if they name one: a vertex goes by its number in a file that numbers its
@@ -68,8 +70,13 @@ bool looksForStart(const Settings& settings) {
            !settings.trial.within && !settings.trial.withinLargest;
 }
 
+bool writesPage(const Settings& settings) {
+    return std::any_of(settings.outputs.begin(), settings.outputs.end(),
+                       [](const std::string& path) { return path.ends_with(pageEnding); });
+}
+
 Surface loadSurface(Work& work) {
-    const ImportedMesh file = importSurface(work.settings.input, work.settings.import);
+    ImportedMesh file = importSurface(work.settings.input, work.settings.import);
     const PolygonSoup& soup = file.soup;
     work.log.detail("read " + counted(soup.points.size(), "vertex", "vertices") + " and " +
                     counted(soup.polygons.size(), "face", "faces") + " from " + work.settings.input);
@@ -77,7 +84,11 @@ Surface loadSurface(Work& work) {
     work.settings.surface.startsInMiddle = !looksForStart(work.settings);
     work.shell = file.shell;
     ToldNotes notes(work.log);
-    return preparedSurface(soup, work.settings.surface, work.settings.trial.start, notes.list());
+    Surface surface = preparedSurface(soup, work.settings.surface, work.settings.trial.start, notes.list());
+    if (writesPage(work.settings)) {
+        work.part = std::move(file.soup);
+    }
+    return surface;
 }
 
 std::vector<SweepResult> sweepAndTell(Work& work, const Surface& surface,
@@ -162,7 +173,9 @@ void writeOutputs(const Work& work, const Trial& trial, std::span<const CurveRes
     std::string failures;
     for (const std::string& path : work.settings.outputs) {
         try {
-            if (!path.ends_with(sweepEnding)) {
+            if (path.ends_with(pageEnding)) {
+                writeWhole(path, pageOf(work.settings, work.part, trial, report));
+            } else if (!path.ends_with(sweepEnding)) {
                 writeOutput(path, scene);
             }
             if (!work.settings.quiet) {

@@ -4,6 +4,7 @@
 
 #include "host/mesh/point.h"
 #include "tool/errors.h"
+#include "tool/page.h"
 #include "tool/read/numbers.h"
 #include "tool/write/writers.h"
 
@@ -410,6 +411,12 @@ void checkOutputs(const Settings& settings) {
             if (!settings.sweep.wanted) {
                 throw UsageError("-o " + path + ": a table of a sweep goes with --sweep");
             }
+        } else if (path.ends_with(pageEnding)) {
+            if (!pageTemplate()) {
+                throw UsageError(
+                    "-o " + path +
+                    ": the page isn't installed with this program; docs/page.md says how to build it");
+            }
         } else if (!isKnownOutput(path)) {
             throw UsageError("-o " + path + ": no kind of output has this ending; drape --help lists them");
         }
@@ -422,7 +429,9 @@ void checkOutputs(const Settings& settings) {
 std::string footer() {
     return "Kinds of output, by the ending of the file name:\n" + outputHelp() +
            (outputHelp().ends_with("\n") ? "" : "\n") +
-           "  *.sweep.csv     all candidates of a sweep, one per line\n\n" + examples;
+           "  *.html          a page that drapes live, with the part inside, for any browser\n"
+           "  *.sweep.csv     all candidates of a sweep, one per line\n\n" +
+           examples;
 }
 
 } // namespace

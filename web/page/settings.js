@@ -10,6 +10,7 @@ export const usual = Object.freeze({
     rosette: null,
     warp: null,
     tolerance: null,
+    mostNodes: null,
     fillHoles: false,
     weld: true,
     clips: [],
@@ -36,6 +37,7 @@ const checks = {
     rosette: isPoint,
     warp: isPoint,
     tolerance: (value) => value >= 0 && value < Infinity,
+    mostNodes: (value) => Number.isInteger(value) && value >= 4 && value <= 50e6,
     fillHoles: (value) => typeof value === "boolean",
     weld: (value) => typeof value === "boolean",
     clips: (value) => Array.isArray(value) && value.every((c) => Array.isArray(c) && c.length === 6 && c.every(Number.isFinite)),
@@ -101,7 +103,7 @@ export function commandLine(file, settings, output = "part.html") {
             add(`--${name}`, settings[name]);
         }
     }
-    for (const [name, option] of [["angle", "--angle"], ["pivot", "--pivot"], ["locking", "--locking"], ["tolerance", "--tolerance"], ["within", "--within"]]) {
+    for (const [name, option] of [["angle", "--angle"], ["pivot", "--pivot"], ["locking", "--locking"], ["tolerance", "--tolerance"], ["within", "--within"], ["mostNodes", "--max-nodes"]]) {
         if (settings[name] !== usual[name]) {
             add(option, settings[name]);
         }
