@@ -17,7 +17,7 @@ PYTHON_PACKAGES=(python3-dev python3-venv python3-pip python3-setuptools python3
 
 # The page, and the browser that it's tested in. Whoever has another Node.js keeps it.
 WEB_PACKAGES=(cmake ninja-build emscripten node-acorn libcgal-dev libboost-dev nlohmann-json3-dev chromium
-              chromium-driver)
+              chromium-driver python3-selenium)
 command -v node >/dev/null || WEB_PACKAGES+=(nodejs)
 command -v npm >/dev/null || WEB_PACKAGES+=(npm)
 

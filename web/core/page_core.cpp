@@ -2,6 +2,7 @@
 // a file comes in, bytes; it leaves JSON and, where a file goes out, bytes. Arrays go by address: the reply
 // names them under "arrays" as [address, elements], to be read before the next call.
 #include "drape.h"
+#include "host/cloth/net_faces.h"
 #include "host/cloth/status_text.h"
 #include "host/mesh/error.h"
 #include "host/search/default_start.h"
@@ -59,7 +60,7 @@ struct Page {
     Trial trial;
     double lockingAngle = 0.0;
     bool measured = false;
-    std::vector<double> flatLines, spaceLines, clipped; // as the reply of "drape" tells
+    std::vector<double> flatLines, spaceLines, clipped, shears; // as the reply of "drape" tells
     std::vector<std::int32_t> outlines, borders, lineEnds, clippedCells, clippedEnds;
 };
 
@@ -236,8 +237,12 @@ void layOutNet(const NetPattern& net) {
 Json trialArrays(const Trial& trial) {
     Page& p = page();
     const Grid& g = trial.grid;
-    static_assert(sizeof(Cell) == 32 && offsetof(Cell, shear) == 16 && offsetof(Cell, onSurface) == 24);
+    static_assert(sizeof(Cell) == 32 && offsetof(Cell, nodes) == 0);
     layOutNet(trial.measures.net);
+    p.shears.clear();
+    for (const NetFace& face : netFaces(g, trial.measures)) {
+        p.shears.push_back(face.shear);
+    }
     const std::vector<Cell>& cells = trial.measures.cells;
     return {{"position", arrayOf(g.position)},
             {"flat", arrayOf(g.flat)},
@@ -249,6 +254,7 @@ Json trialArrays(const Trial& trial) {
             {"borders", arrayOf(p.borders)},
             {"lineEnds", arrayOf(p.lineEnds)},
             {"wholeCells", arrayOf(trial.measures.net.wholeCells)},
+            {"shears", arrayOf(p.shears)},
             {"clipped", arrayOf(p.clipped)},
             {"clippedCells", arrayOf(p.clippedCells)},
             {"clippedEnds", arrayOf(p.clippedEnds)}};
@@ -283,8 +289,8 @@ tool::Scene sceneOf(const Json& settings, const tool::Settings& forTool, const t
     return scene;
 }
 
-// Settings with seed and angle. The arrays are the grid's, its measured cells (32 bytes each: four int32
-// nodes from 0, the shear as a double, a byte that says whether it lies on the surface) and those of
+// Settings with seed and angle. The arrays are the grid's, its measured cells (32 bytes each, of which four
+// int32 nodes, from 0, come first), shears of the whole cells and then of the cut ones, and those of
 // layOutNet.
 Json drapePart(const Json& settings) {
     Page& p = page();

@@ -53,9 +53,7 @@ export function patternSvg({ cloth, net, report, labels, scale }, colours) {
     const y = (value) => (factor * (highY - value) + margin).toFixed(3);
     const byColour = new Map();
     const add = (vertices) => {
-        const vertex = vertices[0];
-        const onSurface = cloth.info[4 * vertex + 3] > 0.5;
-        const colour = onSurface ? colourText(colours, scale, cloth.info[4 * vertex]) : "rgb(230 226 218)";
+        const colour = colourText(colours, scale, cloth.info[3 * vertices[0]]);
         const path = `M${vertices.map((n) => `${x(cloth.flat[2 * n])} ${y(cloth.flat[2 * n + 1])}`).join("L")}Z`;
         byColour.set(colour, (byColour.get(colour) ?? "") + path);
     };

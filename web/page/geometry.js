@@ -4,7 +4,7 @@
 
 import { ShapeUtils, Vector2 } from "three";
 
-const cellSize = 32; // bytes: four int32 nodes, the shear as a double, whether it lies on the surface
+const cellSize = 32; // bytes, of which four int32 nodes come first
 
 export function mouldGeometry(positions, corners) {
     const low = [Infinity, Infinity, Infinity];
@@ -78,8 +78,6 @@ class CellReader {
     constructor(core, arrays, origin, steps) {
         const records = core.records(arrays.cells, cellSize);
         this.nodes = new Int32Array(records.buffer, records.address, records.count * 8);
-        this.shears = new Float64Array(records.buffer, records.address, records.count * 4);
-        this.marks = new Uint8Array(records.buffer, records.address, records.count * cellSize);
         this.position = core.doubles(arrays.position);
         this.flat = core.doubles(arrays.flat);
         this.normal = core.doubles(arrays.normal);
@@ -87,11 +85,10 @@ class CellReader {
         this.steps = steps;
     }
 
-    read(cell) {
-        this.cell = cell;
+    // `shear` of the cell's face.
+    read(cell, shear) {
         this.corner = [0, 1, 2, 3].map((k) => this.nodes[8 * cell + k]);
-        this.shear = this.shears[4 * cell + 2];
-        this.onSurface = this.marks[cellSize * cell + 24];
+        this.shear = shear;
         this.low = [this.flat[2 * this.corner[0]], this.flat[2 * this.corner[0] + 1]];
         this.column = Math.round(this.low[0] / this.steps[0]);
         this.row = Math.round(this.low[1] / this.steps[1]);
@@ -110,7 +107,7 @@ class ClothArrays {
         this.normal = new Float32Array(3 * vertices);
         this.flat = new Float32Array(2 * vertices);
         this.inCell = new Float32Array(2 * vertices);
-        this.info = new Float32Array(4 * vertices); // shear, column, row, whether all of the cell is on the surface
+        this.info = new Float32Array(3 * vertices); // shear, column, row
         this.index = new Uint32Array(3 * triangles);
         this.vertices = 0;
         this.indices = 0;
@@ -126,7 +123,7 @@ class ClothArrays {
         this.flat[2 * n + 1] = reader.low[1] + v * reader.steps[1];
         this.inCell[2 * n] = u;
         this.inCell[2 * n + 1] = v;
-        this.info.set([reader.shear, reader.column, reader.row, reader.onSurface], 4 * n);
+        this.info.set([reader.shear, reader.column, reader.row], 3 * n);
         return n;
     }
 
@@ -137,8 +134,8 @@ class ClothArrays {
     }
 }
 
-// The cut cells' polygons by cell: [cell, list of polygons].
-function cutCells(core, arrays) {
+// The cut cells: [cell, shear, list of polygons]. Shears of the whole cells stand before theirs.
+function cutCells(core, arrays, shears) {
     const points = core.doubles(arrays.clipped);
     const ends = core.ints(arrays.clippedEnds);
     const cells = core.ints(arrays.clippedCells);
@@ -149,31 +146,32 @@ function cutCells(core, arrays) {
             polygon.push(new Vector2(points[2 * k], points[2 * k + 1]));
         }
         if (cut.length === 0 || cut.at(-1)[0] !== cells[n]) {
-            cut.push([cells[n], []]);
+            cut.push([cells[n], shears[cut.length], []]);
         }
-        cut.at(-1)[1].push(polygon);
+        cut.at(-1)[2].push(polygon);
     }
-    return cut.map(([cell, polygons]) => [cell, trianglesOf(polygons)]);
+    return cut.map(([cell, shear, polygons]) => [cell, shear, trianglesOf(polygons)]);
 }
 
 // The first `whole` cells have four vertices each, in order around the cell.
 export function clothGeometry(core, arrays, origin, steps) {
     const whole = core.ints(arrays.wholeCells);
-    const cut = cutCells(core, arrays);
-    const parts = cut.flatMap(([, shapes]) => shapes);
+    const shears = core.doubles(arrays.shears);
+    const cut = cutCells(core, arrays, shears.subarray(whole.length));
+    const parts = cut.flatMap(([, , shapes]) => shapes);
     const cloth = new ClothArrays(
         4 * whole.length + parts.reduce((sum, part) => sum + part.points.length, 0),
         2 * whole.length + parts.reduce((sum, part) => sum + part.faces.length, 0),
     );
     const reader = new CellReader(core, arrays, origin, steps);
-    for (const cell of whole) {
-        reader.read(cell);
+    for (let n = 0; n < whole.length; ++n) {
+        reader.read(whole[n], shears[n]);
         const [a, b, c, d] = [[0, 0], [1, 0], [1, 1], [0, 1]].map(([u, v]) => cloth.addVertex(reader, u, v));
         cloth.addTriangle(a, b, c);
         cloth.addTriangle(a, c, d);
     }
-    for (const [cell, shapes] of cut) {
-        reader.read(cell);
+    for (const [cell, shear, shapes] of cut) {
+        reader.read(cell, shear);
         for (const { points, faces } of shapes) {
             const first = cloth.vertices;
             for (const point of points) {

@@ -235,7 +235,7 @@ function applyTheme(theme) {
     const style = getComputedStyle(document.documentElement);
     const colour = (name) => style.getPropertyValue(`--${name}`).trim();
     page.stage?.setTheme({
-        rim: colour("rim"), light: colour("lit"), mould: colour("mould"), edge: colour("soft"),
+        light: colour("lit"), mould: colour("mould"), edge: colour("soft"),
         line: colour("net"), clothEdge: colour("alarm"),
     });
 }
@@ -368,9 +368,10 @@ function showSweep(ranked) {
             const dot = document.createElement("i");
             dot.style.background = start.colour;
             const text = document.createElement("span");
-            text.textContent = `${rank + 1}. ${start.words}`;
+            text.textContent = `${rank + 1}. ${start.whole ? `${start.largestShear.toFixed(1)}° largest` : start.words}`;
             const more = document.createElement("small");
-            more.textContent = `${short(start.angle)}°`;
+            more.textContent = start.whole ? `mean ${start.meanShear.toFixed(1)}°, at ${short(start.angle)}°` : `at ${short(start.angle)}°`;
+            button.title = start.label;
             button.append(dot, text, more);
             button.addEventListener("click", () => choose(start));
             const item = document.createElement("li");
@@ -437,9 +438,7 @@ function showTip(event, cell) {
     const tip = element("tip");
     tip.hidden = !cell;
     if (cell) {
-        tip.textContent = cell.onSurface
-            ? `shear ${Math.abs(cell.shear).toFixed(1)}°, warp yarn ${cell.row}, weft yarn ${cell.column}`
-            : `rim cell, warp yarn ${cell.row}, weft yarn ${cell.column}`;
+        tip.textContent = `shear ${Math.abs(cell.shear).toFixed(1)}°, warp yarn ${cell.row}, weft yarn ${cell.column}`;
         const left = Math.min(event.clientX + 16, window.innerWidth - tip.offsetWidth - 8);
         tip.style.left = `${left}px`;
         tip.style.top = `${Math.max(event.clientY - 38, 8)}px`;

@@ -43,9 +43,9 @@ export function clothMaterial(shared, flat) {
         vertexShader: `
             attribute vec2 flatPlace;
             attribute vec2 inCell;
-            attribute vec4 info;
+            attribute vec3 info;
             varying vec2 vCell;
-            varying vec4 vInfo;
+            varying vec3 vInfo;
             varying vec3 vNormal;
             void main() {
                 vCell = inCell;
@@ -57,10 +57,10 @@ export function clothMaterial(shared, flat) {
         fragmentShader: `
             uniform sampler2D strip;
             uniform float locking, top;
-            uniform vec3 rim, light;
+            uniform vec3 light;
             uniform vec4 hover; // column, row, whether there is one, whether yarns are lit
             varying vec2 vCell;
-            varying vec4 vInfo;
+            varying vec3 vInfo;
             varying vec3 vNormal;
             ${lighting}
             vec3 shearColour(float shear) {
@@ -70,7 +70,7 @@ export function clothMaterial(shared, flat) {
                 return texture2D(strip, vec2(part / 256.0, 0.5)).rgb;
             }
             void main() {
-                vec3 colour = vInfo.w > 0.5 ? shearColour(vInfo.x) : rim;
+                vec3 colour = shearColour(vInfo.x);
                 vec2 width = fwidth(vCell);
                 vec2 inside = smoothstep(vec2(0.0), 1.1 * width, min(vCell, 1.0 - vCell));
                 float line = 1.0 - min(inside.x, inside.y);

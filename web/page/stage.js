@@ -28,6 +28,10 @@ import { clothMaterial, colourStrip, mouldMaterial } from "./materials.js";
 
 Mesh.prototype.raycast = acceleratedRaycast;
 
+// Drawing without a graphics card has no smooth edges; once nothing moves, one frame with more pixels has.
+const restPixels = 2; // of the screen's, along each side
+const restAfter = 160; // milliseconds
+
 // While something is dragged, frames that take longer than this are drawn with fewer pixels.
 const slowFrame = 34; // milliseconds
 const fewestPixels = 0.5; // of the screen's, along each side
@@ -62,6 +66,8 @@ export class Stage {
     #before = 0; // when the frame before was drawn
     #share = 1; // of the screen's pixels, along each side
     #hurried = false;
+    #software = false;
+    #restTimer = 0;
     #untouched = true; // nobody has moved the pattern by hand
     beforeDraw = () => {};
 
@@ -69,9 +75,10 @@ export class Stage {
         this.mouldElement = mouldElement;
         this.patternElement = patternElement;
         this.canvas = canvas;
+        this.#software = drawsInSoftware();
         this.#renderer = new WebGLRenderer({
             canvas,
-            antialias: !drawsInSoftware(),
+            antialias: !this.#software,
             alpha: true,
             powerPreference: "high-performance",
         });
@@ -92,7 +99,6 @@ export class Stage {
             strip: { value: colourStrip(colours) },
             locking: { value: 45 },
             top: { value: 60 },
-            rim: { value: new Color() },
             light: { value: new Color() },
             mould: { value: new Color() },
             bias: { value: 0 },
@@ -128,8 +134,7 @@ export class Stage {
         this.#flat.add(this.pattern);
     }
 
-    setTheme({ rim, light, mould, edge, line, clothEdge }) {
-        this.shared.rim.value.setStyle(rim, "");
+    setTheme({ light, mould, edge, line, clothEdge }) {
         this.shared.light.value.setStyle(light, "");
         this.shared.mould.value.setStyle(mould, "");
         this.edges.material.color.setStyle(edge);
@@ -169,7 +174,7 @@ export class Stage {
             geometry.setAttribute("normal", new BufferAttribute(normal, 3));
             geometry.setAttribute("flatPlace", new BufferAttribute(flat, 2));
             geometry.setAttribute("inCell", new BufferAttribute(inCell, 2));
-            geometry.setAttribute("info", new BufferAttribute(info, 4));
+            geometry.setAttribute("info", new BufferAttribute(info, 3));
             geometry.setIndex(new BufferAttribute(index, 1));
             const [a, b] = reply.report.choice.step;
             this.shared.bias.value = 0.3 * Math.max(a, b);
@@ -218,9 +223,9 @@ export class Stage {
             from.z = -from.z;
         }
         const { clientWidth: width, clientHeight: height } = this.mouldElement;
-        const away = this.#distanceFor(from.normalize(), width / Math.max(height, 1));
-        this.controls.target.set(0, 0, 0);
-        this.camera.position.copy(from).multiplyScalar(away);
+        const { away, target } = this.#framing(from.normalize(), width / Math.max(height, 1));
+        this.controls.target.copy(target);
+        this.camera.position.copy(target).addScaledVector(from, away);
         this.camera.near = away / 200;
         this.camera.far = away * 6;
         this.camera.updateProjectionMatrix();
@@ -228,19 +233,30 @@ export class Stage {
         this.draw();
     }
 
-    // How far off along `from` the box around the part is seen whole.
-    #distanceFor(from, aspect) {
+    // How far off along `from`, and looking where, the part is seen whole and in the middle.
+    #framing(from, aspect) {
         const right = new Vector3().crossVectors(this.camera.up, from).normalize();
         const up = new Vector3().crossVectors(from, right);
-        const tall = Math.tan((0.5 * this.camera.fov * Math.PI) / 180) * 0.84;
-        const wide = tall * aspect * 1.06;
-        let away = this.size;
-        for (let k = 0; k < 8; ++k) {
-            const corner = new Vector3(...this.extents.map((size, axis) => ((k >> axis) & 1 ? 0.5 : -0.5) * size));
-            const [x, y] = [Math.abs(corner.dot(right)), Math.abs(corner.dot(up))];
-            away = Math.max(away, corner.dot(from) + Math.max(x / wide, y / tall));
+        const tall = Math.tan((0.5 * this.camera.fov * Math.PI) / 180) * 0.74;
+        const wide = tall * aspect * 1.18;
+        const position = this.mouldMesh.geometry.getAttribute("position");
+        const every = Math.ceil(position.count / 4000);
+        const points = [];
+        for (let n = 0; n < position.count; n += every) {
+            const point = new Vector3().fromBufferAttribute(position, n);
+            points.push([point.dot(right), point.dot(up), point.dot(from)]);
         }
-        return away;
+        let [x, y, away] = [0, 0, 0];
+        for (let k = 0; k < 4; ++k) {
+            away = points.reduce((most, [px, py, pz]) => Math.max(most, pz + Math.abs(px - x) / wide, pz + Math.abs(py - y) / tall), 0);
+            const middle = (axis, offset) => {
+                const seen = points.map((point) => (point[axis] - offset) / (away - point[2]));
+                return seen.reduce((low, value) => Math.min(low, value)) + seen.reduce((high, value) => Math.max(high, value));
+            };
+            x += 0.5 * away * middle(0, x);
+            y += 0.5 * away * middle(1, y);
+        }
+        return { away, target: right.multiplyScalar(x).addScaledVector(up, y) };
     }
 
     // Keeps a pattern in view that nobody has moved by hand, in the same scale if `sameScale`.
@@ -326,7 +342,6 @@ export class Stage {
             shear: info.getX(vertex),
             column: info.getY(vertex),
             row: info.getZ(vertex),
-            onSurface: info.getW(vertex) > 0.5,
         };
     }
 
@@ -370,10 +385,16 @@ export class Stage {
         }
     }
 
-    #drawNow() {
+    #drawNow(resting = false) {
+        clearTimeout(this.#restTimer);
+        if (this.#software && !resting) {
+            this.#restTimer = setTimeout(() => this.#drawNow(true), restAfter);
+        }
         const { clientWidth: width, clientHeight: height } = this.canvas.parentElement;
-        this.#keepPace();
-        const ratio = Math.min(window.devicePixelRatio, 2) * this.#share;
+        if (!resting) {
+            this.#keepPace();
+        }
+        const ratio = Math.min(window.devicePixelRatio, 2) * (resting ? restPixels : this.#share);
         const size = this.#renderer.getSize(new Vector2());
         if (size.x !== width || size.y !== height || this.#renderer.getPixelRatio() !== ratio) {
             this.#renderer.setPixelRatio(ratio);
@@ -398,7 +419,7 @@ export class Stage {
     // While something is dragged, keeping up goes before sharpness.
     hurry(hurried) {
         this.#hurried = hurried;
-        if (!hurried && this.#share < 1) {
+        if (!hurried) {
             this.#share = 1;
             this.draw();
         }

@@ -1,0 +1,356 @@
+"""The page in headless Chromium without a network, held against the program.
+
+    DRAPE=program DRAPE_PAGE=drape.html DRAPE_SAMPLES=folder DRAPE_PICTURES=folder python3 -m unittest test_page
+"""
+import json
+import math
+import os
+import pathlib
+import shlex
+import subprocess
+import tempfile
+import unittest
+
+import moulds
+from browser import Page
+
+PROGRAM = os.environ["DRAPE"]
+PAGE = os.environ["DRAPE_PAGE"]
+SAMPLES = pathlib.Path(os.environ["DRAPE_SAMPLES"])
+PICTURES = pathlib.Path(os.environ["DRAPE_PICTURES"])
+EXACT = ("result", "mould", "pattern", "choice")
+SLACK = 1e-12  # what another C library's arc cosine may change
+
+
+def same(ours, theirs, path=""):
+    """Whether two reports agree, angles but for rounding; the first place where they don't, else None."""
+    if isinstance(ours, dict):
+        if set(ours) != set(theirs):
+            return f"{path}: {set(ours) ^ set(theirs)}"
+        return next(filter(None, (same(ours[k], theirs[k], f"{path}.{k}") for k in ours)), None)
+    if isinstance(ours, list):
+        if len(ours) != len(theirs):
+            return f"{path}: {len(ours)} and {len(theirs)}"
+        return next(filter(None, (same(a, b, f"{path}[{n}]") for n, (a, b) in enumerate(zip(ours, theirs)))), None)
+    if isinstance(ours, float) or isinstance(theirs, float):
+        agree = math.isclose(ours, theirs, rel_tol=SLACK, abs_tol=SLACK)
+        return None if agree else f"{path}: {ours!r} and {theirs!r}"
+    return None if ours == theirs else f"{path}: {ours!r} and {theirs!r}"
+
+
+class PageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.page = Page(PICTURES)
+        cls.folder = pathlib.Path(tempfile.mkdtemp())
+        cls.page.open(PAGE)
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.page.quit()
+
+    def tearDown(self):
+        self.assertEqual(self.page.console(), [])
+
+    def program(self, *words, outputs=()):
+        """Runs the program among the samples; its summary name by name, and the outputs' places."""
+        places = [self.folder / name for name in outputs]
+        done = subprocess.run([PROGRAM, *words, *(w for place in places for w in ("-o", str(place)))], cwd=SAMPLES,
+                              capture_output=True, text=True, check=False)
+        self.assertIn(done.returncode, (0, 4), done.stderr)
+        lines = [line.split(maxsplit=1) for line in done.stdout.splitlines()]
+        return {line[0]: line[1] for line in lines if len(line) == 2 and line[0] != "wrote"}, places
+
+    def assert_as_the_program(self):
+        """The page's figures against those of the command line that it shows."""
+        command = shlex.split(self.page.run("return document.getElementById('command').value"))
+        self.assertEqual([command[0], *command[-2:]], ["drape", "-o", "part.html"])
+        summary, (place,) = self.program(*command[1:-2], outputs=["report.json"])
+        self.assertEqual(self.page.summary(), summary)
+        ours, theirs = self.page.report(), json.loads(place.read_text())
+        for report in (ours, theirs):
+            report.pop("seconds")
+            report["result"].pop("advice")
+        ours.pop("settings")
+        self.assertIsNone(same(ours, theirs))
+        for part in ("nodes", "cells", "status", "nodesOnSurface", "endedNear"):
+            self.assertEqual(ours["result"][part], theirs["result"][part])
+        self.assertEqual(ours["choice"]["seed"], theirs["choice"]["seed"])
+
+    def open_bytes(self, name, data):
+        path = self.folder / name
+        path.write_bytes(data)
+        self.page.choose_file(path)
+        return path
+
+
+class Figures(PageTest):
+    def test_are_the_programs(self):
+        for file in ("hemisphere.obj", "saddle.obj", "slit_dome.obj"):
+            with self.subTest(file):
+                self.page.sample(file)
+                self.assertEqual(self.page.summary(), self.program(file)[0])
+                self.assert_as_the_program()
+
+    def test_follow_every_setting(self):
+        page = self.page
+        page.sample("double_dome.obj")
+        changes = [lambda: page.type("angle", 30.5), lambda: page.type("step-a", 11), lambda: page.type("step-b", 9),
+                   lambda: page.type("locking", 20), lambda: page.run("document.querySelector('[value=shear]').click()"),
+                   lambda: page.click("flip"), lambda: page.type("seed-0", 40)]
+        for change in changes:
+            with page.drape():
+                change()
+        self.assert_as_the_program()
+        choice = page.report()["choice"]
+        self.assertEqual((choice["step"], choice["pivot"], choice["side"]), ([11, 9], "shear", "towards -z"))
+        page.sample("holed_plate.obj")
+        with page.drape():
+            page.click("fill-holes")
+        self.assert_as_the_program()
+
+    def test_largest_part_that_drapes(self):
+        page = self.page
+        page.sample("hemisphere.obj")
+        with page.drape():
+            page.run("document.querySelector('[name=within][value=max]').click()")
+        self.assert_as_the_program()
+        self.assertGreater(page.report()["mould"]["within"], 50.0)
+        page.picture("largest")
+
+    def test_ended_run_shows_where_and_why(self):
+        page = self.page
+        page.sample("double_dome.obj")
+        with page.drape():
+            page.type("step-a", 8)
+        with page.drape():
+            page.type("step-b", 14)
+        self.assert_as_the_program()
+        report = page.report()
+        self.assertNotEqual(report["result"]["status"], 0)
+        self.assertIn(report["result"]["meaning"], page.text("ended"))
+        self.assertFalse(page.run("return document.getElementById('end-mark').hasAttribute('hidden')"))
+        page.picture("ended")
+        with page.drape():
+            page.click("usual-step")
+        self.assertEqual(page.text("ended"), "")
+
+
+class Hands(PageTest):
+    def setUp(self):
+        self.page.sample("double_dome.obj")
+
+    def test_seed_follows_the_mouse(self):
+        before = self.page.report()["choice"]["seed"]
+        self.page.drag("seed", [(12, 3), (15, 4), (20, -6), (18, 0)])
+        after = self.page.report()["choice"]["seed"]
+        self.assertGreater(math.dist(before, after), 20.0)
+        self.assert_as_the_program()
+        with self.page.drape():
+            self.page.press("z", "KeyZ", modifiers=2)
+        self.assertEqual(self.page.report()["choice"]["seed"], before)
+        with self.page.drape():
+            self.page.press("Z", "KeyZ", modifiers=2 | 8)
+        self.assertEqual(self.page.report()["choice"]["seed"], after)
+        with self.page.drape():
+            self.page.click("reset")
+        self.assertEqual(self.page.report()["choice"]["seed"], before)
+
+    def test_ring_turns_the_cloth(self):
+        self.page.drag("knob", [(-6, -10), (-14, -12), (-18, -8)])
+        angle = self.page.report()["choice"]["angle"]
+        self.assertTrue(5.0 < angle < 175.0 and angle == round(angle), angle)
+        self.assert_as_the_program()
+
+    def test_keys_move_and_turn(self):
+        before = self.page.report()["choice"]
+        self.page.run("document.getElementById('space').focus()")
+        with self.page.drape():
+            self.page.press("ArrowRight", "ArrowRight")
+        with self.page.drape():
+            self.page.press(".", "Period")
+        after = self.page.report()["choice"]
+        self.assertAlmostEqual(math.dist(before["seed"], after["seed"]), before["step"][0], delta=2.0)
+        self.assertAlmostEqual(after["angle"], 1.0)
+
+    def test_hover_lights_both_views(self):
+        x, y = self.page.settled("seed")
+        self.page.mouse("mouseMoved", x + 110, y + 40)
+        in_space = self.page.until(lambda: self.page.text("tip"), "a tip over the mould")
+        self.assertRegex(in_space, r"^shear \d+\.\d°, warp yarn -?\d+, weft yarn -?\d+$")
+        x, y = self.page.settled("flat-seed")
+        step = self.page.report()["choice"]["step"]
+        self.page.mouse("mouseMoved", x + 3, y - 2)
+        self.page.until(lambda: "warp yarn 0, weft yarn 0" in self.page.text("tip"), "a tip over the pattern")
+        self.assertGreater(step[0], 0.0)
+        self.page.picture("hover")
+
+    def test_sweep_is_the_programs(self):
+        page = self.page
+        page.click("sweep")
+        page.until(lambda: not page.run("return document.getElementById('sweep-list').hidden"), "the sweep's list")
+        page.picture("sweep")
+        _, (place,) = self.program("double_dome.obj", "--sweep", outputs=["all.sweep.csv"])
+        self.assertEqual(page.saved("sweep").decode(), place.read_text())
+        with page.drape():
+            page.run("document.querySelector('#sweep-list button').click()")
+        report = page.report()
+        ranked = [line.split(",") for line in place.read_text().splitlines()]
+        largest = ranked[0].index("largest_shear_deg")
+        self.assertAlmostEqual(report["shear"]["largest"], min(float(row[largest]) for row in ranked[1:]), places=6)
+
+
+class Files(PageTest):
+    def test_formats(self):
+        points, faces = moulds.dome(24, 24)
+        for name, write in (("dome.obj", moulds.obj), ("dome.ply", moulds.ply), ("dome.stl", moulds.stl)):
+            with self.subTest(name):
+                with self.page.drape():
+                    path = self.open_bytes(name, write(points, faces))
+                self.assertEqual(self.page.summary()["cloth"], self.program(str(path))[0]["cloth"])
+
+    def test_a_dropped_file(self):
+        text = moulds.obj(*moulds.dome(10, 10)).decode()
+        with self.page.drape():
+            self.page.run("""
+                const data = new DataTransfer();
+                data.items.add(new File([arguments[0]], 'dropped.obj'));
+                for (const kind of ['dragover', 'drop'])
+                    window.dispatchEvent(new DragEvent(kind, {dataTransfer: data, bubbles: true, cancelable: true}))""", text)
+        self.assertEqual(self.page.text("part-name"), "dropped.obj")
+
+    def test_broken_files_leave_the_part_that_was_there(self):
+        self.page.sample("saddle.obj")
+        before = self.page.summary()
+        whole = moulds.stl(*moulds.dome(8, 8))
+        broken = {"cut.stl": whole[:-70], "empty.stl": b"", "words.obj": b"v 1 2\nf 1 2 3\n", "noise.ply": os.urandom(4000),
+                  "face.obj": b"v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n", "nan.obj": b"v nan 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n",
+                  "huge.ply": b"ply\nformat binary_little_endian 1.0\nelement vertex 2000000000\nproperty double x\n"
+                              b"property double y\nproperty double z\nend_header\n", "part.step": b"ISO-10303-21;",
+                  "settings.json": b'{"a": ', "other.json": b'{"format": "other"}'}
+        for name, data in broken.items():
+            with self.subTest(name):
+                self.open_bytes(name, data)
+                self.assertGreater(len(self.page.problem()), 20)
+                self.page.run("document.querySelector('#problem button').click()")
+                self.assertEqual(self.page.text("part-name"), "saddle.obj")
+        with self.page.drape():
+            self.page.type("angle", 10)
+        with self.page.drape():
+            self.page.click("undo")
+        self.assertEqual(self.page.summary(), before)
+
+    def test_a_closed_part_says_what_it_needs(self):
+        self.open_bytes("box.obj", moulds.obj(*moulds.box()))
+        self.assertIn("edge", self.page.problem())
+        self.page.picture("closed")
+        self.page.run("document.querySelector('#problem button').click()")
+        self.page.sample("saddle.obj")
+
+    def test_a_million_triangles(self):
+        page = self.page
+        with page.drape():
+            self.open_bytes("million.stl", moulds.stl(*moulds.dome(710, 705)))
+        self.assertIn("1,001,100 triangles", page.text("part-facts"))
+        page.drag("seed", [(10, 0), (10, 4)])
+        self.assert_as_the_program_at(self.folder / "million.stl")
+        page.picture("million")
+        page.sample("saddle.obj")
+
+    def assert_as_the_program_at(self, path):
+        command = shlex.split(self.page.run("return document.getElementById('command').value"))
+        summary, _ = self.program(str(path), *command[2:-2])
+        ours = self.page.summary()
+        for name in ("start", "cloth", "shear", "pattern"):
+            self.assertEqual(ours[name], summary[name])
+
+    def test_saved_files_are_the_programs(self):
+        page = self.page
+        page.sample("hemisphere.obj")
+        names = ["a.dxf", "a.glb", "a.fibres.csv"]
+        _, places = self.program("hemisphere.obj", outputs=names)
+        for kind, place in zip(("dxf", "glb", "csv"), places):
+            with self.subTest(kind):
+                ours, theirs = page.saved(kind), place.read_bytes()
+                self.assertEqual(len(ours.splitlines()), len(theirs.splitlines()))
+                if kind == "dxf":
+                    self.assertEqual(ours, theirs)
+        svg = page.saved("svg").decode()
+        self.assertIn('mm" viewBox', svg)
+        self.assertIn("THIS SIDE UP", svg)
+
+    def test_saved_settings_open_again(self):
+        page = self.page
+        page.sample("double_dome.obj")
+        with page.drape():
+            page.type("angle", 25)
+        with page.drape():
+            page.type("step-a", 12)
+        saved, before = page.saved("json"), page.summary()
+        page.sample("double_dome.obj")
+        with page.drape():
+            self.open_bytes("again.json", saved)
+        self.assertEqual(page.summary(), before)
+        _, (place,) = self.program("double_dome.obj", "--angle", "40", "--side", "0,0,-1", outputs=["theirs.json"])
+        with page.drape():
+            page.choose_file(place)
+        ours = page.report()
+        self.assertEqual(ours["result"], json.loads(place.read_text())["result"])
+
+
+class Itself(PageTest):
+    def test_fetches_and_keeps_nothing(self):
+        tried = self.page.driver.execute_async_script("""
+            const done = arguments[arguments.length - 1];
+            const said = [];
+            document.addEventListener('securitypolicyviolation', (event) => said.push(event.violatedDirective));
+            fetch('https://example.org/').catch(() => {}).then(() => {
+                const image = new Image();
+                image.onerror = () => setTimeout(() => done([said, document.cookie]), 50);
+                image.src = 'https://example.org/a.png';
+            })""")
+        self.assertEqual(tried, [["connect-src", "img-src"], ""])
+        self.page.console()
+
+    def test_every_field_has_a_name(self):
+        nameless = self.page.run("""
+            return [...document.querySelectorAll('input, select, textarea, button')]
+                .filter((e) => !e.ariaHidden && !(e.ariaLabel || e.title || e.labels?.length || e.innerText.trim()))
+                .map((e) => e.outerHTML)""")
+        self.assertEqual(nameless, [])
+
+    def test_sizes_and_themes(self):
+        page = self.page
+        page.sample("hemisphere.obj")
+        for width, height, theme in ((1280, 800, "light"), (1920, 1080, "dark"), (1024, 768, "light"), (1024, 768, "dark"),
+                                     (768, 1024, "light")):
+            page.size(width, height, theme)
+            page.settled("seed")
+            self.assertEqual(page.run("return document.documentElement.dataset.theme"), theme)
+            self.assertLessEqual(page.run("return document.documentElement.scrollWidth"), width)
+            wide = page.run("return ['settings', 'summary-panel'].filter((id) => {"
+                            "const e = document.getElementById(id); return e.scrollWidth > e.clientWidth + 1})")
+            self.assertEqual(wide, [])
+            page.picture(f"{width}x{height}-{theme}")
+        page.size(1280, 800)
+
+    def test_the_programs_page_opens_with_its_drape(self):
+        source = self.folder / "it's <b>.obj"
+        source.write_bytes((SAMPLES / "hemisphere.obj").read_bytes())
+        words = [str(source), "--angle", "33", "--step", "9,7", "--clip", "0,0,5,0,0,1", "--locking", "40"]
+        summary, (place, report) = self.program(*words, outputs=["part.html", "part.json"])
+        other = Page(PICTURES)
+        try:
+            other.open(place)
+            ours = other.summary()
+            self.assertEqual(ours.pop("mould"), summary.pop("mould").replace(f"{source.parent}/", ""))
+            self.assertEqual(ours, summary)
+            self.assertEqual(other.report()["choice"], json.loads(report.read_text())["choice"])
+            self.assertEqual(other.console(), [])
+            other.picture("written")
+        finally:
+            other.quit()
+
+
+if __name__ == "__main__":
+    unittest.main()
