@@ -41,3 +41,16 @@ picture comb 640 comb_plate --seed -90,0,0 --step 8 --angle 45
 picture slit_dome 640 slit_dome --step 8 --angle 45
 picture bare 640 u_plate --seed -100,-80,0 --step 8 --angle 20
 picture covered 640 u_plate --seed -100,-80,0 --step 8 --angle 45
+
+# Several pieces.
+pieces() {
+    name=pieces_$1 sample=$2
+    shift 2
+    "$drape" "$samples/$sample.obj" -q --cover "$@" -o "$scratch/$name.png" 2>"$scratch/said"
+    if command -v pngquant >/dev/null; then
+        pngquant --force --output "$scratch/$name.png" 64 "$scratch/$name.png"
+    fi
+    mv "$scratch/$name.png" "$pictures/$name.png"
+}
+pieces hemisphere hemisphere --locking 30
+pieces saddle saddle --locking 8

@@ -9,8 +9,8 @@ std::string adviceOn(Remedy remedy) {
         return "";
     case Remedy::otherStart:
         return "try another start: --sweep drapes many seeds and angles and ranks them; cells nearer to "
-               "square "
-               "(--step A) and a smaller patch (--within max) help too";
+               "square (--step A) and a smaller patch (--within max) help too; --cover drapes the part with "
+               "several pieces";
     case Remedy::finerOrOther:
         return "try another seed or angle (--sweep), or a step that is small against the mould's features "
                "but "
@@ -68,7 +68,7 @@ std::string wordsFor(const InputError& error) {
     case Refusal::closed:
         return text +
                ". Cut it open with --clip x0,y0,z0,nx,ny,nz, which keeps the side of the plane to which n "
-               "points, or drape a part of it with --within R";
+               "points, drape a part of it with --within R, or cover it with several pieces (--cover)";
     case Refusal::tooFine:
         return text + "; take a larger --step, or allow for them with --max-nodes";
     case Refusal::noSuchSide:

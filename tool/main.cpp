@@ -1,11 +1,13 @@
 // The program `drape`: a mould and a choice of start in, a drape, its pattern and its measures out.
 #include "drape.h"
 #include "host/cloth/curve.h"
+#include "host/cloth/status_text.h"
 #include "host/cloth/surface.h"
 #include "host/mesh/text.h"
 #include "host/search/default_start.h"
 #include "host/search/trial.h"
 #include "tool/advice.h"
+#include "tool/cover.h"
 #include "tool/errors.h"
 #include "tool/log.h"
 #include "tool/options.h"
@@ -14,13 +16,13 @@
 #include "tool/read/curve_file.h"
 #include "tool/read/mesh_import.h"
 #include "tool/report.h"
+#include "tool/scenes.h"
 #include "tool/sweep.h"
 #include "tool/write/sweep_table.h"
 #include "tool/write/writers.h"
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <iostream>
 #include <unistd.h>
 
@@ -66,8 +68,8 @@ std::optional<Point> namedSeed(const Settings& settings, const ImportedMesh& fil
 
 // Whether the start is to be found by trying places around the middle.
 bool looksForStart(const Settings& settings) {
-    return !settings.sweep.wanted && !settings.startAtMiddle && !settings.surface.seed &&
-           !settings.trial.within && !settings.trial.withinLargest;
+    return !settings.sweep.wanted && !settings.cover.wanted && !settings.startAtMiddle &&
+           !settings.surface.seed && !settings.trial.within && !settings.trial.withinLargest;
 }
 
 bool writesPage(const Settings& settings) {
@@ -81,7 +83,7 @@ Surface loadSurface(Work& work) {
     work.log.detail("read " + counted(soup.points.size(), "vertex", "vertices") + " and " +
                     counted(soup.polygons.size(), "face", "faces") + " from " + work.settings.input);
     work.settings.surface.seed = namedSeed(work.settings, file);
-    work.settings.surface.startsInMiddle = !looksForStart(work.settings);
+    work.settings.surface.startsInMiddle = !looksForStart(work.settings) && !work.settings.cover.wanted;
     work.shell = file.shell;
     ToldNotes notes(work.log);
     Surface surface = preparedSurface(soup, work.settings.surface, work.settings.trial.start, notes.list());
@@ -157,19 +159,8 @@ std::vector<std::int64_t> faceNumbers(const Work& work) {
 
 void writeOutputs(const Work& work, const Trial& trial, std::span<const CurveResult> curves,
                   const CutLines& cut, const std::string& report) {
-    const Scene scene{trial.mould.get(),
-                      &trial.choice,
-                      &trial.grid,
-                      &trial.measures,
-                      &cut,
-                      curves,
-                      report,
-                      work.settings.millimetresPerUnit,
-                      work.settings.ply,
-                      std::filesystem::path(work.settings.input).filename().string(),
-                      textOf(trial.side),
-                      work.settings.paper,
-                      faceNumbers(work)};
+    Scene scene = sceneOf(work.settings, trial, cut, curves, report, work.settings.ply);
+    scene.faceNumbers = faceNumbers(work);
     std::string failures;
     for (const std::string& path : work.settings.outputs) {
         try {
@@ -231,6 +222,23 @@ std::vector<CurveResult> carryAndTell(const Work& work, const Surface& surface, 
     return curves;
 }
 
+// The good region of a drape that isn't good all over; for one that ended with a code, or if it's asked for.
+std::optional<GoodPart> goodPartOf(const Work& work, const Surface& surface, const Trial& trial) {
+    const Remedy remedy = textOfStatus(trial.grid.status).remedy;
+    const bool folds = remedy == Remedy::otherStart || remedy == Remedy::finerOrOther;
+    if (trial.within || trial.grid.count == 0 || (!folds && !work.settings.keepGood)) {
+        return std::nullopt;
+    }
+    PieceSet set = goodPiece(work.settings, surface, {trial.choice.seed, trial.angle});
+    if (set.pieces.empty()) {
+        if (work.settings.keepGood) {
+            work.log.warn("nothing around the seed is good cloth in one layer; the whole drape is kept");
+        }
+        return std::nullopt;
+    }
+    return GoodPart{std::move(set.pieces.front().drape), set.coveredShare, work.settings.keepGood};
+}
+
 // Whether the command line is to blame rather than the file.
 bool isOfUse(Refusal refusal) {
     return refusal == Refusal::tooFine || refusal == Refusal::noSuchSide || refusal == Refusal::upright ||
@@ -239,6 +247,9 @@ bool isOfUse(Refusal refusal) {
 
 int run(Work& work) {
     const Surface surface = loadSurface(work);
+    if (work.settings.cover.wanted) {
+        return coverAndTell(work.settings, surface, faceNumbers(work), work.log, work.begin);
+    }
     std::vector<Candidate> candidates;
     if (work.settings.sweep.wanted) {
         candidates = candidatesFor(work.settings, surface);
@@ -262,13 +273,18 @@ int run(Work& work) {
         start.seed = bestStart(surface, work.settings.trial, start.angle);
         work.log.detail("the start at " + pointText(start.seed) + " shears least of those around the middle");
     }
-    const Trial trial = drapeAndTell(work, surface, start.seed, start.angle);
+    Trial trial = drapeAndTell(work, surface, start.seed, start.angle);
+    const std::optional<GoodPart> good = goodPartOf(work, surface, trial);
+    if (good && work.settings.keepGood) {
+        trial = good->drape;
+    }
     const std::vector<CurveResult> curves = carryAndTell(work, surface, trial, drawn);
     const CutLines cut = cutLinesOf(trial.measures.net, work.settings.allowance);
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - work.begin).count();
-    const Story story{work.settings, trial, cut, curves, work.settings.sweep.wanted ? &ranked : nullptr,
-                      seconds};
+    const Story story{
+        work.settings,          trial, cut, curves, work.settings.sweep.wanted ? &ranked : nullptr, seconds,
+        good ? &*good : nullptr};
     if (!work.settings.quiet) {
         std::cout << summaryOf(story) << std::flush;
     }

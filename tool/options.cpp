@@ -30,6 +30,8 @@ constexpr const char* examples = R"(Examples:
         try many starts on all cores, keep the best, print its pattern 1:1
   drape part.ply --clip 0,0,10,0,0,1 --within max -o ply.dxf
         how far one ply can go on the part above z = 10, as a cutting outline
+  drape part.stl --cover --overlap 20 --roll-width 1270 -o pieces.pdf -o pieces.png
+        cover a part that one ply can't with a few pieces, and print their patterns
   drape mould.obj --curve trim.xyz -o cut.curve.csv
         carry a trim line drawn on the part onto the cloth
   parallel drape mould.obj --quiet --sweep --part {}/8 -o part{}.sweep.csv ::: 1 2 3 4 5 6 7 8
@@ -75,10 +77,12 @@ Point directionOf(const std::string& option, const std::vector<double>& values, 
 // The text of each option as it was given, empty if it wasn't.
 struct Texts {
     std::string seed, seedVertex, start{"best"}, side, rosette, warp, angle, step, tolerance, pivot{"grid"},
-        mostNodes, locking, within, part, jobs, millimetres, allowance, paper;
+        mostNodes, locking, within, part, jobs, millimetres, allowance, paper, cover, rollWidth, maxLength,
+        overlap, seconds, keep;
     std::string meshSize;
     std::vector<std::string> clips, faces;
     bool noWeld = false;
+    bool covers = false;
 };
 
 // Help texts keep to a terminal's width; the formatter indents what follows a line end.
@@ -191,6 +195,28 @@ void addSweepOptions(CLI::App& app, Settings& settings, Texts& texts) {
     app.add_option("--jobs,-j", texts.jobs, "Threads at a time [one per core]")
         ->type_name("N")
         ->group(group);
+}
+
+void addCoverOptions(CLI::App& app, Settings& settings, Texts& texts) {
+    const char* group = "Several pieces";
+    const auto add = [&](const std::string& name, std::string& value, const std::string& type,
+                         const std::string& help) {
+        return app.add_option(name, value, help)->type_name(type)->group(group);
+    };
+    add("--cover", texts.cover, "SHARE",
+        "Cover the part with as few pieces as can be found, each within --locking and in one layer [0.99]")
+        ->expected(0, 1);
+    app.add_flag("--free-angles", settings.cover.wishes.freeAngles,
+                 "Let each piece lie at an angle of its own; otherwise all lie at --angle")
+        ->group(group);
+    add("--roll-width", texts.rollWidth, "W", "Widest that the cloth is along the weft, in the file's unit");
+    add("--max-length", texts.maxLength, "L", "Longest that a piece can be along the warp");
+    add("--overlap", texts.overlap, "D", "Of neighbouring pieces, half of it on each side of the seam [0]");
+    add("--seconds", texts.seconds, "S",
+        "Look for a better set for so long [a fixed number of steps, so that the answer is always the same]");
+    add("--keep", texts.keep, "good|all",
+        "Of a single ply: good, only the region around the seed that is within locking and in one layer "
+        "[all]");
 }
 
 void addOutputOptions(CLI::App& app, Settings& settings, Texts& texts) {
@@ -357,6 +383,59 @@ void understandImport(const Texts& texts, Settings& settings) {
     }
 }
 
+void understandCover(const Texts& texts, Settings& settings) {
+    CoverSettings& cover = settings.cover;
+    cover.wanted = texts.covers;
+    const auto length = [](const std::string& option, const std::string& text, double otherwise) {
+        return text.empty() ? otherwise : positiveOf(option, text);
+    };
+    if (!texts.cover.empty()) {
+        cover.wishes.share = numberOf("--cover", texts.cover);
+        if (!(cover.wishes.share > 0.0) || cover.wishes.share > 1.0) {
+            throw UsageError("--cover " + texts.cover + ": give a share of the area above 0 and up to 1");
+        }
+    }
+    cover.wishes.angle = settings.angle;
+    cover.wishes.most[0] = length("--max-length", texts.maxLength, cover.wishes.most[0]);
+    cover.wishes.most[1] = length("--roll-width", texts.rollWidth, cover.wishes.most[1]);
+    if (!texts.overlap.empty()) {
+        cover.wishes.overlap = numberOf("--overlap", texts.overlap);
+        if (cover.wishes.overlap < 0.0) {
+            throw UsageError("--overlap " + texts.overlap + ": that can't be below 0");
+        }
+    }
+    if (!texts.seconds.empty()) {
+        cover.seconds = positiveOf("--seconds", texts.seconds);
+    }
+    if (!texts.keep.empty() && texts.keep != "good" && texts.keep != "all") {
+        throw UsageError("--keep " + texts.keep + ": give good or all");
+    }
+    settings.keepGood = texts.keep == "good";
+    const std::array<std::pair<const char*, bool>, 5> belong{
+        {{"--free-angles", cover.wishes.freeAngles},
+         {"--overlap", !texts.overlap.empty()},
+         {"--seconds", !texts.seconds.empty()},
+         {"--roll-width", !texts.rollWidth.empty() && !settings.keepGood},
+         {"--max-length", !texts.maxLength.empty() && !settings.keepGood}}};
+    for (const auto& [option, given] : belong) {
+        if (given && !cover.wanted) {
+            throw UsageError(std::string(option) + " goes with --cover");
+        }
+    }
+    const std::array<std::pair<const char*, bool>, 6> others{
+        {{"--sweep", settings.sweep.wanted},
+         {"--within", !texts.within.empty()},
+         {"--seed", settings.surface.seed || settings.seedVertex},
+         {"--curve", !settings.curves.empty()},
+         {"--keep", settings.keepGood},
+         {"--start", texts.start != "best"}}};
+    for (const auto& [option, given] : others) {
+        if (given && cover.wanted) {
+            throw UsageError(std::string("--cover finds its pieces by itself and doesn't go with ") + option);
+        }
+    }
+}
+
 void understandSweep(const Texts& texts, Settings& settings) {
     SweepSettings& sweep = settings.sweep;
     sweep.wanted = sweep.wanted || !sweep.seeds.empty() || !sweep.angles.empty();
@@ -411,13 +490,16 @@ void checkOutputs(const Settings& settings) {
             if (!settings.sweep.wanted) {
                 throw UsageError("-o " + path + ": a table of a sweep goes with --sweep");
             }
+        } else if (settings.cover.wanted && !isKnownCoverOutput(path)) {
+            throw UsageError("-o " + path + ": several pieces can't be written as this; --cover makes\n" +
+                             coverOutputHelp());
         } else if (path.ends_with(pageEnding)) {
             if (!pageTemplate()) {
                 throw UsageError(
                     "-o " + path +
                     ": the page isn't installed with this program; docs/page.md says how to build it");
             }
-        } else if (!isKnownOutput(path)) {
+        } else if (!settings.cover.wanted && !isKnownOutput(path)) {
             throw UsageError("-o " + path + ": no kind of output has this ending; drape --help lists them");
         }
         if (path.find(".curve.") != std::string::npos && settings.curves.empty()) {
@@ -430,7 +512,9 @@ std::string footer() {
     return "Kinds of output, by the ending of the file name:\n" + outputHelp() +
            (outputHelp().ends_with("\n") ? "" : "\n") +
            "  *.html          a page that drapes live, with the part inside, for any browser\n"
-           "  *.sweep.csv     all candidates of a sweep, one per line\n\n" +
+           "  *.sweep.csv     all candidates of a sweep, one per line\n"
+           "  *.pieces.obj    with --cover, the surface under each piece: NAME.piece1.obj, NAME.piece2.obj, "
+           "...\n\n" +
            examples;
 }
 
@@ -443,6 +527,7 @@ bool readCommandLine(int argc, char** argv, Settings& settings) {
     addInputOptions(app, settings, texts);
     addStartOptions(app, texts);
     addSweepOptions(app, settings, texts);
+    addCoverOptions(app, settings, texts);
     addOutputOptions(app, settings, texts);
     app.set_version_flag("--version", "drape " DRAPE_TOOL_VERSION, "Print the version and exit");
     app.footer(footer());
@@ -456,6 +541,11 @@ bool readCommandLine(int argc, char** argv, Settings& settings) {
     } catch (const CLI::ParseError& error) {
         throw UsageError(error.what());
     }
+    texts.covers = app.count("--cover") > 0;
+    double share = 0.0;
+    if (settings.input.empty() && !readNumber(texts.cover, share)) {
+        settings.input.swap(texts.cover); // the word behind --cover was the file
+    }
     if (settings.input.empty()) {
         throw UsageError("which surface? Name a mesh file, or see drape --help");
     }
@@ -465,6 +555,7 @@ bool readCommandLine(int argc, char** argv, Settings& settings) {
     understandSurface(texts, settings);
     understandImport(texts, settings);
     understandSweep(texts, settings);
+    understandCover(texts, settings);
     checkOutputs(settings);
     std::for_each(settings.outputs.begin(), settings.outputs.end(), checkPlace);
     return true;

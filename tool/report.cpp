@@ -181,8 +181,24 @@ std::string overlapText(const NetPattern& net) {
                                  : std::string();
 }
 
+std::string goodText(const GoodPart& good) {
+    return share(good.share) + " of the mould around the seed, with an outline of " +
+           number(good.drape.mould->loops.front().length) + ", is within locking and in one layer" +
+           (good.kept ? ", and this is what was kept"
+                      : "; --keep good keeps it, --cover finds the other pieces");
+}
+
 std::string line(const std::string& name, const std::string& text) {
     return name + std::string(name.size() < 10 ? 10 - name.size() : 1, ' ') + text + "\n";
+}
+
+Json goodJson(const GoodPart* good) {
+    return good == nullptr ? Json()
+                           : Json{{"share", good->share},
+                                  {"area", good->drape.mould->area},
+                                  {"outlineLength", good->drape.mould->loops.front().length},
+                                  {"largestShear", good->drape.measures.largestShear},
+                                  {"kept", good->kept}};
 }
 
 } // namespace
@@ -216,6 +232,9 @@ std::string summaryOf(const Story& story) {
     text += line("angle", "warp at " + number(plyAngle(c)) + " degrees from the rosette " +
                               pointText(c.rosette) + ", anticlockwise seen from that side");
     text += line("result", t.grid.status == DRAPE_OK ? completeText(m.net) : "partial: " + endOf(t));
+    if (story.good != nullptr) {
+        text += line("good", goodText(*story.good));
+    }
     text +=
         line("cloth", std::to_string(t.grid.count) + " nodes, " + counted(m.cellsOnSurface, "cell", "cells") +
                           " on the mould; the cloth covers " + share(m.coveredShare) + " of it");
@@ -255,6 +274,7 @@ std::string jsonOf(const Story& story) {
                 {"shear", shearJson(story.trial.measures)},
                 {"pattern", patternJson(story.trial.measures)},
                 {"cut", cutJson(story.cut)},
+                {"good", goodJson(story.good)},
                 {"curves", curvesJson(story.curves)},
                 {"sweep", story.ranked != nullptr ? sweepJson(*story.ranked, story.settings.sweep) : Json()},
                 {"seconds", {{"run", story.trial.seconds}, {"wall", story.wallSeconds}}}};

@@ -14,6 +14,13 @@ namespace tool {
 // under the same version. The manual page lists the members.
 constexpr int reportVersion = 2;
 
+// The good region around the seed of a drape that folds or locks elsewhere, draped by itself.
+struct GoodPart {
+    Trial drape;
+    double share = 0.0; // of the mould's area
+    bool kept = false;  // in the place of the whole drape
+};
+
 struct Story {
     const Settings& settings;
     const Trial& trial;
@@ -21,6 +28,7 @@ struct Story {
     std::span<const CurveResult> curves;
     const std::vector<SweepResult>* ranked = nullptr; // null without a sweep
     double wallSeconds = 0.0;
+    const GoodPart* good = nullptr; // null where the drape is good all over
 };
 
 std::string summaryOf(const Story& story);

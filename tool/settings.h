@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/cloth/surface.h"
+#include "host/search/cover.h"
 #include "host/search/trial.h"
 #include "tool/draw/scene.h"
 #include "tool/read/mesh_import.h"
@@ -23,6 +24,12 @@ struct SweepSettings {
     int jobs = 0; // 0 for one per core
 };
 
+struct CoverSettings {
+    bool wanted = false;
+    CoverWishes wishes;
+    std::optional<double> seconds; // to improve the set in, else a fixed number of steps
+};
+
 struct Settings {
     std::string input;
     ImportWishes import;
@@ -37,6 +44,8 @@ struct Settings {
     double angle = 0.0;                     // degrees
 
     SweepSettings sweep;
+    CoverSettings cover;
+    bool keepGood = false;  // of a drape, the good region alone
     double allowance = 0.0; // of the cut line beyond the net line, in the file's unit
     std::string ply;        // its name on drawings
     std::optional<Paper> paper;

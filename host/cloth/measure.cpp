@@ -27,27 +27,6 @@ double shearOf(const Grid& grid, const std::array<std::int32_t, 4>& nodes) {
     return std::asin(sine) * 180.0 / std::numbers::pi;
 }
 
-std::vector<Cell> cellsOf(const Grid& grid) {
-    std::vector<Cell> cells;
-    for (std::int32_t n = 0; n < grid.count; ++n) {
-        const std::int32_t right = grid.link1[static_cast<std::size_t>(n)];
-        const std::int32_t up = grid.link4[static_cast<std::size_t>(n)];
-        const std::int32_t across = right > 0 ? grid.link4[static_cast<std::size_t>(right) - 1] : 0;
-        if (right == 0 || up == 0 || across == 0) {
-            continue;
-        }
-        Cell cell;
-        cell.nodes = {n, right - 1, across - 1, up - 1};
-        cell.shear = shearOf(grid, cell.nodes);
-        cell.onSurface = std::all_of(cell.nodes.begin(), cell.nodes.end(), [&](std::int32_t m) {
-            return grid.nodeStatus[static_cast<std::size_t>(m)] == DRAPE_NODE_OPEN &&
-                   grid.triangle[static_cast<std::size_t>(m)] > 0;
-        });
-        cells.push_back(cell);
-    }
-    return cells;
-}
-
 // Adds one cell on the surface to the sums.
 void count(const Cell& cell, Measures& sums) {
     const double shear = std::abs(cell.shear);
@@ -115,6 +94,27 @@ void shareOut(const Mould& mould, const Grid& grid, Measures& sums) {
 }
 
 } // namespace
+
+std::vector<Cell> cellsOf(const Grid& grid) {
+    std::vector<Cell> cells;
+    for (std::int32_t n = 0; n < grid.count; ++n) {
+        const std::int32_t right = grid.link1[static_cast<std::size_t>(n)];
+        const std::int32_t up = grid.link4[static_cast<std::size_t>(n)];
+        const std::int32_t across = right > 0 ? grid.link4[static_cast<std::size_t>(right) - 1] : 0;
+        if (right == 0 || up == 0 || across == 0) {
+            continue;
+        }
+        Cell cell;
+        cell.nodes = {n, right - 1, across - 1, up - 1};
+        cell.shear = shearOf(grid, cell.nodes);
+        cell.onSurface = std::all_of(cell.nodes.begin(), cell.nodes.end(), [&](std::int32_t m) {
+            return grid.nodeStatus[static_cast<std::size_t>(m)] == DRAPE_NODE_OPEN &&
+                   grid.triangle[static_cast<std::size_t>(m)] > 0;
+        });
+        cells.push_back(cell);
+    }
+    return cells;
+}
 
 Measures measureShear(const Grid& grid, double lockingAngle) {
     Measures sums;

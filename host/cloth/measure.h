@@ -27,6 +27,9 @@ struct Measures {
 // kinks.
 constexpr double sharpTurn = 30.0;
 
+// All complete cells of a grid, with their shear.
+std::vector<Cell> cellsOf(const Grid& grid);
+
 // Cells, shear and turns of a grid, finished or not. `lockingAngle` in degrees. It costs a small part of a
 // run, the rest about as much as one.
 Measures measureShear(const Grid& grid, double lockingAngle);

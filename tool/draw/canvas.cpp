@@ -156,6 +156,19 @@ void Canvas::textWithin(double x, double y, double size, double room, const std:
     text(x, y, extents.x_advance > room ? size * room / extents.x_advance : size, words);
 }
 
+void Canvas::nextPage(double width, double height) {
+    cairo_show_page(cairo_);
+    cairo_pdf_surface_set_size(surface_, width * pointsPerMillimetre, height * pointsPerMillimetre);
+}
+
+void goToPage(std::unique_ptr<Canvas>& canvas, double width, double height) {
+    if (canvas) {
+        canvas->nextPage(width, height);
+    } else {
+        canvas = std::make_unique<Canvas>(Drawing::pdf, PageUnit::millimetre, width, height, 1.0);
+    }
+}
+
 std::string Canvas::bytes() {
     check(cairo_status(cairo_));
     cairo_surface_flush(surface_);

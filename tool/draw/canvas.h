@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cairo.h>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -34,8 +35,8 @@ public:
     // The same in smaller letters if need be, so that it ends within `room`.
     void textWithin(double x, double y, double size, double room, const std::string& words);
 
-    // Goes on on a further page of a PDF.
-    void nextPage() { cairo_show_page(cairo_); }
+    // Goes on on a further page of a PDF, of the size in millimetres.
+    void nextPage(double width, double height);
 
     // The finished file; nothing can be drawn after it.
     std::string bytes();
@@ -46,6 +47,9 @@ private:
     cairo_surface_t* surface_ = nullptr;
     cairo_t* cairo_ = nullptr;
 };
+
+// Makes a PDF with a first page of this size in millimetres, or goes on on a further one.
+void goToPage(std::unique_ptr<Canvas>& canvas, double width, double height);
 
 constexpr Colour ink{0.10, 0.12, 0.15};
 constexpr Colour paleInk{0.38, 0.41, 0.45};

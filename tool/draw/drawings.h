@@ -1,7 +1,7 @@
 // The drawings of a drape; each gives the bytes of a file.
 #pragma once
 
-#include "tool/draw/scene.h"
+#include "tool/draw/cover_scene.h"
 
 #include <string>
 
@@ -15,10 +15,12 @@ std::string flatPattern(const Scene& scene, Drawing drawing);
 // A PDF, true to size: one page where `scene.paper` asks for none and viewers can show it, else tiles.
 std::string printedPattern(const Scene& scene);
 
-// A PDF of sheets of paper to be joined, with a map of them in front. Throws std::runtime_error if there were
-// beyond all measure.
-std::string tiledPattern(const Scene& scene, const Paper& paper);
+// The same with a page, or a set of sheets, for each of several pieces.
+std::string printedPatterns(std::span<const Scene> pieces);
 
 std::string mouldPicture(const Scene& scene, Drawing drawing);
+
+// The pieces on the surface in colours of their own.
+std::string coverPicture(const CoverScene& scene, Drawing drawing);
 
 } // namespace tool

@@ -8,10 +8,10 @@
 #include "tool/draw/canvas.h"
 #include "tool/draw/depth_image.h"
 #include "tool/draw/labels.h"
+#include "tool/draw/view_strokes.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <memory>
 
 namespace tool {
@@ -121,28 +121,6 @@ void drawCloth(DepthImage& image, const Stage& stage) {
     }
 }
 
-// Puts the image on the page with its corner at x, y.
-void placeImage(Canvas& canvas, const DepthImage& image, double x, double y) {
-    const auto pixels = image.averaged();
-    cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, image.width(), image.height());
-    unsigned char* data = cairo_image_surface_get_data(surface);
-    const int stride = cairo_image_surface_get_stride(surface);
-    for (int row = 0; data != nullptr && row < image.height(); ++row) {
-        for (int column = 0; column < image.width(); ++column) {
-            const auto& rgb = pixels[static_cast<std::size_t>(row) * static_cast<std::size_t>(image.width()) +
-                                     static_cast<std::size_t>(column)];
-            const std::uint32_t packed =
-                static_cast<std::uint32_t>(rgb[0]) << 16U | static_cast<std::uint32_t>(rgb[1]) << 8U | rgb[2];
-            std::memcpy(data + static_cast<std::ptrdiff_t>(row) * stride + 4 * column, &packed,
-                        sizeof packed);
-        }
-    }
-    cairo_surface_mark_dirty(surface);
-    cairo_set_source_surface(canvas.cairo(), surface, x, y);
-    cairo_paint(canvas.cairo());
-    cairo_surface_destroy(surface);
-}
-
 struct Polygon {
     std::vector<std::vector<std::array<double, 2>>> lines; // closed, holes the other way round
     double near = 0.0;
@@ -205,33 +183,6 @@ void drawPolygons(Canvas& canvas, const Stage& stage, const DepthImage& image,
     }
 }
 
-// The stretches of a chain of points that can be seen, added to the path.
-void addVisible(Canvas& canvas, const Stage& stage, const DepthImage& image, const std::vector<Point>& chain,
-                double lift) {
-    std::vector<std::array<double, 2>> stretch;
-    const auto finish = [&] {
-        if (stretch.size() > 1) {
-            canvas.path(stretch, false);
-        }
-        stretch.clear();
-    };
-    for (std::size_t k = 1; k < chain.size(); ++k) {
-        const Seen from = stage.view.see(chain[k - 1]);
-        const Seen to = stage.view.see(chain[k]);
-        const Seen middle = stage.view.see(vec::mix(chain[k - 1], chain[k], 0.5));
-        if (!std::isfinite(from.near + to.near + from.x + to.x + from.y + to.y) ||
-            !image.sees(middle, lift)) {
-            finish();
-            continue;
-        }
-        if (stretch.empty()) {
-            stretch.push_back({from.x, from.y});
-        }
-        stretch.push_back({to.x, to.y});
-    }
-    finish();
-}
-
 std::int32_t thinning(double step, double scale) {
     const double pixels = step * scale;
     return pixels >= fibreSpacing || !(pixels > 0.0)
@@ -244,7 +195,7 @@ void drawFibres(Canvas& canvas, const Stage& stage, const DepthImage& image) {
     const double lift = stage.lift + strokeLift;
     const auto draw = [&](const std::vector<Yarn>& yarns, double opacity, double width) {
         for (const Yarn& yarn : yarns) {
-            addVisible(canvas, stage, image, yarn.points, lift);
+            addVisible(canvas, stage.view, image, yarn.points, lift);
         }
         canvas.colour(ink, opacity);
         canvas.stroke(width);
@@ -267,14 +218,14 @@ void drawOutlines(Canvas& canvas, const Stage& stage, const DepthImage& image) {
             points.push_back(mould.positions[at(v)]);
         }
         points.push_back(points.front());
-        addVisible(canvas, stage, image, points, strokeLift);
+        addVisible(canvas, stage.view, image, points, strokeLift);
     }
     canvas.colour(ink, 0.75);
     canvas.stroke(1.1);
     for (const NetLoop& loop : stage.scene.measures->net.loops) {
         std::vector<Point> points = loop.rim;
         points.push_back(points.front());
-        addVisible(canvas, stage, image, points, stage.lift + strokeLift);
+        addVisible(canvas, stage.view, image, points, stage.lift + strokeLift);
     }
     canvas.colour(ink, 0.95);
     canvas.stroke(1.6);
@@ -284,7 +235,7 @@ void drawOutlines(Canvas& canvas, const Stage& stage, const DepthImage& image) {
             if (stretch.closed) {
                 points.push_back(points.front());
             }
-            addVisible(canvas, stage, image, points, stage.lift + strokeLift);
+            addVisible(canvas, stage.view, image, points, stage.lift + strokeLift);
         }
     }
     canvas.colour(curveColour);

@@ -28,4 +28,8 @@ void drawPattern(Canvas& canvas, const Placement& page, const Scene& scene, cons
 // Only the lines: the cut or else the net line, and the curves.
 void drawPatternLines(Canvas& canvas, const Placement& page, const Scene& scene);
 
+// Adds sheets of paper to be joined to a PDF, with a map of them in front. Throws std::runtime_error if there
+// were beyond all measure.
+void addTiledPattern(std::unique_ptr<Canvas>& canvas, const Scene& scene, const Paper& paper);
+
 } // namespace tool

@@ -118,23 +118,42 @@ void drawLegend(Canvas& canvas, const Page& page, const Scene& scene, const Shea
     }
 }
 
+void drawPage(Canvas& canvas, const Page& page, const Scene& scene) {
+    const ShearScale scale = shearScale(*scene.measures);
+    drawPattern(canvas, page.placement, scene, scale, {0.0, 0.0, page.width, page.height});
+    drawLegend(canvas, page, scene, scale);
+}
+
 } // namespace
 
 std::string flatPattern(const Scene& scene, Drawing drawing) {
     const Page page = layOut(scene, drawing);
-    const ShearScale scale = shearScale(*scene.measures);
     Canvas canvas(drawing, PageUnit::millimetre, page.width, page.height,
                   imageSize / std::max(page.width, page.height));
-    drawPattern(canvas, page.placement, scene, scale, {0.0, 0.0, page.width, page.height});
-    drawLegend(canvas, page, scene, scale);
+    drawPage(canvas, page, scene);
     return canvas.bytes();
 }
 
 std::string printedPattern(const Scene& scene) {
-    const Page page = layOut(scene, Drawing::pdf);
-    const bool shown = std::max(page.width, page.height) <= largestPage;
-    return scene.paper || !shown ? tiledPattern(scene, scene.paper.value_or(paperForPlotters))
-                                 : flatPattern(scene, Drawing::pdf);
+    return printedPatterns({&scene, 1});
+}
+
+std::string printedPatterns(std::span<const Scene> pieces) {
+    const auto isTiled = [](const Scene& scene) {
+        const Page page = layOut(scene, Drawing::pdf);
+        return scene.paper || std::max(page.width, page.height) > largestPage;
+    };
+    std::unique_ptr<Canvas> canvas;
+    for (const Scene& scene : pieces) {
+        if (isTiled(scene)) {
+            addTiledPattern(canvas, scene, scene.paper.value_or(paperForPlotters));
+        } else {
+            const Page page = layOut(scene, Drawing::pdf);
+            goToPage(canvas, page.width, page.height);
+            drawPage(*canvas, page, scene);
+        }
+    }
+    return canvas->bytes();
 }
 
 } // namespace tool

@@ -193,7 +193,7 @@ void drawMap(Canvas& canvas, const Scene& scene, const Tiles& tiles, const std::
 
 } // namespace
 
-std::string tiledPattern(const Scene& scene, const Paper& paper) {
+void addTiledPattern(std::unique_ptr<Canvas>& canvas, const Scene& scene, const Paper& paper) {
     Tiles tiles = tilesOn(scene, paper, false);
     if (const Tiles turned = tilesOn(scene, paper, true);
         paper.canTurn && turned.columns * turned.rows < tiles.columns * tiles.rows) {
@@ -211,13 +211,12 @@ std::string tiledPattern(const Scene& scene, const Paper& paper) {
         }
     }
     const ShearScale scale = shearScale(*scene.measures);
-    Canvas canvas(Drawing::pdf, PageUnit::millimetre, tiles.paper.width, tiles.paper.height, 1.0);
-    drawMap(canvas, scene, tiles, used);
+    goToPage(canvas, tiles.paper.width, tiles.paper.height);
+    drawMap(*canvas, scene, tiles, used);
     for (const std::size_t k : used) {
-        canvas.nextPage();
-        drawSheet(canvas, scene, tiles, scale, k / tiles.columns, k % tiles.columns);
+        goToPage(canvas, tiles.paper.width, tiles.paper.height);
+        drawSheet(*canvas, scene, tiles, scale, k / tiles.columns, k % tiles.columns);
     }
-    return canvas.bytes();
 }
 
 } // namespace tool

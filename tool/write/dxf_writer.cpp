@@ -2,8 +2,8 @@
 // first that has light polylines and says its unit. Layers: CUT (the line to cut, outlines and holes), NET
 // (outlines of the net pattern) and HOLE (its holes), CURVE (transferred curves), WARP (an arrow), TEXT
 // (name, side, angle and mould) and SEED (a point at 0, 0).
-#include "host/mesh/box.h"
 #include "tool/draw/labels.h"
+#include "tool/draw/pattern_art.h"
 #include "tool/write/file_numbers.h"
 #include "tool/write/writers.h"
 
@@ -278,12 +278,24 @@ private:
     std::string text_;
 };
 
-std::vector<FlatPoint> scaled(std::vector<FlatPoint> points, double scale) {
-    for (FlatPoint& point : points) {
-        point = {scale * point[0], scale * point[1]};
+constexpr double gapShare = 0.1; // between pieces, of the widest
+
+// Where a piece lies on the drawing: its seed at `origin`.
+struct Lying {
+    const Scene& scene;
+    FlatPoint origin{};
+
+    FlatPoint place(const FlatPoint& flat) const {
+        return {origin[0] + scene.millimetresPerUnit * flat[0],
+                origin[1] + scene.millimetresPerUnit * flat[1]};
     }
-    return points;
-}
+
+    std::vector<FlatPoint> placed(std::vector<FlatPoint> points) const {
+        std::transform(points.begin(), points.end(), points.begin(),
+                       [&](const FlatPoint& point) { return place(point); });
+        return points;
+    }
+};
 
 // A line of the drawing with its layer.
 struct DrawnLine {
@@ -292,57 +304,88 @@ struct DrawnLine {
     bool closed = true;
 };
 
-std::vector<DrawnLine> linesOf(const Scene& scene) {
-    const double scale = scene.millimetresPerUnit;
+std::vector<DrawnLine> linesOf(const Lying& piece) {
+    const Scene& scene = piece.scene;
     std::vector<DrawnLine> lines;
     for (const auto& loop : scene.cut->loops) {
-        lines.push_back({"CUT", scaled(loop, scale)});
+        lines.push_back({"CUT", piece.placed(loop)});
     }
     for (const NetLoop& loop : scene.measures->net.loops) {
-        lines.push_back({loop.area < 0.0 ? "HOLE" : "NET", scaled(loop.flat, scale)});
+        lines.push_back({loop.area < 0.0 ? "HOLE" : "NET", piece.placed(loop.flat)});
     }
     for (const CurveResult& curve : scene.curves) {
         for (const CurveStretch& stretch : curve.stretches) {
-            lines.push_back({"CURVE", scaled(stretch.flat, scale), stretch.closed});
+            lines.push_back({"CURVE", piece.placed(stretch.flat), stretch.closed});
         }
     }
     return lines;
 }
 
 // Arrow and words at the seed, of a size that goes with the pattern's.
-void addMarks(DxfFile& file, const Scene& scene) {
+void addMarks(DxfFile& file, const Lying& piece) {
+    const Scene& scene = piece.scene;
     const auto& e = scene.measures->net.extent;
+    const auto [x, y] = piece.origin;
     const double size = scene.millimetresPerUnit * std::max(e[2] - e[0], e[3] - e[1]);
     const double arrow = size > 0.0 ? 0.2 * size : 4.0 * scene.choice->stepA * scene.millimetresPerUnit;
     const double barb = 0.12 * arrow;
     const double height = 0.08 * arrow;
-    file.point("SEED", {0.0, 0.0});
-    file.polyline("WARP", {{0.0, 0.0}, {arrow, 0.0}}, false);
-    file.polyline("WARP", {{arrow - barb, 0.5 * barb}, {arrow, 0.0}, {arrow - barb, -0.5 * barb}}, false);
+    file.point("SEED", {x, y});
+    file.polyline("WARP", {{x, y}, {x + arrow, y}}, false);
+    file.polyline("WARP",
+                  {{x + arrow - barb, y + 0.5 * barb}, {x + arrow, y}, {x + arrow - barb, y - 0.5 * barb}},
+                  false);
     double line = -2.0 * height;
     for (const std::string& words : plyLabels(scene)) {
-        file.text({0.0, line}, height, words);
+        file.text({x, y + line}, height, words);
         line -= 1.6 * height;
     }
 }
 
+// Side by side from left to right, the first with its seed at 0, 0.
+std::vector<Lying> laidInRow(std::span<const Scene> pieces) {
+    double widest = 0.0;
+    for (const Scene& scene : pieces) {
+        const auto [low, high] = reachOf(scene);
+        widest = std::max(widest, scene.millimetresPerUnit * (high[0] - low[0]));
+    }
+    std::vector<Lying> lying;
+    double left = 0.0;
+    for (const Scene& scene : pieces) {
+        const auto [low, high] = reachOf(scene);
+        const double seed = lying.empty() ? 0.0 : left - scene.millimetresPerUnit * low[0];
+        lying.push_back({scene, {seed, 0.0}});
+        left = seed + scene.millimetresPerUnit * high[0] + gapShare * widest;
+    }
+    return lying;
+}
+
 } // namespace
 
-std::string outlineDxf(const Scene& scene) {
-    const std::vector<DrawnLine> lines = linesOf(scene);
-    Box2 box;
-    box.add({0.0, 0.0}); // the seed, which is drawn too
-    for (const DrawnLine& line : lines) {
-        for (const FlatPoint& point : line.points) {
-            box.add(point);
+std::string outlineDxf(std::span<const Scene> pieces) {
+    const std::vector<Lying> row = laidInRow(pieces);
+    std::vector<DrawnLine> lines;
+    FlatPoint low{0.0, 0.0}; // the first seed lies at the origin and is drawn too
+    FlatPoint high{0.0, 0.0};
+    for (const Lying& piece : row) {
+        for (DrawnLine& line : linesOf(piece)) {
+            for (const FlatPoint& point : line.points) {
+                for (std::size_t k = 0; k < 2; ++k) {
+                    low[k] = std::min(low[k], point[k]);
+                    high[k] = std::max(high[k], point[k]);
+                }
+            }
+            lines.push_back(std::move(line));
         }
     }
-    DxfFile file(box.low, box.high);
+    DxfFile file(low, high);
     for (const DrawnLine& line : lines) {
         file.polyline(line.layer, line.points, line.closed);
     }
-    if (scene.grid->count > 0) {
-        addMarks(file, scene);
+    for (const Lying& piece : row) {
+        if (piece.scene.grid->count > 0) {
+            addMarks(file, piece);
+        }
     }
     return file.bytes();
 }

@@ -1,31 +1,51 @@
 // Fibre directions and shear per triangle of the mould, as a table. A bare triangle has cover 0, cell 0 and
 // zero vectors.
+#include "host/search/cover_fibres.h"
 #include "tool/write/cell_name.h"
 #include "tool/write/file_numbers.h"
 #include "tool/write/writers.h"
 
 namespace tool {
+namespace {
+
+constexpr const char* heading =
+    "triangle,face,cover,cell,shear_deg,thickness,warp_x,warp_y,warp_z,weft_x,weft_y,weft_z";
+
+void addRow(std::string& text, const Mould& mould, std::size_t t, const TriangleFibres& fibres,
+            std::int32_t cell, const std::vector<std::int64_t>& faceNumbers) {
+    const std::int32_t face = t < mould.sourceFaces.size() ? mould.sourceFaces[t] : 0;
+    const std::int64_t number = face > 0 && !faceNumbers.empty() ? faceNumbers[at(face) - 1] : face;
+    text += std::to_string(t + 1) + "," + std::to_string(number) + "," +
+            std::to_string(static_cast<int>(fibres.cover)) + "," + std::to_string(cell) + "," +
+            fileNumber(fibres.shear) + "," + fileNumber(thicknessFactor(fibres.shear));
+    for (const Point& direction : {fibres.warp, fibres.weft}) {
+        for (const double component : direction) {
+            text += "," + fileNumber(component);
+        }
+    }
+}
+
+} // namespace
 
 std::string fibresCsv(const Scene& scene) {
-    const Mould& mould = *scene.mould;
-    const auto all = mapFibres(mould, *scene.grid, *scene.measures);
-    std::string text =
-        "triangle,face,cover,cell,shear_deg,thickness,warp_x,warp_y,warp_z,weft_x,weft_y,weft_z\n";
+    const auto all = mapFibres(*scene.mould, *scene.grid, *scene.measures);
+    std::string text = std::string(heading) + "\n";
     for (std::size_t t = 0; t < all.size(); ++t) {
-        const TriangleFibres& fibres = all[t];
-        const std::int32_t face = t < mould.sourceFaces.size() ? mould.sourceFaces[t] : 0;
-        const std::int64_t number =
-            face > 0 && !scene.faceNumbers.empty() ? scene.faceNumbers[at(face) - 1] : face;
-        text += std::to_string(t + 1) + "," + std::to_string(number) + "," +
-                std::to_string(static_cast<int>(fibres.cover)) + "," +
-                std::to_string(cellName(*scene.measures, fibres)) + "," + fileNumber(fibres.shear) + "," +
-                fileNumber(thicknessFactor(fibres.shear));
-        for (const Point& direction : {fibres.warp, fibres.weft}) {
-            for (const double component : direction) {
-                text += "," + fileNumber(component);
-            }
-        }
+        addRow(text, *scene.mould, t, all[t], cellName(*scene.measures, all[t]), scene.faceNumbers);
         text += "\n";
+    }
+    return text;
+}
+
+std::string piecesFibresCsv(const CoverScene& scene) {
+    const CoverFibres all = coverFibresOf(*scene.surface, *scene.set);
+    std::string text = std::string(heading) + ",piece\n";
+    for (std::size_t t = 0; t < all.fibres.size(); ++t) {
+        const std::int32_t piece = all.pieces[t];
+        const std::int32_t cell =
+            piece == 0 ? 0 : cellName(scene.set->pieces[at(piece) - 1].drape.measures, all.fibres[t]);
+        addRow(text, *scene.surface, t, all.fibres[t], cell, scene.pieces.front().faceNumbers);
+        text += "," + std::to_string(piece) + "\n";
     }
     return text;
 }

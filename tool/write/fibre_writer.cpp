@@ -1,12 +1,16 @@
 // Fibre directions and shear per triangle of the mould, as VTK PolyData on the mould itself. A bare triangle
 // has cover 0, cell 0 and zero vectors.
+#include "host/search/cover_fibres.h"
 #include "tool/write/cell_name.h"
 #include "tool/write/vtk_xml.h"
 #include "tool/write/writers.h"
 
 namespace tool {
-std::string fibresVtp(const Scene& scene) {
-    const Mould& mould = *scene.mould;
+namespace {
+
+// `cells` and, if there are several pieces, `pieces` are per triangle.
+std::string fibreFile(const Mould& mould, const std::vector<TriangleFibres>& all,
+                      const std::vector<std::int32_t>& cells, const std::vector<std::int32_t>* pieces) {
     std::vector<double> points;
     for (const Point& position : mould.positions) {
         points.insert(points.end(), position.begin(), position.end());
@@ -16,14 +20,12 @@ std::string fibresVtp(const Scene& scene) {
         --corner;
     }
     std::vector<std::int32_t> cover;
-    std::vector<std::int32_t> cell;
     std::vector<double> shear;
     std::vector<double> thickness;
     std::vector<double> warp;
     std::vector<double> weft;
-    for (const TriangleFibres& fibres : mapFibres(mould, *scene.grid, *scene.measures)) {
+    for (const TriangleFibres& fibres : all) {
         cover.push_back(static_cast<std::int32_t>(fibres.cover));
-        cell.push_back(cellName(*scene.measures, fibres));
         shear.push_back(fibres.shear);
         thickness.push_back(thicknessFactor(fibres.shear));
         warp.insert(warp.end(), fibres.warp.begin(), fibres.warp.end());
@@ -33,11 +35,36 @@ std::string fibresVtp(const Scene& scene) {
     file.addCellArray("shear", shear, 1);
     file.addCellArray("thickness", thickness, 1);
     file.addCellArray("cover", cover, 1);
-    file.addCellArray("cell", cell, 1);
+    file.addCellArray("cell", cells, 1);
     file.addCellArray("warp", warp, 3);
     file.addCellArray("weft", weft, 3);
-    file.showCellArray("shear");
+    if (pieces != nullptr) {
+        file.addCellArray("piece", *pieces, 1);
+    }
+    file.showCellArray(pieces != nullptr ? "piece" : "shear");
     return file.bytes();
+}
+
+} // namespace
+
+std::string fibresVtp(const Scene& scene) {
+    const auto all = mapFibres(*scene.mould, *scene.grid, *scene.measures);
+    std::vector<std::int32_t> cells;
+    for (const TriangleFibres& fibres : all) {
+        cells.push_back(cellName(*scene.measures, fibres));
+    }
+    return fibreFile(*scene.mould, all, cells, nullptr);
+}
+
+std::string piecesFibresVtp(const CoverScene& scene) {
+    const CoverFibres all = coverFibresOf(*scene.surface, *scene.set);
+    std::vector<std::int32_t> cells;
+    for (std::size_t t = 0; t < all.fibres.size(); ++t) {
+        cells.push_back(all.pieces[t] == 0 ? 0
+                                           : cellName(scene.set->pieces[at(all.pieces[t]) - 1].drape.measures,
+                                                      all.fibres[t]));
+    }
+    return fibreFile(*scene.surface, all.fibres, cells, &all.pieces);
 }
 
 } // namespace tool

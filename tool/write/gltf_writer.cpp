@@ -208,7 +208,8 @@ Json material(const char* name, const std::array<double, 4>& colour) {
             {"doubleSided", true}};
 }
 
-void addMesh(Json& document, Buffer& buffer, const Cloth& cloth) {
+// Adds the cloth as a mesh of its own and returns its number. `piece` is 0 for a cloth that is the only one.
+std::size_t addMesh(Json& document, Buffer& buffer, const Cloth& cloth, const std::string& name, int piece) {
     const int position = buffer.add(cloth.positions, 3, floatType, vertexTarget);
     addBounds(buffer.accessor(position), cloth.positions);
     const int normal = buffer.add(cloth.normals, 3, floatType, vertexTarget);
@@ -219,26 +220,27 @@ void addMesh(Json& document, Buffer& buffer, const Cloth& cloth) {
     const int linePosition = buffer.add(cloth.linePositions, 3, floatType, vertexTarget);
     addBounds(buffer.accessor(linePosition), cloth.linePositions);
     const int lines = buffer.add(cloth.lines, 1, indexType, indexTarget);
+    Json attributes{{"POSITION", position}, {"NORMAL", normal}, {"COLOR_0", colour}, {"_SHEAR", shear}};
+    if (piece > 0) {
+        const std::vector<float> numbers(cloth.shear.size(), static_cast<float>(piece));
+        attributes["_PIECE"] = buffer.add(numbers, 1, floatType, vertexTarget);
+    }
     document["materials"] = {material("cloth", {1.0, 1.0, 1.0, 1.0}),
                              material("fibres", {0.02, 0.02, 0.03, 1.0})};
-    document["meshes"] = {
-        {{"name", "drape"},
-         {"primitives",
-          {{{"attributes",
-             {{"POSITION", position}, {"NORMAL", normal}, {"COLOR_0", colour}, {"_SHEAR", shear}}},
-            {"indices", triangles},
-            {"material", 0}},
-           {{"attributes", {{"POSITION", linePosition}}},
-            {"indices", lines},
-            {"mode", lineMode},
-            {"material", 1}}}}}};
-    document["nodes"][0]["mesh"] = 0;
+    document["meshes"].push_back({{"name", name},
+                                  {"primitives",
+                                   {{{"attributes", attributes}, {"indices", triangles}, {"material", 0}},
+                                    {{"attributes", {{"POSITION", linePosition}}},
+                                     {"indices", lines},
+                                     {"mode", lineMode},
+                                     {"material", 1}}}}});
+    return document["meshes"].size() - 1;
 }
 
-Json sceneNode(const Scene& scene, const Point& origin) {
+Json sceneNode(const Scene& scene, const Point& origin, const std::string& name) {
     const double metres = scene.millimetresPerUnit / 1000.0;
     const double half = std::sqrt(0.5);
-    return {{"name", "drape"},
+    return {{"name", name},
             {"rotation", {-half, 0.0, 0.0, half}},
             {"scale", {metres, metres, metres}},
             {"extras", {{"origin", origin}}}};
@@ -268,20 +270,30 @@ std::string binaryFile(const std::string& json, const std::string& buffer) {
     return file + chunks;
 }
 
-} // namespace
-
-std::string gridGltf(const Scene& scene, bool binary) {
-    const Point origin = scene.grid->count > 0 ? nodePosition(*scene.grid, 0) : Point{};
-    const Cloth cloth = makeCloth(scene, origin);
-    const ShearScale scale = shearScale(*scene.measures);
+// A node for each scene, named after its piece if there can be several.
+std::string gridsGltf(std::span<const Scene> scenes, bool binary, bool pieces) {
+    const Scene& first = scenes.front();
+    const Point origin = first.grid->count > 0 ? nodePosition(*first.grid, 0) : Point{};
+    double top = 0.0;
     Json document{{"asset", {{"version", "2.0"}, {"generator", "drape"}}},
                   {"scene", 0},
-                  {"scenes", {{{"nodes", {0}}}}},
-                  {"nodes", {sceneNode(scene, origin)}}};
-    document["extras"] = {{"shearScaleTop", scale.top}, {"lockingAngle", scene.measures->lockingAngle}};
+                  {"scenes", {{{"nodes", Json::array()}}}},
+                  {"nodes", Json::array()}};
     Buffer buffer;
-    if (!cloth.triangles.empty()) {
-        addMesh(document, buffer, cloth);
+    for (const Scene& scene : scenes) {
+        const std::string name = pieces ? scene.ply : "drape";
+        const auto number = document["nodes"].size();
+        Json node = sceneNode(scene, origin, name);
+        const Cloth cloth = makeCloth(scene, origin);
+        if (!cloth.triangles.empty()) {
+            node["mesh"] = addMesh(document, buffer, cloth, name, pieces ? static_cast<int>(number) + 1 : 0);
+        }
+        document["scenes"][0]["nodes"].push_back(number);
+        document["nodes"].push_back(std::move(node));
+        top = std::max(top, shearScale(*scene.measures).top);
+    }
+    document["extras"] = {{"shearScaleTop", top}, {"lockingAngle", first.measures->lockingAngle}};
+    if (document.contains("meshes")) {
         document["bufferViews"] = buffer.views();
         document["accessors"] = buffer.accessors();
         document["buffers"] = {{{"byteLength", buffer.bytes().size()}}};
@@ -290,6 +302,16 @@ std::string gridGltf(const Scene& scene, bool binary) {
         }
     }
     return binary ? binaryFile(document.dump(), buffer.bytes()) : document.dump(1) + "\n";
+}
+
+} // namespace
+
+std::string gridGltf(const Scene& scene, bool binary) {
+    return gridsGltf({&scene, 1}, binary, false);
+}
+
+std::string piecesGltf(std::span<const Scene> pieces, bool binary) {
+    return gridsGltf(pieces, binary, true);
 }
 
 } // namespace tool

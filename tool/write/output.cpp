@@ -43,7 +43,10 @@ const std::vector<Kind>& kinds() {
         {".pattern.png", "flat pattern, image",
          [](const Scene& scene) { return flatPattern(scene, Drawing::png); }},
         {".pdf", "flat pattern, 1:1 on one page or on sheets (also .pattern.pdf)", printedPattern},
-        {".dxf", "cut and net lines of the flat pattern for a cutting table, in millimetres", outlineDxf},
+        {".dxf", "cut and net lines of the flat pattern for a cutting table, in millimetres",
+         [](const Scene& scene) {
+             return outlineDxf({&scene, 1});
+         }},
         {".curve.csv", "transferred curve: x,y,z on the mould and u,v on the pattern", curveCsv},
         {".svg", "picture of the drape on the mould, vectors",
          [](const Scene& scene) { return mouldPicture(scene, Drawing::svg); }},

@@ -2,9 +2,11 @@
 // memory first and then put in place whole, so a reader never meets half a file.
 #pragma once
 
-#include "tool/draw/scene.h"
+#include "tool/draw/cover_scene.h"
 
+#include <span>
 #include <string>
+#include <vector>
 
 namespace tool {
 
@@ -13,6 +15,14 @@ bool isKnownOutput(const std::string& path);
 
 // The endings with a line on each, for the help text.
 std::string outputHelp();
+std::string coverOutputHelp();
+
+// Whether the ending names a kind of file that several pieces can be written as.
+bool isKnownCoverOutput(const std::string& path);
+
+// Writes the kind of file that the ending asks for and returns the names of what was written: one file, or
+// one per piece. Throws as writeOutput does.
+std::vector<std::string> writeCoverOutput(const std::string& path, const CoverScene& scene);
 
 // Writes the kind of file that the ending of `path` asks for. Throws std::runtime_error with a message fit
 // for the user; then no file is left behind and an older one stays as it was.
@@ -33,7 +43,17 @@ std::string gridVtp(const Scene& scene);
 std::string gridGltf(const Scene& scene, bool binary);
 std::string fibresVtp(const Scene& scene);
 std::string fibresCsv(const Scene& scene);
-std::string outlineDxf(const Scene& scene);
+std::string outlineDxf(std::span<const Scene> pieces); // side by side
 std::string curveCsv(const Scene& scene);
+
+// The same over several pieces, with a piece number, from 1, on each row or cell.
+std::string piecesVtp(std::span<const Scene> pieces);
+std::string piecesGltf(std::span<const Scene> pieces, bool binary);
+std::string piecesFibresVtp(const CoverScene& scene);
+std::string piecesFibresCsv(const CoverScene& scene);
+
+// The part of the surface that a piece was draped on, as OBJ with every digit, and in front of it the command
+// that drapes it again, less the name of the file.
+std::string pieceObj(const CoverScene& scene, std::size_t piece);
 
 } // namespace tool

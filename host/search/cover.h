@@ -1,0 +1,70 @@
+// A whole surface covered with several pieces of cloth: where each starts, and where they meet.
+#pragma once
+
+#include "host/search/cover_choice.h"
+
+#include <functional>
+
+namespace drape::host {
+
+struct CoverWishes {
+    double share = 0.99;     // of the area, to be covered
+    double angle = 0.0;      // degrees, of all pieces
+    bool freeAngles = false; // each at the angle that suits it
+    double overlap = 0.0;    // of neighbours, in the mould's unit
+    std::array<double, 2> most{std::numeric_limits<double>::infinity(),
+                               std::numeric_limits<double>::infinity()}; // extents along warp and weft
+};
+
+struct CoverPiece {
+    PieceStart start;
+    Trial drape;             // of the piece cut out of the surface, by itself; with measures
+    double claimed = 0.0;    // area of the surface that is this piece's, up to its seams
+    double seamLength = 0.0; // on the surface, to all neighbours
+};
+
+// Where two pieces meet.
+struct Seam {
+    std::array<std::size_t, 2> pieces{}; // 0-based, the lower one first
+    std::vector<Point> points;           // on the surface; the first is repeated at the end of a closed one
+    double length = 0.0;
+};
+
+struct PieceSet {
+    std::vector<CoverPiece> pieces;
+    std::vector<Seam> seams;
+    std::shared_ptr<const Mould> claims; // the surface, cut along the seams; never null
+    std::vector<std::int32_t> claimOf;   // per triangle of it, the piece on top, -1 where it is bare
+    double coveredShare = 0.0;           // 0 to 1
+    double overlapShare = 0.0;           // area under several pieces, against that of the surface
+    double largestShear = 0.0;           // degrees
+    double seamLength = 0.0;
+};
+
+// Carries out `work(0)` to `work(count - 1)`, in any order and anywhere, and returns what they gave, in
+// order.
+using TerritorySpread = std::function<std::vector<Territory>(
+    std::size_t count, const std::function<Territory(std::size_t)>& work)>;
+
+// How far the search is.
+struct CoverProgress {
+    std::size_t tried = 0;     // candidates
+    std::size_t pieces = 0;    // of the best choice so far
+    double coveredShare = 0.0; // by it, before its seams are drawn
+};
+
+// Told of each batch of candidates; the search ends when it returns false.
+using GoOn = std::function<bool(const CoverProgress&)>;
+
+// Each candidate is drawn from what the ones before it gave, batch by batch, so the answer is the same for
+// the same number of batches, whatever `spread` does. `heard` can be empty. The search ends by itself when it
+// gains next to nothing, unless it is `endless`; then only `heard` ends it, and what comes out is never worse
+// than what it would have ended with by itself.
+PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
+                   const TerritorySpread& spread, const GoOn& heard, bool endless);
+
+// The good region around one start as a piece by itself; none if there is next to nothing.
+PieceSet pieceFrom(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
+                   const PieceStart& start);
+
+} // namespace drape::host

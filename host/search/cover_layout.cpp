@@ -1,0 +1,465 @@
+// A place belongs to the piece with the largest value there, and where two values are the same runs the seam;
+// as the values are distances, smoothed, so is the seam. A piece that fails gets a start that suits its new
+// shape better, or smaller values, and its neighbours take over what they can.
+#include "host/search/cover_layout.h"
+
+#include "host/cloth/cell_cover.h"
+#include "host/mesh/edge_split.h"
+#include "host/mesh/error.h"
+#include "host/mesh/patch.h"
+#include "host/mesh/topology.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+
+namespace drape::host {
+
+using namespace vec;
+
+namespace {
+
+constexpr double outside = 0.5; // cells below 0 of a piece's value where its territory isn't
+constexpr int mostRounds = 10;
+constexpr int roundsOfTakingOver = 5; // after these what a piece loses stays bare
+constexpr std::size_t otherSeeds = 6;
+constexpr double wellInside = 0.3; // of the most room in a piece, for other seeds
+constexpr double edgeEnd = 0.02;   // of an edge: no seam nearer to its ends
+constexpr double fewestCells = 6.0;
+constexpr double wellCovered = 0.99; // of a piece, by its cloth, for no other start to be tried
+constexpr std::int32_t bare = -1;
+
+class Layout {
+public:
+    Layout(const CoverGround& cover, const CoverWishes& wishes, const std::vector<Territory>& territories,
+           const std::vector<std::size_t>& choice)
+        : cover_(cover), wishes_(wishes), closed_(cover.ground.vertexCount(), 0) {
+        step_ = std::max(cover.surface.steps[0], cover.surface.steps[1]);
+        for (const std::size_t index : choice) {
+            const Territory& territory = territories[index];
+            Piece& piece = pieces_.emplace_back();
+            piece.start = territory.start;
+            piece.field.assign(cover.ground.vertexCount(), -outside * step_);
+            for (std::size_t k = 0; k < territory.vertices.size(); ++k) {
+                piece.field[at(territory.vertices[k])] =
+                    static_cast<double>(territory.depths[k]) - 0.5 * wishes.overlap;
+            }
+        }
+    }
+
+    Neighbours neighbours; // of the claims' triangles, once they are settled
+
+    PieceSet settled() {
+        for (int round = 0; round < mostRounds; ++round) {
+            label();
+            cutClaims();
+            bool good = true;
+            for (std::size_t p = 0; p < pieces_.size(); ++p) {
+                good = settle(p, round >= roundsOfTakingOver) && good;
+            }
+            if (good) {
+                break;
+            }
+        }
+        return result();
+    }
+
+private:
+    struct Piece {
+        PieceStart start;
+        std::vector<double> field;  // per vertex of the ground, above 0 where it can go
+        std::vector<char> claim;    // per vertex, that it was last draped for
+        std::optional<Trial> drape; // of that claim, if it was good
+    };
+
+    const Ground& ground() const { return cover_.ground; }
+
+    std::int32_t bestAt(std::size_t v) const {
+        std::int32_t best = bare;
+        double most = 0.0;
+        for (std::size_t p = 0; p < pieces_.size(); ++p) {
+            if (pieces_[p].field[v] > most) {
+                most = pieces_[p].field[v];
+                best = static_cast<std::int32_t>(p);
+            }
+        }
+        return closed_[v] != 0 ? bare : best;
+    }
+
+    // Each claim hangs together: of several parts of one the largest stays, the others go to the next best.
+    void label() {
+        labels_.resize(ground().vertexCount());
+        for (bool changed = true; changed;) {
+            changed = false;
+            for (std::size_t v = 0; v < labels_.size(); ++v) {
+                labels_[v] = bestAt(v);
+            }
+            std::vector<std::vector<std::vector<std::int32_t>>> parts(pieces_.size());
+            std::vector<char> seen(labels_.size(), 0);
+            for (std::size_t first = 0; first < labels_.size(); ++first) {
+                if (labels_[first] != bare && seen[first] == 0) {
+                    parts[at(labels_[first])].push_back(partAt(static_cast<std::int32_t>(first), seen));
+                }
+            }
+            for (std::size_t p = 0; p < pieces_.size(); ++p) {
+                changed = dropSmaller(p, parts[p]) || changed;
+            }
+        }
+    }
+
+    std::vector<std::int32_t> partAt(std::int32_t first, std::vector<char>& seen) const {
+        std::vector<std::int32_t> part{first};
+        seen[at(first)] = 1;
+        for (std::size_t k = 0; k < part.size(); ++k) {
+            for (const std::int32_t next : ground().around(part[k])) {
+                if (seen[at(next)] == 0 && labels_[at(next)] == labels_[at(first)]) {
+                    seen[at(next)] = 1;
+                    part.push_back(next);
+                }
+            }
+        }
+        return part;
+    }
+
+    double areaOf(const std::vector<std::int32_t>& part) const {
+        double area = 0.0;
+        for (const std::int32_t v : part) {
+            area += ground().areas[at(v)];
+        }
+        return area;
+    }
+
+    bool dropSmaller(std::size_t p, const std::vector<std::vector<std::int32_t>>& parts) {
+        const auto largest = std::max_element(
+            parts.begin(), parts.end(), [&](const auto& a, const auto& b) { return areaOf(a) < areaOf(b); });
+        bool dropped = false;
+        for (auto part = parts.begin(); part != parts.end(); ++part) {
+            const bool goes = part != largest || areaOf(*part) < fewestCells * step_ * step_;
+            for (const std::int32_t v : *part) {
+                pieces_[p].field[at(v)] = goes ? -outside * step_ : pieces_[p].field[at(v)];
+            }
+            dropped = dropped || goes;
+        }
+        return dropped;
+    }
+
+    double valueAt(std::int32_t label, std::int32_t v) const {
+        return label == bare ? 0.0 : pieces_[at(label)].field[at(v)];
+    }
+
+    void cutClaims() {
+        const SplitMesh split =
+            splitEdges(ground().mesh, [&](std::int32_t low, std::int32_t high) -> std::optional<double> {
+                const std::int32_t a = labels_[at(low)];
+                const std::int32_t b = labels_[at(high)];
+                if (a == b) {
+                    return std::nullopt;
+                }
+                const double atLow = std::max(0.0, valueAt(a, low) - valueAt(b, low));
+                const double atHigh = std::max(0.0, valueAt(b, high) - valueAt(a, high));
+                const double part = atLow + atHigh > 0.0 ? atLow / (atLow + atHigh) : 0.5;
+                return std::clamp(part, edgeEnd, 1.0 - edgeEnd);
+            });
+        claims_ = split.mesh;
+        claimOf_.clear();
+        for (std::size_t t = 0; t < claims_.triangles.size(); ++t) {
+            std::int32_t label = bare;
+            bool known = false;
+            for (const std::int32_t v : claims_.triangles[t]) {
+                if (at(v) < labels_.size()) {
+                    label = labels_[at(v)];
+                    known = true;
+                }
+            }
+            for (const std::int32_t v : ground().mesh.triangles[at(split.parents[t])]) {
+                label = known ? label : std::max(label, labels_[at(v)]); // where three meet
+            }
+            claimOf_.push_back(label);
+        }
+    }
+
+    // The claim with what lies over its neighbours.
+    std::shared_ptr<const Mould> cutOut(std::size_t p) const {
+        std::vector<char> keep(claimOf_.size());
+        for (std::size_t t = 0; t < keep.size(); ++t) {
+            keep[t] = claimOf_[t] == static_cast<std::int32_t>(p) ? 1 : 0;
+        }
+        if (!(wishes_.overlap > 0.0)) {
+            Notes untold;
+            return std::make_shared<const Mould>(mouldOf(manifoldOf(keptPart(claims_, keep), untold)));
+        }
+        std::vector<std::int32_t> from;
+        for (std::size_t t = 0; t < keep.size(); ++t) {
+            if (keep[t] != 0) {
+                from.insert(from.end(), claims_.triangles[t].begin(), claims_.triangles[t].end());
+            }
+        }
+        std::sort(from.begin(), from.end());
+        from.erase(std::unique(from.begin(), from.end()), from.end());
+        std::vector<double> field = distancesAlong(claims_, from);
+        for (double& d : field) {
+            d = 0.5 * wishes_.overlap - d;
+        }
+        Notes untold;
+        return std::make_shared<const Mould>(mouldOf(manifoldOf(partAbove(claims_, field), untold)));
+    }
+
+    // How far a vertex of a claim is from other claims, by the values.
+    double roomAt(std::size_t p, std::size_t v) const {
+        double other = 0.0;
+        for (std::size_t q = 0; q < pieces_.size(); ++q) {
+            other = q != p ? std::max(other, pieces_[q].field[v]) : other;
+        }
+        return pieces_[p].field[v] - other;
+    }
+
+    // The old start, if it lies inside, and others well inside, far from each other.
+    std::vector<PieceStart> startsOf(std::size_t p, const std::vector<char>& claim) const {
+        const PieceStart& old = pieces_[p].start;
+        std::vector<std::size_t> places;
+        std::size_t nearest = 0;
+        std::size_t roomiest = 0;
+        double near = std::numeric_limits<double>::infinity();
+        double most = 0.0;
+        for (std::size_t v = 0; v < claim.size(); ++v) {
+            const double d = distance(ground().mesh.positions[v], old.seed);
+            if (d < near) {
+                near = d;
+                nearest = v;
+            }
+            if (claim[v] != 0 && roomAt(p, v) > most) {
+                most = roomAt(p, v);
+                roomiest = v;
+            }
+        }
+        std::vector<PieceStart> starts;
+        if (claim[nearest] != 0) {
+            starts.push_back(old);
+        }
+        starts.push_back({ground().mesh.positions[roomiest], old.angle});
+        std::vector<double> apart(claim.size(), -1.0);
+        for (std::size_t v = 0; v < claim.size(); ++v) {
+            apart[v] = claim[v] != 0 && roomAt(p, v) >= wellInside * most ? 1e300 : -1.0;
+        }
+        while (starts.size() < otherSeeds + 2) {
+            std::size_t farthest = 0;
+            for (std::size_t v = 0; v < claim.size(); ++v) {
+                apart[v] = std::min(apart[v], distance(ground().mesh.positions[v], starts.back().seed));
+                farthest = apart[v] > apart[farthest] ? v : farthest;
+            }
+            if (!(apart[farthest] > step_)) {
+                break;
+            }
+            starts.push_back({ground().mesh.positions[farthest], old.angle});
+        }
+        return starts;
+    }
+
+    std::vector<char> claimFor(std::size_t p) const {
+        std::vector<char> claim(labels_.size());
+        std::transform(labels_.begin(), labels_.end(), claim.begin(),
+                       [&](std::int32_t label) { return label == static_cast<std::int32_t>(p) ? 1 : 0; });
+        return claim;
+    }
+
+    // Drapes a piece as it is cut. If it isn't good from any start, it is left with what was good of the best
+    // of them, and false comes back.
+    bool settle(std::size_t p, bool losesForGood) {
+        Piece& piece = pieces_[p];
+        std::vector<char> claim = claimFor(p);
+        if (piece.drape && claim == piece.claim) {
+            return true;
+        }
+        piece.drape.reset();
+        piece.claim = claim;
+        if (std::find(claim.begin(), claim.end(), 1) == claim.end()) {
+            return true;
+        }
+        std::vector<double> wanted(claim.size());
+        std::transform(claim.begin(), claim.end(), wanted.begin(),
+                       [](char c) { return c != 0 ? 1.0 : -1.0; });
+        const std::shared_ptr<const Mould> mould = cutOut(p);
+        double most = 0.0;
+        PieceStart bestStart = piece.start;
+        std::vector<double> bestField;
+        for (const PieceStart& start : startsOf(p, claim)) {
+            try {
+                Trial trial = drapePart(cover_, mould, start);
+                const Check check = checked(cover_, trial, wanted);
+                if (check.good) {
+                    trial.measures = measure(*mould, trial.grid, cover_.wishes.lockingAngle);
+                    const double share = trial.measures.coveredShare;
+                    if (!piece.drape || share > piece.drape->measures.coveredShare) {
+                        piece.start = start;
+                        piece.drape = std::move(trial);
+                    }
+                    if (share >= wellCovered) {
+                        return true;
+                    }
+                    continue;
+                }
+                std::vector<double> field(claim.size());
+                const std::vector<double> reach = insideOf(check.region, step_);
+                double area = 0.0;
+                for (std::size_t v = 0; v < field.size(); ++v) {
+                    field[v] = std::min(piece.field[v], reach[v]);
+                    area += claim[v] != 0 && field[v] > 0.0 ? ground().areas[v] : 0.0;
+                }
+                if (area > most) {
+                    most = area;
+                    bestStart = start;
+                    bestField = std::move(field);
+                }
+            } catch (const InputError&) {
+                // No cloth starts there.
+            }
+        }
+        if (piece.drape) {
+            return true;
+        }
+        piece.start = bestStart;
+        for (std::size_t v = 0; v < claim.size(); ++v) {
+            if (claim[v] != 0 || losesForGood) {
+                piece.field[v] =
+                    bestField.empty() ? -outside * step_ : std::max(bestField[v], -outside * step_);
+            }
+            if (losesForGood && claim[v] != 0 && !(piece.field[v] > 0.0)) {
+                closed_[v] = 1;
+            }
+        }
+        return false;
+    }
+
+    PieceSet result() {
+        PieceSet cover;
+        std::vector<std::int32_t> numbers(pieces_.size(), bare);
+        for (std::size_t p = 0; p < pieces_.size(); ++p) {
+            Piece& piece = pieces_[p];
+            if (piece.drape) {
+                numbers[p] = static_cast<std::int32_t>(cover.pieces.size());
+                CoverPiece& made = cover.pieces.emplace_back();
+                made.start = piece.start;
+                made.drape = std::move(*piece.drape);
+            }
+        }
+        neighbours = topologyOf(claims_).neighbours;
+        cover.claims = std::make_shared<const Mould>(mouldOf(std::move(claims_)));
+        for (const std::int32_t label : claimOf_) {
+            cover.claimOf.push_back(label == bare ? bare : numbers[at(label)]);
+        }
+        leaveBare(cover);
+        addUp(cover);
+        return cover;
+    }
+
+    // A claim holds where cloth of the piece lies, judged as the cover of any drape is.
+    static void leaveBare(PieceSet& cover) {
+        for (std::size_t p = 0; p < cover.pieces.size(); ++p) {
+            const Trial& drape = cover.pieces[p].drape;
+            const CellCover cells(drape.grid, drape.measures.cells);
+            CellCover::Hint hint;
+            for (std::size_t t = 0; t < cover.claimOf.size(); ++t) {
+                if (cover.claimOf[t] == static_cast<std::int32_t>(p) && !drape.measures.net.reachesEdge() &&
+                    cells.coverOf(cover.claims->facets[t], hint) == Cover::none) {
+                    cover.claimOf[t] = bare;
+                }
+            }
+        }
+    }
+
+    void addUp(PieceSet& cover) const {
+        double covered = 0.0;
+        double cloth = 0.0;
+        for (std::size_t t = 0; t < cover.claimOf.size(); ++t) {
+            if (cover.claimOf[t] != bare) {
+                const double area = cover.claims->facets[t].area;
+                cover.pieces[at(cover.claimOf[t])].claimed += area;
+                covered += area;
+            }
+        }
+        for (const CoverPiece& piece : cover.pieces) {
+            cloth += piece.drape.mould->area;
+            cover.largestShear = std::max(cover.largestShear, piece.drape.measures.largestShear);
+        }
+        cover.coveredShare = covered / ground().area;
+        cover.overlapShare = std::max(0.0, cloth - covered) / ground().area;
+    }
+
+    const CoverGround& cover_;
+    const CoverWishes& wishes_;
+    double step_ = 0.0;
+    std::vector<Piece> pieces_;
+    std::vector<char> closed_;         // per vertex, left bare
+    std::vector<std::int32_t> labels_; // per vertex, its piece
+    TriangleMesh claims_;
+    std::vector<std::int32_t> claimOf_; // per triangle of it
+};
+
+using Link = std::pair<std::int32_t, std::int32_t>; // vertices, in the sense of the lower piece's triangle
+
+// The links of one pair of pieces as lines, each as long as it goes.
+std::vector<Seam> seamsOf(const Mould& mesh, const std::array<std::size_t, 2>& pieces,
+                          const std::vector<Link>& links) {
+    std::map<std::int32_t, std::int32_t> after;
+    std::map<std::int32_t, bool> isEntered;
+    for (const auto& [from, to] : links) {
+        after[from] = to;
+        isEntered[to] = true;
+    }
+    std::vector<Seam> seams;
+    const auto follow = [&](std::int32_t first) {
+        Seam seam{pieces, {mesh.positions[at(first)]}, 0.0};
+        for (auto found = after.find(first); found != after.end(); found = after.find(first)) {
+            first = found->second;
+            after.erase(found);
+            seam.length += distance(seam.points.back(), mesh.positions[at(first)]);
+            seam.points.push_back(mesh.positions[at(first)]);
+        }
+        seams.push_back(std::move(seam));
+    };
+    for (const auto& [from, to] : links) {
+        if (after.count(from) != 0 && !isEntered[from]) {
+            follow(from);
+        }
+    }
+    while (!after.empty()) {
+        follow(after.begin()->first);
+    }
+    return seams;
+}
+
+// `neighbours` are those of the claims' triangles.
+void addSeams(PieceSet& cover, const Neighbours& neighbours) {
+    const Mould& claims = *cover.claims;
+    std::map<std::array<std::size_t, 2>, std::vector<Link>> links;
+    for (std::size_t t = 0; t < cover.claimOf.size(); ++t) {
+        for (std::size_t k = 0; k < 3; ++k) {
+            const std::int32_t beyond = neighbours[t][k];
+            if (beyond != noTriangle && cover.claimOf[t] >= 0 &&
+                cover.claimOf[at(beyond)] > cover.claimOf[t]) {
+                links[{at(cover.claimOf[t]), at(cover.claimOf[at(beyond)])}].emplace_back(
+                    claims.corners[3 * t + k] - 1, claims.corners[3 * t + (k + 1) % 3] - 1);
+            }
+        }
+    }
+    for (const auto& [pieces, list] : links) {
+        for (Seam& seam : seamsOf(claims, pieces, list)) {
+            cover.seamLength += seam.length;
+            cover.pieces[pieces[0]].seamLength += seam.length;
+            cover.pieces[pieces[1]].seamLength += seam.length;
+            cover.seams.push_back(std::move(seam));
+        }
+    }
+}
+
+} // namespace
+
+PieceSet laidOut(const CoverGround& cover, const CoverWishes& wishes,
+                 const std::vector<Territory>& territories, const std::vector<std::size_t>& choice) {
+    Layout layout(cover, wishes, territories, choice);
+    PieceSet result = layout.settled();
+    addSeams(result, layout.neighbours);
+    return result;
+}
+
+} // namespace drape::host

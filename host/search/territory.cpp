@@ -1,0 +1,274 @@
+// The first run has the whole surface under it and ends where the cloth folds. What is good of it is cut out
+// along a line that keeps a cell away from what isn't, which rounds the line off too, and so on until a run
+// on what was cut out finds nothing that is to be left out.
+#include "host/search/territory.h"
+
+#include "drape.h"
+#include "host/mesh/edge_split.h"
+#include "host/mesh/error.h"
+#include "host/mesh/text.h"
+#include "host/mesh/topology.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace drape::host {
+
+using namespace vec;
+
+namespace {
+
+constexpr double inside = 1.0; // cells between the edge of a piece and cloth that isn't good
+constexpr double mostCells = 1e6;
+constexpr int mostRounds = 8;
+constexpr double cutAround = 1.5; // cells around a place of trouble
+constexpr double fewestCells = 12.0;
+constexpr double edgeEnd = 0.02;      // of an edge: no cut nearer to its ends
+constexpr double lockingMargin = 0.1; // degrees, for a drape of the same piece out of a file
+constexpr double mostBare = 0.5;      // cells: the corners of a mould that look out between cells
+constexpr double mostDoubles = 0.02;  // of the cells, beside the region
+constexpr double poleShare = 0.02;    // of a closed surface, taken away to give it an edge
+
+// A closed surface without what lies farthest from the seed, so that cloth has an edge to end at.
+std::shared_ptr<const Mould> openedAway(const CoverGround& cover, const Point& seed) {
+    const Ground& ground = cover.ground;
+    std::vector<double> field(ground.vertexCount());
+    std::vector<std::pair<double, std::size_t>> byDistance;
+    for (std::size_t v = 0; v < field.size(); ++v) {
+        byDistance.emplace_back(-distance(ground.mesh.positions[v], seed), v);
+    }
+    std::sort(byDistance.begin(), byDistance.end());
+    double taken = 0.0;
+    for (const auto& [d, v] : byDistance) {
+        field[v] = taken < poleShare * ground.area ? -1.0 : 1.0;
+        taken += ground.areas[v];
+    }
+    keepAround(ground, seed, field);
+    return std::make_shared<const Mould>(mouldOf(partAbove(ground.mesh, field)));
+}
+
+std::int32_t nearestVertex(const Ground& ground, const Point& point) {
+    std::int32_t nearest = 0;
+    double least = std::numeric_limits<double>::infinity();
+    for (std::size_t v = 0; v < ground.vertexCount(); ++v) {
+        const double d = distance(ground.mesh.positions[v], point);
+        if (d < least) {
+            least = d;
+            nearest = static_cast<std::int32_t>(v);
+        }
+    }
+    return nearest;
+}
+
+void fill(const Ground& ground, const std::vector<double>& field, Territory& territory) {
+    for (std::size_t v = 0; v < field.size(); ++v) {
+        if (field[v] > 0.0) {
+            territory.vertices.push_back(static_cast<std::int32_t>(v));
+            territory.depths.push_back(static_cast<float>(field[v]));
+            territory.area += ground.areas[v];
+        }
+    }
+}
+
+} // namespace
+
+CoverGround coverGroundOf(const Surface& surface, const TrialWishes& wishes,
+                          const std::array<double, 2>& most) {
+    if (surface.mould->area > mostCells * surface.steps[0] * surface.steps[1]) {
+        throw InputError("a step of " + number(surface.steps[0]) + " makes more than " + number(mostCells) +
+                             " cells on this surface, too many to look for pieces",
+                         Refusal::tooFine);
+    }
+    return {surface, wishes, GoodWishes{std::max(0.0, wishes.lockingAngle - lockingMargin), most[0], most[1]},
+            groundOf(surface.mesh, std::max(surface.steps[0], surface.steps[1]))};
+}
+
+TriangleMesh partAbove(const TriangleMesh& mesh, const std::vector<double>& field) {
+    const SplitMesh split =
+        splitEdges(mesh, [&](std::int32_t low, std::int32_t high) -> std::optional<double> {
+            const double a = field[at(low)];
+            const double b = field[at(high)];
+            return (a > 0.0) != (b > 0.0) ? std::optional(std::clamp(a / (a - b), edgeEnd, 1.0 - edgeEnd))
+                                          : std::nullopt;
+        });
+    std::vector<char> keep(split.mesh.triangles.size());
+    for (std::size_t t = 0; t < keep.size(); ++t) {
+        // Every part of a triangle has one of its corners, and those that it has lie on one side.
+        const Triangle& corners = split.mesh.triangles[t];
+        keep[t] = std::any_of(corners.begin(), corners.end(),
+                              [&](std::int32_t v) { return at(v) < field.size() && field[at(v)] > 0.0; });
+    }
+    return keptPart(split.mesh, keep);
+}
+
+void keepAround(const Ground& ground, const Point& seed, std::vector<double>& field) {
+    const std::int32_t first = nearestVertex(ground, seed);
+    std::vector<char> reached(field.size(), 0);
+    std::vector<std::int32_t> open;
+    const auto reach = [&](std::int32_t v) {
+        if (field[at(v)] > 0.0 && reached[at(v)] == 0) {
+            reached[at(v)] = 1;
+            open.push_back(v);
+        }
+    };
+    reach(first);
+    for (std::size_t k = 0; k < open.size(); ++k) {
+        const auto around = ground.around(open[k]);
+        std::for_each(around.begin(), around.end(), reach);
+    }
+    for (std::size_t v = 0; v < field.size(); ++v) {
+        field[v] = field[v] > 0.0 && reached[v] == 0 ? -1.0 : field[v];
+    }
+}
+
+Trial drapePart(const CoverGround& cover, std::shared_ptr<const Mould> mould, const PieceStart& start) {
+    Trial trial;
+    Notes untold;
+    trial.side = cover.surface.side;
+    trial.angle = start.angle;
+    trial.mould = std::move(mould);
+    const SurfacePoint seed = nearestPoint(*trial.mould, start.seed);
+    trial.choice = choiceAt(*trial.mould, seed, cover.wishes.start, start.angle, cover.surface.steps, untold);
+    requireEdge(*trial.mould);
+    const std::int32_t mostNodes = usualMostNodes(*trial.mould, trial.choice);
+    trial.grid = runDrape(*trial.mould, trial.choice, cover.wishes.mostNodes.value_or(mostNodes), nullptr);
+    return trial;
+}
+
+Check checked(const CoverGround& cover, const Trial& trial, const std::vector<double>& field,
+              const BlockedCells& blocked) {
+    const std::vector<Cell> cells = cellsOf(trial.grid);
+    GoodRegion region = goodRegionOf(cover.ground, trial.grid, cells, cover.good, blocked);
+    double bare = 0.0;
+    for (std::size_t v = 0; v < field.size(); ++v) {
+        bare += field[v] > 0.0 && region.depths[v] < 0.0 ? cover.ground.areas[v] : 0.0;
+    }
+    std::size_t onSurface = 0;
+    std::size_t beside = 0;
+    bool locks = false;
+    bool tooLarge = false;
+    const double slack = 1e-3 * std::min(trial.choice.stepA, trial.choice.stepB);
+    for (std::size_t c = 0; c < cells.size(); ++c) {
+        onSurface += cells[c].onSurface ? 1U : 0U;
+        beside += cells[c].onSurface && region.cells[c] == 0 ? 1U : 0U;
+        locks = locks || (cells[c].onSurface && std::abs(cells[c].shear) > cover.good.lockingAngle);
+    }
+    Check check;
+    for (std::size_t v = 0; v < field.size(); ++v) {
+        tooLarge = tooLarge || (field[v] > 0.0 && region.rooms[v] < -slack);
+    }
+    check.good = !tooLarge && trial.grid.status == DRAPE_OK && !locks && onSurface > 0 &&
+                 bare <= mostBare * trial.choice.stepA * trial.choice.stepB &&
+                 static_cast<double>(beside) <= mostDoubles * static_cast<double>(onSurface);
+    check.region = std::move(region);
+    return check;
+}
+
+namespace {
+
+double areaAbove(const Ground& ground, const std::vector<double>& field, double level) {
+    double area = 0.0;
+    for (std::size_t v = 0; v < field.size(); ++v) {
+        area += field[v] > level ? ground.areas[v] : 0.0;
+    }
+    return area;
+}
+
+// The part above 0 around the seed; null if it is next to nothing.
+std::shared_ptr<const Mould> partAround(const CoverGround& cover, const Point& seed,
+                                        std::vector<double>& field) {
+    keepAround(cover.ground, seed, field);
+    const double least = fewestCells * cover.surface.steps[0] * cover.surface.steps[1];
+    return areaAbove(cover.ground, field, 0.0) < least
+               ? nullptr
+               : std::make_shared<const Mould>(mouldOf(partAbove(cover.ground.mesh, field)));
+}
+
+// A fold ends a run before the cloth has gone as far as it could elsewhere. Cuts the places of trouble out of
+// the mould and runs again, a few times, and lowers `field` to the largest good region that came out.
+// Null if there is next to none.
+std::shared_ptr<const Mould> reachedFrom(const CoverGround& cover, const PieceStart& start,
+                                         std::shared_ptr<const Mould> mould, int rounds,
+                                         std::vector<double>& field) {
+    const Ground& ground = cover.ground;
+    const double step = std::max(cover.surface.steps[0], cover.surface.steps[1]);
+    std::vector<double> away(field);
+    std::vector<double> best;
+    double most = 0.0;
+    BlockedCells blocked;
+    for (int round = 0; round < rounds && mould; ++round) {
+        const Trial trial = drapePart(cover, std::move(mould), start);
+        Check check = checked(cover, trial, field, blocked);
+        std::vector<Point> trouble = std::move(check.region.trouble);
+        std::vector<double> reach = insideOf(check.region, step);
+        const double area = areaAbove(ground, reach, 0.0);
+        if (area > most) {
+            most = area;
+            best = std::move(reach);
+        }
+        if (trial.grid.status == DRAPE_OK || trial.grid.count == 0) {
+            break;
+        }
+        blocked = std::move(check.region.blocked);
+        trouble.push_back(nodePosition(trial.grid, trial.grid.count - 1));
+        for (std::size_t v = 0; v < away.size(); ++v) {
+            for (const Point& point : trouble) {
+                away[v] = std::min(away[v], distance(ground.mesh.positions[v], point) - cutAround * step);
+            }
+        }
+        mould = partAround(cover, start.seed, away);
+    }
+    for (std::size_t v = 0; v < best.size(); ++v) {
+        field[v] = std::min(field[v], best[v]);
+    }
+    return best.empty() ? nullptr : partAround(cover, start.seed, field);
+}
+
+} // namespace
+
+std::vector<double> insideOf(const GoodRegion& region, double step) {
+    std::vector<double> values(region.depths);
+    for (std::size_t v = 0; v < values.size(); ++v) {
+        values[v] = std::min(values[v] - inside * step, region.rooms[v]);
+    }
+    return values;
+}
+
+Territory territoryOf(const CoverGround& cover, const PieceStart& start) {
+    Territory territory;
+    territory.start = start;
+    const Ground& ground = cover.ground;
+    const double step = std::max(cover.surface.steps[0], cover.surface.steps[1]);
+    std::vector<double> field(ground.vertexCount(), std::sqrt(ground.area));
+    try {
+        std::shared_ptr<const Mould> mould = cover.surface.mould;
+        if (mould->loops.empty()) {
+            mould = openedAway(cover, start.seed);
+        }
+        constexpr int M = 3;
+        mould = reachedFrom(cover, start, std::move(mould), M, field);
+        if (!mould)
+            return territory;
+        for (int round = 0; round < mostRounds; ++round) {
+            const Trial trial = drapePart(cover, std::move(mould), start);
+            const Check check = checked(cover, trial, field);
+            if (check.good) {
+                fill(ground, field, territory);
+                return territory;
+            }
+            const std::vector<double> reach = insideOf(check.region, step);
+            for (std::size_t v = 0; v < field.size(); ++v) {
+                field[v] = std::min(field[v], reach[v]);
+            }
+            mould = partAround(cover, start.seed, field);
+            if (!mould) {
+                return territory;
+            }
+        }
+    } catch (const InputError&) {
+        // No cloth starts here.
+    }
+    return territory;
+}
+
+} // namespace drape::host

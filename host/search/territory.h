@@ -1,0 +1,65 @@
+// What one ply can cover from one start: the good part of its drape, cut out of the surface and draped again
+// by itself until all of it is good.
+#pragma once
+
+#include "host/cloth/good_region.h"
+#include "host/search/trial.h"
+
+namespace drape::host {
+
+// Where a piece of cloth starts.
+struct PieceStart {
+    Point seed{};
+    double angle = 0.0; // degrees about the normal at the seed
+};
+
+// What all pieces of a surface share. It never changes once it is made, so threads may share it.
+struct CoverGround {
+    const Surface& surface;
+    TrialWishes wishes;
+    GoodWishes good;
+    Ground ground;
+};
+
+// `most` are the farthest extents of a piece along warp and weft, infinite for no limit. Throws InputError
+// (tooFine) where there would be more cells than a search can take.
+CoverGround coverGroundOf(const Surface& surface, const TrialWishes& wishes,
+                          const std::array<double, 2>& most);
+
+// Plain values, so that a process can hand it to another.
+struct Territory {
+    PieceStart start;
+    std::vector<std::int32_t> vertices; // of the ground inside, rising; none if nothing can be covered
+    std::vector<float> depths;          // of each, how deep inside along the cloth, above 0
+    double area = 0.0;                  // in the mould's unit squared
+};
+
+// One candidate for a piece. The same for the same start, whatever was asked before.
+Territory territoryOf(const CoverGround& cover, const PieceStart& start);
+
+// The part of a mesh on which `field`, a value per vertex, is above 0. Where `field` is, the part hangs
+// together.
+TriangleMesh partAbove(const TriangleMesh& mesh, const std::vector<double>& field);
+
+// Sets `field` below 0 on the vertices above 0 that don't hang together with the one nearest to `seed`.
+void keepAround(const Ground& ground, const Point& seed, std::vector<double>& field);
+
+// Drapes a mould that is a part of the surface, without measures. Throws InputError if that can't be done.
+Trial drapePart(const CoverGround& cover, std::shared_ptr<const Mould> mould, const PieceStart& start);
+
+// Values over the ground, above 0 where a piece can be cut out of a drape: at a distance from where its cloth
+// isn't good.
+std::vector<double> insideOf(const GoodRegion& region, double step);
+
+// Whether a drape came to its end in one layer with every cell within locking and lies over all that it
+// should.
+struct Check {
+    bool good = false;
+    GoodRegion region;
+};
+
+// `field` is above 0 on the vertices of the ground over which the cloth of `trial` should lie.
+Check checked(const CoverGround& cover, const Trial& trial, const std::vector<double>& field,
+              const BlockedCells& blocked = {});
+
+} // namespace drape::host
