@@ -19,17 +19,7 @@ void startsFromSizes(std::int32_t* sizes, std::int32_t count) {
         start += std::exchange(sizes[k], start);
 }
 
-// The new numbers of a triangle's corners. (Meshes go by value here: no store to a table can touch a copy.)
-struct InnerCorners {
-    std::int32_t vertices[3];
-
-    InnerCorners(const SurfaceMesh& outer, const std::int32_t* innerVertices, std::int32_t triangle) {
-        for (int corner = 0; corner < 3; ++corner)
-            vertices[corner] = innerVertices[outer.vertexOf(triangle, corner) - 1];
-    }
-    std::int32_t first() const { return std::min(vertices[0], std::min(vertices[1], vertices[2])); }
-};
-
+// Meshes go by value here: no store to a table can touch a copy.
 void placeVertices(SurfaceMesh outer, const PlacedVertex* order, std::int32_t* innerVertices,
                    double* positions) {
     for (std::int32_t k = 0; k < outer.vertCount; ++k) {
@@ -39,12 +29,17 @@ void placeVertices(SurfaceMesh outer, const PlacedVertex* order, std::int32_t* i
     }
 }
 
-// `groups` has room for one number per vertex: the triangles of which it is the first.
+// `groups` has room for one number per vertex, the triangles of which it is the first, and `corners` for
+// those of all triangles.
 void numberTriangles(SurfaceMesh outer, const std::int32_t* innerVertices, std::int32_t* groups,
-                     std::int32_t* innerTriangles, std::int32_t* triVerts, std::int32_t* outerTriangles) {
+                     std::int32_t* corners, std::int32_t* innerTriangles, std::int32_t* triVerts,
+                     std::int32_t* outerTriangles) {
     clear(groups, outer.vertCount);
     for (std::int32_t t = 1; t <= outer.triCount; ++t) {
-        const std::int32_t first = InnerCorners(outer, innerVertices, t).first();
+        std::int32_t* own = corners + 3 * (std::int64_t{t} - 1);
+        for (int k = 0; k < 3; ++k)
+            own[k] = innerVertices[outer.vertexOf(t, k) - 1];
+        const std::int32_t first = std::min(own[0], std::min(own[1], own[2]));
         innerTriangles[t - 1] = first;
         ++groups[first - 1];
     }
@@ -53,8 +48,7 @@ void numberTriangles(SurfaceMesh outer, const std::int32_t* innerVertices, std::
         std::int32_t& number = innerTriangles[t - 1];
         number = ++groups[number - 1];
         outerTriangles[number - 1] = t;
-        const InnerCorners corners(outer, innerVertices, t);
-        std::copy_n(corners.vertices, 3, triVerts + 3 * (std::int64_t{number} - 1));
+        std::copy_n(corners + 3 * (std::int64_t{t} - 1), 3, triVerts + 3 * (std::int64_t{number} - 1));
     }
 }
 
@@ -75,7 +69,8 @@ void placeFans(SurfaceMesh outer, const std::int32_t* innerVertices, const std::
 bool InnerMesh::takeArrays(const SurfaceMesh& outer, std::int32_t& status) {
     return positions_.take(3 * std::int64_t{outer.vertCount}, status) &&
            triVerts_.take(3 * std::int64_t{outer.triCount}, status) &&
-           fanStarts_.take(outer.vertCount, status) && fans_.take(outer.vertTriCount, status) &&
+           fanStarts_.take(outer.vertCount, status) &&
+           fans_.take(std::max<std::int64_t>(outer.vertTriCount, 3 * std::int64_t{outer.triCount}), status) &&
            outerTriangles_.take(outer.triCount, status);
 }
 
@@ -90,8 +85,8 @@ bool InnerMesh::build(const SurfaceMesh& outer, std::int32_t* innerTriangles, st
     if (!orderVertices(outer, order, reinterpret_cast<PlacedVertex*>(spare.data()), status))
         return false;
     placeVertices(outer, order, innerVertices, positions_.data());
-    // The starts of the fans come last, and their table serves before that.
-    numberTriangles(outer, innerVertices, fanStarts_.data(), innerTriangles, triVerts_.data(),
+    // The fans come last, and their tables serve before that.
+    numberTriangles(outer, innerVertices, fanStarts_.data(), fans_.data(), innerTriangles, triVerts_.data(),
                     outerTriangles_.data());
     placeFans(outer, innerVertices, innerTriangles, fanStarts_.data(), fans_.data());
     mesh_ = outer;
