@@ -7,6 +7,7 @@
 #include "placement/row_filling.h"
 
 #include "placement/boundary_fallback.h"
+#include "surface/run_indices.h"
 
 #include <cmath>
 
@@ -63,7 +64,9 @@ CellCircle circleOf(const Cell& cell, double distance2) {
 bool placeOnSurface(const Cell& cell, CircleSearch& search, SearchScratch& scratch, SurfacePoint& found,
                     std::int32_t& status) {
     const double tolerance = model->tolerance;
-    const Ball balls[] = {{cell.posR, cell.alongFront, tolerance}, {cell.posE, cell.alongRow, tolerance}};
+    const margins::DistanceSlack slack = largestSlack();
+    const Ball balls[] = {{cell.posR, cell.alongFront, tolerance, slack},
+                          {cell.posE, cell.alongRow, tolerance, slack}};
     const std::int32_t starts[] = {model->triangleOf(cell.e), model->triangleOf(cell.r)};
     for (int k = 0; k < 2; ++k) {
         if (starts[k] == 0)

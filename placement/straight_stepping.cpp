@@ -7,6 +7,7 @@
 #include "placement/straight_stepping.h"
 
 #include "placement/boundary_fallback.h"
+#include "surface/run_indices.h"
 
 #include <cmath>
 
@@ -115,7 +116,7 @@ bool stepOnSurface(std::int32_t node, double step, Heading& heading, SearchScrat
     const double tolerance = model->tolerance;
     const Vec3 position = model->positionOf(node);
     const Vec3 normal = model->normalOf(node);
-    const Ball ball{position, step, tolerance};
+    const Ball ball{position, step, tolerance, largestSlack()};
     CircleSearch search{position, normal, heading.forward, step, heading.backPoint};
     if (!searchSurface(model->triangleOf(node), &ball, 1, search, scratch, found, status))
         return false;

@@ -54,7 +54,7 @@ std::int32_t seedTriangle(const RunIndices& indices) {
     if (best != best)
         return nearest; // not a number: nothing is strictly nearer
     indices.triangleTree.forEachWithin(model->seedPoint, best, [&](std::int32_t t) {
-        if (BoundedTriangle(model->mesh, t, {}).distanceBelow(model->seedPoint, model->tolerance) > best)
+        if (BoundedTriangle(model->mesh, t).distanceBelow(model->seedPoint, model->tolerance) > best)
             return;
         const double distance = distanceFromSeed(t);
         if (distance < best || (distance == best && indices.innerMesh.outerTriangle(t) <

@@ -10,6 +10,9 @@
 namespace drape {
 namespace {
 
+// Which triangles of the list somebody will read.
+enum class Reading { all, goals, firstGoal, boundary };
+
 // The plain road of a flood, over the marks of a caller's array: 1 in range, 2 out of range. Fans are looked
 // through every time.
 struct PlainFlood {
@@ -18,7 +21,7 @@ struct PlainFlood {
     void mark(std::int32_t triangle, bool goOn) const { marks[triangle - 1] = goOn ? 1 : 2; }
     bool fanDone(std::int32_t) const { return false; }
     void finishFan(std::int32_t) const {}
-    static Visit visit(std::int32_t triangle, const Ball* balls, int ballCount) {
+    static Visit visit(std::int32_t triangle, const Ball* balls, int ballCount, bool) {
         return visitPlainly(triangle, balls, ballCount);
     }
 };
@@ -32,16 +35,19 @@ struct RunFlood {
     void mark(std::int32_t triangle, bool) const { marks[triangle - 1] = stamp; }
     bool fanDone(std::int32_t v) const { return fansDone[v - 1] == stamp; }
     void finishFan(std::int32_t v) const { fansDone[v - 1] = stamp; }
-    static Visit visit(std::int32_t triangle, const Ball* balls, int ballCount) {
-        return visitByBounds(triangle, balls, ballCount);
+    static Visit visit(std::int32_t triangle, const Ball* balls, int ballCount, bool isRead) {
+        return isRead ? visitByBounds(triangle, balls, ballCount)
+                      : Visit{inRangeOfAny(triangle, balls, ballCount), false};
     }
 };
 
 template <class Road>
 class Flood {
 public:
-    Flood(const Road& road, const Ball* balls, int ballCount, const Goals& goals, SearchScratch& scratch)
-        : road_(road), balls_(balls), ballCount_(ballCount), goals_(goals), scratch_(scratch) {}
+    Flood(const Road& road, const Ball* balls, int ballCount, Reading reading, const Goals& goals,
+          SearchScratch& scratch)
+        : road_(road), balls_(balls), ballCount_(ballCount), reading_(reading), goals_(goals),
+          scratch_(scratch) {}
 
     // False with a work-array code.
     bool run(std::int32_t start, std::int32_t& status) {
@@ -64,14 +70,32 @@ public:
 private:
     // Marks a triangle, lists it if it belongs there, and says if the walk goes on from it.
     bool visit(std::int32_t triangle) {
-        const Visit found = Road::visit(triangle, balls_, ballCount_);
+        const Visit found = Road::visit(triangle, balls_, ballCount_, isRead(triangle));
         road_.mark(triangle, found.goOn);
         if (found.list) {
             scratch_.foundList[scratch_.foundCount++] = triangle;
-            if (goals_.has(triangle))
+            if (endsWith(triangle))
                 reached_ = triangle;
         }
         return found.goOn;
+    }
+
+    bool isRead(std::int32_t triangle) const {
+        switch (reading_) {
+        case Reading::goals:
+        case Reading::firstGoal:
+            return goals_.has(triangle);
+        case Reading::boundary:
+            return scratch_.foundCount == 0 || firstBoundaryEdgeOf(triangle) != 0;
+        default:
+            return true;
+        }
+    }
+
+    // Whether nothing more of the list is read.
+    bool endsWith(std::int32_t triangle) const {
+        return (reading_ == Reading::firstGoal && goals_.has(triangle)) ||
+               (reading_ == Reading::goals && scratch_.foundCount == goals_.count);
     }
 
     FanWalk fanOf(std::int32_t triangle, std::int32_t corner) const {
@@ -103,36 +127,55 @@ private:
     Road road_;
     const Ball* balls_;
     int ballCount_;
+    Reading reading_;
     Goals goals_;
     std::int32_t reached_ = 0;
     SearchScratch& scratch_;
 };
 
 template <class Road>
-bool flood(const Road& road, std::int32_t start, const Ball* balls, int ballCount, const Goals& goals,
-           SearchScratch& scratch, std::int32_t& reached, std::int32_t& status) {
-    Flood<Road> walk(road, balls, ballCount, goals, scratch);
+bool flood(const Road& road, std::int32_t start, const Ball* balls, int ballCount, Reading reading,
+           const Goals& goals, SearchScratch& scratch, std::int32_t& reached, std::int32_t& status) {
+    Flood<Road> walk(road, balls, ballCount, reading, goals, scratch);
     const bool done = walk.run(start, status);
     reached = walk.reached();
     scratch.fanStack.reset();
     return done;
 }
 
+bool flood(std::int32_t start, const Ball* balls, int ballCount, Reading reading, const Goals& goals,
+           SearchScratch& scratch, std::int32_t& reached, std::int32_t& status) {
+    scratch.beginFlood();
+    if (!scratch.ownedByRun())
+        return flood(PlainFlood{scratch.marks}, start, balls, ballCount, reading, goals, scratch, reached,
+                     status);
+    const RunFlood road{scratch.marks, scratch.fansDone, scratch.stamp};
+    return flood(road, start, balls, ballCount, reading, goals, scratch, reached, status);
+}
+
 } // namespace
 
 bool floodTo(const Goals& goals, std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
              std::int32_t& reached, std::int32_t& status) {
-    scratch.beginFlood();
-    if (!scratch.ownedByRun())
-        return flood(PlainFlood{scratch.marks}, start, balls, ballCount, goals, scratch, reached, status);
-    const RunFlood road{scratch.marks, scratch.fansDone, scratch.stamp};
-    return flood(road, start, balls, ballCount, goals, scratch, reached, status);
+    return flood(start, balls, ballCount, Reading::firstGoal, goals, scratch, reached, status);
 }
 
 bool listInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
                  std::int32_t& status) {
     std::int32_t none = 0;
-    return floodTo({}, start, balls, ballCount, scratch, none, status);
+    return flood(start, balls, ballCount, Reading::all, {}, scratch, none, status);
+}
+
+bool listGoals(const Goals& goals, std::int32_t start, const Ball* balls, int ballCount,
+               SearchScratch& scratch, std::int32_t& status) {
+    std::int32_t last = 0;
+    return flood(start, balls, ballCount, Reading::goals, goals, scratch, last, status);
+}
+
+bool listBoundaryInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
+                         std::int32_t& status) {
+    std::int32_t none = 0;
+    return flood(start, balls, ballCount, Reading::boundary, {}, scratch, none, status);
 }
 
 void SearchScratch::beginFlood() {

@@ -27,7 +27,18 @@ struct Goals {
 bool listInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
                  std::int32_t& status);
 
-// The same up to the first of `goals` that is listed, which is `reached`; 0 if none is, with a whole list.
+// The same where only triangles with a boundary edge are read from the list, and whether it is empty: a run
+// leaves others out.
+bool listBoundaryInRange(std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
+                         std::int32_t& status);
+
+// Lists those of `goals` that are in range, in order, and perhaps others where there is no run; goes no
+// further than the last of them.
+bool listGoals(const Goals& goals, std::int32_t start, const Ball* balls, int ballCount,
+               SearchScratch& scratch, std::int32_t& status);
+
+// Goes up to the first of `goals` that would be listed, which is `reached`; 0 if none is. A run's list then
+// holds goals only.
 bool floodTo(const Goals& goals, std::int32_t start, const Ball* balls, int ballCount, SearchScratch& scratch,
              std::int32_t& reached, std::int32_t& status);
 

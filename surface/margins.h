@@ -66,7 +66,6 @@ struct DistanceSlack {
         : overhang(tolerance / shortest),
           rounding(DISTANCE_SHARE * (longest + overhang) + PLACE_ROUNDING * offset) {}
     double sum() const { return overhang + rounding; }
-    bool isBound() const { return sum() < ENDLESS; }
     // The same at another place, where it was taken at the origin.
     DistanceSlack at(double offset) const {
         DistanceSlack there = *this;

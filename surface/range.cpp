@@ -28,10 +28,16 @@ Visit visitPlainly(std::int32_t triangle, const Ball* balls, int ballCount) {
 }
 
 Visit visitByBounds(std::int32_t triangle, const Ball* balls, int ballCount) {
-    const BoundedTriangle bounded(model->mesh, triangle, model->indices->triangleTree.largestSlack());
+    const BoundedTriangle bounded(model->mesh, triangle);
     const bool first = inRangeByBounds(bounded, triangle, balls[0]);
     const bool second = ballCount == 2 ? inRangeByBounds(bounded, triangle, balls[1]) : first;
     return {first || second, first && second};
+}
+
+bool inRangeOfAny(std::int32_t triangle, const Ball* balls, int ballCount) {
+    const BoundedTriangle bounded(model->mesh, triangle);
+    return inRangeByBounds(bounded, triangle, balls[0]) ||
+           (ballCount == 2 && inRangeByBounds(bounded, triangle, balls[1]));
 }
 
 } // namespace drape

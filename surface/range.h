@@ -17,4 +17,7 @@ Visit visitPlainly(std::int32_t triangle, const Ball* balls, int ballCount);
 // The same answer from a run's bounds.
 Visit visitByBounds(std::int32_t triangle, const Ball* balls, int ballCount);
 
+// Of that answer, only whether the walk goes on.
+bool inRangeOfAny(std::int32_t triangle, const Ball* balls, int ballCount);
+
 } // namespace drape

@@ -44,6 +44,11 @@ inline bool hasTriangleTree() {
     return onFastRoad() && model->indices->triangleTree.usable();
 }
 
+// What no triangle's distance is off by more, at the origin; not bound on the plain road.
+inline margins::DistanceSlack largestSlack() {
+    return onFastRoad() ? model->indices->triangleTree.largestSlack() : margins::DistanceSlack{};
+}
+
 // Calls visit(edge) in ascending order for all boundary edges that can overlap `box`, until it returns false.
 template <class Visit>
 void forEachBoundaryEdgeNear(const Box& box, Visit visit) {

@@ -11,6 +11,22 @@
 
 namespace drape {
 
+namespace {
+
+// As much of the list as will be read: where it is known that nothing is found, it tells the boundary
+// fallback which edges are near, or else only whether there is anything in range.
+bool listTriangles(std::int32_t start, const Ball* balls, int ballCount, bool noneFound, bool listWanted,
+                   SearchScratch& scratch, std::int32_t& status) {
+    if (!noneFound)
+        return listInRange(start, balls, ballCount, scratch, status);
+    if (listWanted)
+        return listBoundaryInRange(start, balls, ballCount, scratch, status);
+    std::int32_t first = 0;
+    return floodTo(Goals{nullptr, 0, true}, start, balls, ballCount, scratch, first, status);
+}
+
+} // namespace
+
 bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleSearch& search,
                    SearchScratch& scratch, SurfacePoint& found, std::int32_t& status) {
     status = DRAPE_OK;
@@ -28,18 +44,15 @@ bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleS
     if (status != DRAPE_OK)
         return false;
     const bool missesAll = search.missesAll || answer == TreeAnswer::nothing;
-    std::int32_t first = 0;
-    const bool done = missesAll && !search.listWanted
-                          ? floodTo(Goals{nullptr, 0, true}, start, balls, ballCount, scratch, first, status)
-                          : listInRange(start, balls, ballCount, scratch, status);
-    if (!done)
+    const bool noneFound = missesAll || answer == TreeAnswer::dropped;
+    if (!listTriangles(start, balls, ballCount, noneFound, search.listWanted, scratch, status))
         return false;
     if (scratch.foundCount == 0)
         return true;
     devor(search.forward);
     // Another search has the same circle only if its direction is the same to the last bit.
     search.missesAll = missesAll && cadis(search.forward, given) == 0.0;
-    if (missesAll)
+    if (noneFound)
         return true;
     const double tolerance = balls[0].tolerance;
     if (!gatherCandidates(circle, scratch.foundList, scratch.foundCount, tolerance, scratch.candidates,

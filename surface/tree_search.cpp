@@ -76,11 +76,10 @@ private:
     }
 
     bool clearlyInRange(std::int32_t triangle, std::int32_t corner, std::int32_t other) const {
-        const BoundedTriangle bounded(mesh_, triangle, model->indices->triangleTree.largestSlack());
         const Vec3 p = mesh_.vertex(corner), q = mesh_.vertex(other);
         for (int k = 0; k < question_.ballCount; ++k)
-            if (bounded.inRangeByCorner(p, question_.balls[k]) ||
-                bounded.inRangeByCorner(q, question_.balls[k]))
+            if (inRangeByCorner(mesh_, triangle, p, question_.balls[k]) ||
+                inRangeByCorner(mesh_, triangle, q, question_.balls[k]))
                 return true;
         return false;
     }
@@ -216,33 +215,96 @@ private:
     Ties ties_;
 };
 
-// All that the circle meets, if the flood would have listed it and the order of its list decides nothing.
-TreeAnswer searchWholeCircle(const SearchQuestion& question, SearchScratch& scratch, SurfacePoint& found,
-                             std::int32_t& status) {
-    bool certain = true;
-    scratch.candidates.reset();
-    model->indices->triangleTree.forEachNearCircle(question.circle, [&](std::int32_t triangle) {
-        const std::int64_t before = scratch.candidates.size();
-        certain = addHits(question.circle, triangle, question.tolerance(), scratch.candidates, status);
-        if (!certain || scratch.candidates.size() == before)
-            return certain;
-        if (isListed(question, triangle))
-            certain = Chain(question, triangle, scratch.candidates[before].point).exists();
-        else
-            scratch.candidates.truncate(before);
-        return certain;
-    });
-    if (!certain) {
-        scratch.candidates.reset();
-        return TreeAnswer::open;
+// All that the circle meets.
+class WholeSearch {
+public:
+    WholeSearch(const SearchQuestion& question, SearchScratch& scratch)
+        : question_(question), scratch_(scratch) {}
+
+    TreeAnswer run(SurfacePoint& found, std::int32_t& status) {
+        if (!gather(status)) {
+            scratch_.candidates.reset();
+            return TreeAnswer::open;
+        }
+        if (scratch_.candidates.empty())
+            return TreeAnswer::nothing;
+        const Choice choice = choose();
+        found = choice.found;
+        if (reachable_ && choice.clear)
+            return found.triangle != 0 ? TreeAnswer::found : TreeAnswer::dropped;
+        return chooseInOrder(found, status);
     }
-    if (scratch.candidates.empty())
-        return TreeAnswer::nothing;
-    const Choice choice = chooseCandidate(scratch.candidates, question.circle, question.forward,
-                                          question.backPoint, question.tolerance());
-    found = choice.found;
-    return choice.clear && found.triangle != 0 ? TreeAnswer::found : TreeAnswer::open;
-}
+
+private:
+    // The hits on triangles in range. False if there are too many of them, or with a work-array code.
+    bool gather(std::int32_t& status) {
+        bool done = true;
+        scratch_.candidates.reset();
+        model->indices->triangleTree.forEachNearCircle(question_.circle, [&](std::int32_t triangle) {
+            const std::int64_t before = scratch_.candidates.size();
+            done = addHits(question_.circle, triangle, question_.tolerance(), scratch_.candidates, status);
+            if (!done || scratch_.candidates.size() == before)
+                return done;
+            if (!isListed(question_, triangle)) {
+                scratch_.candidates.truncate(before);
+                return true;
+            }
+            reachable_ = reachable_ && Chain(question_, triangle, scratch_.candidates[before].point).exists();
+            return done = note(triangle, before);
+        });
+        return done;
+    }
+
+    bool note(std::int32_t triangle, std::int64_t before) {
+        if (triangleCount_ == LARGEST)
+            return false;
+        triangles_[triangleCount_] = triangle;
+        hits_[triangleCount_++] = {scratch_.candidates[before].point, scratch_.candidates.top().point,
+                                   scratch_.candidates.size() - before};
+        return true;
+    }
+
+    Choice choose() {
+        return chooseCandidate(scratch_.candidates, question_.circle, question_.forward, question_.backPoint,
+                               question_.tolerance());
+    }
+
+    // The same with the hits in the order in which the flood comes to their triangles, if it does.
+    TreeAnswer chooseInOrder(SurfacePoint& found, std::int32_t& status) {
+        if (!listGoals({triangles_, triangleCount_}, question_.start, question_.balls, question_.ballCount,
+                       scratch_, status))
+            return TreeAnswer::open;
+        for (std::int32_t k = 0; k < scratch_.foundCount; ++k)
+            if (!addAgain(scratch_.foundList[k], status)) {
+                scratch_.candidates.reset();
+                return TreeAnswer::open;
+            }
+        found = choose().found;
+        // Where the flood comes to none of them, it may come to others from another start.
+        return found.triangle != 0 ? TreeAnswer::found : TreeAnswer::dropped;
+    }
+
+    bool addAgain(std::int32_t triangle, std::int32_t& status) {
+        for (int k = 0; k < triangleCount_; ++k)
+            if (triangles_[k] == triangle)
+                return scratch_.candidates.push({hits_[k].first, triangle}, status) &&
+                       (hits_[k].count == 1 || scratch_.candidates.push({hits_[k].last, triangle}, status));
+        return true;
+    }
+
+    struct Hits { // one or two
+        Vec3 first, last;
+        std::int64_t count;
+    };
+
+    static constexpr int LARGEST = 16;
+    const SearchQuestion& question_;
+    SearchScratch& scratch_;
+    std::int32_t triangles_[LARGEST];
+    Hits hits_[LARGEST];
+    int triangleCount_ = 0;
+    bool reachable_ = true; // the flood comes to all of them for sure
+};
 
 // The tree presumes an axis of unit length.
 bool hasUnitAxis(const Circle& circle) {
@@ -259,7 +321,7 @@ TreeAnswer searchByTree(const SearchQuestion& question, SearchScratch& scratch, 
         return TreeAnswer::open;
     if (ForwardSearch(question, scratch).run(found, status))
         return TreeAnswer::found;
-    return status == DRAPE_OK ? searchWholeCircle(question, scratch, found, status) : TreeAnswer::open;
+    return status == DRAPE_OK ? WholeSearch(question, scratch).run(found, status) : TreeAnswer::open;
 }
 
 } // namespace drape

@@ -21,6 +21,7 @@ struct SearchQuestion {
 enum class TreeAnswer {
     found,
     nothing, // the circle meets no triangle that the flood could list
+    dropped, // what it meets lies where the grid came from
     open,    // the flood's whole list has to tell, if `status` isn't a work-array code
 };
 

@@ -48,30 +48,27 @@ double squaredDistance(const Vec3& p, const Vec3& a, const Vec3& b, const Vec3& 
 
 } // namespace
 
-Range BoundedTriangle::inRange(const Ball& ball, const margins::DistanceSlack& slack) const {
-    if (!slack.isBound())
-        return Range::unknown;
+Range BoundedTriangle::inRange(const Ball& ball, const RangeLimits& limits) const {
     const Vec3 a = a_ - ball.centre;
     const Vec3 b = b_ - ball.centre;
     const Vec3 c = c_ - ball.centre;
     // A corner within the ball settles it, and so does a plane between the ball and all corners.
-    if (cornerSettles(std::min(vor(a), std::min(vor(b), vor(c))), ball, slack))
+    if (std::min(vor(a), std::min(vor(b), vor(c))) < limits.corner2)
         return Range::in;
-    const double outer = ball.clearlyBeyond + slack.sum();
     const Vec3 across = a + b + c;
     const double nearest = std::min(prosca(a, across), std::min(prosca(b, across), prosca(c, across)));
-    if (nearest > 0.0 && nearest * nearest > outer * outer * vor(across))
+    const double beyond2 = limits.beyond * limits.beyond;
+    if (nearest > 0.0 && nearest * nearest > beyond2 * vor(across))
         return Range::out;
-    const double inner = ball.clearlyWithin - slack.sum();
     const double distance2 = squaredDistance(ball.centre, a_, b_, c_);
-    if (inner > 0.0 && distance2 < inner * inner)
+    if (distance2 < limits.within2)
         return Range::in;
-    return distance2 > outer * outer ? Range::out : Range::unknown;
+    return distance2 > beyond2 ? Range::out : Range::unknown;
 }
 
 Range BoundedTriangle::inRange(const Ball& ball) const {
-    const Range range = inRange(ball, largestSlack_.at(ball.offset));
-    return range == Range::unknown ? inRange(ball, ownSlack(ball)) : range;
+    const Range range = ball.limits.bounded ? inRange(ball, ball.limits) : Range::unknown;
+    return range == Range::unknown ? inRange(ball, ownLimits(ball)) : range;
 }
 
 double BoundedTriangle::distanceBelow(const Vec3& point, double tolerance) const {

@@ -183,7 +183,7 @@ TEST(Margins, BoundsSettleARangeAsTheExactDistanceDoes) {
             for (int k = 0; k < 96 / count; ++k) {
                 const Vec3 p = pointNear(soup.triangle(t), scene, random);
                 const double distance = exactDistance(p, soup.triangle(t), scene.tolerance);
-                const BoundedTriangle bounded(mesh, t, tree.largestSlack());
+                const BoundedTriangle bounded(mesh, t);
                 ASSERT_LE(bounded.distanceBelow(p, scene.tolerance), distance);
                 const double size = power(random, -17.0, random.below(2) == 0 ? -13.0 : -1.0);
                 const double off = random.below(2) == 0 ? size : -size;
@@ -191,9 +191,10 @@ TEST(Margins, BoundsSettleARangeAsTheExactDistanceDoes) {
                     random.below(2) == 0 ? distance * (1.0 + off) : distance + off * scene.size;
                 if (!(reach > scene.tolerance))
                     continue;
-                const Ball ball(p, reach - scene.tolerance, scene.tolerance);
+                const auto slack = random.below(2) == 0 ? tree.largestSlack() : margins::DistanceSlack{};
+                const Ball ball(p, reach - scene.tolerance, scene.tolerance, slack);
                 const Range exact = ball.radius + ball.tolerance > distance ? Range::in : Range::out;
-                const bool byCorner = bounded.inRangeByCorner(mesh.corner(t, k % 3), ball);
+                const bool byCorner = inRangeByCorner(mesh, t, mesh.corner(t, k % 3), ball);
                 for (const Range range : {bounded.inRange(ball), byCorner ? Range::in : Range::unknown}) {
                     ++(range == Range::unknown ? open : settled);
                     ASSERT_TRUE(range == Range::unknown || range == exact)

@@ -28,23 +28,13 @@ constexpr double smallestCube = 2.5; // more than a piece, half a part of the ed
 constexpr int mostWidths = 24;
 constexpr double rounding = 1e-9; // of a piece's area
 
-std::uint64_t keyOf(int width, const std::array<std::int64_t, 3>& cube) {
+std::uint64_t keyOf(int width, const Cube& cube) {
     std::uint64_t key = static_cast<std::uint64_t>(width) + 1;
     for (const std::int64_t number : cube) {
         key = (key ^ static_cast<std::uint64_t>(number)) * 0x9e3779b97f4a7c15ULL;
         key ^= key >> 29U;
     }
     return key;
-}
-
-std::array<std::int64_t, 3> cubeOf(const Point& p, double width) {
-    constexpr double farthest = 1e15;
-    std::array<std::int64_t, 3> cube{};
-    for (std::size_t k = 0; k < 3; ++k) {
-        cube[k] =
-            static_cast<std::int64_t>(std::clamp(std::floor(finite(p[k] / width)), -farthest, farthest));
-    }
-    return cube;
 }
 
 std::vector<Cell> cellsOf(const std::vector<NetFace>& faces, const std::vector<Cell>& measured) {
@@ -107,7 +97,7 @@ private:
         for (; w < mostWidths && width < reach + partLength * step_; ++w) {
             width *= 2.0;
         }
-        const auto meets = [&](const std::array<std::int64_t, 3>& cube) {
+        const auto meets = [&](const Cube& cube) {
             if (w > 0) {
                 return w == mostWidths || wide_.count(keyOf(w, cube)) > 0;
             }
@@ -118,17 +108,7 @@ private:
                               reach;
                    });
         };
-        const auto cube = cubeOf(facet.centroid, width);
-        for (std::int64_t x = -1; x <= 1; ++x) {
-            for (std::int64_t y = -1; y <= 1; ++y) {
-                for (std::int64_t z = -1; z <= 1; ++z) {
-                    if (meets({cube[0] + x, cube[1] + y, cube[2] + z})) {
-                        return true;
-                    }
-                }
-            }
-        }
-        return false;
+        return anyAround(cubeOf(facet.centroid, width), meets);
     }
 
     double besideCells(const Triangle& corners, const Facet& facet) const {

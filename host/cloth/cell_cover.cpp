@@ -87,10 +87,12 @@ CellCover::Place CellCover::placeIn(const Shape& shape, const Point& p) {
         const Point& a = shape.corners[0];
         const Point& b = shape.corners[k];
         const Point& c = shape.corners[k + 1];
-        const auto [toB, toC] = nearestShares(a, b, c, p);
-        const Point nearest = a + (scale(b - a, toB) + scale(c - a, toC));
+        const Point nearest = nearestOnTriangle(a, b, c, p);
         const double d = distance(p, nearest);
         if (d < best.distance) {
+            // A half without area has none of its own places.
+            const double toB = finite(dot(nearest - a, shape.halves[k - 1].toSecond));
+            const double toC = finite(dot(nearest - a, shape.halves[k - 1].toThird));
             const auto& [aAlong, aAcross] = places[shape.first];
             const auto& [bAlong, bAcross] = places[(shape.first + k) % 4];
             const auto& [cAlong, cAcross] = places[(shape.first + k + 1) % 4];
@@ -179,7 +181,7 @@ Cover CellCover::coverOf(const Facet& facet, Hint& hint) const {
     if (hint.cell && wholeAt(*hint.cell)) {
         return best;
     }
-    const CellCubes::Cube cube = cubes_.cubeOf(facet.centroid);
+    const Cube cube = cubes_.cubeOf(facet.centroid);
     if (!hint.known || cube != hint.cube) {
         hint.cube = cube;
         hint.known = true;

@@ -34,7 +34,7 @@ public:
     // What one facet's search leaves for the next one, which is likely to lie close by.
     struct Hint {
         std::optional<std::size_t> cell; // that covered the last facet
-        CellCubes::Cube cube{};          // that the last facet lay in
+        Cube cube{};                     // that the last facet lay in
         std::vector<std::uint32_t> near; // cells in that cube and around it, what covered of late in front
         bool known = false;
     };

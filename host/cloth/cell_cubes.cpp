@@ -34,12 +34,12 @@ CellCubes::CellCubes(const Grid& grid, const std::vector<Cell>& cells, double wi
     }
 }
 
-CellCubes::Cube CellCubes::cubeOf(const Point& p) const {
+Cube cubeOf(const Point& p, double width) {
     constexpr double farthest = 1e15;
     Cube cube{};
     for (std::size_t k = 0; k < 3; ++k) {
         // In this order no number, as 0 / 0 makes it without cubes, ends as the farthest.
-        const double number = std::max(-farthest, std::min(farthest, std::floor(p[k] / width_)));
+        const double number = std::max(-farthest, std::min(farthest, std::floor(p[k] / width)));
         cube[k] = static_cast<std::int64_t>(number);
     }
     return cube;

@@ -6,20 +6,21 @@
 #include "host/mesh/point.h"
 
 namespace drape::host {
+
+using namespace vec;
 namespace {
 
 Point chord(const Grid& grid, std::int32_t node, const std::vector<std::int32_t>& behindLinks,
             const std::vector<std::int32_t>& aheadLinks) {
     const auto at = static_cast<std::size_t>(node);
     const auto other = [&](std::int32_t link) { return link > 0 && link <= grid.count ? link - 1 : node; };
-    return vec::unit(
-        vec::subtract(nodePosition(grid, other(aheadLinks[at])), nodePosition(grid, other(behindLinks[at]))));
+    return unit(nodePosition(grid, other(aheadLinks[at])) - nodePosition(grid, other(behindLinks[at])));
 }
 
 Point blend(const Grid& grid, std::array<std::int32_t, 4> ends, double part) {
-    const Point first = vec::subtract(nodePosition(grid, ends[1]), nodePosition(grid, ends[0]));
-    const Point last = vec::subtract(nodePosition(grid, ends[3]), nodePosition(grid, ends[2]));
-    return vec::unit(vec::mix(first, last, part));
+    const Point first = nodePosition(grid, ends[1]) - nodePosition(grid, ends[0]);
+    const Point last = nodePosition(grid, ends[3]) - nodePosition(grid, ends[2]);
+    return unit(mix(first, last, part));
 }
 
 } // namespace

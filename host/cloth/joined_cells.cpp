@@ -17,13 +17,24 @@ namespace {
 constexpr double samePlace = 1e-4; // cells between nodes that count as one
 constexpr double sameKnot = 0.5;   // cells between nodes whose cloth is sewn together
 
-std::vector<std::int32_t> placesOf(const Grid& grid, double reach) {
+std::pair<std::int32_t, std::int32_t> crossAt(const Grid& grid, std::int32_t node) {
+    return {grid.i[at(node)], grid.j[at(node)]};
+}
+
+// By their grid coordinates, then by number.
+std::vector<std::int32_t> nodesByCross(const Grid& grid) {
     std::vector<std::int32_t> order(at(grid.count));
     std::iota(order.begin(), order.end(), 0);
-    const auto cross = [&](std::int32_t n) { return std::pair(grid.i[at(n)], grid.j[at(n)]); };
     std::sort(order.begin(), order.end(), [&](std::int32_t a, std::int32_t b) {
-        return std::tuple_cat(cross(a), std::tuple(a)) < std::tuple_cat(cross(b), std::tuple(b));
+        return std::tuple_cat(crossAt(grid, a), std::tuple(a)) <
+               std::tuple_cat(crossAt(grid, b), std::tuple(b));
     });
+    return order;
+}
+
+// Per node, the lowest one within `reach` of it among those with its coordinates.
+std::vector<std::int32_t> placesOf(const Grid& grid, const std::vector<std::int32_t>& order, double reach) {
+    const auto cross = [&](std::int32_t n) { return crossAt(grid, n); };
     std::vector<std::int32_t> places(order.size());
     for (std::size_t first = 0; first < order.size();) {
         std::size_t k = first;
@@ -63,8 +74,9 @@ JoinedCloth joinedCloth(const Grid& grid, const std::vector<Cell>& cells) {
     const auto& first = cells.front().nodes;
     cloth.stepA = nodeFlat(grid, first[1])[0] - nodeFlat(grid, first[0])[0];
     cloth.stepB = nodeFlat(grid, first[3])[1] - nodeFlat(grid, first[0])[1];
-    cloth.placeOf = placesOf(grid, samePlace * std::min(cloth.stepA, cloth.stepB));
-    cloth.knotOf = placesOf(grid, sameKnot * std::min(cloth.stepA, cloth.stepB));
+    const std::vector<std::int32_t> order = nodesByCross(grid);
+    cloth.placeOf = placesOf(grid, order, samePlace * std::min(cloth.stepA, cloth.stepB));
+    cloth.knotOf = placesOf(grid, order, sameKnot * std::min(cloth.stepA, cloth.stepB));
     cloth.normals.assign(at(grid.count), Point{});
     std::vector<std::pair<std::array<std::int32_t, 4>, std::size_t>> byPlaces;
     for (std::size_t k = 0; k < cells.size(); ++k) {

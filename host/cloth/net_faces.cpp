@@ -233,8 +233,8 @@ double areaOf(const Grid& grid, const Cell& cell, const NetFace& face) {
     }
     double area = 0.0;
     for (const auto& triangle : trianglesOf(grid, cell, face)) {
-        area += vec::areaOf(pointIn(grid, cell, triangle[0]), pointIn(grid, cell, triangle[1]),
-                            pointIn(grid, cell, triangle[2]));
+        area += areaOf(pointIn(grid, cell, triangle[0]), pointIn(grid, cell, triangle[1]),
+                       pointIn(grid, cell, triangle[2]));
     }
     return area;
 }

@@ -11,6 +11,7 @@
 #include <map>
 #include <numbers>
 #include <optional>
+#include <span>
 #include <tuple>
 
 namespace drape::host {
@@ -167,7 +168,7 @@ private:
     };
 
     // The place on the mould's edge that a point of a cell's side lies at, if it does.
-    std::optional<OnEdge> onEdge(const Point& p, const std::vector<SideUse>& uses) const {
+    std::optional<OnEdge> onEdge(const Point& p, std::span<const SideUse> uses) const {
         double best = alongEdge * std::min(all_.cloth.stepA, all_.cloth.stepB);
         std::optional<OnEdge> found;
         for (const SideUse& use : uses) {
@@ -187,7 +188,7 @@ private:
     }
 
     // Adds what is left over of a side; it is a piece of the mould's edge if it runs along that.
-    void addStretch(const Cut& a, const Cut& b, int times, const std::vector<SideUse>& uses) {
+    void addStretch(const Cut& a, const Cut& b, int times, std::span<const SideUse> uses) {
         const std::size_t from = times > 0 ? a.knot : b.knot;
         const std::size_t to = times > 0 ? b.knot : a.knot;
         OutlinePoint first{knots[from].flat,     knots[from].space, NetBorder::cloth, -1, 0.0,
@@ -205,7 +206,7 @@ private:
         }
     }
 
-    void addSide(const Side& side, const std::vector<SideUse>& uses) {
+    void addSide(const Side& side, std::span<const SideUse> uses) {
         if (uses.size() == 2 && isWhole(uses[0]) && isWhole(uses[1]) && uses[0].forward != uses[1].forward) {
             return;
         }
@@ -249,12 +250,11 @@ private:
         const std::vector<SideUse> uses = sideUses(all_);
         for (std::size_t first = 0; first < uses.size();) {
             const Side side{uses[first].low, uses[first].high};
-            std::size_t end = first;
-            std::vector<SideUse> here;
-            for (; end < uses.size() && Side{uses[end].low, uses[end].high} == side; ++end) {
-                here.push_back(uses[end]);
+            std::size_t end = first + 1;
+            while (end < uses.size() && Side{uses[end].low, uses[end].high} == side) {
+                ++end;
             }
-            addSide(side, here);
+            addSide(side, std::span(uses).subspan(first, end - first));
             first = end;
         }
     }

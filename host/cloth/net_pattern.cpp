@@ -29,8 +29,10 @@ std::vector<std::vector<std::int32_t>> edgesNear(const RegionSearch& search, con
     const std::vector<BoundaryEdge>& boundary = search.edges.boundary;
     const double step = search.step;
     std::vector<Cell> joined;
+    std::vector<Point> centres;
     for (const JoinedCell& cell : cloth.cells) {
         joined.push_back(cells[cell.cells.front()]);
+        centres.push_back(cellCentre(grid, joined.back()));
     }
     const CellCubes cubes(grid, joined, reachOfEdge * step);
     std::vector<std::vector<std::int32_t>> near(cloth.cells.size());
@@ -43,7 +45,7 @@ std::vector<std::vector<std::int32_t>> edgesNear(const RegionSearch& search, con
             cubes.around(p, [&](std::size_t cell) {
                 auto& list = near[cell];
                 if ((list.empty() || list.back() != static_cast<std::int32_t>(e)) &&
-                    distance(p, cellCentre(grid, joined[cell])) <= reachOfEdge * step) {
+                    distance(p, centres[cell]) <= reachOfEdge * step) {
                     list.push_back(static_cast<std::int32_t>(e));
                 }
             });

@@ -16,6 +16,8 @@
 
 namespace drape::host {
 
+using namespace vec;
+
 namespace {
 
 TriangleMesh clippedBy(TriangleMesh mesh, const std::vector<Plane>& planes, Notes& notes) {
@@ -47,8 +49,7 @@ SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, Notes& notes
         const double area = mould.facets[t].area;
         double sum = 0.0;
         for (std::size_t k = 0; k < 3; ++k) {
-            const double share =
-                vec::areaOf(p, mesh.corner(t, (k + 1) % 3), mesh.corner(t, (k + 2) % 3)) / area;
+            const double share = areaOf(p, mesh.corner(t, (k + 1) % 3), mesh.corner(t, (k + 2) % 3)) / area;
             sum += share * toEdge[static_cast<std::size_t>(mesh.triangles[t][k])];
         }
         return sum;
@@ -65,7 +66,7 @@ SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, Notes& notes
     best.distance = std::numeric_limits<double>::infinity();
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
         const Point here = centreOf(mesh, t);
-        const double away = vec::distance(here, centroid);
+        const double away = distance(here, centroid);
         if (room(t, here) >= wanted && away < best.distance) {
             best = {here, t, away};
         }

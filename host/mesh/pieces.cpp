@@ -9,6 +9,8 @@
 
 namespace drape::host {
 
+using namespace vec;
+
 TriangleMesh chosenPiece(const TriangleMesh& mesh, const Point* near, Notes& notes) {
     const std::vector<std::int32_t> piece = piecesOf(mesh);
     const std::int32_t pieces = piece.empty() ? 0 : *std::max_element(piece.begin(), piece.end()) + 1;
@@ -22,7 +24,7 @@ TriangleMesh chosenPiece(const TriangleMesh& mesh, const Point* near, Notes& not
         std::vector<double> area(static_cast<std::size_t>(pieces), 0.0);
         for (std::size_t t = 0; t < piece.size(); ++t) {
             area[static_cast<std::size_t>(piece[t])] +=
-                vec::areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
+                areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
         }
         chosen = static_cast<std::int32_t>(std::max_element(area.begin(), area.end()) - area.begin());
     }

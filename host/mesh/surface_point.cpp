@@ -60,7 +60,7 @@ Point centreOf(const TriangleMesh& mesh, std::size_t triangle) {
 double areaOf(const TriangleMesh& mesh) {
     double sum = 0.0;
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
-        sum += vec::areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
+        sum += areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
     }
     return sum;
 }
@@ -69,7 +69,7 @@ Point centroidOf(const TriangleMesh& mesh) {
     Point sum{};
     double weight = 0.0;
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
-        const double area = vec::areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
+        const double area = areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
         sum = sum + area * centreOf(mesh, t);
         weight += area;
     }

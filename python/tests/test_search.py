@@ -2,6 +2,8 @@
 
 import multiprocessing
 import os
+import pickle
+import types
 from concurrent.futures import Executor, Future, ProcessPoolExecutor, ThreadPoolExecutor
 
 import numpy as np
@@ -89,8 +91,19 @@ def rows(table):
     return [np.ascontiguousarray(table[name]).tobytes() for name in table.dtype.names]
 
 
+moulds_unpacked = []  # in a worker
+
+
+def count_moulds_unpacked():
+    def loads(packed):
+        moulds_unpacked.append(packed)
+        return pickle.loads(packed)
+
+    search.pickle = types.SimpleNamespace(loads=loads)
+
+
 def worker_state(_):
-    return os.getpid(), len(search._moulds)
+    return os.getpid(), len(search._moulds), len(moulds_unpacked)
 
 
 class Counting(Executor):
@@ -106,13 +119,16 @@ class Counting(Executor):
         return self.inner.submit(fn, *args)
 
 
-def test_the_mould_travels_once_to_each_worker(plate, plain):
+def test_the_mould_travels_once_to_each_worker(plate, plain, monkeypatch):
     many = np.repeat(SEEDS, 20, axis=0)
-    with ProcessPoolExecutor(2) as processes:
+    packed = []
+    dumps = pickle.dumps
+    monkeypatch.setattr(search.pickle, "dumps", lambda mould, protocol: packed.append(mould) or dumps(mould, protocol))
+    with ProcessPoolExecutor(2, initializer=count_moulds_unpacked) as processes:
         counting = Counting(processes)
         swept = drape.sweep(plate, many, ANGLES, counting, step=15)
-        assert counting.tasks >= 30 and counting.sent <= 3
-        assert {held for _, held in processes.map(worker_state, range(8))} == {1}
+        assert counting.tasks >= 30 and counting.sent <= 3 and packed == [plate]
+        assert {(held, unpacked) for _, held, unpacked in processes.map(worker_state, range(8))} == {(1, 1)}
     assert swept.table.largest_shear.reshape(3, 20, 3)[:, 0].tobytes() == plain.largest_shear.tobytes()
 
 

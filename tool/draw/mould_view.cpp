@@ -4,11 +4,11 @@
 #include "tool/draw/mould_view.h"
 
 #include "host/cloth/grid.h"
+#include "host/mesh/box.h"
 #include "host/mesh/point.h"
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <numbers>
 
 namespace tool {
@@ -92,17 +92,13 @@ Point chooseAcross(const Mould& mould, const Moments& moments, const Point& abov
 }
 
 void fit(MouldView& view, const Mould& mould, double width, double height) {
-    double left = std::numeric_limits<double>::infinity();
-    double top = left;
-    double right = -left;
-    double bottom = -left;
+    Box2 box;
     for (const Point& position : mould.positions) {
         const Seen seen = view.see(position);
-        left = std::min(left, seen.x);
-        right = std::max(right, seen.x);
-        top = std::min(top, seen.y);
-        bottom = std::max(bottom, seen.y);
+        box.add({seen.x, seen.y});
     }
+    const auto [left, top] = box.low;
+    const auto [right, bottom] = box.high;
     const double spanX = std::max(right - left, 1e-12);
     const double spanY = std::max(bottom - top, 1e-12);
     if (!std::isfinite(spanX) || !std::isfinite(spanY)) {

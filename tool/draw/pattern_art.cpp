@@ -5,6 +5,7 @@
 #include "host/cloth/cloth_lines.h"
 #include "host/cloth/grid.h"
 #include "host/cloth/net_faces.h"
+#include "host/mesh/box.h"
 #include "host/mesh/point.h"
 #include "tool/draw/labels.h"
 
@@ -117,14 +118,11 @@ public:
 
     void addPolygon(const std::vector<FlatPoint>& polygon, bool closed = true) {
         std::vector<FlatPoint> points;
-        FlatPoint low{1e300, 1e300};
-        FlatPoint high{-1e300, -1e300};
+        Box2 box;
         for (const FlatPoint& flat : polygon) {
-            const FlatPoint& p = points.emplace_back(page_.place(flat));
-            low = {std::min(low[0], p[0]), std::min(low[1], p[1])};
-            high = {std::max(high[0], p[0]), std::max(high[1], p[1])};
+            box.add(points.emplace_back(page_.place(flat)));
         }
-        if (sees(low[0], low[1], high[0], high[1])) {
+        if (sees(box.low[0], box.low[1], box.high[0], box.high[1])) {
             canvas_.path(points, closed);
         }
     }
@@ -257,12 +255,11 @@ void drawSeed(Canvas& canvas, const Placement& page, const Scene& scene) {
 } // namespace
 
 std::array<FlatPoint, 2> reachOf(const Scene& scene) {
-    FlatPoint low{0.0, 0.0};
-    FlatPoint high{0.0, 0.0};
+    Box2 box;
+    box.add({0.0, 0.0});
     const auto reach = [&](const FlatPoint& flat) {
-        for (std::size_t k = 0; k < 2 && std::isfinite(flat[0]) && std::isfinite(flat[1]); ++k) {
-            low[k] = std::min(low[k], flat[k]);
-            high[k] = std::max(high[k], flat[k]);
+        if (std::isfinite(flat[0]) && std::isfinite(flat[1])) {
+            box.add(flat);
         }
     };
     for (const auto& loop : scene.cut->loops) {
@@ -273,7 +270,7 @@ std::array<FlatPoint, 2> reachOf(const Scene& scene) {
             std::for_each(stretch.flat.begin(), stretch.flat.end(), reach);
         }
     }
-    return {low, high};
+    return {box.low, box.high};
 }
 
 void drawPattern(Canvas& canvas, const Placement& page, const Scene& scene, const ShearScale& scale,

@@ -2,6 +2,7 @@
 // first that has light polylines and says its unit. Layers: CUT (the line to cut, outlines and holes), NET
 // (outlines of the net pattern) and HOLE (its holes), CURVE (transferred curves), WARP (an arrow), TEXT
 // (name, side, angle and mould) and SEED (a point at 0, 0).
+#include "host/mesh/box.h"
 #include "tool/draw/labels.h"
 #include "tool/draw/pattern_art.h"
 #include "tool/write/file_numbers.h"
@@ -365,20 +366,17 @@ std::vector<Lying> laidInRow(std::span<const Scene> pieces) {
 std::string outlineDxf(std::span<const Scene> pieces) {
     const std::vector<Lying> row = laidInRow(pieces);
     std::vector<DrawnLine> lines;
-    FlatPoint low{0.0, 0.0}; // the first seed lies at the origin and is drawn too
-    FlatPoint high{0.0, 0.0};
+    Box2 box;
+    box.add({0.0, 0.0}); // the first seed, which is drawn too
     for (const Lying& piece : row) {
         for (DrawnLine& line : linesOf(piece)) {
             for (const FlatPoint& point : line.points) {
-                for (std::size_t k = 0; k < 2; ++k) {
-                    low[k] = std::min(low[k], point[k]);
-                    high[k] = std::max(high[k], point[k]);
-                }
+                box.add(point);
             }
             lines.push_back(std::move(line));
         }
     }
-    DxfFile file(low, high);
+    DxfFile file(box.low, box.high);
     for (const DrawnLine& line : lines) {
         file.polyline(line.layer, line.points, line.closed);
     }
