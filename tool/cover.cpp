@@ -44,13 +44,15 @@ private:
 TerritorySpread overThreads(int wanted) {
     const int cores = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
     const int threads = wanted > 0 ? wanted : cores;
-    return [threads](std::size_t count, const std::function<Territory(std::size_t)>& work) {
+    return [threads](const std::vector<PieceStart>& starts,
+                     const std::function<Territory(const PieceStart&)>& work) {
+        const std::size_t count = starts.size();
         std::vector<Territory> results(count);
         std::atomic<std::size_t> next{0};
         const auto drapeNext = [&] {
             const std::size_t k = next++;
             if (k < count) {
-                results[k] = work(k);
+                results[k] = work(starts[k]);
             }
             return k < count;
         };

@@ -192,9 +192,7 @@ void addSweepOptions(CLI::App& app, Settings& settings, Texts& texts) {
                    "Drape only the K-th of N shares of the candidates; the tables of all shares join by cat")
         ->type_name("K/N")
         ->group(group);
-    app.add_option("--jobs,-j", texts.jobs, "Threads at a time [one per core]")
-        ->type_name("N")
-        ->group(group);
+    app.add_option("--jobs,-j", texts.jobs, "Threads at a time [one per core]")->type_name("N")->group(group);
 }
 
 void addCoverOptions(CLI::App& app, Settings& settings, Texts& texts) {

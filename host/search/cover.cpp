@@ -110,7 +110,7 @@ private:
 
     void drape(const std::vector<PieceStart>& starts) {
         for (Territory& territory :
-             spread_(starts.size(), [&](std::size_t k) { return territoryOf(cover_, starts[k]); })) {
+             spread_(starts, [&](const PieceStart& start) { return territoryOf(cover_, start); })) {
             if (!territory.vertices.empty()) {
                 territories_.push_back(std::move(territory));
             }

@@ -41,10 +41,10 @@ struct PieceSet {
     double seamLength = 0.0;
 };
 
-// Carries out `work(0)` to `work(count - 1)`, in any order and anywhere, and returns what they gave, in
-// order.
+// Carries out `work` on each start, in any order and anywhere (by `territoryOf` where the work itself can't
+// go), and returns what they gave, in order.
 using TerritorySpread = std::function<std::vector<Territory>(
-    std::size_t count, const std::function<Territory(std::size_t)>& work)>;
+    const std::vector<PieceStart>& starts, const std::function<Territory(const PieceStart&)>& work)>;
 
 // How far the search is.
 struct CoverProgress {

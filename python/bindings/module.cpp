@@ -10,6 +10,7 @@ PYBIND11_MODULE(_core, module) {
     bindCurves(module);
     bindPly(module);
     bindSearch(module);
+    bindCover(module);
     auto operations = module.def_submodule("lib", "The library's operations.");
     bindOperations(operations);
 }

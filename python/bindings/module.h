@@ -16,6 +16,7 @@ void bindMould(py::module_& module);
 void bindPly(py::module_& module);
 void bindCurves(py::module_& module); // before what takes curves
 void bindSearch(py::module_& module);
+void bindCover(py::module_& module);
 
 // Held by whoever is in an operation of the library that shares the state of the process. The interpreter's
 // lock must not be held while waiting for it.

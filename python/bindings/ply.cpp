@@ -1,4 +1,5 @@
 // One drape: what it may be asked for, the run, and its arrays and figures.
+#include "python/bindings/show.h"
 #include "python/bindings/surface.h"
 
 #include "drape.h"
@@ -7,10 +8,10 @@
 #include "host/cloth/net_pattern.h"
 #include "host/search/default_start.h"
 #include "tool/report.h"
+#include "tool/scenes.h"
 #include "tool/write/writers.h"
 
 #include <cstddef>
-#include <filesystem>
 
 namespace drape::python {
 
@@ -140,20 +141,8 @@ py::dict choiceOf(const HeldPly& ply) {
     return choice;
 }
 
-// How a ply is shown in a report and in files.
-struct Show {
-    double millimetresPerUnit = 1.0;
-    double allowance = 0.0; // of the cut line beyond the net line, in the mould's unit
-    std::string name;       // on drawings, that of the mould's file if it's empty
-    std::optional<tool::Paper> paper;
-    std::vector<CurveResult> curves;
-};
-
 std::string reportWith(const HeldPly& ply, const Show& show, const tool::CutLines& cut) {
-    tool::Settings settings;
-    settings.input = ply.mould->source;
-    settings.millimetresPerUnit = show.millimetresPerUnit;
-    settings.allowance = show.allowance;
+    const tool::Settings settings = settingsOf(*ply.mould, show);
     const tool::Story story{settings, ply.measured(), cut, show.curves, nullptr, ply.trial.seconds};
     return tool::jsonOf(story);
 }
@@ -163,33 +152,13 @@ std::string reportOf(const HeldPly& ply, const Show& show) {
 }
 
 void writePly(const HeldPly& ply, const std::string& path, const Show& show) {
-    std::string failure;
-    try {
-        const py::gil_scoped_release unlocked;
+    orOutputError([&] {
         const Trial& trial = ply.measured();
         const tool::CutLines cut = tool::cutLinesOf(trial.measures.net, show.allowance);
-        tool::Scene scene;
-        scene.mould = trial.mould.get();
-        scene.choice = &trial.choice;
-        scene.grid = &trial.grid;
-        scene.measures = &trial.measures;
-        scene.cut = &cut;
-        scene.curves = show.curves;
-        scene.reportJson = reportWith(ply, show, cut);
-        scene.millimetresPerUnit = show.millimetresPerUnit;
-        scene.ply = show.name.empty() ? std::filesystem::path(ply.mould->source).stem().string() : show.name;
-        scene.mouldName = std::filesystem::path(ply.mould->source).filename().string();
-        scene.side = textOf(trial.side);
-        scene.paper = show.paper;
-        tool::writeOutput(path, scene);
-    } catch (const std::runtime_error& error) {
-        failure = error.what();
-    }
-    if (!failure.empty()) {
-        const auto type = py::module_::import("drape.errors").attr("OutputError");
-        PyErr_SetObject(type.ptr(), py::object(type(failure)).ptr());
-        throw py::error_already_set();
-    }
+        const tool::Settings settings = settingsOf(*ply.mould, show);
+        const std::string report = reportWith(ply, show, cut);
+        tool::writeOutput(path, tool::sceneOf(settings, trial, cut, show.curves, report, settings.ply));
+    });
 }
 
 using Part = const Trial& (HeldPly::*)() const; // `sheared` or `measured`

@@ -6,6 +6,7 @@
     ply = mould.drape(seed=(0, 0, 40), angle=45, step=5)
     ply.positions, ply.shear, ply.fibres, ply.net, ply.report()
     best = drape.sweep(mould, seeds=25, angles=range(0, 90, 15))
+    pieces = drape.cover(mould, locking=45)
 
 Lengths are in the mesh's own unit, angles in degrees, positive anticlockwise seen from the side on which the cloth
 lies. All drapes of equal input are equal to the last bit, whatever ran them.
@@ -32,6 +33,7 @@ from .errors import (
     status_text,
 )
 from .mould import Mould
+from .pieces import Cover, Piece, Seam, cover
 from .ply import Choice, Curve, Fibres, Net, NetLoop, Ply, Stretch
 from .search import Sweep, sweep
 
@@ -39,6 +41,7 @@ __all__ = [
     "ArrayError",
     "Choice",
     "ClosedError",
+    "Cover",
     "Curve",
     "CurveError",
     "Error",
@@ -50,7 +53,9 @@ __all__ = [
     "NoSuchSideError",
     "NothingLeftError",
     "OutputError",
+    "Piece",
     "Ply",
+    "Seam",
     "StartError",
     "StatusError",
     "Stretch",
@@ -61,6 +66,7 @@ __all__ = [
     "UnreadableError",
     "UprightError",
     "__version__",
+    "cover",
     "errors",
     "lib",
     "status_text",

@@ -128,6 +128,15 @@ class Ply:
         ply._start = (settings, seed, angle)
         return ply
 
+    @classmethod
+    def _held(cls, mould: Mould, settings: Settings, core: Any) -> Ply:
+        """One that was draped already, from its own seed."""
+        ply = cls.__new__(cls)
+        ply.mould = mould
+        ply._core = core
+        ply._start = (settings, ply.choice.seed, ply.choice.angle)
+        return ply
+
     def __reduce__(self) -> tuple[Any, ...]:
         """A pickle holds the mould and the start; whoever loads it drapes again and has the same bits."""
         return Ply._run, (self.mould, *self._start)
@@ -284,7 +293,7 @@ class Ply:
         self, *, millimetres_per_unit: float = 1.0, allowance: float = 0.0, curves: Iterable[Curve] = ()
     ) -> dict[str, Any]:
         """All figures, as the program's JSON report has them and by its names. The arguments are those of write."""
-        return json.loads(self._core.report_json(_show(millimetres_per_unit, allowance, curves)))
+        return json.loads(self._core.report_json(shown(millimetres_per_unit, allowance, curves)))
 
     def write(
         self,
@@ -309,7 +318,7 @@ class Ply:
 
         Raises OutputError.
         """
-        self._core.write(os.fspath(path), _show(millimetres_per_unit, allowance, curves, name, paper))
+        self._core.write(os.fspath(path), shown(millimetres_per_unit, allowance, curves, name, paper))
 
     def plot(self, path: str | os.PathLike[str] | None = None) -> Any:
         """Draw the cloth on the mould, coloured by shear, and its pattern beside it, with matplotlib. Gives the
@@ -356,13 +365,14 @@ class Ply:
         )
 
 
-def _show(
+def shown(
     millimetres_per_unit: float,
     allowance: float,
-    curves: Iterable[Curve],
+    curves: Iterable[Curve] = (),
     name: str = "",
     paper: str | tuple[float, float] | None = None,
 ) -> Any:
+    """How cloth is shown in files, as `Ply.write` names it."""
     scale = _arrays.above_zero("millimetres_per_unit", millimetres_per_unit)
     beyond = _arrays.number("allowance", allowance, low=0.0)
     return _core.Show(scale, beyond, name, _sheets(paper), [curve._core for curve in curves])

@@ -3,16 +3,14 @@
 from __future__ import annotations
 
 import os
-import pickle
-import threading
-from collections import OrderedDict, deque
-from concurrent.futures import FIRST_COMPLETED, Executor, Future, ThreadPoolExecutor, wait
-from typing import Any, Callable, Iterable, Iterator, NamedTuple, Optional, Sequence
+from concurrent.futures import Executor, ThreadPoolExecutor
+from typing import Any, Callable, Iterable, NamedTuple, Optional, Sequence
 
 import numpy as np
 
 from . import _arrays, _core
 from ._arrays import Doubles
+from ._spread import Spread
 from .errors import ArrayError
 from .mould import Mould
 from .ply import Ply
@@ -20,7 +18,6 @@ from .settings import Settings, Step, Within
 
 _MOST_CANDIDATES = 1_000_000
 _SHARES_PER_WORKER = 16  # enough of them that no worker waits long for the last one
-_MOULDS_KEPT = 4  # by a worker, the latest
 
 Progress = Callable[[int, int], None]
 
@@ -141,13 +138,12 @@ def _swept(
     executor: Executor,
     progress: Optional[Progress],
 ) -> Sweep:
-    workers = max(1, getattr(executor, "_max_workers", None) or os.cpu_count() or 1)
-    size = max(1, len(seeds) // (_SHARES_PER_WORKER * workers))
+    spread = Spread(mould, _draped, settings, executor)
+    size = max(1, len(seeds) // (_SHARES_PER_WORKER * spread.workers))
     shares = [_Share(i, seeds[i : i + size], angles[i : i + size]) for i in range(0, len(seeds), size)]
-    run = _Threads(mould, settings) if isinstance(executor, ThreadPoolExecutor) else _Workers(mould, settings)
     whole = np.zeros(len(seeds), dtype=_core.row_type())
     done = 0
-    for index, table in _results(run, shares, executor, workers):
+    for index, table in spread.results(shares):
         whole[shares[index].first :][: len(table)] = table
         done += len(table)
         if progress is not None:
@@ -155,75 +151,5 @@ def _swept(
     return Sweep(mould, settings, whole)
 
 
-class _Threads:
-    """Shares for threads of this process, which have the mould already."""
-
-    def __init__(self, mould: Mould, settings: Settings) -> None:
-        self._mould = mould
-        self._settings = settings
-
-    def submit(self, executor: Executor, share: _Share, first_of_worker: bool) -> Future:
-        return executor.submit(_draped, self._mould, self._settings, share)
-
-
-class _Workers:
-    """Shares for other processes: the mould goes with the first one of each worker, its key with all others."""
-
-    def __init__(self, mould: Mould, settings: Settings) -> None:
-        self._packed = pickle.dumps(mould, protocol=pickle.HIGHEST_PROTOCOL)
-        self._key = mould.key
-        self._settings = settings
-
-    def submit(self, executor: Executor, share: _Share, first_of_worker: bool) -> Future:
-        packed = self._packed if first_of_worker else None
-        return executor.submit(_draped_elsewhere, self._key, packed, self._settings, share)
-
-
-def _results(run: Any, shares: list[_Share], executor: Executor, workers: int) -> Iterator[tuple[int, np.ndarray]]:
-    """(index, table) of each share as it comes in, two of them under way per worker. A worker that turns out not to
-    have the mould, as one that joined later, hands its share back."""
-    waiting = deque(range(len(shares)))
-    running: dict[Future, int] = {}
-
-    def start(index: int, first_of_worker: bool) -> None:
-        running[run.submit(executor, shares[index], first_of_worker)] = index
-
-    try:
-        for turn in range(min(2 * workers, len(shares))):
-            start(waiting.popleft(), first_of_worker=turn < workers)
-        while running:
-            finished, _ = wait(running, return_when=FIRST_COMPLETED)
-            for future in finished:
-                index = running.pop(future)
-                table = future.result()
-                if table is None:
-                    start(index, first_of_worker=True)
-                    continue
-                if waiting:
-                    start(waiting.popleft(), first_of_worker=False)
-                yield index, table
-    finally:
-        for future in running:
-            future.cancel()
-
-
 def _draped(mould: Mould, settings: Settings, share: _Share) -> np.ndarray:
     return _core.try_candidates(mould._core, settings.core(), share.first + 1, share.seeds, share.angles)
-
-
-_moulds: OrderedDict[bytes, Mould] = OrderedDict()  # of a worker process, by their keys, the latest last
-_moulds_lock = threading.Lock()
-
-
-def _draped_elsewhere(key: bytes, packed: Optional[bytes], settings: Settings, share: _Share) -> Any:
-    """Runs in a worker. None if the mould hasn't come to it."""
-    with _moulds_lock:
-        if key not in _moulds:
-            if packed is None:
-                return None
-            _moulds[key] = pickle.loads(packed)
-        _moulds.move_to_end(key)
-        while len(_moulds) > _MOULDS_KEPT:
-            _moulds.popitem(last=False)
-        mould = _moulds[key]
-    return _draped(mould, settings, share)

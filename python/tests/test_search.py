@@ -11,7 +11,7 @@ import pytest
 
 import drape
 from conftest import SAMPLES
-from drape import search
+from drape import _spread
 
 SEEDS = np.array([[0, 0, 0], [30, -20, 0], [500, 0, 0]], dtype=float)
 ANGLES = [0, 30, 77.5]
@@ -99,11 +99,11 @@ def count_moulds_unpacked():
         moulds_unpacked.append(packed)
         return pickle.loads(packed)
 
-    search.pickle = types.SimpleNamespace(loads=loads)
+    _spread.pickle = types.SimpleNamespace(loads=loads)
 
 
 def worker_state(_):
-    return os.getpid(), len(search._moulds), len(moulds_unpacked)
+    return os.getpid(), len(_spread._moulds), len(moulds_unpacked)
 
 
 class Counting(Executor):
@@ -123,7 +123,7 @@ def test_the_mould_travels_once_to_each_worker(plate, plain, monkeypatch):
     many = np.repeat(SEEDS, 20, axis=0)
     packed = []
     dumps = pickle.dumps
-    monkeypatch.setattr(search.pickle, "dumps", lambda mould, protocol: packed.append(mould) or dumps(mould, protocol))
+    monkeypatch.setattr(_spread.pickle, "dumps", lambda mould, protocol: packed.append(mould) or dumps(mould, protocol))
     with ProcessPoolExecutor(2, initializer=count_moulds_unpacked) as processes:
         counting = Counting(processes)
         swept = drape.sweep(plate, many, ANGLES, counting, step=15)
