@@ -46,6 +46,10 @@ build develop
 echo "== Testing: develop"
 ctest --preset develop -j "$jobs" || failed=1
 
+build web
+echo "== Testing: web"
+ctest --preset web || failed=1
+
 if [ "$failed" -ne 0 ]; then
     echo "There were failures, see above." >&2
 fi

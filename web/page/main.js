@@ -619,6 +619,7 @@ function listenToViews() {
         button.addEventListener("click", acts[button.dataset.do]);
     }
     new ResizeObserver(() => page.result && showHistogram(page.result.report.shear, page.colours, page.scale)).observe(element("shear-panel"));
+    new ResizeObserver(() => page.result && page.stage.followPattern(page.result.report.pattern.extent, false)).observe(element("flat"));
 }
 
 function listenToFiles() {

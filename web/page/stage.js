@@ -69,6 +69,7 @@ export class Stage {
     #software = false;
     #restTimer = 0;
     #untouched = true; // nobody has moved the pattern by hand
+    #framed = null; // the side from which the whole mould is seen, until somebody moves it
     beforeDraw = () => {};
 
     constructor(canvas, mouldElement, patternElement, colours) {
@@ -93,6 +94,7 @@ export class Stage {
         this.flatControls.mouseButtons = { LEFT: MOUSE.PAN, MIDDLE: MOUSE.DOLLY, RIGHT: MOUSE.PAN };
         this.flatControls.touches = { ONE: TOUCH.PAN, TWO: TOUCH.DOLLY_PAN };
         this.controls.addEventListener("change", () => this.draw());
+        this.controls.addEventListener("start", () => (this.#framed = null));
         this.flatControls.addEventListener("change", () => this.draw());
         this.flatControls.addEventListener("start", () => (this.#untouched = false));
         this.shared = {
@@ -107,7 +109,7 @@ export class Stage {
         this.#scene.add(this.#part);
         this.#flatScene.add(this.#flat);
         this.#makeObjects();
-        new ResizeObserver(() => this.draw()).observe(mouldElement);
+        new ResizeObserver(() => (this.#framed ? this.fit(this.#framed) : this.draw())).observe(mouldElement);
         new ResizeObserver(() => this.draw()).observe(patternElement);
         window.addEventListener("resize", () => this.draw());
     }
@@ -224,6 +226,7 @@ export class Stage {
         }
         const { clientWidth: width, clientHeight: height } = this.mouldElement;
         const { away, target } = this.#framing(from.normalize(), width / Math.max(height, 1));
+        this.#framed = towards;
         this.controls.target.copy(target);
         this.camera.position.copy(target).addScaledVector(from, away);
         this.camera.near = away / 200;

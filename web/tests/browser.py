@@ -21,6 +21,8 @@ class Page:
         options = webdriver.ChromeOptions()
         for argument in ARGUMENTS:
             options.add_argument(argument)
+        # Every file that is saved, without asking.
+        options.add_experimental_option("prefs", {"profile.default_content_setting_values.automatic_downloads": 1})
         options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
         self.driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
         self.driver.set_script_timeout(PATIENCE)
@@ -141,7 +143,10 @@ class Page:
             new = [path for path in set(self.downloads.iterdir()) - before if path.suffix not in (".crdownload", ".tmp")]
             return new[0] if new and new[0].stat().st_size and not new[0].name.startswith(".") else None
 
-        return self.until(whole, f"a file of kind {kind}").read_bytes()
+        path = self.until(whole, f"a file of kind {kind}")
+        data = path.read_bytes()
+        path.unlink()  # the next one of this name would take its place unseen
+        return data
 
     def report(self):
         return json.loads(self.saved("json"))

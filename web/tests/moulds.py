@@ -19,6 +19,12 @@ def dome(columns, rows, size=200.0, height=40.0):
     return points, faces
 
 
+def lopsided():
+    """A dome without any symmetry, so that no two places on it are as good."""
+    points, faces = dome(32, 25)
+    return [(1.6 * x + 0.21 * y, y, z * (1.0 + 0.0031 * x + 0.0017 * y) + 0.06 * x) for x, y, z in points], faces
+
+
 def obj(points, faces):
     lines = [f"v {x!r} {y!r} {z!r}" for x, y, z in points] + [f"f {a + 1} {b + 1} {c + 1}" for a, b, c in faces]
     return "\n".join(lines).encode() + b"\n"
