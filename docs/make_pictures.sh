@@ -35,6 +35,15 @@ pattern() {
     keep "$work/$name.pattern.png" "$name"
 }
 
+# page NAME NUMBER: a page of the tray's ply book, which takes gmsh and pdftoppm.
+"$drape" "$root/samples/tray.step" --mesh-size 8 --layup "$root/samples/tray_layup.csv" --core 0,0,0 --quiet -o "$work/book.pdf"
+page() {
+    pdftoppm -r 90 -f "$2" -l "$2" -png -singlefile "$work/book.pdf" "$work/$1"
+    keep "$work/$1.png" "$1"
+}
+page ply_page 3
+page core_sample 7
+
 picture hemisphere hemisphere
 pattern hemisphere_pattern hemisphere
 picture double_dome double_dome --seed=0,0,50

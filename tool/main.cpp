@@ -9,6 +9,7 @@
 #include "tool/advice.h"
 #include "tool/cover.h"
 #include "tool/errors.h"
+#include "tool/layup_run.h"
 #include "tool/log.h"
 #include "tool/options.h"
 #include "tool/page.h"
@@ -77,7 +78,7 @@ bool writesPage(const Settings& settings) {
                        [](const std::string& path) { return path.ends_with(pageEnding); });
 }
 
-Surface loadSurface(Work& work) {
+ImportedMesh loadFile(Work& work) {
     ImportedMesh file = importSurface(work.settings.input, work.settings.import);
     const PolygonSoup& soup = file.soup;
     work.log.detail("read " + counted(soup.points.size(), "vertex", "vertices") + " and " +
@@ -85,10 +86,14 @@ Surface loadSurface(Work& work) {
     work.settings.surface.seed = namedSeed(work.settings, file);
     work.settings.surface.startsInMiddle = !looksForStart(work.settings) && !work.settings.cover.wanted;
     work.shell = file.shell;
+    return file;
+}
+
+Surface preparedFrom(Work& work, PolygonSoup soup) {
     ToldNotes notes(work.log);
     Surface surface = preparedSurface(soup, work.settings.surface, work.settings.trial.start, notes.list());
     if (writesPage(work.settings)) {
-        work.part = std::move(file.soup);
+        work.part = std::move(soup);
     }
     return surface;
 }
@@ -246,7 +251,11 @@ bool isOfUse(Refusal refusal) {
 }
 
 int run(Work& work) {
-    const Surface surface = loadSurface(work);
+    ImportedMesh file = loadFile(work);
+    if (!work.settings.layup.file.empty()) {
+        return runLayup(work.settings, file, work.log);
+    }
+    const Surface surface = preparedFrom(work, std::move(file.soup));
     if (work.settings.cover.wanted) {
         return coverAndTell(work.settings, surface, faceNumbers(work), work.log, work.begin);
     }

@@ -4,6 +4,7 @@
 
 #include "host/mesh/point.h"
 #include "tool/errors.h"
+#include "tool/layup_run.h"
 #include "tool/page.h"
 #include "tool/read/numbers.h"
 #include "tool/write/writers.h"
@@ -32,6 +33,8 @@ constexpr const char* examples = R"(Examples:
         how far one ply can go on the part above z = 10, as a cutting outline
   drape part.stl --cover --overlap 20 --roll-width 1270 -o pieces.pdf -o pieces.png
         cover a part that one ply can't with a few pieces, and print their patterns
+  drape skin.inp --set SKIN --layup layup.csv -o book.pdf -o kit.dxf -o laminate.inp
+        all plies of a laminate: the workshop's book, the patterns, the solver's deck
   drape mould.obj --curve trim.xyz -o cut.curve.csv
         carry a trim line drawn on the part onto the cloth
   parallel drape mould.obj --quiet --sweep --part {}/8 -o part{}.sweep.csv ::: 1 2 3 4 5 6 7 8
@@ -80,7 +83,8 @@ struct Texts {
         mostNodes, locking, within, part, jobs, millimetres, allowance, paper, cover, rollWidth, maxLength,
         overlap, seconds, keep;
     std::string meshSize;
-    std::vector<std::string> clips, faces;
+    std::string reference;
+    std::vector<std::string> clips, faces, cores;
     bool noWeld = false;
     bool covers = false;
 };
@@ -193,6 +197,26 @@ void addSweepOptions(CLI::App& app, Settings& settings, Texts& texts) {
         ->type_name("K/N")
         ->group(group);
     app.add_option("--jobs,-j", texts.jobs, "Threads at a time [one per core]")->type_name("N")->group(group);
+}
+
+void addLayupOptions(CLI::App& app, Settings& settings, Texts& texts) {
+    const char* group = "Laminate";
+    app.add_option(
+           "--layup", settings.layup.file,
+           "Drape the plies of this layup (CSV or JSON), on all cores; outputs are those of a laminate")
+        ->type_name("FILE")
+        ->group(group);
+    app.add_flag("--build-up", settings.layup.buildUp, "Lay each ply on the thickness of those below it")
+        ->group(group);
+    app.add_option("--core", texts.cores, "List what lies at this place, layer by layer; can be repeated")
+        ->type_name("x,y,z")
+        ->take_all()
+        ->group(group);
+    app.add_option(
+           "--shell-reference", texts.reference,
+           "What the mesh is in decks: middle, the shell's middle; mould, the face on the mould [middle]")
+        ->type_name("middle|mould")
+        ->group(group);
 }
 
 void addCoverOptions(CLI::App& app, Settings& settings, Texts& texts) {
@@ -434,6 +458,28 @@ void understandCover(const Texts& texts, Settings& settings) {
     }
 }
 
+void understandLayup(const Texts& texts, Settings& settings) {
+    LayupSettings& layup = settings.layup;
+    for (const std::string& text : texts.cores) {
+        const auto v = numbersOf("--core", text, 3, "x,y,z");
+        layup.cores.push_back({v[0], v[1], v[2]});
+    }
+    if (!texts.reference.empty() && texts.reference != "middle" && texts.reference != "mould") {
+        throw UsageError("--shell-reference " + texts.reference + ": give middle or mould");
+    }
+    layup.reference = texts.reference == "mould" ? ShellReference::mould : ShellReference::middle;
+    if (layup.file.empty()) {
+        if (layup.buildUp || !layup.cores.empty() || !texts.reference.empty()) {
+            throw UsageError("--build-up, --core and --shell-reference go with --layup");
+        }
+    } else if (settings.sweep.wanted || settings.cover.wanted || settings.keepGood || settings.trial.within ||
+               settings.trial.withinLargest || !settings.curves.empty() || !texts.angle.empty()) {
+        throw UsageError(
+            "--sweep, --cover, --keep, --within, --curve and --angle are of one ply and don't go with "
+            "--layup");
+    }
+}
+
 void understandSweep(const Texts& texts, Settings& settings) {
     SweepSettings& sweep = settings.sweep;
     sweep.wanted = sweep.wanted || !sweep.seeds.empty() || !sweep.angles.empty();
@@ -467,6 +513,9 @@ void understandSweep(const Texts& texts, Settings& settings) {
 void checkOverwriting(const Settings& settings, const std::string& path) {
     std::vector<std::string> inputs = settings.curves;
     inputs.push_back(settings.input);
+    if (!settings.layup.file.empty()) {
+        inputs.push_back(settings.layup.file);
+    }
     if (settings.sweep.seeds.starts_with('@')) {
         inputs.push_back(settings.sweep.seeds.substr(1));
     }
@@ -484,10 +533,23 @@ void checkOverwriting(const Settings& settings, const std::string& path) {
 void checkOutputs(const Settings& settings) {
     for (const std::string& path : settings.outputs) {
         checkOverwriting(settings, path);
+        if (!settings.layup.file.empty()) {
+            if (!isLaminateOutput(path)) {
+                throw UsageError("-o " + path +
+                                 ": a laminate isn't written as that; drape --help lists its kinds");
+            }
+            if (path.find(".core.") != std::string::npos && settings.layup.cores.empty()) {
+                throw UsageError("-o " + path +
+                                 ": a core sample is written only if one is asked for with --core");
+            }
+            continue;
+        }
         if (path.ends_with(".sweep.csv")) {
             if (!settings.sweep.wanted) {
                 throw UsageError("-o " + path + ": a table of a sweep goes with --sweep");
             }
+        } else if (!isKnownOutput(path) && isLaminateOutput(path)) {
+            throw UsageError("-o " + path + ": this is a file of a laminate, and goes with --layup");
         } else if (settings.cover.wanted && !isKnownCoverOutput(path)) {
             throw UsageError("-o " + path + ": several pieces can't be written as this; --cover makes\n" +
                              coverOutputHelp());
@@ -512,8 +574,8 @@ std::string footer() {
            "  *.html          a page that drapes live, with the part inside, for any browser\n"
            "  *.sweep.csv     all candidates of a sweep, one per line\n"
            "  *.pieces.obj    with --cover, the surface under each piece: NAME.piece1.obj, NAME.piece2.obj, "
-           "...\n\n" +
-           examples;
+           "...\n\nWith --layup:\n" +
+           laminateOutputHelp() + "\n" + examples;
 }
 
 } // namespace
@@ -526,6 +588,7 @@ bool readCommandLine(int argc, char** argv, Settings& settings) {
     addStartOptions(app, texts);
     addSweepOptions(app, settings, texts);
     addCoverOptions(app, settings, texts);
+    addLayupOptions(app, settings, texts);
     addOutputOptions(app, settings, texts);
     app.set_version_flag("--version", "drape " DRAPE_TOOL_VERSION, "Print the version and exit");
     app.footer(footer());
@@ -554,6 +617,7 @@ bool readCommandLine(int argc, char** argv, Settings& settings) {
     understandImport(texts, settings);
     understandSweep(texts, settings);
     understandCover(texts, settings);
+    understandLayup(texts, settings);
     checkOutputs(settings);
     std::for_each(settings.outputs.begin(), settings.outputs.end(), checkPlace);
     return true;

@@ -6,6 +6,7 @@
 #include "host/search/trial.h"
 #include "tool/draw/scene.h"
 #include "tool/read/mesh_import.h"
+#include "tool/write/laminate_files.h"
 
 #include <optional>
 #include <string>
@@ -30,6 +31,13 @@ struct CoverSettings {
     std::optional<double> seconds; // to improve the set in, else a fixed number of steps
 };
 
+struct LayupSettings {
+    std::string file; // empty for a drape of one ply
+    bool buildUp = false;
+    std::vector<Point> cores; // where to take core samples
+    ShellReference reference = ShellReference::middle;
+};
+
 struct Settings {
     std::string input;
     ImportWishes import;
@@ -45,7 +53,8 @@ struct Settings {
 
     SweepSettings sweep;
     CoverSettings cover;
-    bool keepGood = false;  // of a drape, the good region alone
+    bool keepGood = false; // of a drape, the good region alone
+    LayupSettings layup;
     double allowance = 0.0; // of the cut line beyond the net line, in the file's unit
     std::string ply;        // its name on drawings
     std::optional<Paper> paper;

@@ -30,6 +30,7 @@ enum class NoteKind {
     warpUpright, // the usual warp direction couldn't be laid into the surface
     // Warnings.
     sideUnclear,
+    buildUpHeld, // the plies below are thicker than a radius of the mould
     slenderCells,
     curveOffSurface
 };

@@ -10,7 +10,7 @@ import sys
 
 # Each room with the rooms, or single files, that it may include beside its own files.
 LIBRARY = ("include",)
-HOST = ("include", "host/mesh", "host/cloth", "host/search")
+HOST = ("include", "host/mesh", "host/cloth", "host/search", "host/laminate")
 ROOMS = {
     "include": (),
     "services": LIBRARY,
@@ -24,6 +24,7 @@ ROOMS = {
     "host/mesh": ("include",),
     "host/cloth": ("include", "host/mesh"),
     "host/search": ("include", "host/mesh", "host/cloth"),
+    "host/laminate": ("include", "host/mesh", "host/cloth", "host/search"),
     "tool/read": HOST,
     "tool/draw": HOST,
     "tool/write": (*HOST, "tool/draw"),

@@ -270,15 +270,15 @@ void drawWarpArrow(Canvas& canvas, const Stage& stage, const Seen& seed) {
 }
 
 // Everything that lies in the mould's own pixels; the canvas stands at their corner.
-void drawScene(Canvas& canvas, const Stage& stage) {
+void drawScene(Canvas& canvas, const Stage& stage, bool asImage) {
     const int width = std::max(1, static_cast<int>(std::ceil(stage.view.width)));
     const int height = std::max(1, static_cast<int>(std::ceil(stage.view.height)));
     DepthImage image(width, height, stage.view);
     drawMould(image, stage);
     drawCloth(image, stage);
     image.drawSilhouettes(std::max(6.0, 0.03 * std::max(width, height)));
-    const auto owners = canvas.isImage() ? std::vector<std::uint32_t>{} : image.seenOwners();
-    if (canvas.isImage() || owners.size() > mostPolygons) {
+    const auto owners = asImage ? std::vector<std::uint32_t>{} : image.seenOwners();
+    if (asImage || owners.size() > mostPolygons) {
         placeImage(canvas, image, 0.0, 0.0);
     } else {
         drawPolygons(canvas, stage, image, owners);
@@ -314,27 +314,42 @@ void drawCaption(Canvas& canvas, const Stage& stage, double height) {
                           angleLabel(stage.scene));
 }
 
+Stage stageOf(const Scene& scene, double width, double height) {
+    const MouldView view = chooseView(*scene.mould, *scene.grid, width, height);
+    const auto areas = triangleAreas(*scene.mould);
+    const double step = std::max(scene.choice->stepA, scene.choice->stepB);
+    return {scene,
+            view,
+            shearScale(*scene.measures),
+            clothLift * view.scale * vec::finite(step),
+            unitsOf(areas),
+            areas,
+            netFaces(*scene.grid, *scene.measures)};
+}
+
 } // namespace
+
+void drawMouldIn(Canvas& canvas, const Scene& scene, const Box& box, double pixelsPerUnit) {
+    const Stage stage = stageOf(scene, pixelsPerUnit * box.width, pixelsPerUnit * box.height);
+    cairo_save(canvas.cairo());
+    cairo_translate(canvas.cairo(), box.x + 0.5 * (box.width - stage.view.width / pixelsPerUnit),
+                    box.y + 0.5 * (box.height - stage.view.height / pixelsPerUnit));
+    cairo_scale(canvas.cairo(), 1.0 / pixelsPerUnit, 1.0 / pixelsPerUnit);
+    drawScene(canvas, stage, true);
+    cairo_restore(canvas.cairo());
+}
 
 std::string mouldPicture(const Scene& scene, Drawing drawing) {
     const double room = pageWidth - 3.0 * margin - barSpace;
-    const MouldView view = chooseView(*scene.mould, *scene.grid, room, tallestMould);
-    const auto areas = triangleAreas(*scene.mould);
-    const double step = std::max(scene.choice->stepA, scene.choice->stepB);
-    const Stage stage{scene,
-                      view,
-                      shearScale(*scene.measures),
-                      clothLift * view.scale * vec::finite(step),
-                      unitsOf(areas),
-                      areas,
-                      netFaces(*scene.grid, *scene.measures)};
+    const Stage stage = stageOf(scene, room, tallestMould);
+    const MouldView& view = stage.view;
     const double inner = std::max(view.height, lowestPage - 2.0 * margin - captionSpace);
     const double height = std::ceil(inner + 2.0 * margin + captionSpace);
     Canvas canvas(drawing, PageUnit::pixel, pageWidth, height, 1.0);
     cairo_save(canvas.cairo());
     cairo_translate(canvas.cairo(), std::floor(margin + 0.5 * (room - view.width)),
                     std::floor(margin + 0.5 * (inner - view.height)));
-    drawScene(canvas, stage);
+    drawScene(canvas, stage, canvas.isImage());
     cairo_restore(canvas.cairo());
     if (!scene.measures->cells.empty()) {
         const double left = pageWidth - margin - barSpace + 40.0;

@@ -4,7 +4,7 @@
 #include "tool/read/shell_builder.h"
 #include "tool/read/shell_readers.h"
 
-#include <cmath>
+#include <limits>
 
 namespace tool {
 namespace {
@@ -29,6 +29,11 @@ Shape shapeOf(std::int64_t type) {
     default:
         return {};
     }
+}
+
+// Of a group's number; a minus says that the surface is turned over in it.
+std::int64_t magnitude(std::int64_t group) {
+    return group >= 0 ? group : group == std::numeric_limits<std::int64_t>::min() ? 0 : -group;
 }
 
 class GmshReader {
@@ -160,8 +165,8 @@ private:
         }
         builder_.addElement(number, shape.corners, numbers, face, place());
         for (const std::int64_t group : groups) {
-            const auto name = names_.find(std::abs(group));
-            builder_.addToElementSet(name == names_.end() ? std::to_string(std::abs(group)) : name->second,
+            const auto name = names_.find(magnitude(group));
+            builder_.addToElementSet(name == names_.end() ? std::to_string(magnitude(group)) : name->second,
                                      number, true, place());
         }
         builder_.addToElementSet("FACE" + std::to_string(face), number, true, place());

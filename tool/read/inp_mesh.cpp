@@ -293,7 +293,8 @@ private:
         const std::int64_t last = deckWhole(fields[1], place, "the last number");
         const std::int64_t step =
             fields.size() > 2 && !fields[2].empty() ? deckWhole(fields[2], place, "the step") : 1;
-        if (step < 1 || first < 0 || last - first > most || last > std::int64_t{1} << 60) {
+        if (step < 1 || step > most || first < 0 || last < 0 || last - first > most ||
+            last > std::int64_t{1} << 60) {
             failAt(place, "the range of the set " + name + " isn't one");
         }
         for (std::int64_t number = first; number <= last; number += step) {

@@ -224,7 +224,7 @@ private:
             const bool range = k + 2 < words.size() && upperCase(words[k + 1]) == "THRU";
             const std::int64_t last =
                 range ? deckWhole(words[k + 2], set.place, "the member of a set") : first;
-            if (last < first || last - first > most) {
+            if (first < 0 || last < first || last - first > most) {
                 failAt(set.place, "the range of the set isn't one");
             }
             for (std::int64_t number = first; number <= last; ++number) {

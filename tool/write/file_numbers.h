@@ -26,4 +26,16 @@ inline std::string fileNumber(double value, int digits = 9) {
 #endif
 }
 
+// A word as a field of a table: in quotes where it holds what parts fields.
+inline std::string csvField(const std::string& word) {
+    if (word.find_first_of(",\"\n\r") == std::string::npos) {
+        return word;
+    }
+    std::string quoted = "\"";
+    for (const char c : word) {
+        quoted += c == '"' ? "\"\"" : std::string(1, c);
+    }
+    return quoted + "\"";
+}
+
 } // namespace tool

@@ -59,62 +59,89 @@ std::vector<std::int32_t> endOfEach(std::size_t count, int cornersEach) {
 
 } // namespace
 
-PolyDataFile::PolyDataFile(const std::vector<double>& points, const std::vector<std::int32_t>& polygons,
-                           int cornersEach) {
+VtkFile::VtkFile(const char* kind, std::size_t points) {
     pugi::xml_node declaration = document_.append_child(pugi::node_declaration);
     declaration.append_attribute("version") = "1.0";
     pugi::xml_node root = document_.append_child("VTKFile");
-    root.append_attribute("type") = "PolyData";
+    root.append_attribute("type") = kind;
     root.append_attribute("version") = "1.0";
     root.append_attribute("byte_order") = "LittleEndian";
     root.append_attribute("header_type") = "UInt64";
-    pugi::xml_node data = root.append_child("PolyData");
+    pugi::xml_node data = root.append_child(kind);
     fields_ = data.append_child("FieldData");
     piece_ = data.append_child("Piece");
+    piece_.append_attribute("NumberOfPoints") = static_cast<unsigned long long>(points);
+}
+
+void VtkFile::addPoints(const std::vector<double>& points) {
+    pointData_ = piece_.append_child("PointData");
+    cellData_ = piece_.append_child("CellData");
+    add(piece_.append_child("Points"), "Points", points, 3);
+}
+
+PolyDataFile::PolyDataFile(const std::vector<double>& points, const std::vector<std::int32_t>& polygons,
+                           int cornersEach)
+    : VtkFile("PolyData", points.size() / 3) {
     const std::size_t polygonCount = polygons.size() / static_cast<std::size_t>(cornersEach);
-    piece_.append_attribute("NumberOfPoints") = static_cast<unsigned long long>(points.size() / 3);
     for (const char* none : {"NumberOfVerts", "NumberOfLines", "NumberOfStrips"}) {
         piece_.append_attribute(none) = 0;
     }
     piece_.append_attribute("NumberOfPolys") = static_cast<unsigned long long>(polygonCount);
-    pointData_ = piece_.append_child("PointData");
-    cellData_ = piece_.append_child("CellData");
-    add(piece_.append_child("Points"), "Points", points, 3);
+    addPoints(points);
     pugi::xml_node polys = piece_.append_child("Polys");
     add(polys, "connectivity", polygons, 1);
     add(polys, "offsets", endOfEach(polygonCount, cornersEach), 1);
 }
 
-void PolyDataFile::addPointArray(const char* name, const std::vector<double>& values, int components) {
+CellFile::CellFile(const std::vector<double>& points, const std::vector<std::int32_t>& nodes,
+                   const std::vector<std::int32_t>& ends, const std::vector<std::int32_t>& types)
+    : VtkFile("UnstructuredGrid", points.size() / 3) {
+    piece_.append_attribute("NumberOfCells") = static_cast<unsigned long long>(ends.size());
+    addPoints(points);
+    pugi::xml_node cells = piece_.append_child("Cells");
+    add(cells, "connectivity", nodes, 1);
+    add(cells, "offsets", ends, 1);
+    add(cells, "types", types, 1);
+}
+
+void CellFile::useNumbers(const char* name) {
+    cellData_.append_attribute("GlobalIds") = name;
+}
+
+void VtkFile::addCellArray(const char* name, const std::vector<std::int64_t>& values, int components) {
+    addArray(cellData_, "Int64", name, components, encoded(values));
+}
+
+void VtkFile::addPointArray(const char* name, const std::vector<double>& values, int components) {
     add(pointData_, name, values, components);
 }
 
-void PolyDataFile::addPointArray(const char* name, const std::vector<std::int32_t>& values, int components) {
+void VtkFile::addPointArray(const char* name, const std::vector<std::int32_t>& values, int components) {
     add(pointData_, name, values, components);
 }
 
-void PolyDataFile::addCellArray(const char* name, const std::vector<double>& values, int components) {
+void VtkFile::addCellArray(const char* name, const std::vector<double>& values, int components) {
     add(cellData_, name, values, components);
 }
 
-void PolyDataFile::addCellArray(const char* name, const std::vector<std::int32_t>& values, int components) {
+void VtkFile::addCellArray(const char* name, const std::vector<std::int32_t>& values, int components) {
     add(cellData_, name, values, components);
 }
 
-void PolyDataFile::addFieldArray(const char* name, const std::vector<double>& values) {
+void VtkFile::addFieldArray(const char* name, const std::vector<double>& values) {
     add(fields_, name, values, 1);
     fields_.last_child().append_attribute("NumberOfTuples") = static_cast<unsigned long long>(values.size());
 }
 
-void PolyDataFile::showCellArray(const char* name) {
+void VtkFile::showCellArray(const char* name) {
     cellData_.append_attribute("Scalars") = name;
 }
 
-void PolyDataFile::useNormals(const char* name) {
+void VtkFile::useNormals(const char* name) {
     pointData_.append_attribute("Normals") = name;
 }
 
-std::string PolyDataFile::bytes() const {
+std::string VtkFile::bytes() const {
     std::ostringstream out;
     out.imbue(std::locale::classic());
     document_.save(out, " ");

@@ -1,0 +1,218 @@
+// An element takes its fibres at its middle. Elements smaller than a cell can lie beyond the last cell
+// although the cloth ends with the mould there; they take those of their nearest neighbour within a cell.
+#include "host/laminate/element_fibres.h"
+
+#include "host/cloth/cell_cover.h"
+#include "host/cloth/fibre_directions.h"
+
+#include <algorithm>
+#include <limits>
+#include <numbers>
+
+namespace drape::host {
+
+using namespace vec;
+
+namespace {
+
+constexpr double leastSine = 0.02; // between a direction and the normal, for the direction to say something
+constexpr int mostRounds = 8;      // of neighbours beyond the last cells
+
+Point inPlane(const Point& direction, const Point& normal) {
+    return direction - scale(normal, dot(direction, normal));
+}
+
+// Degrees from `from` to `to` about `normal`, above -180 and up to 180.
+double turnBetween(const Point& from, const Point& to, const Point& normal) {
+    const double degrees = std::atan2(dot(normal, cross(from, to)), dot(from, to)) * 180.0 / std::numbers::pi;
+    return degrees <= -180.0 ? 180.0 : degrees + 0.0;
+}
+
+FlatPoint flatAt(const Grid& grid, const Cell& cell, double along, double across) {
+    FlatPoint place{};
+    const double shares[4] = {(1.0 - along) * (1.0 - across), along * (1.0 - across), along * across,
+                              (1.0 - along) * across};
+    for (std::size_t k = 0; k < 4; ++k) {
+        const auto flat = nodeFlat(grid, cell.nodes[k]);
+        place = {place[0] + shares[k] * flat[0], place[1] + shares[k] * flat[1]};
+    }
+    return place;
+}
+
+// Lays the fibres into a plane and takes the angles; `normal` is the element's own, `above` that of the
+// cloth.
+void lay(ElementFibres& fibres, const ElementFrame& frame, const Point& above, const Point& rosette) {
+    fibres.warp = unit(inPlane(fibres.warp, frame.normal));
+    fibres.weft = unit(inPlane(fibres.weft, frame.normal));
+    fibres.toSide = turnBetween(frame.side, fibres.warp, frame.normal);
+    const Point zero = inPlane(unit(rosette), frame.normal);
+    const double sense = dot(frame.normal, above) < 0.0 ? -1.0 : 1.0;
+    fibres.toRosette = length(zero) < leastSine ? std::numeric_limits<double>::quiet_NaN()
+                                                : turnBetween(zero, fibres.warp, scale(frame.normal, sense));
+}
+
+// At the middle of a facet, not laid into any plane yet.
+ElementFibres found(const CellCover& cells, const PlyCloth& cloth, const Facet& facet) {
+    const Grid& grid = cloth.trial.grid;
+    const CellPlace place = facet.area > 0.0 ? cells.nearestOver(facet) : CellPlace{};
+    ElementFibres fibres;
+    if (place.cover == Cover::none) {
+        return fibres;
+    }
+    const Cell& cell = cloth.trial.measures.cells[place.cell];
+    if (!cloth.region.empty() && !liesWithin(flatAt(grid, cell, place.along, place.across), cloth.region)) {
+        return fibres;
+    }
+    fibres.cover = place.cover == Cover::whole ? ElementCover::whole : ElementCover::edge;
+    fibres.warp = warpInCell(grid, cell, place.across);
+    fibres.weft = weftInCell(grid, cell, place.along);
+    fibres.shear = cell.shear;
+    fibres.thickness = thicknessFactor(cell.shear);
+    return fibres;
+}
+
+// Elements around each point.
+std::vector<std::vector<std::int32_t>> elementsAround(const ShellMesh& shell) {
+    std::vector<std::vector<std::int32_t>> around(shell.points.size());
+    for (std::size_t e = 0; e < shell.elements.size(); ++e) {
+        for (std::size_t k = 0; k < shell.elements[e].corners; ++k) {
+            around[at(shell.elements[e].nodes[k])].push_back(static_cast<std::int32_t>(e));
+        }
+    }
+    return around;
+}
+
+// Per element without cloth, the covered element whose fibres it takes, -1 for none.
+std::vector<std::int32_t> carriedFrom(const std::vector<char>& covered, const ShellMesh& shell,
+                                      const std::vector<Facet>& facets, double reach) {
+    const auto around = elementsAround(shell);
+    std::vector<std::int32_t> source(covered.size(), -1);
+    for (std::size_t e = 0; e < covered.size(); ++e) {
+        source[e] = covered[e] != 0 ? static_cast<std::int32_t>(e) : -1;
+    }
+    bool changed = true;
+    for (int round = 0; round < mostRounds && changed; ++round) {
+        changed = false;
+        const std::vector<std::int32_t> before = source;
+        for (std::size_t e = 0; e < source.size(); ++e) {
+            if (before[e] >= 0 || !(facets[e].area > 0.0)) {
+                continue;
+            }
+            double nearest = reach;
+            for (std::size_t k = 0; k < shell.elements[e].corners; ++k) {
+                for (const std::int32_t other : around[at(shell.elements[e].nodes[k])]) {
+                    const std::int32_t from = before[at(other)];
+                    const double away =
+                        from < 0 ? reach : distance(facets[at(from)].centroid, facets[e].centroid);
+                    if (away < nearest && dot(facets[at(from)].normal, facets[e].normal) > 0.0) {
+                        nearest = away;
+                        source[e] = from;
+                        changed = true;
+                    }
+                }
+            }
+        }
+    }
+    return source;
+}
+
+} // namespace
+
+bool liesWithin(const FlatPoint& place, const std::vector<FlatPoint>& line) {
+    bool inside = false;
+    for (std::size_t k = 0; k < line.size(); ++k) {
+        const FlatPoint& a = line[k];
+        const FlatPoint& b = line[(k + 1) % line.size()];
+        if ((a[1] > place[1]) != (b[1] > place[1]) &&
+            place[0] < a[0] + (place[1] - a[1]) / (b[1] - a[1]) * (b[0] - a[0])) {
+            inside = !inside;
+        }
+    }
+    return inside;
+}
+
+std::vector<ElementFrame> framesOf(const ShellMesh& shell) {
+    std::vector<ElementFrame> frames;
+    frames.reserve(shell.elements.size());
+    for (const ShellElement& element : shell.elements) {
+        const auto corner = [&](std::size_t k) { return shell.points[at(element.nodes[k])]; };
+        Point normal{};
+        if (element.corners == 4) {
+            normal = cross(corner(2) - corner(0), corner(3) - corner(1));
+        } else {
+            for (std::size_t k = 2; k < element.corners; ++k) {
+                normal = normal + cross(corner(k - 1) - corner(0), corner(k) - corner(0));
+            }
+        }
+        normal = unit(normal);
+        frames.push_back({normal, unit(inPlane(corner(1) - corner(0), normal))});
+    }
+    return frames;
+}
+
+std::vector<Facet> facetsOf(const Mould& mould, std::size_t elements) {
+    std::vector<Facet> facets(elements);
+    const auto ofElement = [&](std::size_t t) { return at(mould.sourceFaces[t]); };
+    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
+        if (ofElement(t) > 0) {
+            Facet& facet = facets[ofElement(t) - 1];
+            const Facet& part = mould.facets[t];
+            facet.area += part.area;
+            facet.centroid = facet.centroid + part.area * part.centroid;
+            facet.normal = facet.normal + part.area * part.normal;
+        }
+    }
+    for (Facet& facet : facets) {
+        if (facet.area > 0.0) {
+            facet.centroid = scale(facet.centroid, 1.0 / facet.area);
+            facet.normal = unit(facet.normal);
+        }
+    }
+    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
+        for (std::size_t k = 0; k < 3 && ofElement(t) > 0; ++k) {
+            Facet& facet = facets[ofElement(t) - 1];
+            facet.reach = std::max(facet.reach, distance(facet.centroid, mould.corner(t, k)));
+        }
+    }
+    return facets;
+}
+
+std::vector<ElementFibres> fibresOnElements(const PlyCloth& cloth, const ShellMesh& shell,
+                                            const std::vector<ElementFrame>& frames,
+                                            const std::vector<Facet>& facets, const Point& rosette) {
+    const CellCover cells(cloth.trial.grid, cloth.trial.measures.cells);
+    std::vector<ElementFibres> all(shell.elements.size());
+    std::vector<char> covered(all.size(), 0);
+    for (std::size_t e = 0; e < all.size(); ++e) {
+        all[e] = found(cells, cloth, facets[e]);
+        covered[e] = all[e].cover == ElementCover::none ? 0 : 1;
+    }
+    // Beyond the line of a region there is no cloth to carry on.
+    if (cloth.region.empty() && std::find(covered.begin(), covered.end(), 1) != covered.end()) {
+        const double reach = std::max(cloth.trial.choice.stepA, cloth.trial.choice.stepB);
+        const std::vector<std::int32_t> source = carriedFrom(covered, shell, facets, reach);
+        for (std::size_t e = 0; e < all.size(); ++e) {
+            if (covered[e] == 0 && source[e] >= 0) {
+                all[e] = all[at(source[e])];
+                all[e].cover = ElementCover::carried;
+            }
+        }
+    }
+    for (std::size_t e = 0; e < all.size(); ++e) {
+        if (all[e].cover != ElementCover::none) {
+            lay(all[e], frames[e], facets[e].normal, rosette);
+        }
+    }
+    return all;
+}
+
+ElementFibres fibresAt(const PlyCloth& cloth, const Facet& place, const Point& rosette) {
+    const CellCover cells(cloth.trial.grid, cloth.trial.measures.cells);
+    ElementFibres fibres = found(cells, cloth, place);
+    if (fibres.cover != ElementCover::none) {
+        lay(fibres, {place.normal, place.normal}, place.normal, rosette);
+    }
+    return fibres;
+}
+
+} // namespace drape::host

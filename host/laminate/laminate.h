@@ -1,0 +1,80 @@
+// A laminate as it comes to lie on a mould: each ply of a layup draped, with its fibres on every element.
+#pragma once
+
+#include "host/cloth/curve.h"
+#include "host/laminate/element_fibres.h"
+#include "host/laminate/layup.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace drape::host {
+
+// What was draped of one ply.
+struct LaidPly {
+    PlyWish wish;
+    std::shared_ptr<const Trial> trial; // null if it couldn't be draped; plies that are alike share one
+    std::string trouble;                // why there is none, or why it ended early; empty if all is well
+    Notes notes;
+    std::vector<CurveResult> curves;   // the region's edge, if it has a region
+    std::vector<FlatPoint> region;     // the same on the pattern
+    std::vector<ElementFibres> fibres; // one per element; empty without a trial
+
+    double thicknessOn(std::size_t element) const {
+        return fibres.empty() || fibres[element].cover == ElementCover::none
+                   ? 0.0
+                   : wish.cloth.thickness * fibres[element].thickness;
+    }
+};
+
+struct Laminate {
+    ShellMesh shell;
+    std::vector<ElementFrame> frames; // per element
+    std::vector<Facet> facets;        // per element, on the bare mould
+    Point rosette{};
+    std::vector<LaidPly> plies; // from the mould outward
+    std::shared_ptr<const Mould> mould; // bare
+    Side side;                          // of the mould, on which plies lie that name none
+};
+
+// What holds for all plies, and what stands where a ply says nothing of its own.
+struct LaminateWishes {
+    SurfaceWishes surface;
+    TrialWishes trial;
+    bool startAtMiddle = false; // where neither the ply nor the surface names a seed
+    bool buildUp = false;       // each ply lies on those below it
+};
+
+// Calls work(0) to work(count - 1), in any order and on any threads.
+using ForEach = std::function<void(std::size_t count, const std::function<void(std::size_t)>& work)>;
+
+// The closed curves that regions name, by their names.
+using RegionCurves = std::map<std::string, DrawnCurve>;
+
+// `plies` stand in the order in which they are laid. What goes wrong with one ply is its trouble; the others
+// lie as if it weren't there. Throws InputError where the mould itself can't be draped. `notes` are those on
+// the surface.
+Laminate laid(const ShellMesh& shell, const std::vector<PlyWish>& plies, const LaminateWishes& wishes,
+              const RegionCurves& regions, const ForEach& forEach, Notes& notes);
+
+// What lies at a place, from the mould outward.
+struct CoreLayer {
+    std::size_t ply = 0; // index into the plies
+    ElementFibres fibres;
+    double bottom = 0.0; // over the mould, in its unit
+    double thickness = 0.0;
+};
+struct CoreSample {
+    Point asked{};
+    Point place{}; // on the mould
+    Point normal{};
+    double distance = 0.0;     // between the two
+    std::int32_t element = -1; // index into the elements
+    std::vector<CoreLayer> layers;
+    double thickness = 0.0;
+};
+
+CoreSample coreAt(const Laminate& laminate, const Point& place);
+
+} // namespace drape::host

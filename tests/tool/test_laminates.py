@@ -1,0 +1,326 @@
+"""Layups: order and troubles, angles and thicknesses per element, what the files for solvers and workshops hold, and
+CalculiX on the decks against classical laminate theory."""
+
+import csv
+import json
+import math
+import shutil
+import subprocess
+import unittest
+
+from model import cross, dot, sub, unit
+from moulds import obj, plate
+from program import DONE, INPUT, ROOT, USAGE, Case
+from solver_meshes import element, node
+
+STIFF = {"E1": 140e3, "E2": 9e3, "nu12": 0.3, "G12": 4.5e3}
+
+
+def layup(*plies, columns=()):
+    """A layup of dictionaries as CSV."""
+    names = list(dict.fromkeys(["name", *columns, *(key for ply in plies for key in ply)]))
+    rows = [",".join(names)] + [",".join(f'"{ply.get(name, "")}"' for name in names) for ply in plies]
+    return "# drape-layup 1\n" + "\n".join(rows) + "\n"
+
+
+def stiff(name, angle, thickness=0.2, **more):
+    return {"name": name, "cloth": "ud", "thickness": thickness, "angle": angle, **STIFF, **more}
+
+
+def quads(columns, rows, width, height, wound=1):
+    """A plate of quads as a deck, with numbers of its own, its middle at the origin and its rim as a set."""
+    at = lambda i, j: i + (columns + 1) * j
+    text = "*NODE\n"
+    for j in range(rows + 1):
+        for i in range(columns + 1):
+            text += f"{node(at(i, j))}, {width * (i / columns - 0.5)!r}, {height * (j / rows - 0.5)!r}, 0.\n"
+    text += "*ELEMENT, TYPE=S4, ELSET=SKIN\n"
+    for j in range(rows):
+        for i in range(columns):
+            corners = [at(i, j), at(i + 1, j), at(i + 1, j + 1), at(i, j + 1)][::wound]
+            text += f"{element(i + columns * j)}, " + ", ".join(str(node(k)) for k in corners) + "\n"
+    rim = [at(i, j) for j in range(rows + 1) for i in range(columns + 1) if i in (0, columns) or j in (0, rows)]
+    return text + "*NSET, NSET=RIM\n" + "".join(f"{node(k)},\n" for k in rim)
+
+
+class Laminates(Case):
+    def rows(self, name="l.csv"):
+        with open(self.folder / name, newline="") as table:
+            return list(csv.DictReader(table))
+
+    def laminate(self, mesh, plies, *words, expect=DONE, layup_name="layup.csv"):
+        text = plies if isinstance(plies, str) else layup(*plies)
+        done = self.drape(mesh, "--layup", self.file(layup_name, text), *words, "-o", "l.csv", "-o", "l.json", expect=expect)
+        return json.loads((self.folder / "l.json").read_text()), done
+
+
+class Orders(Laminates):
+    def test_plies_lie_behind_those_that_they_follow(self):
+        mesh = self.file("m.obj", obj(plate(8)))
+        plies = [{"name": n, "angle": 10 * k, "after": a} for k, (n, a) in enumerate(
+            [("top", "c;b"), ("a", ""), ("b", "a"), ("c", "b"), ("d", "a, x"), ("x", "")])]
+        report, _ = self.laminate(mesh, plies, "--step", "1")
+        self.assertEqual([p["name"] for p in report["plies"]], ["a", "x", "b", "d", "c", "top"])
+        self.assertEqual([p["angle"] for p in report["plies"]], [10, 50, 20, 40, 30, 0])
+        plies[1]["after"] = "top"
+        done = self.drape(mesh, "--layup", self.file("ring.csv", layup(*plies)), expect=INPUT)
+        self.assertIn("the plies follow each other in a ring: ", done.stderr)
+        self.assertIn("top after", done.stderr)
+        self.assertNotIn("x after", done.stderr)
+        for count in (1, 200):
+            report, _ = self.laminate(mesh, [{"name": f"p{k}", "angle": k % 4 * 45, "thickness": 0.1} for k in range(count)], "--step", "1",
+                                      "-o", "book.pdf", "-o", "kit.dxf")
+            self.assertEqual([p["name"] for p in report["plies"]], [f"p{k}" for k in range(count)])
+            self.assertEqual(len(self.rows()), 128 * count)
+            pages = subprocess.run(["pdfinfo", self.folder / "book.pdf"], capture_output=True, text=True, check=True).stdout
+            self.assertRegex(pages, rf"Pages: +{count + (count + 25) // 26}\n")
+
+    def test_json_says_the_same(self):
+        mesh = self.file("m.obj", obj(plate(8)))
+        cloth = {"thickness": 0.25, "density": 1600, "locking": 30, **STIFF}
+        plies = [{"name": "a", "cloth": "t", "angle": 20, "seed": [4, 3, 0], "step": [1, 0.9]}, {"name": "b", "cloth": "t", "angle": 70, "after": ["a"]}]
+        table = layup(*({**p, **cloth, "seed": "4 3 0" if "seed" in p else "", "step": "1,0.9" if "step" in p else "", "after": "".join(p.get("after", ""))}
+                        for p in plies))
+        first, _ = self.laminate(mesh, table, "--step", "1")
+        other, _ = self.laminate(mesh, json.dumps({"format": "drape-layup", "version": 1, "cloths": {"t": cloth}, "plies": plies}, indent=1),
+                                 "--step", "1", layup_name="layup.json")
+        for report in (first, other):
+            report.pop("seconds")
+            report["input"].pop("layup")
+        self.assertEqual(first, other)
+        self.assertEqual(first["plies"][0]["drape"]["step"], [1, 0.9])
+        self.assertPoint(first["plies"][0]["drape"]["seed"], (4, 3, 0))
+        # 64 square units of 0.25 at 1600 kg in the cubic metre, in grams.
+        self.assertAlmostEqual(first["plies"][1]["drape"]["mass"], 64 * 0.25 * 1600e-6, 6)
+
+    def test_one_bad_ply_leaves_the_others(self):
+        mesh = self.file("m.obj", obj(plate(8)))
+        self.file("ring.xyz", "2 2 0\n6 2 0\n6 6 0\n2 6 0\n")
+        self.file("out.xyz", "2 2 0\n60 2 0\n60 6 0\n")
+        good = {"name": "good", "angle": 0}
+        for bad, words in (({"angle": "x"}, 'line 4, column 2 (angle): "x": that isn\'t a finite number'), ({"seed": "1 2"}, "(seed)"), ({"pivot": "row"}, "(pivot)"),
+                           ({"step": "0"}, "(step)"), ({"thickness": "-1"}, "(thickness)"), ({"after": "none"}, 'there is no ply "none"'),
+                           ({"name": "good"}, "another ply has this name"), ({"region": "no.xyz"}, "can't open the curve"), ({"pieces": "0.5"}, "(pieces)"),
+                           ({"region": "out.xyz"}, "its region "), ({"locking": "95"}, "(locking)"), ({"side": "0 0 0"}, "(side)"), ({"E1": "5", "G12": ""}, "G12")):
+            with self.subTest(words):
+                report, done = self.laminate(mesh, [good, {"name": "bad", "angle": 0, **bad}, {"name": "last", "angle": 90}], "--step", "1", expect=INPUT)
+                self.assertIn(words, done.stderr)
+                self.assertIn(words, report["plies"][1]["trouble"])
+                self.assertEqual([p["drape"] is None for p in report["plies"]], [False, True, False])
+                self.assertEqual({row["ply"] for row in self.rows()}, {"good", "last"})
+        for text, words in (("name,colour\na,red\n", "line 1, column 2 (colour)"), ("# drape-layup 2\nname\na\n", "version 2"), ("", "empty"), ("\n\n", "no line with the names"),
+                            ('name,after\n"a,b\n', "a quote is opened"), ("name\n", "it holds no plies")):
+            with self.subTest(words):
+                path = self.file("bad.csv", text) if text else self.file("bad.csv", "#\n")
+                told = self.drape(mesh, "--layup", path, expect=INPUT).stderr
+                self.assertIn(words if text else "no line with the names", told)
+        for text, words in (('{"plies": [\n {"name": "a",\n  "angle": 5,,}]}', "line 3, column 14"), ('{"format": "x"}', "(format)"), ('{"version":\n 7}', "line 2, column 2 (version)"),
+                            ('{"plies": [{"name": {}}]}', "line 1"), ("[1,2]", "line 1"), ('{"cloths": {"a": {"color": 3}}, "plies": []}', "(color)")):
+            with self.subTest(text):
+                self.assertIn(words, self.drape(mesh, "--layup", self.file("bad.json", text), expect=INPUT).stderr)
+        report, done = self.laminate(mesh, '{"plies": [\n {"name": "a",\n  "angle": "wide"},\n {"name": "b"}]}', "--step", "1", layup_name="l2.json", expect=INPUT)
+        self.assertIn('line 3, column 12 (angle): "wide"', report["plies"][0]["trouble"])
+        self.assertIsNotNone(report["plies"][1]["drape"])
+        # A region keeps what lies within it, and cuts the pattern.
+        report, _ = self.laminate(mesh, [good, {"name": "patch", "angle": 45, "region": "ring.xyz"}], "--step", "0.5", "--start", "middle")
+        self.assertAlmostEqual(report["plies"][1]["drape"]["netArea"], 16.0, 6)
+        self.assertEqual({row["element"] for row in self.rows() if row["ply"] == "patch"},
+                         {str(2 * (i + 8 * j) + k) for i in range(2, 6) for j in range(2, 6) for k in (1, 2)})
+        for words in (("--core", "0,0,0"), ("--build-up",), ("-o", "a.vtu")):
+            self.drape(mesh, *words, expect=USAGE)
+        self.drape(mesh, "--layup", "layup.csv", "--sweep", expect=USAGE)
+
+
+class Elements(Laminates):
+    PLIES = [stiff("a", 0, 0.3), stiff("b", 45, 0.2), stiff("c", -30, 0.25, cloth="twill")]
+
+    def check_vectors(self, points, corners, normals_to, rows, rosette):
+        """Angles and thicknesses of each row from its own vectors and the element's own nodes."""
+        for row in rows:
+            p = [points[k] for k in corners[int(row["element"])]]
+            n = unit(cross(sub(p[2], p[0]), sub(p[3], p[1])) if len(p) == 4 else cross(sub(p[1], p[0]), sub(p[2], p[0])))
+            warp, weft = ([float(row[f"{k}_{x}"]) for x in "xyz"] for k in ("warp", "weft"))
+            self.assertAlmostEqual(dot(warp, n), 0, 7)
+            self.assertAlmostEqual(dot(warp, warp), 1, 7)
+            laid = lambda v: unit([a - dot(v, n) * b for a, b in zip(v, n)])
+            turn = lambda a, b, about: math.degrees(math.atan2(dot(about, cross(a, b)), dot(a, b)))
+            same = lambda a, b: self.assertAlmostEqual((float(a) - b + 180) % 360 - 180, 0, 4)
+            same(row["angle_side_deg"], turn(laid(sub(p[1], p[0])), warp, n))
+            above = n if dot(n, normals_to) > 0 else [-x for x in n]
+            same(row["angle_rosette_deg"], turn(laid(rosette), warp, above))
+            self.assertAlmostEqual(float(row["thickness_factor"]), 1 / math.cos(math.radians(float(row["shear_deg"]))), 6)
+
+    def read_deck(self, name):
+        """Nodes, elements, and for each element its layers: (thickness, material, first axis, second axis)."""
+        points, corners, layers, axes, sets = {}, {}, {}, {}, {}
+        word = {}
+        for line in (self.folder / name).read_text().splitlines():
+            fields = [f.strip() for f in line.split(",")]
+            if line.startswith("**"):
+                continue
+            if line.startswith("*"):
+                word = dict((f.split("=") + [""])[:2] for f in fields)
+                continue
+            if "*NODE" in word:
+                points[int(fields[0])] = tuple(map(float, fields[1:4]))
+            elif "*ELEMENT" in word:
+                corners[int(fields[0])] = [int(f) for f in fields[1:]]
+            elif "*ELSET" in word:
+                sets.setdefault(word["ELSET"], []).extend(int(f) for f in fields if f)
+            elif "*ORIENTATION" in word:
+                axes[word["NAME"]] = list(map(float, fields))
+            elif "*SHELL SECTION" in word:
+                for k in sets[word["ELSET"]]:
+                    layers.setdefault(k, []).append((float(fields[0]), fields[2], *[axes[fields[3]][i:i + 3] for i in (0, 3)]))
+        return points, corners, layers
+
+    def test_decks_and_tables_agree_on_a_dome(self):
+        mesh = ROOT / "samples" / "double_dome.obj"
+        report, done = self.laminate(mesh, self.PLIES, "--start", "middle", "--step", "14", "-o", "l.inp", "-o", "a.abaqus.inp", "-o", "l.bdf", "-o", "l.vtu",
+                                     "--core", "30,20,50", "-o", "c.core.csv", "-o", "c.core.svg", "-o", "book.pdf")
+        self.assertEqual(report["bareElements"], 0)
+        rows = self.rows()
+        points, corners, layers = self.read_deck("a.abaqus.inp")
+        self.check_vectors(points, corners, (0, 0, 1), rows, (1, 0, 0))
+        by_element = {}
+        for row in rows:
+            by_element.setdefault(int(row["element"]), []).append(row)
+        fine, nodes, deck = self.read_deck("l.inp")
+        theta, stacks = self.read_bdf("l.bdf")
+        for k, own in by_element.items():
+            self.assertEqual([r["ply"] for r in own], ["a", "b", "c"])  # the file winds its faces upward, as the cloth lies
+            self.assertEqual(nodes[k][:3], corners[k])
+            for a, b, middle in ((0, 1, 3), (1, 2, 4), (2, 0, 5)):
+                for x, y, z in zip(fine[nodes[k][a]], fine[nodes[k][b]], fine[nodes[k][middle]]):
+                    self.assertAlmostEqual((x + y) / 2, z, 9)
+            for row, layer, again, (_, thickness, angle) in zip(own, deck[k], layers[k], stacks[theta[k][0]], strict=True):
+                self.assertAlmostEqual(layer[0], float(row["thickness"]), 7)
+                self.assertEqual(layer, again)
+                for a, x in zip(layer[2], "xyz"):
+                    self.assertAlmostEqual(a, float(row[f"warp_{x}"]), 7)
+                self.assertAlmostEqual(dot(layer[2], layer[3]), 0, 7)
+                self.assertAlmostEqual((theta[k][1] + angle - float(row["angle_side_deg"]) + 90) % 180 - 90, 0, 1)
+                self.assertAlmostEqual(thickness, float(row["thickness"]), 5)
+        # The core sample is what its element has, but for the place within it.
+        with open(self.folder / "c.core.csv", newline="") as table:
+            core = list(csv.DictReader(table))
+        self.assertEqual([c["ply"] for c in core], ["a", "b", "c"])
+        for c, row in zip(core, by_element[int(core[0]["element"])]):
+            self.assertAlmostEqual(float(c["angle_rosette_deg"]), float(row["angle_rosette_deg"]), delta=3.0)
+            self.assertAlmostEqual(float(c["thickness"]), float(row["thickness"]), 2)
+        self.assertIn("core      at (", done.stdout)
+        text = subprocess.run(["pdftotext", "-layout", self.folder / "book.pdf", "-"], capture_output=True, text=True, check=True).stdout
+        pages = text.split("\f")
+        self.assertEqual(len([p for p in pages if p.strip()]), 5)
+        for ply, page in zip(report["plies"], pages[1:]):
+            for words in (f"{ply['sequence']} {ply['name']}", f"{ply['cloth']} at {ply['angle']:g}°", f"{ply['drape']['width']:.4g} mm", f"{ply['drape']['height']:.4g} mm"):
+                self.assertIn(words, " ".join(page.split()))
+
+    def read_bdf(self, name):
+        """Per element its section and THETA, per section its layers: (material, thickness, angle)."""
+        cards = []
+        for line in (self.folder / name).read_text().splitlines():
+            fields = [line[k:k + 8].strip() for k in range(8, len(line), 8)]
+            if line.startswith("+"):
+                cards[-1][1].extend(fields)
+            elif line[:8].strip() in ("CTRIA3", "CQUAD4", "PCOMP"):
+                cards.append((line[:8].strip(), fields + [""] * (8 - len(fields)) if line.startswith("PCOMP") else fields))
+        theta = {int(f[0]): (int(f[1]), float(f[2 + int(name[5])])) for name, f in cards if name != "PCOMP"}
+        stacks = {int(f[0]): [(int(f[k]), float(f[k + 1]), float(f[k + 2])) for k in range(8, len(f) - 2, 4) if f[k]] for name, f in cards if name == "PCOMP"}
+        return theta, stacks
+
+    def test_the_other_winding_turns_the_stack_over(self):
+        for wound in (1, -1):
+            mesh = self.file("m.inp", quads(6, 4, 60, 40, wound))
+            self.laminate(mesh, self.PLIES, "--side", "0,0,1", "--step", "3", "-o", "l.inp", "-o", "l.bdf", "-o", "s.bdf", "--shell-reference", "mould")
+            points, corners, layers = self.read_deck("l.inp")
+            rows = [r for r in self.rows() if r["element"] == str(element(7))]
+            self.check_vectors(points, {k: v[:4] for k, v in corners.items()}, (0, 0, 1), rows, (1, 0, 0))
+            self.assertEqual([round(float(r["angle_rosette_deg"]), 6) for r in rows], [0, 45, -30])
+            self.assertEqual([layer[0] for layer in layers[element(7)]], [0.3, 0.2, 0.25][::wound])
+            self.assertIn(f"OFFSET={-0.5 * wound}", (self.folder / "l.inp").read_text())
+            self.assertEqual(layers[element(7)][0][1], "UD" if wound == 1 else "TWILL")
+            self.assertIn("PCOMP          1" + f"{'0.' if wound == 1 else '-.75':>8}", (self.folder / "s.bdf").read_text())
+        self.assertIn("RIM", (self.folder / "l.inp").read_text())
+
+    def test_build_up_lays_plies_on_plies(self):
+        """On a half tube the outer plies are longer by the thickness times the arc; within a tight groove it's told."""
+        n, radius = 24, 20.0
+        arc = lambda r, k: (-r * math.cos(math.pi * k / n), r * math.sin(math.pi * k / n))
+        def tube(r):
+            points = [(arc(r, k)[0], 5.0 * j, arc(r, k)[1]) for j in range(9) for k in range(n + 1)]
+            return points, [(j * (n + 1) + k, (j + 1) * (n + 1) + k, (j + 1) * (n + 1) + k + 1, j * (n + 1) + k + 1) for j in range(8) for k in range(n)]
+        plies = [{"name": f"p{k}", "angle": 0, "thickness": 1.0} for k in range(4)]
+        report, _ = self.laminate(self.file("m.obj", obj(tube(radius))), plies, "--build-up", "--start", "middle", "--step", "2")
+        areas = [p["drape"]["netArea"] for p in report["plies"]]
+        for k, area in enumerate(areas):
+            self.assertAlmostEqual(area / areas[0], (radius + k) / radius, delta=0.002 * k)
+        flat, _ = self.laminate("m.obj", plies, "--start", "middle", "--step", "2")
+        self.assertEqual({p["drape"]["netArea"] for p in flat["plies"]}, {areas[0]})
+        report, done = self.laminate("m.obj", [{**p, "thickness": 8.0} for p in plies], "--build-up", "--start", "middle", "--step", "2", "--side", "0,0,-1", expect=None)
+        self.assertIn("more than the radius of the mould there", done.stderr)
+
+
+def navier(layers, width, height, pressure):
+    """Deflection at the middle of a simply supported plate of cross-ply layers (angle, thickness) by series."""
+    e1, e2, nu, g = (STIFF[k] for k in ("E1", "E2", "nu12", "G12"))
+    q = 1 - nu * nu * e2 / e1
+    z = [sum(t for _, t in layers[:k]) - sum(t for _, t in layers) / 2 for k in range(len(layers) + 1)]
+    d11 = d22 = d12 = d66 = 0.0
+    for k, (angle, _) in enumerate(layers):
+        cube = (z[k + 1] ** 3 - z[k] ** 3) / 3
+        along, across = (e1 / q, e2 / q) if angle == 0 else (e2 / q, e1 / q)
+        d11, d22, d12, d66 = d11 + along * cube, d22 + across * cube, d12 + nu * e2 / q * cube, d66 + g * cube
+    total = 0.0
+    for m in range(1, 40, 2):
+        for n in range(1, 40, 2):
+            stiff_mn = d11 * (m / width) ** 4 + 2 * (d12 + 2 * d66) * (m * n / width / height) ** 2 + d22 * (n / height) ** 4
+            total += 16 * pressure / (math.pi ** 6 * m * n * stiff_mn) * math.sin(m * math.pi / 2) * math.sin(n * math.pi / 2)
+    return total
+
+
+@unittest.skipUnless(shutil.which("ccx"), "the solver isn't installed")
+class InTheSolver(Laminates):
+    def deflections(self, deck, supports, pressure):
+        """Along z, by node."""
+        self.file("job.inp", f"*INCLUDE, INPUT={deck}\n*BOUNDARY\n{supports}*STEP\n*STATIC\n*DLOAD\nDRAPE_ELEMENTS, P, {pressure}\n"
+                             "*NODE PRINT, NSET=DRAPE_NODES\nU\n*END STEP\n")
+        done = subprocess.run(["ccx", "-i", "job"], capture_output=True, text=True, cwd=self.folder)
+        self.assertNotIn("*ERROR", done.stdout)
+        rows = [line.split() for line in (self.folder / "job.dat").read_text().splitlines()]
+        return {int(r[0]): float(r[3]) for r in rows if len(r) == 4 and r[0].isdigit()}
+
+    def test_a_flat_plate_bends_as_the_theory_of_laminates_says(self):
+        width, height, pressure, columns, rows = 200.0, 120.0, 1e-4, 10, 6
+        mesh = self.file("m.inp", quads(columns, rows, width, height))
+        middle = node(columns // 2 + (columns + 1) * (rows // 2))
+        supports = f"RIM, 3, 3\n{node(0)}, 1, 2\n{node(columns)}, 2, 2\n"
+        found = []
+        for angles in ((0, 0, 0, 0), (90, 90, 90, 90), (0, 90, 90, 0), (90, 0, 0, 90)):
+            self.laminate(mesh, [stiff(f"p{k}", a) for k, a in enumerate(angles)], "--start", "middle", "-o", "l.inp")
+            deflection = self.deflections("l.inp", supports, pressure)[middle]
+            wanted = navier([(a, 0.2) for a in angles], width, height, pressure)
+            self.assertAlmostEqual(deflection / wanted, 1.0, delta=0.02)
+            found.append(deflection)
+        self.assertGreater(max(found) / min(found), 3.0)
+
+    def test_a_draped_dome_under_pressure(self):
+        found = {}
+        for angle in (0, 90):
+            self.laminate(ROOT / "samples" / "double_dome.obj", [stiff("a", angle, 0.5), stiff("b", angle, 0.5)], "--start", "middle", "-o", "l.inp")
+            rim = {}
+            nodes = False
+            for line in (self.folder / "l.inp").read_text().splitlines():
+                nodes = line.startswith("*NODE") if line.startswith("*") else nodes
+                if nodes and not line.startswith("*"):
+                    number, x, y, _ = line.split(",")
+                    rim[int(number)] = abs(float(x)) > 199.9 or abs(float(y)) > 119.9
+            supports = "".join(f"{k}, 1, 6\n" for k, held in rim.items() if held)
+            found[angle] = max(abs(u) for u in self.deflections("l.inp", supports, -0.01).values())
+        # Fibres across the short span carry more.
+        self.assertGreater(found[0], 1.15 * found[90])
+        self.assertLess(found[0], 3.0 * found[90])
+
+
+if __name__ == "__main__":
+    unittest.main()

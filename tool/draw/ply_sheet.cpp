@@ -1,0 +1,123 @@
+// The region's line and the net lines are met as polygons of whole numbers, some nine digits wide.
+#include "tool/draw/ply_sheet.h"
+
+#include <algorithm>
+#include <clipper.hpp>
+#include <cmath>
+#include <iterator>
+#include <limits>
+
+namespace tool {
+namespace {
+
+constexpr double largestWhole = 5e8; // keeps products within 64 bits
+
+ClipperLib::Path pathOf(const std::vector<FlatPoint>& line, double factor) {
+    ClipperLib::Path path;
+    for (const FlatPoint& p : line) {
+        path.push_back({std::llround(factor * p[0]), std::llround(factor * p[1])});
+    }
+    return path;
+}
+
+double lengthOf(const std::vector<FlatPoint>& line) {
+    double length = 0.0;
+    for (std::size_t k = 0; k < line.size(); ++k) {
+        const FlatPoint& next = line[(k + 1) % line.size()];
+        length += std::hypot(next[0] - line[k][0], next[1] - line[k][1]);
+    }
+    return length;
+}
+
+// The net pattern within a closed line. Of its lines only the flat places stay known.
+void cutAt(NetPattern& net, const Grid& grid, const std::vector<Cell>& cells,
+           const std::vector<FlatPoint>& region) {
+    double reach = 0.0;
+    for (const FlatPoint& p : region) {
+        reach = std::max({reach, std::abs(p[0]), std::abs(p[1])});
+    }
+    for (const double e : net.extent) {
+        reach = std::max(reach, std::abs(e));
+    }
+    const double factor = reach > 0.0 ? largestWhole / reach : 1.0;
+    ClipperLib::Clipper clipper;
+    for (const NetLoop& loop : net.loops) {
+        clipper.AddPath(pathOf(loop.flat, factor), ClipperLib::ptSubject, true);
+    }
+    clipper.AddPath(pathOf(region, factor), ClipperLib::ptClip, true);
+    ClipperLib::Paths kept;
+    clipper.Execute(ClipperLib::ctIntersection, kept, ClipperLib::pftNonZero, ClipperLib::pftNonZero);
+    NetPattern part;
+    constexpr double infinite = std::numeric_limits<double>::infinity();
+    part.extent = {infinite, infinite, -infinite, -infinite};
+    for (const ClipperLib::Path& path : kept) {
+        NetLoop loop;
+        for (const ClipperLib::IntPoint& p : path) {
+            const FlatPoint flat{static_cast<double>(p.X) / factor, static_cast<double>(p.Y) / factor};
+            loop.flat.push_back(flat);
+            for (std::size_t k = 0; k < 2; ++k) {
+                part.extent[k] = std::min(part.extent[k], flat[k]);
+                part.extent[k + 2] = std::max(part.extent[k + 2], flat[k]);
+            }
+        }
+        loop.space.resize(loop.flat.size());
+        loop.borders.assign(loop.flat.size(), NetBorder::mould);
+        loop.area = signedArea(loop.flat);
+        loop.length = lengthOf(loop.flat);
+        part.area += loop.area;
+        part.loops.push_back(std::move(loop));
+    }
+    if (part.loops.empty()) {
+        part.extent = {};
+    }
+    std::sort(part.loops.begin(), part.loops.end(),
+              [](const NetLoop& a, const NetLoop& b) { return std::abs(a.area) > std::abs(b.area); });
+    const auto touches = [&](std::size_t cell) {
+        return std::any_of(cells[cell].nodes.begin(), cells[cell].nodes.end(),
+                           [&](std::int32_t node) { return liesWithin(nodeFlat(grid, node), region); });
+    };
+    std::copy_if(net.wholeCells.begin(), net.wholeCells.end(), std::back_inserter(part.wholeCells), touches);
+    std::copy_if(net.clippedCells.begin(), net.clippedCells.end(), std::back_inserter(part.clippedCells),
+                 [&](const ClippedCell& clipped) { return touches(clipped.cell); });
+    net = std::move(part);
+}
+
+} // namespace
+
+std::vector<std::unique_ptr<PlySheet>> sheetsOf(const Laminate& laminate, const SheetWishes& wishes) {
+    std::vector<std::unique_ptr<PlySheet>> sheets;
+    for (const LaidPly& ply : laminate.plies) {
+        PlySheet& sheet = *sheets.emplace_back(std::make_unique<PlySheet>());
+        sheet.ply = &ply;
+        sheet.sequence = sheets.size();
+        if (!ply.trial) {
+            continue;
+        }
+        const Trial& trial = *ply.trial;
+        sheet.measures = trial.measures;
+        if (!ply.region.empty()) {
+            cutAt(sheet.measures.net, trial.grid, trial.measures.cells, ply.region);
+        }
+        sheet.cut = cutLinesOf(sheet.measures.net, wishes.allowance);
+        sheet.area = sheet.measures.net.area;
+        const double mm = wishes.millimetresPerUnit;
+        if (ply.wish.cloth.density && ply.wish.cloth.thickness > 0.0) {
+            sheet.mass =
+                *ply.wish.cloth.density * 1e-6 * sheet.area * ply.wish.cloth.thickness * mm * mm * mm;
+        }
+        Scene& scene = sheet.scene;
+        scene.mould = trial.mould.get();
+        scene.choice = &trial.choice;
+        scene.grid = &trial.grid;
+        scene.measures = &sheet.measures;
+        scene.cut = &sheet.cut;
+        scene.curves = ply.curves;
+        scene.millimetresPerUnit = mm;
+        scene.ply = ply.wish.name;
+        scene.mouldName = wishes.mouldName;
+        scene.side = textOf(trial.side);
+    }
+    return sheets;
+}
+
+} // namespace tool

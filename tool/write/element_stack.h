@@ -1,0 +1,50 @@
+// The plies on one element as a solver lists them: from the face that the element's normal points away from
+// to the other.
+#pragma once
+
+#include "host/laminate/laminate.h"
+
+#include <algorithm>
+#include <map>
+
+namespace tool {
+
+using namespace drape::host;
+
+struct StackedPly {
+    std::size_t ply = 0; // index into the laminate's plies
+    const ElementFibres* fibres = nullptr;
+    double thickness = 0.0; // sheared
+};
+
+// Whether the cloth lies on the side to which the element's normal points.
+inline bool liesAbove(const Laminate& laminate, std::size_t element) {
+    return vec::dot(laminate.frames[element].normal, laminate.facets[element].normal) >= 0.0;
+}
+
+inline std::vector<StackedPly> stackOn(const Laminate& laminate, std::size_t element) {
+    std::vector<StackedPly> stack;
+    for (std::size_t p = 0; p < laminate.plies.size(); ++p) {
+        const LaidPly& ply = laminate.plies[p];
+        if (!ply.fibres.empty() && ply.fibres[element].cover != ElementCover::none) {
+            stack.push_back({p, &ply.fibres[element], ply.thicknessOn(element)});
+        }
+    }
+    if (!liesAbove(laminate, element)) {
+        std::reverse(stack.begin(), stack.end());
+    }
+    return stack;
+}
+
+// Cloths of the plies that were laid, by name; the first ply of a name speaks for it.
+inline std::map<std::string, Cloth> clothsOf(const Laminate& laminate) {
+    std::map<std::string, Cloth> cloths;
+    for (const LaidPly& ply : laminate.plies) {
+        if (ply.trial) {
+            cloths.emplace(ply.wish.cloth.name, ply.wish.cloth);
+        }
+    }
+    return cloths;
+}
+
+} // namespace tool
