@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tool/draw/canvas.h"
+#include "tool/draw/pattern_reach.h"
 #include "tool/draw/scene.h"
 
 namespace tool {
@@ -17,9 +18,6 @@ struct Placement {
         return {originX + perUnit * flat[0], originY - perUnit * flat[1]};
     }
 };
-
-// Low and high corner of all that is drawn of the pattern, in the mould's unit. The seed counts.
-std::array<FlatPoint, 2> reachOf(const Scene& scene);
 
 // What lies outside of `visible` on the page may be left out.
 void drawPattern(Canvas& canvas, const Placement& page, const Scene& scene, const ShearScale& scale,

@@ -4,7 +4,7 @@
 // (name, side, angle and mould) and SEED (a point at 0, 0).
 #include "host/mesh/box.h"
 #include "tool/draw/labels.h"
-#include "tool/draw/pattern_art.h"
+#include "tool/draw/pattern_reach.h"
 #include "tool/write/file_numbers.h"
 #include "tool/write/writers.h"
 

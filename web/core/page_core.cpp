@@ -5,6 +5,7 @@
 #include "host/cloth/net_faces.h"
 #include "host/cloth/status_text.h"
 #include "host/mesh/error.h"
+#include "host/search/cover.h"
 #include "host/search/default_start.h"
 #include "tool/draw/colour.h"
 #include "tool/draw/cut_lines.h"
@@ -159,7 +160,6 @@ Json prepare(const Json& settings) {
     p.measured = false;
     p.surface = preparedSurface(p.soup, surfaceWishesOf(settings), {}, notes);
     const Mould& mould = *p.surface.mould;
-    requireEdge(mould);
     p.outlines.clear();
     for (const Loop& loop : mould.loops) {
         p.outlines.push_back(static_cast<std::int32_t>(loop.vertices.size()));
@@ -173,7 +173,8 @@ Json prepare(const Json& settings) {
             {"side", textOf(p.surface.side)},
             {"sideRule", static_cast<int>(p.surface.side.rule)},
             {"towards", p.surface.side.towards},
-            {"holes", mould.loops.size() - 1},
+            {"closed", mould.loops.empty()},
+            {"holes", mould.loops.empty() ? 0 : mould.loops.size() - 1},
             {"notes", notesJson(notes)},
             {"arrays",
              {{"positions", arrayOf(mould.positions, 3)},
@@ -289,6 +290,21 @@ tool::Scene sceneOf(const Json& settings, const tool::Settings& forTool, const t
     return scene;
 }
 
+// The good region of a drape that folds, as the program finds it; none while something is dragged (`live`).
+std::optional<tool::GoodPart> goodPartOf(const Json& settings, const Surface& surface,
+                                         const TrialWishes& wishes, const Trial& trial) {
+    const Remedy remedy = textOfStatus(trial.grid.status).remedy;
+    const bool folds = remedy == Remedy::otherStart || remedy == Remedy::finerOrOther;
+    if (!folds || trial.within || trial.grid.count == 0 || settings.value("live", false)) {
+        return std::nullopt;
+    }
+    PieceSet set = pieceFrom(surface, wishes, {}, {trial.choice.seed, trial.angle});
+    if (set.pieces.empty()) {
+        return std::nullopt;
+    }
+    return tool::GoodPart{std::move(set.pieces.front().drape), set.coveredShare, false};
+}
+
 // Settings with seed and angle. The arrays are the grid's, its measured cells (32 bytes each, of which four
 // int32 nodes, from 0, come first), shears of the whole cells and then of the cut ones, and those of
 // layOutNet.
@@ -297,14 +313,16 @@ Json drapePart(const Json& settings) {
     Notes notes;
     const TrialWishes wishes = trialWishesOf(settings);
     p.measured = false;
-    p.trial = drapeFrom(surfaceFor(settings), wishes, seedOf(settings), settings.value("angle", 0.0), notes);
+    const Surface surface = surfaceFor(settings);
+    p.trial = drapeFrom(surface, wishes, seedOf(settings), settings.value("angle", 0.0), notes);
     p.measured = true;
     const Trial& t = p.trial;
     const StatusText text = textOfStatus(t.grid.status);
     const bool ended = t.grid.status != DRAPE_OK;
     const tool::CutLines cut = tool::netLinesOf(t.measures.net);
     const tool::Settings forTool = toolSettings(settings);
-    const tool::Story story{forTool, t, cut, {}, nullptr, t.seconds};
+    const auto good = goodPartOf(settings, surface, wishes, t);
+    const tool::Story story{forTool, t, cut, {}, nullptr, t.seconds, good ? &*good : nullptr};
     const tool::ShearScale scale = tool::shearScale(t.measures);
     Json report = Json::parse(tool::jsonOf(story));
     const tool::Scene scene = sceneOf(settings, forTool, cut);
@@ -369,7 +387,10 @@ Json fileOf(const Json& settings) {
     tool::Scene scene = sceneOf(settings, forTool, cut);
     scene.reportJson = tool::jsonOf({forTool, t, cut, {}, nullptr, t.seconds});
     const std::map<std::string, std::function<std::string()>> kinds{
-        {"dxf", [&] { return tool::outlineDxf(scene); }},
+        {"dxf",
+         [&] {
+             return tool::outlineDxf({&scene, 1});
+         }},
         {"glb", [&] { return tool::gridGltf(scene, true); }},
         {"gltf", [&] { return tool::gridGltf(scene, false); }},
         {"csv", [&] { return tool::fibresCsv(scene); }},

@@ -122,14 +122,14 @@ const drapes = new Latest(async ({ settings, dragging }) => {
         if (!page.prepared || !sameSurface(page.prepared, settings)) {
             await prepare(settings);
         }
-        const asked = dragging ? eased(settings) : settings;
+        const asked = dragging ? { ...eased(settings), live: true } : settings;
         const begin = performance.now();
         const reply = await page.engine.ask("drape", { settings: asked });
         const took = performance.now() - begin;
         const perCell = took / Math.max(reply.report.result.cells, fewestCells);
         page.perCell = page.perCell === 0 ? perCell : Math.min(perCell, 0.5 * (page.perCell + perCell));
         reply.usualStep = settings.step ?? page.surface.steps;
-        showDrape(reply, { dragging, coarse: asked !== settings, took });
+        showDrape(reply, { dragging, coarse: asked.step !== settings.step, took });
     };
     try {
         await (dragging ? work() : busy("Draping", work));
@@ -260,6 +260,10 @@ async function openPart(part, given = {}) {
         page.result = null;
         page.perCell = 0;
         await prepare(settings);
+        if (page.surface.closed && !settings.within) {
+            settings.within = "max"; // cloth needs an edge to end at
+            page.surface.notes.push({ text: "the part is closed: the cloth ends at the edge of what drapes", weight: "change" });
+        }
         if (!settings.seed) {
             settings.seed = (await page.engine.ask("start", { settings })).seed;
         }
@@ -368,7 +372,7 @@ function showSweep(ranked) {
             const dot = document.createElement("i");
             dot.style.background = start.colour;
             const text = document.createElement("span");
-            text.textContent = `${rank + 1}. ${start.whole ? `${start.largestShear.toFixed(1)}° largest` : start.words}`;
+            text.textContent = `${rank + 1}. ${start.whole ? `${start.largestShear.toFixed(1)}° max` : start.words}`;
             const more = document.createElement("small");
             more.textContent = start.whole ? `mean ${start.meanShear.toFixed(1)}°, at ${short(start.angle)}°` : `at ${short(start.angle)}°`;
             button.title = start.label;

@@ -7,6 +7,7 @@ import math
 import os
 import pathlib
 import shlex
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -242,10 +243,13 @@ class Files(PageTest):
             self.page.click("undo")
         self.assertEqual(self.page.summary(), before)
 
-    def test_a_closed_part_says_what_it_needs(self):
-        self.open_bytes("box.obj", moulds.obj(*moulds.box()))
-        self.assertIn("edge", self.page.problem())
+    def test_a_closed_part_shows_what_drapes(self):
+        with self.page.drape():
+            path = self.open_bytes("box.obj", moulds.obj(*moulds.box()))
+        self.assert_as_the_program_at(path)
         self.page.picture("closed")
+        self.page.run("document.querySelector('[name=within]').click()")
+        self.assertIn("closed", self.page.problem())
         self.page.run("document.querySelector('#problem button').click()")
         self.page.sample("saddle.obj")
 
@@ -335,6 +339,14 @@ class Itself(PageTest):
             self.assertEqual(wide, [])
             page.picture(f"{width}x{height}-{theme}")
         page.size(1280, 800)
+
+    def test_the_program_says_where_the_page_is_missing(self):
+        alone = shutil.copy(PROGRAM, self.folder / "drape")
+        done = subprocess.run([alone, SAMPLES / "saddle.obj", "-o", self.folder / "a.html"], capture_output=True, text=True,
+                              check=False)
+        self.assertEqual(done.returncode, 2)
+        self.assertIn("docs/page.md", done.stderr)
+        self.assertFalse((self.folder / "a.html").exists())
 
     def test_the_programs_page_opens_with_its_drape(self):
         source = self.folder / "it's <b>.obj"
