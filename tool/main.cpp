@@ -102,7 +102,8 @@ std::vector<SweepResult> sweepAndTell(Work& work, const Surface& surface,
                                       const std::vector<Candidate>& candidates) {
     std::vector<SweepResult> ranked = sweepOverThreads(work.settings, surface, candidates, work.log);
     if (!work.settings.quiet) {
-        std::cout << sweepTable(ranked, work.settings.verbose ? ranked.size() : sweepRowsShown) << '\n';
+        const std::size_t rows = work.settings.verbose ? ranked.size() : sweepRowsShown;
+        std::cout << sweepTable(ranked, rows, finestOf(surface.steps)) << '\n';
     }
     const std::string csv = sweepCsv(ranked, work.settings.sweep.part == 1);
     for (const std::string& path : work.settings.outputs) {
@@ -124,7 +125,8 @@ void warnOfPoorCloth(const Work& work, const Trial& trial) {
     }
     if (m.largestTurn > sharpTurn) {
         work.log.warn("a yarn turns by " + number(m.largestTurn, 2) +
-                      " degrees between neighbouring cells at " + pointText(m.largestTurnAt) +
+                      " degrees between neighbouring cells at " +
+                      pointText(m.largestTurnAt, finestOf({trial.choice.stepA, trial.choice.stepB})) +
                       "; smaller cells (--step) or another start show whether it kinks");
     }
     if (m.net.overlapArea > 0.0) {
@@ -220,7 +222,7 @@ std::vector<CurveResult> carryAndTell(const Work& work, const Surface& surface, 
     std::vector<CurveResult> curves;
     for (const DrawnCurve& curve : drawn) {
         if (trial.measures.cellsOnSurface > 0) {
-            curves.push_back(carryOver(curve, surface.mesh, trial.choice, trial.grid, trial.measures.cells,
+            curves.push_back(carryOver(curve, surface.mesh, trial.choice, trial.grid, trial.measures,
                                        work.settings.cutCurves, notes.list()));
         }
     }
@@ -278,9 +280,12 @@ int run(Work& work) {
         ranked = sweepAndTell(work, surface, candidates);
         start = ranked.front().candidate;
     }
+    std::optional<Point> passedOver;
     if (looksForStart(work.settings)) {
         start.seed = bestStart(surface, work.settings.trial, start.angle);
-        work.log.detail("the start at " + pointText(start.seed) + " shears least of those around the middle");
+        if (vec::distance(start.seed, surface.defaultSeed) > finestOf(surface.steps)) {
+            passedOver = surface.defaultSeed;
+        }
     }
     Trial trial = drapeAndTell(work, surface, start.seed, start.angle);
     const std::optional<GoodPart> good = goodPartOf(work, surface, trial);
@@ -291,9 +296,14 @@ int run(Work& work) {
     const CutLines cut = cutLinesOf(trial.measures.net, work.settings.allowance);
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - work.begin).count();
-    const Story story{
-        work.settings,          trial, cut, curves, work.settings.sweep.wanted ? &ranked : nullptr, seconds,
-        good ? &*good : nullptr};
+    const Story story{work.settings,
+                      trial,
+                      cut,
+                      curves,
+                      work.settings.sweep.wanted ? &ranked : nullptr,
+                      seconds,
+                      good ? &*good : nullptr,
+                      passedOver};
     if (!work.settings.quiet) {
         std::cout << summaryOf(story) << std::flush;
     }

@@ -173,7 +173,7 @@ std::string extentsText(const Mould& mould) {
 
 // A point so exactly that a thousandth of a cell shows, however far from the origin.
 std::string placeText(const Point& point, const Choice& choice) {
-    return pointText(point, 1e-3 * std::min(choice.stepA, choice.stepB));
+    return pointText(point, finestOf({choice.stepA, choice.stepB}));
 }
 
 std::string overlapText(const NetPattern& net) {
@@ -227,6 +227,11 @@ std::string summaryOf(const Story& story) {
     text += line("start", "seed " + placeText(c.seed, c) + ", warp " + pointText(c.warp) + ", cells " +
                               number(c.stepA) + " by " + number(c.stepB) +
                               (c.pivotByGridLine ? ", pivots by grid line" : ", pivots by least shear"));
+    if (story.passedOver) {
+        text += line("place", "of those around the middle the one from which the cloth shears least; --start "
+                              "middle takes " +
+                                  placeText(*story.passedOver, c));
+    }
     text += line("side", "the cloth lies on the side " + textOf(t.side) + ", normal " + pointText(c.normal) +
                              " at the seed");
     text += line("angle", "warp at " + number(plyAngle(c)) + " degrees from the rosette " +

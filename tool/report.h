@@ -6,6 +6,7 @@
 #include "host/search/trial.h"
 #include "tool/settings.h"
 
+#include <optional>
 #include <span>
 
 namespace tool {
@@ -28,7 +29,8 @@ struct Story {
     std::span<const CurveResult> curves;
     const std::vector<SweepResult>* ranked = nullptr; // null without a sweep
     double wallSeconds = 0.0;
-    const GoodPart* good = nullptr; // null where the drape is good all over
+    const GoodPart* good = nullptr;       // null where the drape is good all over
+    std::optional<Point> passedOver = {}; // the middle, where the start was found beside it
 };
 
 std::string summaryOf(const Story& story);

@@ -5,14 +5,18 @@
 #include "host/cloth/curve.h"
 
 #include "drape.h"
+#include "host/cloth/net_faces.h"
 #include "host/cloth/status_text.h"
 #include "host/mesh/error.h"
+#include "host/mesh/nearest_point.h"
 #include "host/mesh/point.h"
 #include "host/mesh/surface_tree.h"
 #include "host/mesh/text.h"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <map>
 #include <optional>
 #include <tuple>
 
@@ -35,23 +39,60 @@ struct Ray {
     Point point, direction; // a unit vector
 };
 
+// How far from a place the first corner of a cell is looked for, in cells: the net pattern goes on beyond the
+// last cells by less.
+constexpr double reachOfCells = 1.5;
+
 double flatDistance(const FlatPoint& a, const FlatPoint& b) {
     return std::hypot(a[0] - b[0], a[1] - b[1]);
+}
+
+bool isInside(const std::vector<FlatPoint>& polygon, const FlatPoint& p) {
+    bool inside = false;
+    for (std::size_t k = 0; k < polygon.size(); ++k) {
+        const FlatPoint& a = polygon[k];
+        const FlatPoint& b = polygon[(k + 1) % polygon.size()];
+        if ((a[1] > p[1]) != (b[1] > p[1]) && p[0] < a[0] + (p[1] - a[1]) / (b[1] - a[1]) * (b[0] - a[0])) {
+            inside = !inside;
+        }
+    }
+    return inside;
+}
+
+double distanceTo(const std::vector<FlatPoint>& polygon, const FlatPoint& p) {
+    const auto level = [](const FlatPoint& q) { return Point{q[0], q[1], 0.0}; };
+    double least = std::numeric_limits<double>::infinity();
+    for (std::size_t k = 0; k < polygon.size(); ++k) {
+        const Point nearest =
+            nearestOnSegment(level(polygon[k]), level(polygon[(k + 1) % polygon.size()]), level(p));
+        least = std::min(least, distance(nearest, level(p)));
+    }
+    return least;
 }
 
 // The cells of the cloth, by their place in the grid. Beside a cut several cells can share one.
 class Cloth {
 public:
-    Cloth(const Grid& grid, const std::vector<Cell>& cells, const Choice& choice, const TriangleMesh& surface)
-        : grid_(grid), cells_(cells), surface_(surface), tree_(surface), step_{choice.stepA, choice.stepB},
-          length_(std::max(choice.stepA, choice.stepB)) {
-        for (std::size_t k = 0; k < cells.size(); ++k) {
-            if (cells[k].onSurface || hangsOverEdge(grid, cells[k])) {
-                const auto first = static_cast<std::size_t>(cells[k].nodes[0]);
+    Cloth(const Grid& grid, const Measures& measures, const Choice& choice, const TriangleMesh& surface)
+        : grid_(grid), cells_(measures.cells), surface_(surface),
+          tree_(surface), step_{choice.stepA, choice.stepB}, length_(std::max(choice.stepA, choice.stepB)) {
+        for (std::size_t k = 0; k < cells_.size(); ++k) {
+            if (cells_[k].onSurface || hangsOverEdge(grid, cells_[k])) {
+                const auto first = static_cast<std::size_t>(cells_[k].nodes[0]);
                 places_.emplace_back(grid.i[first], grid.j[first], k);
             }
         }
         std::sort(places_.begin(), places_.end());
+        for (const NetFace& face : netFaces(grid, measures)) {
+            for (const auto& polygon : face.polygons) {
+                const auto isBeyond = [](const FlatPoint& p) {
+                    return std::max({-p[0], p[0] - 1.0, -p[1], p[1] - 1.0}) > beyondCell;
+                };
+                if (std::any_of(polygon.begin(), polygon.end(), isBeyond)) {
+                    beyond_[face.cell].push_back(polygon);
+                }
+            }
+        }
     }
 
     double cellLength() const { return length_; }
@@ -60,8 +101,14 @@ public:
     std::optional<Point> pointAt(const FlatPoint& flat, const Ray& ray) const {
         std::optional<Point> found;
         double least = besideCell * length_;
-        around(flat, besideCell, [&](const Cell& cell, double x, double y) {
-            const Point point = pointIn(cell, std::clamp(x, 0.0, 1.0), std::clamp(y, 0.0, 1.0));
+        around(flat, reachOfCells, [&](std::size_t index, double x, double y) {
+            const bool beyond = liesBeyond(index, {x, y});
+            if (!beyond && std::max({-x, x - 1.0, -y, y - 1.0}) > besideCell) {
+                return;
+            }
+            const Cell& cell = cells_[index];
+            const Point point = beyond ? pointIn(cell, x, y)
+                                       : pointIn(cell, std::clamp(x, 0.0, 1.0), std::clamp(y, 0.0, 1.0));
             const Point way = point - ray.point;
             const double beside = length(way - dot(way, ray.direction) * ray.direction);
             if (beside <= least && isOverMould(point)) {
@@ -75,8 +122,11 @@ public:
     // The ray's place on the cloth, through the cells around `near`: the place nearest to it.
     std::optional<FlatPoint> placeOf(const Ray& ray, const FlatPoint& near) const {
         std::optional<FlatPoint> best;
-        around(near, 1.0, [&](const Cell& cell, double, double) {
-            for (const auto& [place, point] : cutsWith(cell, ray)) {
+        around(near, reachOfCells, [&](std::size_t index, double x, double y) {
+            if (beyond_.count(index) == 0 && std::max({-x, x - 1.0, -y, y - 1.0}) > 1.0) {
+                return;
+            }
+            for (const auto& [place, point] : cutsWith(index, ray)) {
                 if ((!best || flatDistance(place, near) < flatDistance(*best, near)) && isOverMould(point)) {
                     best = place;
                 }
@@ -104,7 +154,7 @@ private:
                 for (auto at =
                          std::lower_bound(places_.begin(), places_.end(), std::tuple(i, j, std::size_t{0}));
                      at != places_.end() && std::get<0>(*at) == i && std::get<1>(*at) == j; ++at) {
-                    use(cells_[std::get<2>(*at)], x - i, y - j);
+                    use(std::get<2>(*at), x - i, y - j);
                 }
             }
         }
@@ -137,8 +187,18 @@ private:
         return length(way - dot(way, normal) * normal) <= besideMould * length_;
     }
 
+    // Whether the pattern has a place beyond a cell that counts to it.
+    bool liesBeyond(std::size_t cell, const FlatPoint& place) const {
+        const auto found = beyond_.find(cell);
+        return found != beyond_.end() &&
+               std::any_of(found->second.begin(), found->second.end(), [&](const auto& polygon) {
+                   return isInside(polygon, place) || distanceTo(polygon, place) <= besideMould;
+               });
+    }
+
     // Where the ray's line cuts the two triangles of a cell: on the pattern and in space.
-    std::vector<std::pair<FlatPoint, Point>> cutsWith(const Cell& cell, const Ray& ray) const {
+    std::vector<std::pair<FlatPoint, Point>> cutsWith(std::size_t index, const Ray& ray) const {
+        const Cell& cell = cells_[index];
         const auto q = splitOf(cell);
         std::vector<std::pair<FlatPoint, Point>> cuts;
         for (const auto& [apex, from, to] : {std::tuple(q[1], q[2], q[0]), std::tuple(q[3], q[0], q[2])}) {
@@ -146,7 +206,7 @@ private:
             double t = 0.0;
             npprtr(ray.point.data(), ray.direction.data(), corner(cell, apex).data(),
                    corner(cell, from).data(), corner(cell, to).data(), &s, &t);
-            if (s >= -beyondCell && t >= -beyondCell && s + t <= 1.0 + beyondCell) {
+            const auto cutAt = [&] {
                 const auto flat = [&](std::size_t k) { return nodeFlat(grid_, cell.nodes[k]); };
                 FlatPoint place{};
                 for (std::size_t k = 0; k < 2; ++k) {
@@ -154,8 +214,18 @@ private:
                                t * (flat(to)[k] - flat(apex)[k]);
                 }
                 const Point origin = corner(cell, apex);
-                cuts.emplace_back(place, origin + s * (corner(cell, from) - origin) +
-                                             t * (corner(cell, to) - origin));
+                return std::pair{place, origin + s * (corner(cell, from) - origin) +
+                                            t * (corner(cell, to) - origin)};
+            };
+            if (s >= -beyondCell && t >= -beyondCell && s + t <= 1.0 + beyondCell) {
+                cuts.push_back(cutAt());
+            } else if (beyond_.count(index) > 0 && std::abs(s) + std::abs(t) < 4.0) {
+                const auto cut = cutAt();
+                const FlatPoint low = nodeFlat(grid_, cell.nodes[0]);
+                if (liesBeyond(index,
+                               {(cut.first[0] - low[0]) / step_[0], (cut.first[1] - low[1]) / step_[1]})) {
+                    cuts.push_back(cut);
+                }
             }
         }
         return cuts;
@@ -170,6 +240,7 @@ private:
     std::array<double, 2> step_;
     double length_;
     std::vector<std::tuple<std::int32_t, std::int32_t, std::size_t>> places_;
+    std::map<std::size_t, std::vector<std::vector<FlatPoint>>> beyond_; // polygons of cells, in u and v
 };
 
 // How far the straight way from one ray to the next stays on the cloth.
@@ -214,6 +285,17 @@ struct Carried {
     std::vector<std::optional<Point>> onCloth; // none for a point that has left it
 
     std::size_t next(std::size_t k) const { return (k + 1) % rays.size(); }
+
+    // The library meets a cell in its plane, which can be far off where a coarse cell is twisted, as at the
+    // rim of the cloth; the cell beside it can carry the point all the same.
+    void placeAnew(std::size_t k) {
+        const std::optional<FlatPoint> place = cloth.placeOf(rays[k], flat[k]);
+        const std::optional<Point> point = place ? cloth.pointAt(*place, rays[k]) : std::nullopt;
+        if (point && flatDistance(*place, flat[k]) <= cloth.cellLength()) {
+            flat[k] = *place;
+            onCloth[k] = point;
+        }
+    }
 
     // Whether the curve runs on the cloth from point k to the next.
     bool runsOn(std::size_t k) const {
@@ -280,7 +362,7 @@ std::vector<FlatPoint> transferred(const DrawnCurve& curve, const std::vector<Ra
                          (isPoint ? "at point " + std::to_string(k + 1)
                                   : "between the points " + std::to_string(k + 1) + " and " +
                                         std::to_string(carried.next(k) + 1)) +
-                         ", near " + pointText(curve.points[k]) +
+                         ", near " + pointText(curve.points[k], 1e-3 * carried.cloth.cellLength()) +
                          (more > 1 ? " (" + std::to_string(more) + " of its " +
                                          std::to_string(curve.points.size()) + " points lie off it)"
                                    : ""),
@@ -357,12 +439,15 @@ double lengthOnPattern(const CurveResult& curve) {
 }
 
 CurveResult carryOver(const DrawnCurve& curve, const TriangleMesh& surface, const Choice& choice,
-                      const Grid& grid, const std::vector<Cell>& cells, bool cut, Notes& notes) {
-    const Cloth cloth(grid, cells, choice, surface);
+                      const Grid& grid, const Measures& measures, bool cut, Notes& notes) {
+    const Cloth cloth(grid, measures, choice, surface);
     Carried carried{cloth, raysOf(curve, cloth, notes), {}, {}};
     carried.flat = transferred(curve, carried.rays, grid);
     for (std::size_t k = 0; k < carried.rays.size(); ++k) {
         carried.onCloth.push_back(cloth.pointAt(carried.flat[k], carried.rays[k]));
+        if (!carried.onCloth.back()) {
+            carried.placeAnew(k);
+        }
     }
     std::vector<char> runsOn;
     for (std::size_t k = 0; k < carried.rays.size(); ++k) {

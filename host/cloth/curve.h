@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/cloth/flat_overlap.h"
-#include "host/cloth/grid.h"
+#include "host/cloth/measure.h"
 #include "host/cloth/start.h"
 #include "host/mesh/note.h"
 #include "host/mesh/triangle_mesh.h"
@@ -35,10 +35,11 @@ struct CurveResult {
 double lengthOnMould(const CurveResult& curve); // along the cloth as it lies there
 double lengthOnPattern(const CurveResult& curve);
 
-// Without directions of its own the curve is projected along the normals of `surface`. Where it leaves the
-// cloth it's cut, or unless `cut` is set, InputError (curveOffCloth) names the first such point. Throws
-// StatusError if it can't be carried over at all.
+// The cloth ends where the net pattern of `measures` does. Without directions of its own the curve is
+// projected along the normals of `surface`. Where it leaves the cloth it's cut, or unless `cut` is set,
+// InputError (curveOffCloth) names the first such point. Throws StatusError if it can't be carried over at
+// all.
 CurveResult carryOver(const DrawnCurve& curve, const TriangleMesh& surface, const Choice& choice,
-                      const Grid& grid, const std::vector<Cell>& cells, bool cut, Notes& notes);
+                      const Grid& grid, const Measures& measures, bool cut, Notes& notes);
 
 } // namespace drape::host

@@ -3,9 +3,11 @@
 #include "host/cloth/start.h"
 
 #include "host/mesh/error.h"
+#include "host/mesh/nearest_point.h"
 #include "host/mesh/point.h"
 #include "host/mesh/text.h"
 
+#include <algorithm>
 #include <numbers>
 
 namespace drape::host {
@@ -21,6 +23,17 @@ constexpr double leastAskedSine = 0.1;
 constexpr double toleranceShare = 1e-3;
 constexpr double mostToleranceShare = 0.1;
 constexpr double slenderRatio = 1.6;
+
+// Distances that are equal but for rounding in a file of single precision, in square roots of the mould's
+// area.
+constexpr double equallyNear = 5e-7;
+
+// A start is moved off an edge by this share of a cell, so that rows along the edge keep clear of it by more
+// than the tolerance, or by this share of the way to its triangle's middle if that is less.
+constexpr double inward = 5.0 * toleranceShare;
+constexpr double mostInward = 0.05;
+constexpr double mostOfMove = 0.1;  // that may count as equal
+constexpr double sameFacing = 1e-6; // difference of unit normals
 
 // To two significant digits, for a step that is easy to read and to repeat.
 double rounded(double value) {
@@ -60,7 +73,61 @@ Point usualDirection(const Point& normal, Notes& notes) {
     return unit(inPlane({0.0, 1.0, 0.0}, normal));
 }
 
+// How far a point lies along a fixed direction, square to no edge that people draw.
+double along(const Point& p) {
+    return dot(p, {0.37, 1.0, 0.17});
+}
+
+// A point inside a triangle that no symmetry of the mould keeps in its place.
+Point placeWithin(const Mould& mould, std::size_t triangle) {
+    std::array<Point, 3> corners{mould.corner(triangle, 0), mould.corner(triangle, 1),
+                                 mould.corner(triangle, 2)};
+    std::sort(corners.begin(), corners.end(),
+              [](const Point& a, const Point& b) { return along(a) < along(b); });
+    return 0.5 * corners[0] + 0.31 * corners[1] + 0.19 * corners[2];
+}
+
 } // namespace
+
+SurfacePoint seedOn(const Mould& mould, const Point& point, const std::array<double, 2>& steps,
+                    Notes& notes) {
+    const SurfacePoint nearest = nearestPoint(mould, point);
+    const double move = inward * std::min(steps[0], steps[1]);
+    const double farthest =
+        nearest.distance + std::min(equallyNear * std::sqrt(mould.area), mostOfMove * move);
+    SurfacePoint chosen = nearest;
+    bool alike = true;
+    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
+        const Facet& facet = mould.facets[t];
+        const Point away = point - facet.centroid;
+        const double reach = farthest + facet.reach;
+        if (dot(away, away) > reach * reach) {
+            continue;
+        }
+        const Point q = nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), point);
+        if (distance(q, point) <= farthest && facet.area > 0.0) {
+            alike = alike && distance(facet.normal, mould.facets[nearest.triangle].normal) <= sameFacing;
+            if (along(facet.centroid) < along(mould.facets[chosen.triangle].centroid)) {
+                chosen = {q, t, distance(q, point)};
+            }
+        }
+    }
+    if (alike) {
+        return nearest;
+    }
+    const Point within = placeWithin(mould, chosen.triangle);
+    const double way = distance(chosen.position, within);
+    const double part = way > 0.0 ? std::min(mostInward, move / way) : 0.0;
+    chosen.position = mix(chosen.position, within, part);
+    tell(notes, NoteKind::seedMoved,
+         "the seed lies where triangles meet that face differently; it was moved by " + number(part * way) +
+             " into one of them, to " + pointText(chosen.position, finestOf(steps)));
+    return chosen;
+}
+
+double finestOf(const std::array<double, 2>& steps) {
+    return 1e-3 * std::min(steps[0], steps[1]);
+}
 
 std::array<double, 2> stepsFor(const StartWishes& wishes, double area) {
     if (wishes.stepA) {

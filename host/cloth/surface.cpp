@@ -22,10 +22,12 @@ namespace {
 
 TriangleMesh clippedBy(TriangleMesh mesh, const std::vector<Plane>& planes, Notes& notes) {
     for (const Plane& plane : planes) {
+        const double size = diagonalOf(mesh.positions);
         mesh = clipped(mesh, plane);
         if (mesh.triangles.empty()) {
             throw InputError("nothing of the surface lies on the side of the plane at " +
-                                 pointText(plane.point) + " to which " + pointText(plane.normal) + " points",
+                                 pointText(plane.point, 1e-3 * size) + " to which " +
+                                 pointText(plane.normal) + " points",
                              Refusal::nothingLeft);
         }
         tell(notes, NoteKind::clipped,
@@ -73,16 +75,15 @@ SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, Notes& notes
     }
     tell(notes, NoteKind::seedMoved,
          "the surface point nearest to the centroid lies at an edge; the seed was moved inward to " +
-             pointText(best.position));
+             pointText(best.position, 1e-3 * std::sqrt(mould.area) / cellsAcross));
     return best;
 }
 
-void sayIfMoved(const SurfacePoint& seed, const std::optional<Point>& named, double step, Notes& notes) {
-    constexpr double noticed = 1e-3; // of a cell
-    if (named && seed.distance > noticed * step) {
+void sayIfMoved(const SurfacePoint& seed, const std::optional<Point>& named, double fine, Notes& notes) {
+    if (named && seed.distance > fine) {
         tell(notes, NoteKind::seedMoved,
-             "the seed " + pointText(*named) + " was moved by " + number(seed.distance) +
-                 " onto the surface, to " + pointText(seed.position));
+             "the seed " + pointText(*named, fine) + " was moved by " + number(seed.distance) +
+                 " onto the surface, to " + pointText(seed.position, fine));
     }
 }
 
@@ -118,7 +119,7 @@ Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, co
     }
     surface.steps = stepsFor(start, area);
     checkTolerance(start, surface.steps);
-    sayIfMoved(middle, seed, std::min(surface.steps[0], surface.steps[1]), notes);
+    sayIfMoved(middle, seed, finestOf(surface.steps), notes);
     return surface;
 }
 

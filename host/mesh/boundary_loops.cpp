@@ -90,8 +90,8 @@ void nameHoles(const std::vector<Loop>& loops, const std::vector<Point>& positio
     for (std::size_t i = 1; i < loops.size() && i <= holesNamed; ++i) {
         tell(notes, NoteKind::hole,
              "  hole of " + number(loops[i].length) + " round about " +
-                 pointText(centreOf(loops[i], positions)) + ", " + std::to_string(loops[i].vertices.size()) +
-                 " edges");
+                 pointText(centreOf(loops[i], positions), 1e-3 * loops[i].length) + ", " +
+                 std::to_string(loops[i].vertices.size()) + " edges");
     }
     if (loops.size() - 1 > holesNamed) {
         tell(notes, NoteKind::hole, "  and " + std::to_string(loops.size() - 1 - holesNamed) + " more");

@@ -28,7 +28,8 @@ std::string fixed(double value, int decimals) {
 
 std::string pointText(const Point& point, double fine) {
     const double size = std::max({std::abs(point[0]), std::abs(point[1]), std::abs(point[2])});
-    const double nothing = std::max(1e-12, 1e-9 * size); // rounding that isn't worth a reader's time
+    // What isn't worth a reader's time, such as rounding.
+    const double nothing = std::max({1e-12, 1e-9 * size, 0.1 * fine});
     constexpr double fewest = 4.0;
     constexpr double most = 15.0;
     const double wanted = fine > 0.0 && size > 0.0 ? std::ceil(std::log10(size / fine)) : fewest;

@@ -31,7 +31,7 @@ struct Runner {
         trial.side = surface.side;
         trial.angle = angle;
         trial.mould = std::move(mould);
-        const SurfacePoint start = nearestPoint(*trial.mould, seed);
+        const SurfacePoint start = seedOn(*trial.mould, seed, surface.steps, notes);
         trial.choice = choiceAt(*trial.mould, start, wishes.start, angle, surface.steps, notes);
         requireEdge(*trial.mould);
         nameHoles(trial.mould->loops, trial.mould->positions, NoteKind::holesLeft,
@@ -127,7 +127,7 @@ Trial drapeFrom(const Surface& surface, const TrialWishes& wishes, const Point& 
     if (!wishes.within && !wishes.withinLargest) {
         return runner.run(surface.mould, seed, notes);
     }
-    const SurfacePoint start = nearestPoint(*surface.mould, seed);
+    const SurfacePoint start = seedOn(*surface.mould, seed, surface.steps, notes);
     const std::vector<double> distances = distancesAlong(surface.mesh, start);
     if (wishes.within) {
         return runner.runWithin(start, distances, *wishes.within, notes);

@@ -20,9 +20,9 @@ std::shared_ptr<CurveResult> carry(const HeldPly& ply, const DrawnCurve& curve, 
     const py::gil_scoped_release unlocked;
     const std::lock_guard<std::mutex> alone(processState());
     Notes untold;
-    const Trial& trial = ply.sheared();
-    return std::make_shared<CurveResult>(carryOver(curve, ply.mould->surface.mesh, trial.choice, trial.grid,
-                                                   trial.measures.cells, cut, untold));
+    const Trial& trial = ply.measured();
+    return std::make_shared<CurveResult>(
+        carryOver(curve, ply.mould->surface.mesh, trial.choice, trial.grid, trial.measures, cut, untold));
 }
 
 py::list stretchesOf(const py::object& self) {

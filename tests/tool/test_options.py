@@ -47,7 +47,7 @@ class Defaults(Case):
         mould = model.Mould(points, bent)
         report, done = self.report(self.file("m.obj", obj((points, bent))), "--start", "middle")
         seed = report["choice"]["seed"]
-        self.assertIn("the seed was moved inward to (" + ", ".join(f"{x:.4g}" for x in seed) + ")", done.stderr)
+        self.assertIn("the seed was moved inward to (" + ", ".join(f"{x:.5g}" for x in seed) + ")", done.stderr)
         rim = [points[v] for v in mould.loops()[0][1]]
         room = lambda p: min(math.dist(p, q) for q in rim)
         wanted = 3 * math.sqrt(mould.area) / 40

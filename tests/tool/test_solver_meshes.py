@@ -64,7 +64,8 @@ class SolverMeshes(Case):
             done = self.drape(name, "--set", "nowhere", expect=INPUT)
             self.assertIn("there is no set nowhere of shell elements; the file has ", done.stderr)
         report, _ = self.report("a.inp", "--seed-vertex", node(40), "--step", "1", expect=None)
-        self.assertPoint(report["choice"]["seed"], mesh[0][40])
+        # A start where triangles meet is moved a little into one of them.
+        self.assertLess(math.dist(report["choice"]["seed"], mesh[0][40]), 0.006)
         self.drape("a.inp", "--seed-vertex", "3", expect=USAGE)
         self.assertIn("name no sets", self.drape(self.file("m.obj", obj(mesh)), "--set", "a", expect=INPUT).stderr)
 

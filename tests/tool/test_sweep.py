@@ -95,7 +95,7 @@ class Sweep(Case):
                     f"{row['mean_shear_deg']:.1f}", f"{100 * row['share_beyond_locking']:.1f}", "%",
                     f"{100 * row['covered_share']:.1f}", "%", f"{row['net_area']:.4g}"]
             self.assertEqual(words[:10], wide)
-            self.assertIn("(" + ", ".join(f"{row[f'seed_{a}']:.4g}" for a in "xyz") + ")", line)
+            self.assertIn("(" + ", ".join(f"{row[f'seed_{a}']:.5g}" for a in "xyz") + ")", line)
             self.assertEqual("ended with code" in line, row["status"] != 0)
             self.assertEqual("% doubled" in line, row["doubled_share"] > 0.05)
         cores = len(os.sched_getaffinity(0)) if hasattr(os, "sched_getaffinity") else os.cpu_count()

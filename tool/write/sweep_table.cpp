@@ -67,7 +67,7 @@ std::string sweepCsv(std::vector<SweepResult> results, bool withHead) {
     return text;
 }
 
-std::string sweepTable(const std::vector<SweepResult>& ranked, std::size_t most) {
+std::string sweepTable(const std::vector<SweepResult>& ranked, std::size_t most, double fine) {
     std::string text =
         "rank  candidate  angle  largest shear  mean shear  beyond locking  covered     net area  "
         "seed and result\n";
@@ -86,7 +86,7 @@ std::string sweepTable(const std::vector<SweepResult>& ranked, std::size_t most)
                 padded(fixed(r.meanShear, 1), 12) +
                 padded(fixed(100.0 * r.shareBeyondLocking, 1) + " %", 16) +
                 padded(fixed(100.0 * r.coveredShare, 1) + " %", 9) + padded(number(r.netArea), 13) + "  " +
-                pointText(r.candidate.seed) + result + "\n";
+                pointText(r.candidate.seed, fine) + result + "\n";
     }
     return text;
 }

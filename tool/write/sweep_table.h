@@ -14,7 +14,7 @@ using namespace drape::host;
 // parts make one table when they are put one behind the other.
 std::string sweepCsv(std::vector<SweepResult> results, bool withHead);
 
-// The best results as a table for people.
-std::string sweepTable(const std::vector<SweepResult>& ranked, std::size_t most);
+// The best results as a table for people, with seeds so exactly that differences of `fine` show.
+std::string sweepTable(const std::vector<SweepResult>& ranked, std::size_t most, double fine = 0.0);
 
 } // namespace tool
