@@ -287,8 +287,11 @@ struct Carried {
     std::size_t next(std::size_t k) const { return (k + 1) % rays.size(); }
 
     // The library meets a cell in its plane, which can be far off where a coarse cell is twisted, as at the
-    // rim of the cloth; the cell beside it can carry the point all the same.
+    // rim of the cloth; the cell beside it can carry a point near the mould all the same.
     void placeAnew(std::size_t k) {
+        if (cloth.below(rays[k].point).distance > cloth.cellLength()) {
+            return;
+        }
         const std::optional<FlatPoint> place = cloth.placeOf(rays[k], flat[k]);
         const std::optional<Point> point = place ? cloth.pointAt(*place, rays[k]) : std::nullopt;
         if (point && flatDistance(*place, flat[k]) <= cloth.cellLength()) {

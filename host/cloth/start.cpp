@@ -93,19 +93,18 @@ SurfacePoint seedOn(const Mould& mould, const Point& point, const std::array<dou
                     Notes& notes) {
     const SurfacePoint nearest = nearestPoint(mould, point);
     const double move = inward * std::min(steps[0], steps[1]);
-    const double farthest =
-        nearest.distance + std::min(equallyNear * std::sqrt(mould.area), mostOfMove * move);
+    const double reach = std::min(equallyNear * std::sqrt(mould.area), mostOfMove * move);
     SurfacePoint chosen = nearest;
     bool alike = true;
     for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
         const Facet& facet = mould.facets[t];
-        const Point away = point - facet.centroid;
-        const double reach = farthest + facet.reach;
-        if (dot(away, away) > reach * reach) {
+        const Point away = nearest.position - facet.centroid;
+        if (facet.area == 0.0 || dot(away, away) > (reach + facet.reach) * (reach + facet.reach)) {
             continue;
         }
-        const Point q = nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), point);
-        if (distance(q, point) <= farthest && facet.area > 0.0) {
+        const Point q =
+            nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), nearest.position);
+        if (distance(q, nearest.position) <= reach) {
             alike = alike && distance(facet.normal, mould.facets[nearest.triangle].normal) <= sameFacing;
             if (along(facet.centroid) < along(mould.facets[chosen.triangle].centroid)) {
                 chosen = {q, t, distance(q, point)};

@@ -310,6 +310,32 @@ class Start(Case):
         middle, _ = self.report(self.file("m.obj", obj((points, faces))), "--start", "middle")
         self.assertLessEqual(told["plain"]["shear"]["mean"], middle["shear"]["mean"] + 0.25)
 
+    def test_a_seed_where_triangles_meet_gives_one_ply(self):
+        flat, faces = plate(14)
+        points = [(x, y, 4.0 - 0.05 * ((x - 6.3) ** 2 + 1.3 * (y - 7.1) ** 2 + 0.4 * x * math.sin(y))) for x, y, _ in flat]
+        order = sorted(range(len(points)), key=lambda v: (v * 7919) % len(points))
+        number = {v: k for k, v in enumerate(order)}
+        mixed = [points[v] for v in order], [tuple(number[v] for v in (*f[1:], f[0])) for f in faces[1::3] + faces[::3] + faces[2::3]]
+        middle = 7 * 15 + 6
+        a, b = next(f for f in faces if f[0] == middle)[:2]
+        for seed in (points[middle], [(x + y) / 2 for x, y in zip(points[a], points[b])]):
+            told = {}
+            for name, scale, file in (("plain.obj", 1.0, obj((points, faces))), ("mixed.obj", 1.0, obj(mixed)),
+                                      ("metres.obj", 1e-3, obj(([tuple(1e-3 * x for x in p) for p in points], faces))),
+                                      ("turned.obj", 1.0, obj((points, [f[::-1] for f in faces]))), ("single.stl", 1.0, stl_binary(mixed))):
+                start = "--seed=" + ",".join(repr(scale * x) for x in seed)
+                report, done = self.report(self.file(name, file), start, "--step", repr(scale * 0.9))
+                self.assertIn("triangles meet that face differently", done.stderr)
+                told[name] = report
+                self.assertLess(math.dist([x / scale for x in report["choice"]["seed"]], seed), 0.005)
+                self.assertEqual(report["result"]["nodes"], told["plain.obj"]["result"]["nodes"])
+                for key in ("mean", "largest"):
+                    self.assertAlmostEqual(report["shear"][key], told["plain.obj"]["shear"][key], 3)
+                self.assertAlmostEqual(report["pattern"]["netArea"] / scale ** 2, told["plain.obj"]["pattern"]["netArea"], 3)
+        # On a flat part no start is moved.
+        report, done = self.choice("--seed", "2,2,0")
+        self.assertEqual((report["choice"]["seed"], "face differently" in done.stderr), ([2, 2, 0], False))
+
     def test_side_where_the_surface_as_a_whole_faces_none(self):
         tube, closed = ([], []), cube()
         for k in range(24):
