@@ -42,6 +42,7 @@ struct Ray {
 // How far from a place the first corner of a cell is looked for, in cells: the net pattern goes on beyond the
 // last cells by less.
 constexpr double reachOfCells = 1.5;
+constexpr double farBeyond = 4.0; // shares of a cell's sides at which nothing of the pattern can lie
 
 double flatDistance(const FlatPoint& a, const FlatPoint& b) {
     return std::hypot(a[0] - b[0], a[1] - b[1]);
@@ -201,30 +202,26 @@ private:
         const Cell& cell = cells_[index];
         const auto q = splitOf(cell);
         std::vector<std::pair<FlatPoint, Point>> cuts;
-        for (const auto& [apex, from, to] : {std::tuple(q[1], q[2], q[0]), std::tuple(q[3], q[0], q[2])}) {
+        for (const auto& half : {std::array{q[1], q[2], q[0]}, std::array{q[3], q[0], q[2]}}) {
+            const Point apex = corner(cell, half[0]);
+            const Point from = corner(cell, half[1]);
+            const Point to = corner(cell, half[2]);
             double s = 0.0;
             double t = 0.0;
-            npprtr(ray.point.data(), ray.direction.data(), corner(cell, apex).data(),
-                   corner(cell, from).data(), corner(cell, to).data(), &s, &t);
-            const auto cutAt = [&] {
-                const auto flat = [&](std::size_t k) { return nodeFlat(grid_, cell.nodes[k]); };
-                FlatPoint place{};
-                for (std::size_t k = 0; k < 2; ++k) {
-                    place[k] = flat(apex)[k] + s * (flat(from)[k] - flat(apex)[k]) +
-                               t * (flat(to)[k] - flat(apex)[k]);
-                }
-                const Point origin = corner(cell, apex);
-                return std::pair{place, origin + s * (corner(cell, from) - origin) +
-                                            t * (corner(cell, to) - origin)};
-            };
-            if (s >= -beyondCell && t >= -beyondCell && s + t <= 1.0 + beyondCell) {
-                cuts.push_back(cutAt());
-            } else if (beyond_.count(index) > 0 && std::abs(s) + std::abs(t) < 4.0) {
-                const auto cut = cutAt();
+            npprtr(ray.point.data(), ray.direction.data(), apex.data(), from.data(), to.data(), &s, &t);
+            const bool inside = s >= -beyondCell && t >= -beyondCell && s + t <= 1.0 + beyondCell;
+            if (inside || (beyond_.count(index) > 0 && std::abs(s) + std::abs(t) < farBeyond)) {
+                const FlatPoint place = [&] {
+                    const FlatPoint a = nodeFlat(grid_, cell.nodes[half[0]]);
+                    const FlatPoint b = nodeFlat(grid_, cell.nodes[half[1]]);
+                    const FlatPoint c = nodeFlat(grid_, cell.nodes[half[2]]);
+                    return FlatPoint{a[0] + s * (b[0] - a[0]) + t * (c[0] - a[0]),
+                                     a[1] + s * (b[1] - a[1]) + t * (c[1] - a[1])};
+                }();
                 const FlatPoint low = nodeFlat(grid_, cell.nodes[0]);
-                if (liesBeyond(index,
-                               {(cut.first[0] - low[0]) / step_[0], (cut.first[1] - low[1]) / step_[1]})) {
-                    cuts.push_back(cut);
+                if (inside ||
+                    liesBeyond(index, {(place[0] - low[0]) / step_[0], (place[1] - low[1]) / step_[1]})) {
+                    cuts.emplace_back(place, apex + s * (from - apex) + t * (to - apex));
                 }
             }
         }

@@ -11,7 +11,7 @@ import unittest
 
 from model import flat_area
 from moulds import obj, plate
-from program import USAGE, Case
+from program import ROOT, USAGE, Case
 from readers import Svg, dxf_entities, pdf_words, png_pixels
 
 READ_DXF = """
@@ -119,6 +119,17 @@ class Cutting(Case):
         self.drape(mesh, "--units-mm", "1000", "--step", "0.5", "-o", "p.pdf")
         info = subprocess.run(["pdfinfo", self.folder / "p.pdf"], capture_output=True, text=True, check=True).stdout
         self.assertIn("Page size:       2383.9", info.replace("3370.39 x ", ""))
+
+    def test_the_moulds_own_edge_is_carried_with_cells_of_any_size(self):
+        mesh = ROOT / "samples" / "hemisphere.obj"
+        points = [tuple(map(float, line.split()[1:])) for line in mesh.read_text().splitlines() if line.startswith("v ")]
+        rim = sorted((p for p in points if math.hypot(*p[:2]) > 149.9), key=lambda p: math.atan2(p[1], p[0]))
+        path = self.file("rim.xyz", "".join("%r %r %r\n" % p for p in rim))
+        for step, start in ((16, "best"), (20, "best"), (24, "best"), (24, "middle"), (30, "middle"), (40, "best")):
+            report, _ = self.report(mesh, "--step", step, "--start", start, "--curve", path)
+            (curve,), (loop,) = report["curves"], report["pattern"]["loops"]
+            self.assertTrue(report["pattern"]["reachesEdge"] and curve["closed"])
+            self.assertAlmostEqual(curve["lengthOnPattern"] / loop["length"], 1.0, delta=0.004)
 
     def test_drawings_can_be_read_in_any_unit(self):
         for size in (0.001, 0.6, 3.0, 90.0):
