@@ -29,26 +29,53 @@ void placeVertices(SurfaceMesh outer, const PlacedVertex* order, std::int32_t* i
     }
 }
 
-// `groups` has room for one number per vertex, the triangles of which it is the first, and `corners` for
-// those of all triangles.
-void numberTriangles(SurfaceMesh outer, const std::int32_t* innerVertices, std::int32_t* groups,
-                     std::int32_t* corners, std::int32_t* innerTriangles, std::int32_t* triVerts,
-                     std::int32_t* outerTriangles) {
+// A triangle on its way to its number.
+struct Mover {
+    std::int32_t corners[3]; // new numbers
+    std::int32_t outer;
+
+    std::int32_t first() const { return std::min(corners[0], std::min(corners[1], corners[2])); }
+};
+static_assert(sizeof(Mover) == 4 * sizeof(std::int32_t));
+
+// Puts new numbers in the place of the corners and counts in `groups` the triangles of which each vertex is
+// the first.
+void renumberCorners(SurfaceMesh outer, const std::int32_t* innerVertices, std::int32_t* corners,
+                     std::int32_t* groups) {
     clear(groups, outer.vertCount);
     for (std::int32_t t = 1; t <= outer.triCount; ++t) {
         std::int32_t* own = corners + 3 * (std::int64_t{t} - 1);
         for (int k = 0; k < 3; ++k)
             own[k] = innerVertices[outer.vertexOf(t, k) - 1];
-        const std::int32_t first = std::min(own[0], std::min(own[1], own[2]));
-        innerTriangles[t - 1] = first;
-        ++groups[first - 1];
+        ++groups[std::min(own[0], std::min(own[1], own[2])) - 1];
     }
-    startsFromSizes(groups, outer.vertCount);
+}
+
+// Brings the triangles near to their places, so that those are then written within a cache. `groups` has
+// where each begins.
+void moveNear(SurfaceMesh outer, const std::int32_t* corners, const std::int32_t* groups, Mover* movers) {
+    constexpr std::int32_t mostBuckets = 1024;
+    int shift = 0;
+    while ((outer.vertCount - 1) >> shift >= mostBuckets)
+        ++shift;
+    std::int32_t ends[mostBuckets];
+    for (std::int32_t b = 0; b <= (outer.vertCount - 1) >> shift; ++b)
+        ends[b] = groups[b << shift];
     for (std::int32_t t = 1; t <= outer.triCount; ++t) {
-        std::int32_t& number = innerTriangles[t - 1];
-        number = ++groups[number - 1];
-        outerTriangles[number - 1] = t;
-        std::copy_n(corners + 3 * (std::int64_t{t} - 1), 3, triVerts + 3 * (std::int64_t{number} - 1));
+        const std::int32_t* own = corners + 3 * (std::int64_t{t} - 1);
+        const Mover mover{{own[0], own[1], own[2]}, t};
+        movers[ends[(mover.first() - 1) >> shift]++] = mover;
+    }
+}
+
+void numberTriangles(const Mover* movers, std::int32_t triCount, std::int32_t* groups,
+                     std::int32_t* innerTriangles, std::int32_t* triVerts, std::int32_t* outerTriangles) {
+    for (std::int32_t k = 0; k < triCount; ++k) {
+        const Mover mover = movers[k];
+        const std::int32_t number = ++groups[mover.first() - 1];
+        innerTriangles[mover.outer - 1] = number;
+        outerTriangles[number - 1] = mover.outer;
+        std::copy_n(mover.corners, 3, triVerts + 3 * (std::int64_t{number} - 1));
     }
 }
 
@@ -70,7 +97,7 @@ bool InnerMesh::takeArrays(const SurfaceMesh& outer, std::int32_t& status) {
     return positions_.take(3 * std::int64_t{outer.vertCount}, status) &&
            triVerts_.take(3 * std::int64_t{outer.triCount}, status) &&
            fanStarts_.take(outer.vertCount, status) &&
-           fans_.take(std::max<std::int64_t>(outer.vertTriCount, 3 * std::int64_t{outer.triCount}), status) &&
+           fans_.take(std::max<std::int64_t>(outer.vertTriCount, 4 * std::int64_t{outer.triCount}), status) &&
            outerTriangles_.take(outer.triCount, status);
 }
 
@@ -86,8 +113,12 @@ bool InnerMesh::build(const SurfaceMesh& outer, std::int32_t* innerTriangles, st
         return false;
     placeVertices(outer, order, innerVertices, positions_.data());
     // The fans come last, and their tables serve before that.
-    numberTriangles(outer, innerVertices, fanStarts_.data(), fans_.data(), innerTriangles, triVerts_.data(),
-                    outerTriangles_.data());
+    std::int32_t* groups = fanStarts_.data();
+    auto* movers = reinterpret_cast<Mover*>(fans_.data());
+    renumberCorners(outer, innerVertices, triVerts_.data(), groups);
+    startsFromSizes(groups, outer.vertCount);
+    moveNear(outer, triVerts_.data(), groups, movers);
+    numberTriangles(movers, outer.triCount, groups, innerTriangles, triVerts_.data(), outerTriangles_.data());
     placeFans(outer, innerVertices, innerTriangles, fanStarts_.data(), fans_.data());
     mesh_ = outer;
     mesh_.vertPos = positions_.data();

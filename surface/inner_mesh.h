@@ -14,7 +14,7 @@ namespace drape {
 
 class InnerMesh {
 public:
-    // Keeps 42 bytes per triangle of a usual mesh, and 8 more while it builds. `innerTriangles` and
+    // Keeps 46 bytes per triangle of a usual mesh, and 8 more while it builds. `innerTriangles` and
     // `innerVertices`, with room for one number per triangle and vertex of the caller's, become the new
     // numbers by the old. False with a work-array code.
     bool build(const SurfaceMesh& outer, std::int32_t* innerTriangles, std::int32_t* innerVertices,
