@@ -104,10 +104,6 @@ void warnOfSet(const Settings& settings, const PieceSet& set, const Log& log) {
 
 } // namespace
 
-PieceSet goodPiece(const Settings& settings, const Surface& surface, const PieceStart& start) {
-    return pieceFrom(surface, settings.trial, settings.cover.wishes, start);
-}
-
 int coverAndTell(const Settings& settings, const Surface& surface,
                  const std::vector<std::int64_t>& faceNumbers, const Log& log, Clock::time_point begin) {
     const PieceSet set = searched(settings, surface, log);

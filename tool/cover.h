@@ -14,7 +14,4 @@ int coverAndTell(const Settings& settings, const Surface& surface,
                  const std::vector<std::int64_t>& faceNumbers, const Log& log,
                  std::chrono::steady_clock::time_point begin);
 
-// The good region of the drape from `start` as a piece of its own; none if there is next to nothing.
-PieceSet goodPiece(const Settings& settings, const Surface& surface, const PieceStart& start);
-
 } // namespace tool

@@ -1,7 +1,6 @@
 // The program `drape`: a mould and a choice of start in, a drape, its pattern and its measures out.
 #include "drape.h"
 #include "host/cloth/curve.h"
-#include "host/cloth/status_text.h"
 #include "host/cloth/surface.h"
 #include "host/mesh/text.h"
 #include "host/search/default_start.h"
@@ -9,6 +8,7 @@
 #include "tool/advice.h"
 #include "tool/cover.h"
 #include "tool/errors.h"
+#include "tool/good_part.h"
 #include "tool/layup_run.h"
 #include "tool/log.h"
 #include "tool/options.h"
@@ -229,23 +229,6 @@ std::vector<CurveResult> carryAndTell(const Work& work, const Surface& surface, 
     return curves;
 }
 
-// The good region of a drape that isn't good all over; for one that ended with a code, or if it's asked for.
-std::optional<GoodPart> goodPartOf(const Work& work, const Surface& surface, const Trial& trial) {
-    const Remedy remedy = textOfStatus(trial.grid.status).remedy;
-    const bool folds = remedy == Remedy::otherStart || remedy == Remedy::finerOrOther;
-    if (trial.within || trial.grid.count == 0 || (!folds && !work.settings.keepGood)) {
-        return std::nullopt;
-    }
-    PieceSet set = goodPiece(work.settings, surface, {trial.choice.seed, trial.angle});
-    if (set.pieces.empty()) {
-        if (work.settings.keepGood) {
-            work.log.warn("nothing around the seed is good cloth in one layer; the whole drape is kept");
-        }
-        return std::nullopt;
-    }
-    return GoodPart{std::move(set.pieces.front().drape), set.coveredShare, work.settings.keepGood};
-}
-
 // Whether the command line is to blame rather than the file.
 bool isOfUse(Refusal refusal) {
     return refusal == Refusal::tooFine || refusal == Refusal::noSuchSide || refusal == Refusal::upright ||
@@ -288,9 +271,11 @@ int run(Work& work) {
         }
     }
     Trial trial = drapeAndTell(work, surface, start.seed, start.angle);
-    const std::optional<GoodPart> good = goodPartOf(work, surface, trial);
+    const std::optional<GoodPart> good = goodPartOf(work.settings, surface, trial);
     if (good && work.settings.keepGood) {
         trial = good->drape;
+    } else if (work.settings.keepGood && !trial.within && trial.grid.count > 0) {
+        work.log.warn("nothing around the seed is good cloth in one layer; the whole drape is kept");
     }
     const std::vector<CurveResult> curves = carryAndTell(work, surface, trial, drawn);
     const CutLines cut = cutLinesOf(trial.measures.net, work.settings.allowance);

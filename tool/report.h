@@ -4,6 +4,7 @@
 #include "host/cloth/curve.h"
 #include "host/search/ranking.h"
 #include "host/search/trial.h"
+#include "tool/good_part.h"
 #include "tool/settings.h"
 
 #include <optional>
@@ -14,13 +15,6 @@ namespace tool {
 // The version of the JSON form goes up when a member changes its meaning or goes away; members may be added
 // under the same version. The manual page lists the members.
 constexpr int reportVersion = 2;
-
-// The good region around the seed of a drape that folds or locks elsewhere, draped by itself.
-struct GoodPart {
-    Trial drape;
-    double share = 0.0; // of the mould's area
-    bool kept = false;  // in the place of the whole drape
-};
 
 struct Story {
     const Settings& settings;

@@ -118,7 +118,8 @@ py::tuple pieceOf(const HeldCover& held, std::size_t index) {
     auto ply = std::make_shared<HeldPly>();
     ply->mould = mould;
     ply->trial = piece.drape;
-    ply->lockingAngle = held.trial.lockingAngle;
+    ply->surface = {mould, &mould->surface};
+    ply->wishes = held.trial;
     ply->wasMeasured = true;
     return py::make_tuple(std::const_pointer_cast<const HeldMould>(mould), ply, piece.claimed,
                           piece.seamLength);

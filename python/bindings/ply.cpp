@@ -51,7 +51,8 @@ std::shared_ptr<HeldPly> drapeMould(const std::shared_ptr<const HeldMould>& moul
     if (!seed && !inMiddle && !mould->seedNamed && !wishes.within && !wishes.withinLargest) {
         from = bestStart(*surface, wishes, angle);
     }
-    ply->lockingAngle = wishes.lockingAngle;
+    ply->surface = surface;
+    ply->wishes = wishes;
     ply->wasMeasured = wishes.within || wishes.withinLargest;
     TrialWishes runOnly = wishes;
     runOnly.measured = false;
@@ -143,7 +144,8 @@ py::dict choiceOf(const HeldPly& ply) {
 
 std::string reportWith(const HeldPly& ply, const Show& show, const tool::CutLines& cut) {
     const tool::Settings settings = settingsOf(*ply.mould, show);
-    const tool::Story story{settings, ply.measured(), cut, show.curves, nullptr, ply.trial.seconds};
+    const tool::Story story{settings, ply.measured(),    cut,       show.curves,
+                            nullptr,  ply.trial.seconds, ply.good()};
     return tool::jsonOf(story);
 }
 
@@ -184,7 +186,7 @@ void withoutLock(Work work) {
 void HeldPly::shearOnce() const {
     std::call_once(shear_, [this] {
         if (!wasMeasured) {
-            trial.measures = measureShear(trial.grid, lockingAngle);
+            trial.measures = measureShear(trial.grid, wishes.lockingAngle);
         }
     });
 }
@@ -206,6 +208,17 @@ const Trial& HeldPly::sheared() const {
 const Trial& HeldPly::measured() const {
     withoutLock([this] { measureOnce(); });
     return trial;
+}
+
+const tool::GoodPart* HeldPly::good() const {
+    withoutLock([this] {
+        std::call_once(good_, [this] {
+            tool::Settings settings;
+            settings.trial = wishes;
+            goodPart_ = tool::goodPartOf(settings, *surface, trial);
+        });
+    });
+    return goodPart_ ? &*goodPart_ : nullptr;
 }
 
 void bindPly(py::module_& module) {

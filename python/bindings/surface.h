@@ -5,6 +5,7 @@
 #include "python/bindings/module.h"
 
 #include "host/search/trial.h"
+#include "tool/good_part.h"
 
 #include <memory>
 #include <mutex>
@@ -32,9 +33,10 @@ private:
 // drape takes longer than the run.
 struct HeldPly {
     std::shared_ptr<const HeldMould> mould;
+    std::shared_ptr<const host::Surface> surface; // with the cell lengths of this drape
+    host::TrialWishes wishes;
     mutable host::Trial trial; // its measures only through `sheared` and `measured`
-    double lockingAngle = 0.0;
-    bool wasMeasured = false; // by the search for its patch
+    bool wasMeasured = false;  // by the search for its patch
     host::Notes notes;
 
     // Cells, shear and turns only, or all. With or without the interpreter's lock, which isn't held
@@ -42,11 +44,15 @@ struct HeldPly {
     const host::Trial& sheared() const;
     const host::Trial& measured() const;
 
+    // What is good of one that folds, for reports; null for others.
+    const tool::GoodPart* good() const;
+
 private:
     void shearOnce() const;
     void measureOnce() const;
 
-    mutable std::once_flag shear_, all_;
+    mutable std::once_flag shear_, all_, good_;
+    mutable std::optional<tool::GoodPart> goodPart_;
 };
 
 // An array over memory that `owner` keeps alive, without a copy; nobody can write to it.

@@ -26,7 +26,7 @@ def pieces(ball):
 
 
 def test_pieces_are_the_programs(program, tmp_path, pieces):
-    kinds = ["vtp", "fibres.csv", "glb", "pdf", "dxf", "svg", "json"]
+    kinds = ["vtp", "fibres.csv", "glb", "pdf", "dxf", "png", "json"]
     options = ["--cover=0.97", f"--locking={LOCKING}", "--step=12", "--overlap=4", "--allowance=3"]
     report, files = program("hemisphere.obj", *options, outputs=[f"a.{kind}" for kind in kinds])
     assert len(pieces) == report["cover"]["count"] > 1 and pieces.covered_share == report["cover"]["coveredShare"]
