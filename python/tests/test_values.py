@@ -16,7 +16,7 @@ SOME_WAYS = [
     ("double_dome.obj", {}, {"angle": 45, "step": 9}),
     ("saddle.obj", {}, {"seed": (10, 20, 5), "angle": -12.5, "step": (7, 11), "pivot": "shear", "locking": 20}),
     ("holed_plate.obj", {"fill_holes": True, "side": (0, 0, -1)}, {"seed": (-100, -80, 0), "rosette": (1, 2, 0)}),
-    ("l_plate.obj", {"clip": [((0, 0, 0), (1, 0.5, 0))]}, {"tolerance": 0.25, "warp": (0, 3, 0)}),
+    ("l_plate.obj", {"clip": [((0, 0, 0), (1, 0.5, 0))]}, {"tolerance": 0.25, "warp": (0, 3, 0), "rosette": (1, 1, 0)}),
     ("slit_dome.obj", {}, {"within": 60}),
     ("hemisphere.obj", {}, {"within": "max", "seed": (60, 0, 60), "step": 12}),
     ("double_dome.obj", {}, {"step": 4, "most_nodes": 500, "seed": "middle"}),
