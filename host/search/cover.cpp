@@ -15,13 +15,13 @@ namespace {
 
 constexpr std::size_t firstSeeds = 32;
 constexpr std::size_t batchSize = 16;
-constexpr std::size_t usualBatches = 12;
-constexpr std::size_t batchesInVain = 4; // that gain next to nothing, before the search usually ends
+constexpr std::size_t usualBatches = 8;
+constexpr std::size_t batchesInVain = 3; // that gain next to nothing, before the search usually ends
 constexpr double nextToNothing = 2e-3;   // of the area
 constexpr double leastGain = 1e-3;       // of the area, for a piece more
 constexpr std::size_t mostPieces = 99;
-constexpr int mostLayouts = 4;
-constexpr double moreShare = 2e-3; // asked for beside what a layout lost
+constexpr int mostAdditions = 5;
+constexpr double moreShare = 2e-3; // asked for beside, as a layout can lose it
 
 // Numbers that are the same on every machine.
 class Dice {
@@ -82,21 +82,31 @@ public:
                                                   : a.seamLength < b.seamLength;
     }
 
-    PieceSet laid() const {
-        PieceSet best;
-        double share = wishes_.share;
-        for (int k = 0; k < mostLayouts; ++k) {
-            const CoverChoice choice = choose(share, mostPieces);
-            PieceSet next = laidOut(cover_, wishes_, territories_, choice.taken);
-            const double missing = wishes_.share - next.coveredShare;
-            if (k == 0 || beats(next, best)) {
+    // Lays the best choice out. What that leaves bare, since not every piece drapes as it is cut, gets
+    // further pieces beside those that are settled.
+    PieceSet laid() {
+        std::vector<Territory> left;
+        PieceSet best = laidOut(cover_, wishes_, territories_, best_.taken, left);
+        for (int k = 0; k < mostAdditions && best.coveredShare < wishes_.share && !left.empty(); ++k) {
+            std::vector<std::size_t> kept;
+            for (const Territory& territory : left) {
+                kept.push_back(territories_.size());
+                territories_.push_back(territory);
+            }
+            drape(startsOutside(kept));
+            const CoverChoice choice =
+                chosenOf(ground(), territories_, std::min(1.0, wishes_.share + moreShare),
+                         0.5 * wishes_.overlap, leastGain, mostPieces, kept);
+            std::vector<Territory> nextLeft;
+            PieceSet next = laidOut(cover_, wishes_, territories_, choice.taken, nextLeft);
+            territories_.erase(territories_.begin() + static_cast<std::ptrdiff_t>(kept.front()),
+                               territories_.begin() + static_cast<std::ptrdiff_t>(kept.back()) + 1);
+            if (beats(next, best)) {
                 best = std::move(next);
+                left = std::move(nextLeft);
             }
-            if (missing <= 0.0 || choice.coveredShare < share) {
-                break;
-            }
-            share = std::min(1.0, share + missing + moreShare);
         }
+        best_ = choose(wishes_.share, mostPieces);
         return best;
     }
 
@@ -157,26 +167,34 @@ private:
         return starts;
     }
 
-    std::vector<PieceStart> nextStarts() {
-        const bool reached = best_.coveredShare >= wishes_.share;
-        const CoverChoice choice =
-            reached && best_.taken.size() > 1 ? choose(wishes_.share, best_.taken.size() - 1) : best_;
+    // Anywhere outside of some territories, a batch of them.
+    std::vector<PieceStart> startsOutside(const std::vector<std::size_t>& taken) {
         std::vector<char> isBare(ground().vertexCount(), 1);
-        for (const std::size_t index : choice.taken) {
+        for (const std::size_t index : taken) {
             for (const std::int32_t v : territories_[index].vertices) {
                 isBare[at(v)] = 0;
             }
         }
-        std::vector<PieceStart> starts;
         std::vector<std::size_t> open;
         for (std::size_t v = 0; v < isBare.size(); ++v) {
             if (isBare[v] != 0) {
                 open.push_back(v);
             }
         }
-        for (std::size_t k = 0; k < batchSize / 2 && !open.empty(); ++k) {
-            starts.push_back({place(open[dice_.below(open.size())]), anyAngle()});
+        std::vector<PieceStart> starts;
+        while (starts.size() < batchSize && !open.empty()) {
+            const Point& seed = place(open[dice_.below(open.size())]);
+            starts.push_back({seed, anyAngle()});
         }
+        return starts;
+    }
+
+    std::vector<PieceStart> nextStarts() {
+        const bool reached = best_.coveredShare >= wishes_.share;
+        const CoverChoice choice =
+            reached && best_.taken.size() > 1 ? choose(wishes_.share, best_.taken.size() - 1) : best_;
+        std::vector<PieceStart> starts = startsOutside(choice.taken);
+        starts.resize(std::min(starts.size(), batchSize / 2));
         while (starts.size() < batchSize && !choice.taken.empty()) {
             const Territory& near = territories_[choice.taken[starts.size() % choice.taken.size()]];
             const auto v = at(near.vertices[dice_.below(near.vertices.size())]);
@@ -216,7 +234,8 @@ PieceSet pieceFrom(const Surface& surface, const TrialWishes& trial, const Cover
                    const PieceStart& start) {
     const CoverGround cover = coverGroundOf(surface, trial, wishes.most);
     const std::vector<Territory> one{territoryOf(cover, start)};
-    return one.front().vertices.empty() ? PieceSet{} : laidOut(cover, wishes, one, {0});
+    std::vector<Territory> left;
+    return one.front().vertices.empty() ? PieceSet{} : laidOut(cover, wishes, one, {0}, left);
 }
 
 } // namespace drape::host

@@ -97,8 +97,12 @@ private:
 } // namespace
 
 CoverChoice chosenOf(const Ground& ground, const std::vector<Territory>& territories, double share,
-                     double margin, double leastGain, std::size_t most) {
+                     double margin, double leastGain, std::size_t most,
+                     const std::vector<std::size_t>& kept) {
     Choosing choosing(ground, territories, margin);
+    for (const std::size_t index : kept) {
+        choosing.take(index);
+    }
     while (choosing.covered < share * ground.area && choosing.taken.size() < most) {
         double gain = 0.0;
         const std::size_t next = choosing.best(gain);
@@ -106,7 +110,9 @@ CoverChoice chosenOf(const Ground& ground, const std::vector<Territory>& territo
             break;
         }
         choosing.take(next);
-        choosing.exchange();
+        if (kept.empty()) {
+            choosing.exchange();
+        }
     }
     std::sort(choosing.taken.begin(), choosing.taken.end());
     return {choosing.taken, choosing.covered / ground.area};

@@ -13,8 +13,10 @@ struct CoverChoice {
 };
 
 // Vertices count as covered where a territory is deeper than `margin`. The fewest that reach `share`, or all
-// that each add more than `leastGain` of the area; never more than `most`.
+// that each add more than `leastGain` of the area; never more than `most`. Those in `kept` are taken in any
+// case, and then nothing is exchanged.
 CoverChoice chosenOf(const Ground& ground, const std::vector<Territory>& territories, double share,
-                     double margin, double leastGain, std::size_t most);
+                     double margin, double leastGain, std::size_t most,
+                     const std::vector<std::size_t>& kept = {});
 
 } // namespace drape::host

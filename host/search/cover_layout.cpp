@@ -27,6 +27,7 @@ constexpr double wellInside = 0.3; // of the most room in a piece, for other see
 constexpr double edgeEnd = 0.02;   // of an edge: no seam nearer to its ends
 constexpr double fewestCells = 6.0;
 constexpr double wellCovered = 0.99; // of a piece, by its cloth, for no other start to be tried
+constexpr double ahead = 2.0; // cells by which what is settled is deeper than it was, against pieces to come
 constexpr std::int32_t bare = -1;
 
 class Layout {
@@ -47,7 +48,9 @@ public:
         }
     }
 
-    Neighbours neighbours; // of the claims' triangles, once they are settled
+    // Once all is settled: neighbours of the claims' triangles, and the claims as territories.
+    Neighbours neighbours;
+    std::vector<Territory> left;
 
     PieceSet settled() {
         for (int round = 0; round < mostRounds; ++round) {
@@ -262,6 +265,11 @@ private:
         return claim;
     }
 
+    bool isTooLarge(const NetPattern& net) const {
+        return net.extent[2] - net.extent[0] > cover_.good.mostAlongWarp ||
+               net.extent[3] - net.extent[1] > cover_.good.mostAlongWeft;
+    }
+
     // Drapes a piece as it is cut. If it isn't good from any start, it is left with what was good of the best
     // of them, and false comes back.
     bool settle(std::size_t p, bool losesForGood) {
@@ -289,6 +297,9 @@ private:
                 if (check.good) {
                     trial.measures = measure(*mould, trial.grid, cover_.wishes.lockingAngle);
                     const double share = trial.measures.coveredShare;
+                    if (isTooLarge(trial.measures.net)) {
+                        continue;
+                    }
                     if (!piece.drape || share > piece.drape->measures.coveredShare) {
                         piece.start = start;
                         piece.drape = std::move(trial);
@@ -330,6 +341,20 @@ private:
         return false;
     }
 
+    Territory leftOf(std::size_t p) const {
+        Territory territory;
+        territory.start = pieces_[p].start;
+        for (std::size_t v = 0; v < labels_.size(); ++v) {
+            if (labels_[v] == static_cast<std::int32_t>(p)) {
+                territory.vertices.push_back(static_cast<std::int32_t>(v));
+                territory.depths.push_back(
+                    static_cast<float>(pieces_[p].field[v] + 0.5 * wishes_.overlap + ahead * step_));
+                territory.area += ground().areas[v];
+            }
+        }
+        return territory;
+    }
+
     PieceSet result() {
         PieceSet cover;
         std::vector<std::int32_t> numbers(pieces_.size(), bare);
@@ -337,6 +362,7 @@ private:
             Piece& piece = pieces_[p];
             if (piece.drape) {
                 numbers[p] = static_cast<std::int32_t>(cover.pieces.size());
+                left.push_back(leftOf(p));
                 CoverPiece& made = cover.pieces.emplace_back();
                 made.start = piece.start;
                 made.drape = std::move(*piece.drape);
@@ -455,10 +481,12 @@ void addSeams(PieceSet& cover, const Neighbours& neighbours) {
 } // namespace
 
 PieceSet laidOut(const CoverGround& cover, const CoverWishes& wishes,
-                 const std::vector<Territory>& territories, const std::vector<std::size_t>& choice) {
+                 const std::vector<Territory>& territories, const std::vector<std::size_t>& choice,
+                 std::vector<Territory>& left) {
     Layout layout(cover, wishes, territories, choice);
     PieceSet result = layout.settled();
     addSeams(result, layout.neighbours);
+    left = std::move(layout.left);
     return result;
 }
 

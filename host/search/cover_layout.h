@@ -8,7 +8,9 @@ namespace drape::host {
 
 // The pieces whose territories are listed in `choice`, verified, with their seams. Pieces that don't drape as
 // they were cut lose what isn't good of them; those that have nothing left are gone.
+// What is left of the territories, the claims alone, comes back in `left`.
 PieceSet laidOut(const CoverGround& cover, const CoverWishes& wishes,
-                 const std::vector<Territory>& territories, const std::vector<std::size_t>& choice);
+                 const std::vector<Territory>& territories, const std::vector<std::size_t>& choice,
+                 std::vector<Territory>& left);
 
 } // namespace drape::host

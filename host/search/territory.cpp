@@ -18,7 +18,8 @@ using namespace vec;
 
 namespace {
 
-constexpr double inside = 1.0; // cells between the edge of a piece and cloth that isn't good
+constexpr double inside = 1.0;       // cells between the edge of a piece and cloth that isn't good
+constexpr double clearOfLimit = 0.7; // cells, as a piece can be cut an edge of the ground beyond its vertices
 constexpr double mostCells = 1e6;
 constexpr int mostRounds = 8;
 constexpr double cutAround = 1.5; // cells around a place of trouble
@@ -229,7 +230,7 @@ std::shared_ptr<const Mould> reachedFrom(const CoverGround& cover, const PieceSt
 std::vector<double> insideOf(const GoodRegion& region, double step) {
     std::vector<double> values(region.depths);
     for (std::size_t v = 0; v < values.size(); ++v) {
-        values[v] = std::min(values[v] - inside * step, region.rooms[v]);
+        values[v] = std::min(values[v] - inside * step, region.rooms[v] - clearOfLimit * step);
     }
     return values;
 }
