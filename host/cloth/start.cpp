@@ -34,6 +34,7 @@ constexpr double inward = 5.0 * toleranceShare;
 constexpr double mostInward = 0.05;
 constexpr double mostOfMove = 0.1;  // that may count as equal
 constexpr double sameFacing = 1e-6; // difference of unit normals
+constexpr int mostMoves = 20;
 
 // To two significant digits, for a step that is easy to read and to repeat.
 double rounded(double value) {
@@ -87,41 +88,58 @@ Point placeWithin(const Mould& mould, std::size_t triangle) {
     return 0.5 * corners[0] + 0.31 * corners[1] + 0.19 * corners[2];
 }
 
+// Where a place on the mould goes if triangles that face differently meet there, nothing if it may stay.
+std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint& place, double move) {
+    const double reach = std::min(equallyNear * std::sqrt(mould.area), mostOfMove * move);
+    SurfacePoint chosen = place;
+    bool alike = true;
+    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
+        const Facet& facet = mould.facets[t];
+        const Point away = place.position - facet.centroid;
+        if (facet.area == 0.0 || dot(away, away) > (reach + facet.reach) * (reach + facet.reach)) {
+            continue;
+        }
+        const Point q =
+            nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), place.position);
+        if (distance(q, place.position) <= reach) {
+            alike = alike && distance(facet.normal, mould.facets[place.triangle].normal) <= sameFacing;
+            if (along(facet.centroid) < along(mould.facets[chosen.triangle].centroid)) {
+                chosen = {q, t, place.distance};
+            }
+        }
+    }
+    if (alike) {
+        return std::nullopt;
+    }
+    const Point within = placeWithin(mould, chosen.triangle);
+    const double way = distance(chosen.position, within);
+    chosen.position = mix(chosen.position, within, way > 0.0 ? std::min(mostInward, move / way) : 0.0);
+    return chosen;
+}
+
 } // namespace
 
 SurfacePoint seedOn(const Mould& mould, const Point& point, const std::array<double, 2>& steps,
                     Notes& notes) {
     const SurfacePoint nearest = nearestPoint(mould, point);
     const double move = inward * std::min(steps[0], steps[1]);
-    const double reach = std::min(equallyNear * std::sqrt(mould.area), mostOfMove * move);
-    SurfacePoint chosen = nearest;
-    bool alike = true;
-    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
-        const Facet& facet = mould.facets[t];
-        const Point away = nearest.position - facet.centroid;
-        if (facet.area == 0.0 || dot(away, away) > (reach + facet.reach) * (reach + facet.reach)) {
-            continue;
+    SurfacePoint seed = nearest;
+    // In a slender triangle it takes several moves to a place that may stay: a drape from the start that is
+    // told has to be the same drape.
+    for (int moves = 0; moves < mostMoves; ++moves) {
+        const std::optional<SurfacePoint> next = movedOffEdges(mould, seed, move);
+        if (!next) {
+            break;
         }
-        const Point q =
-            nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), nearest.position);
-        if (distance(q, nearest.position) <= reach) {
-            alike = alike && distance(facet.normal, mould.facets[nearest.triangle].normal) <= sameFacing;
-            if (along(facet.centroid) < along(mould.facets[chosen.triangle].centroid)) {
-                chosen = {q, t, distance(q, point)};
-            }
-        }
+        seed = *next;
     }
-    if (alike) {
-        return nearest;
+    const double moved = distance(seed.position, nearest.position);
+    if (moved > 0.0) {
+        tell(notes, NoteKind::seedMoved,
+             "the seed lies where triangles meet that face differently; it was moved by " + number(moved) +
+                 " into one of them, to " + pointText(seed.position, finestOf(steps)));
     }
-    const Point within = placeWithin(mould, chosen.triangle);
-    const double way = distance(chosen.position, within);
-    const double part = way > 0.0 ? std::min(mostInward, move / way) : 0.0;
-    chosen.position = mix(chosen.position, within, part);
-    tell(notes, NoteKind::seedMoved,
-         "the seed lies where triangles meet that face differently; it was moved by " + number(part * way) +
-             " into one of them, to " + pointText(chosen.position, finestOf(steps)));
-    return chosen;
+    return seed;
 }
 
 double finestOf(const std::array<double, 2>& steps) {

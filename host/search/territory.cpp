@@ -128,7 +128,7 @@ Trial drapePart(const CoverGround& cover, std::shared_ptr<const Mould> mould, co
     trial.side = cover.surface.side;
     trial.angle = start.angle;
     trial.mould = std::move(mould);
-    const SurfacePoint seed = nearestPoint(*trial.mould, start.seed);
+    const SurfacePoint seed = seedOn(*trial.mould, start.seed, cover.surface.steps, untold);
     trial.choice = choiceAt(*trial.mould, seed, cover.wishes.start, start.angle, cover.surface.steps, untold);
     requireEdge(*trial.mould);
     const std::int32_t mostNodes = usualMostNodes(*trial.mould, trial.choice);
