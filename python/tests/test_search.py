@@ -84,6 +84,10 @@ def test_processes_give_the_same_bits(plate, plain):
     assert seen[-1] == (9, 9) and seen == sorted(seen)
     with ThreadPoolExecutor(3) as threads:
         assert rows(drape.sweep(plate, SEEDS, ANGLES, threads, step=15).table) == rows(plain)
+    seen.clear()
+    with ThreadPoolExecutor(1) as thread:  # to which candidates go two at a time
+        drape.sweep(plate, SEEDS[:1], range(32), thread, step=60, progress=lambda *done: seen.append(done))
+    assert seen == [(done, 32) for done in range(2, 33, 2)]
 
 
 def rows(table):

@@ -120,6 +120,8 @@ def test_figures_and_arrays_fit_the_report(dome):
     assert ply.mean_shear == report["shear"]["mean"]
     assert ply.share_beyond_locking == report["shear"]["shareBeyondLocking"]
     assert ply.covered_share == report["result"]["coveredShare"]
+    assert ply.doubled_share == report["result"]["doubledShare"] and ply.largest_turn == report["shear"]["largestTurn"]
+    assert (ply.net.width, ply.net.height) == (report["pattern"]["width"], report["pattern"]["height"])
     assert (
         len(ply.positions) == report["result"]["nodes"] and ply.on_surface.sum() == report["result"]["cellsOnSurface"]
     )
