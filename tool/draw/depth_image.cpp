@@ -93,7 +93,9 @@ Colour DepthImage::lightFrom(const Colour& linear, const Point& normal) const {
     const double wrapped =
         std::max(0.0, (side * vec::dot(normal, light_) + 0.25) / 1.25); // soft edge of shade
     const double mirrored = std::max(0.0, side * vec::dot(normal, halfway_));
-    const double mirrored8 = std::pow(mirrored, 8);
+    const double mirrored2 = mirrored * mirrored;
+    const double mirrored4 = mirrored2 * mirrored2;
+    const double mirrored8 = mirrored4 * mirrored4;
     const double shine = gloss * mirrored8 * mirrored8 * mirrored8;
     const double strength = ambient + (brightest - ambient) * wrapped;
     const double share = strength * strength; // even steps to the eye

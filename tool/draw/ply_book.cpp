@@ -22,7 +22,7 @@ constexpr double margin = 12.0;
 constexpr double headHeight = 14.0;
 constexpr double textSize = 3.2;
 constexpr double rowHeight = 5.6;
-constexpr double pixelsPerMillimetre = 8.0;
+constexpr double pixelsPerMillimetre = 5.0; // of smoothed pictures: sharp in print, and quick for many plies
 
 constexpr Colour band{0.94, 0.95, 0.97};
 constexpr Colour warningColour{0.75, 0.05, 0.10};
