@@ -11,6 +11,7 @@
 #include "tool/read/layup_file.h"
 #include "tool/worker_threads.h"
 #include "tool/write/core_table.h"
+#include "tool/write/file_kinds.h"
 #include "tool/write/laminate_files.h"
 #include "tool/write/writers.h"
 
@@ -77,16 +78,6 @@ const std::vector<Kind>& kinds() {
     return table;
 }
 
-const Kind* kindOf(const std::string& path) {
-    std::string name = path;
-    std::transform(name.begin(), name.end(), name.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    const auto found = std::find_if(kinds().begin(), kinds().end(), [&](const Kind& kind) {
-        return name.size() > kind.ending.size() && name.ends_with(kind.ending);
-    });
-    return found == kinds().end() ? nullptr : &*found;
-}
-
 void overThreads(std::size_t threads, std::size_t count, const std::function<void(std::size_t)>& work) {
     std::atomic<std::size_t> next{0};
     const auto step = [&] {
@@ -149,7 +140,7 @@ void tellTroubles(const Laminate& laminate, const Log& log) {
 
 // What a deck lacks is said when one is written.
 void tellOfDecks(const LaminateStory& story, const Log& log) {
-    const auto isDeck = [](const std::string& path) { return kindOf(path)->forSolver; };
+    const auto isDeck = [](const std::string& path) { return kindOf(kinds(), path)->forSolver; };
     if (std::none_of(story.settings.outputs.begin(), story.settings.outputs.end(), isDeck)) {
         return;
     }
@@ -167,7 +158,7 @@ void writeAll(const Output& output, const Settings& settings) {
     std::string failures;
     for (const std::string& path : settings.outputs) {
         try {
-            writeWhole(path, kindOf(path)->bytes(output));
+            writeWhole(path, kindOf(kinds(), path)->bytes(output));
             if (!settings.quiet) {
                 std::cout << "wrote     " << path << '\n';
             }
@@ -194,19 +185,11 @@ int exitCodeFor(const Laminate& laminate) {
 } // namespace
 
 bool isLaminateOutput(const std::string& path) {
-    return kindOf(path) != nullptr;
+    return kindOf(kinds(), path) != nullptr;
 }
 
 std::string laminateOutputHelp() {
-    std::string help;
-    for (const Kind& kind : kinds()) {
-        if (!kind.what.empty()) {
-            std::string line = "  *" + std::string(kind.ending);
-            line.resize(std::max<std::size_t>(line.size() + 1, 18), ' ');
-            help += line + std::string(kind.what) + "\n";
-        }
-    }
-    return help;
+    return helpOf(kinds());
 }
 
 int runLayup(const Settings& settings, const ImportedMesh& mesh, const Log& log) {

@@ -94,8 +94,8 @@ void takeRegion(LaidPly& ply, const Surface& surface, const RegionCurves& region
     }
     try {
         const Trial& trial = *ply.trial;
-        ply.curves.push_back(carryOver(curve->second, surface.mesh, trial.choice, trial.grid,
-                                       trial.measures, false, ply.notes));
+        ply.curves.push_back(carryOver(curve->second, surface.mesh, trial.choice, trial.grid, trial.measures,
+                                       false, ply.notes));
         const CurveStretch& stretch = ply.curves.front().stretches.front();
         ply.region = stretch.flat;
     } catch (const std::exception& error) {

@@ -33,7 +33,7 @@ struct Laminate {
     std::vector<ElementFrame> frames; // per element
     std::vector<Facet> facets;        // per element, on the bare mould
     Point rosette{};
-    std::vector<LaidPly> plies; // from the mould outward
+    std::vector<LaidPly> plies;         // from the mould outward
     std::shared_ptr<const Mould> mould; // bare
     Side side;                          // of the mould, on which plies lie that name none
 };

@@ -2,8 +2,8 @@
 #include "tool/write/writers.h"
 
 #include "tool/draw/drawings.h"
+#include "tool/write/file_kinds.h"
 
-#include <algorithm>
 #include <functional>
 #include <stdexcept>
 #include <string_view>
@@ -45,34 +45,23 @@ const std::vector<Kind>& kinds() {
     return table;
 }
 
-const Kind* kindOf(const std::string& path) {
-    const auto& table = kinds();
-    const auto found = std::find_if(table.begin(), table.end(), [&](const Kind& kind) {
-        return path.size() > kind.ending.size() && path.ends_with(kind.ending);
-    });
-    return found == table.end() || found->what.empty() ? nullptr : &*found;
+const Kind* writableKind(const std::string& path) {
+    const Kind* kind = kindOf(kinds(), path);
+    return kind == nullptr || kind->what.empty() ? nullptr : kind;
 }
 
 } // namespace
 
 bool isKnownCoverOutput(const std::string& path) {
-    return kindOf(path) != nullptr;
+    return writableKind(path) != nullptr;
 }
 
 std::string coverOutputHelp() {
-    std::string help;
-    for (const Kind& kind : kinds()) {
-        if (!kind.what.empty()) {
-            std::string line = "  *" + std::string(kind.ending);
-            line.resize(std::max<std::size_t>(line.size() + 1, 18), ' ');
-            help += line + std::string(kind.what) + "\n";
-        }
-    }
-    return help;
+    return helpOf(kinds());
 }
 
 std::vector<std::string> writeCoverOutput(const std::string& path, const CoverScene& scene) {
-    const Kind* kind = kindOf(path);
+    const Kind* kind = writableKind(path);
     if (kind == nullptr) {
         throw std::runtime_error("cannot tell from the name " + path + " what to write of several pieces");
     }

@@ -4,6 +4,7 @@
 #include "tool/write/writers.h"
 
 #include "tool/draw/drawings.h"
+#include "tool/write/file_kinds.h"
 
 #include <algorithm>
 #include <array>
@@ -54,17 +55,6 @@ const std::vector<Kind>& kinds() {
          [](const Scene& scene) { return mouldPicture(scene, Drawing::png); }},
         {".json", "report", [](const Scene& scene) { return scene.reportJson; }}};
     return table;
-}
-
-const Kind* kindOf(const std::string& path) {
-    std::string name = path;
-    std::transform(name.begin(), name.end(), name.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    const auto& table = kinds();
-    const auto found = std::find_if(table.begin(), table.end(), [&](const Kind& kind) {
-        return name.size() > kind.ending.size() && name.ends_with(kind.ending);
-    });
-    return found == table.end() ? nullptr : &*found;
 }
 
 [[noreturn]] void fail(const std::string& path, int reason) {
@@ -177,21 +167,15 @@ bool isSameFile(const std::string& a, const std::string& b) {
 }
 
 bool isKnownOutput(const std::string& path) {
-    return kindOf(path) != nullptr;
+    return kindOf(kinds(), path) != nullptr;
 }
 
 std::string outputHelp() {
-    std::string help;
-    for (const Kind& kind : kinds()) {
-        std::string line = "  *" + std::string(kind.ending);
-        line.resize(std::max<std::size_t>(line.size() + 1, 18), ' ');
-        help += line + std::string(kind.what) + "\n";
-    }
-    return help;
+    return helpOf(kinds());
 }
 
 void writeOutput(const std::string& path, const Scene& scene) {
-    const Kind* kind = kindOf(path);
+    const Kind* kind = kindOf(kinds(), path);
     if (kind == nullptr) {
         throw std::runtime_error("cannot tell from the name " + path + " what to write; endings are\n" +
                                  outputHelp());
