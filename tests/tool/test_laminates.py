@@ -67,13 +67,15 @@ class Orders(Laminates):
         self.assertIn("the plies follow each other in a ring: ", done.stderr)
         self.assertIn("top after", done.stderr)
         self.assertNotIn("x after", done.stderr)
-        for count in (1, 200):
+        for count in (1, 30, 200):
+            book = ["-o", "book.pdf"] if count < 200 else []
             report, _ = self.laminate(mesh, [{"name": f"p{k}", "angle": k % 4 * 45, "thickness": 0.1} for k in range(count)], "--step", "1",
-                                      "-o", "book.pdf", "-o", "kit.dxf")
+                                      *book, "-o", "kit.dxf")
             self.assertEqual([p["name"] for p in report["plies"]], [f"p{k}" for k in range(count)])
             self.assertEqual(len(self.rows()), 128 * count)
-            pages = subprocess.run(["pdfinfo", self.folder / "book.pdf"], capture_output=True, text=True, check=True).stdout
-            self.assertRegex(pages, rf"Pages: +{count + (count + 25) // 26}\n")
+            if book:
+                pages = subprocess.run(["pdfinfo", self.folder / "book.pdf"], capture_output=True, text=True, check=True).stdout
+                self.assertRegex(pages, rf"Pages: +{count + (count + 25) // 26}\n")
 
     def test_json_says_the_same(self):
         mesh = self.file("m.obj", obj(plate(8)))
