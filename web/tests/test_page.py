@@ -90,7 +90,9 @@ class Figures(PageTest):
         for file in ("hemisphere.obj", "saddle.obj", "slit_dome.obj"):
             with self.subTest(file):
                 self.page.sample(file)
-                self.assertEqual(self.page.summary(), self.program(file)[0])
+                told = self.program(file)[0]
+                told.pop("place", None)  # how the program came to its start; the page shows a start as one chosen
+                self.assertEqual(self.page.summary(), told)
                 self.assert_as_the_program()
 
     def test_follow_every_setting(self):
