@@ -3,6 +3,8 @@
 
 #include "host/mesh/error.h"
 
+#include <utility>
+
 namespace tool {
 namespace {
 
@@ -44,7 +46,11 @@ void ShellBuilder::addElement(std::int64_t number, std::size_t corners,
         others_.count(number) > 0) {
         failAt(place, "element " + std::to_string(number) + " stands in the file twice");
     }
-    elements_.push_back({{number, corners, {}, property}, nodes, place});
+    ShellElement element;
+    element.number = number;
+    element.corners = corners;
+    element.property = property;
+    elements_.push_back({std::move(element), nodes, place});
 }
 
 void ShellBuilder::addOther(std::int64_t number, const std::string& type) {
