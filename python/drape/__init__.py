@@ -14,6 +14,7 @@ lies. All drapes of equal input are equal to the last bit, whatever ran them.
 
 from . import errors, lib
 from ._core import __version__
+from .draping import Mould, Ply
 from .errors import (
     ArrayError,
     ClosedError,
@@ -32,9 +33,8 @@ from .errors import (
     UprightError,
     status_text,
 )
-from .mould import Mould
 from .pieces import Cover, Piece, Seam, cover
-from .ply import Choice, Curve, Fibres, Net, NetLoop, Ply, Stretch
+from .results import Choice, Curve, Fibres, Net, NetLoop, Stretch
 from .search import Sweep, sweep
 
 __all__ = [

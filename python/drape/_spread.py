@@ -9,7 +9,7 @@ from collections import OrderedDict, deque
 from concurrent.futures import FIRST_COMPLETED, Executor, Future, ThreadPoolExecutor, wait
 from typing import Any, Callable, Iterator, Optional, Sequence
 
-from .mould import Mould
+from .draping import Mould
 
 _MOULDS_KEPT = 4  # by a worker, the latest
 

@@ -16,9 +16,9 @@ import numpy as np
 from . import _arrays, _core
 from ._arrays import Doubles, Ints
 from ._spread import Spread
+from .draping import Mould, Ply
 from .errors import ArrayError
-from .mould import Mould
-from .ply import Ply, shown
+from .results import shown
 from .settings import Settings, Step
 
 _GROUNDS_KEPT = 4  # by a process, the latest

@@ -11,9 +11,8 @@ import numpy as np
 from . import _arrays, _core
 from ._arrays import Doubles
 from ._spread import Spread
+from .draping import Mould, Ply
 from .errors import ArrayError
-from .mould import Mould
-from .ply import Ply
 from .settings import Settings, Step, Within
 
 _MOST_CANDIDATES = 1_000_000
