@@ -26,11 +26,13 @@ Json orNull(const std::optional<Value>& value) {
 }
 
 Json drapeJson(const PlySheet& sheet) {
-    const Trial& trial = *sheet.ply->trial;
+    const Trial& trial = *sheet.drape;
     const Measures& m = sheet.measures;
     const auto& fibres = sheet.ply->fibres;
-    const auto covered = std::count_if(fibres.begin(), fibres.end(),
-                                       [](const ElementFibres& f) { return f.cover != ElementCover::none; });
+    const auto isOfPiece = [&](const ElementFibres& f) {
+        return f.cover != ElementCover::none && (sheet.piece == 0 || at(f.piece) + 1 == sheet.piece);
+    };
+    const auto covered = std::count_if(fibres.begin(), fibres.end(), isOfPiece);
     return {{"status", trial.grid.status},
             {"seed", pointJson(trial.choice.seed)},
             {"warp", pointJson(trial.choice.warp)},
@@ -43,7 +45,7 @@ Json drapeJson(const PlySheet& sheet) {
             {"largestShear", m.largestShear},
             {"lockingAngle", m.lockingAngle},
             {"shareBeyondLocking", m.shareBeyondLocking},
-            {"coveredShare", m.coveredShare},
+            {"coveredShare", sheet.coveredShare},
             {"netArea", sheet.area},
             {"width", m.net.extent[2] - m.net.extent[0]},
             {"height", m.net.extent[3] - m.net.extent[1]},
@@ -51,7 +53,22 @@ Json drapeJson(const PlySheet& sheet) {
             {"elements", covered}};
 }
 
-Json plyJson(const PlySheet& sheet) {
+Json piecesJson(const LaminateStory& story, const LaidPly& ply) {
+    Json pieces = Json::array();
+    for (const auto& sheet : story.sheets) {
+        if (sheet->ply == &ply) {
+            pieces.push_back(drapeJson(*sheet));
+            pieces.back()["name"] = sheet->name();
+        }
+    }
+    return {{"coveredShare", ply.pieces->coveredShare},
+            {"overlapShare", ply.pieces->overlapShare},
+            {"seamLength", ply.pieces->seamLength},
+            {"pieces", pieces}};
+}
+
+// `sheet` is the ply's first.
+Json plyJson(const LaminateStory& story, const PlySheet& sheet) {
     const PlyWish& wish = sheet.ply->wish;
     Json notes = Json::array();
     for (const Note& note : sheet.ply->notes) {
@@ -66,7 +83,8 @@ Json plyJson(const PlySheet& sheet) {
             {"region", wish.region.empty() ? Json() : Json(wish.region)},
             {"trouble", sheet.ply->trouble.empty() ? Json() : Json(sheet.ply->trouble)},
             {"notes", notes},
-            {"drape", sheet.isDraped() ? drapeJson(sheet) : Json()}};
+            {"drape", sheet.isDraped() && sheet.piece == 0 ? drapeJson(sheet) : Json()},
+            {"cover", sheet.piece > 0 ? piecesJson(story, *sheet.ply) : Json()}};
 }
 
 Json coreJson(const LaminateStory& story, const CoreSample& core) {
@@ -76,6 +94,7 @@ Json coreJson(const LaminateStory& story, const CoreSample& core) {
         layers.push_back(
             {{"sequence", layer.ply + 1},
              {"name", ply.wish.name},
+             {"piece", ply.pieces ? Json(layer.fibres.piece + 1) : Json()},
              {"cloth", ply.wish.cloth.name},
              {"angle", std::isfinite(layer.fibres.toRosette) ? Json(layer.fibres.toRosette) : Json()},
              {"shear", layer.fibres.shear},
@@ -119,17 +138,17 @@ std::string laminateSummary(const LaminateStory& story) {
     std::vector<std::vector<std::string>> rows{
         {"no", "ply", "cloth", "angle", "net area", "mean shear", "largest", "locked", "covers"}};
     for (const auto& sheet : story.sheets) {
-        if (sheet->sequence > pliesShown) {
+        if (rows.size() > pliesShown) {
             break;
         }
         const Measures& m = sheet->measures;
         const PlyWish& wish = sheet->ply->wish;
-        rows.push_back({std::to_string(sheet->sequence), wish.name, wish.cloth.name, number(wish.angle)});
+        rows.push_back({sheet->number(), sheet->name(), wish.cloth.name, number(wish.angle)});
         if (sheet->isDraped()) {
             rows.back().insert(rows.back().end(),
                                {number(sheet->area), fixed(m.meanShear, 1), fixed(m.largestShear, 1),
                                 fixed(100.0 * m.shareBeyondLocking, 1) + " %",
-                                fixed(100.0 * m.coveredShare, 1) + " %"});
+                                fixed(100.0 * sheet->coveredShare, 1) + " %"});
         } else {
             rows.back().insert(rows.back().end(), {"-", "-", "-", "-", "-"});
         }
@@ -141,7 +160,7 @@ std::string laminateSummary(const LaminateStory& story) {
                        pointText(laminate.rosette) + ", side " + textOf(laminate.side) + "\n";
     text += aligned(rows);
     if (story.sheets.size() > pliesShown) {
-        text += "and " + counted(story.sheets.size() - pliesShown, "more ply", "more plies") + "\n";
+        text += "and " + counted(story.sheets.size() - pliesShown, "more row", "more rows") + "\n";
     }
     for (const CoreSample& core : story.cores) {
         text += coreText(laminate, core);
@@ -155,7 +174,9 @@ std::string laminateJson(const LaminateStory& story) {
     double mass = 0.0;
     bool weighed = true;
     for (const auto& sheet : story.sheets) {
-        plies.push_back(plyJson(*sheet));
+        if (sheet->piece <= 1) {
+            plies.push_back(plyJson(story, *sheet));
+        }
         weighed = weighed && sheet->mass.has_value();
         mass += sheet->mass.value_or(0.0);
     }

@@ -14,7 +14,7 @@ constexpr int laminateReportVersion = 1;
 struct LaminateStory {
     const Settings& settings;
     const Laminate& laminate;
-    const std::vector<std::unique_ptr<PlySheet>>& sheets; // one per ply
+    const std::vector<std::unique_ptr<PlySheet>>& sheets; // one per ply or piece
     const std::vector<CoreSample>& cores;
     std::size_t bareElements = 0;
     double wallSeconds = 0.0;

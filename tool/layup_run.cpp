@@ -16,7 +16,6 @@
 #include "tool/write/writers.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <iostream>
@@ -31,6 +30,19 @@ struct Output {
     const LaminateFile& file;
     const PlyBook& book;
 };
+
+std::vector<Scene> scenesOf(const Output& output) {
+    std::vector<Scene> scenes;
+    for (const auto& sheet : output.story.sheets) {
+        if (sheet->isDraped()) {
+            scenes.push_back(sheet->scene);
+        }
+    }
+    if (scenes.empty()) {
+        throw std::runtime_error("no ply was draped");
+    }
+    return scenes;
+}
 
 struct Kind {
     std::string_view ending;
@@ -65,31 +77,14 @@ const std::vector<Kind>& kinds() {
         {".pdf", "ply book: a table, a page per ply, core samples",
          [](const Output& o) { return plyBookPdf(o.book); }},
         {".dxf", "kit: the patterns of all plies for a cutting table, in millimetres",
-         [](const Output& o) {
-             std::vector<Scene> scenes;
-             for (const auto& sheet : o.story.sheets) {
-                 if (sheet->isDraped()) {
-                     scenes.push_back(sheet->scene);
-                 }
-             }
-             return outlineDxf(scenes);
-         }},
+         [](const Output& o) { return outlineDxf(scenesOf(o)); }},
+        {".vtp", "the grids of all plies and pieces, VTK PolyData",
+         [](const Output& o) { return piecesVtp(scenesOf(o)); }},
+        {".glb", "the grids of all plies and pieces, glTF",
+         [](const Output& o) { return piecesGltf(scenesOf(o), true); }},
+        {".gltf", "the same as text", [](const Output& o) { return piecesGltf(scenesOf(o), false); }},
         {".json", "report", [](const Output& o) { return laminateJson(o.story); }}};
     return table;
-}
-
-void overThreads(std::size_t threads, std::size_t count, const std::function<void(std::size_t)>& work) {
-    std::atomic<std::size_t> next{0};
-    const auto step = [&] {
-        const std::size_t i = next.fetch_add(1);
-        if (i < count) {
-            work(i);
-        }
-        return i < count;
-    };
-    if (count > 0) {
-        runWorkers(static_cast<int>(std::min(threads, count)), step, nullptr);
-    }
 }
 
 std::vector<PlyWish> orderedPlies(const Settings& settings) {
@@ -133,7 +128,7 @@ void tellTroubles(const Laminate& laminate, const Log& log) {
             }
         }
         if (!ply.trouble.empty()) {
-            log.warn("ply " + ply.wish.name + (ply.trial ? ": " : " isn't draped: ") + ply.trouble);
+            log.warn("ply " + ply.wish.name + (ply.isLaid() ? ": " : " isn't draped: ") + ply.trouble);
         }
     }
 }
@@ -174,10 +169,10 @@ void writeAll(const Output& output, const Settings& settings) {
 int exitCodeFor(const Laminate& laminate) {
     int code = exitDone;
     for (const LaidPly& ply : laminate.plies) {
-        if (!ply.trial) {
+        if (!ply.isLaid()) {
             return exitInput;
         }
-        code = ply.trial->grid.status != DRAPE_OK ? exitRunEnded : code;
+        code = ply.trial && ply.trial->grid.status != DRAPE_OK ? exitRunEnded : code;
     }
     return code;
 }
@@ -202,12 +197,14 @@ int runLayup(const Settings& settings, const ImportedMesh& mesh, const Log& log)
     wishes.trial = settings.trial;
     wishes.startAtMiddle = settings.startAtMiddle;
     wishes.buildUp = settings.layup.buildUp;
+    wishes.cover = settings.cover.wishes;
     const std::size_t cores = settings.sweep.jobs > 0 ? static_cast<std::size_t>(settings.sweep.jobs)
                                                       : std::max(1U, std::thread::hardware_concurrency());
     ToldNotes notes(log);
+    SharedThreads threads(cores);
     const Laminate laminate = laid(
         shell, plies, wishes, regions,
-        [&](std::size_t count, const auto& work) { overThreads(cores, count, work); }, notes.list());
+        [&](std::size_t count, const auto& work) { threads.forEach(count, work); }, notes.list());
     notes.tell();
     tellTroubles(laminate, log);
 

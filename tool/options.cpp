@@ -433,12 +433,14 @@ void understandCover(const Texts& texts, Settings& settings) {
         throw UsageError("--keep " + texts.keep + ": give good or all");
     }
     settings.keepGood = texts.keep == "good";
+    // Plies of a layup may lie in pieces too, each at its ply's angle.
+    const bool layup = !settings.layup.file.empty();
     const std::array<std::pair<const char*, bool>, 5> belong{
         {{"--free-angles", cover.wishes.freeAngles},
-         {"--overlap", !texts.overlap.empty()},
+         {"--overlap", !texts.overlap.empty() && !layup},
          {"--seconds", !texts.seconds.empty()},
-         {"--roll-width", !texts.rollWidth.empty() && !settings.keepGood},
-         {"--max-length", !texts.maxLength.empty() && !settings.keepGood}}};
+         {"--roll-width", !texts.rollWidth.empty() && !settings.keepGood && !layup},
+         {"--max-length", !texts.maxLength.empty() && !settings.keepGood && !layup}}};
     for (const auto& [option, given] : belong) {
         if (given && !cover.wanted) {
             throw UsageError(std::string(option) + " goes with --cover");

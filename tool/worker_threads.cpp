@@ -1,6 +1,7 @@
 // The threads leave word when they are done; the one that started them waits for that, and looks up between.
 #include "tool/worker_threads.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <exception>
@@ -85,6 +86,36 @@ void runWorkers(int count, const std::function<bool()>& step, const std::functio
     Workers workers(step);
     workers.start(count);
     workers.await(watch);
+}
+
+void SharedThreads::forEach(std::size_t count, const std::function<void(std::size_t)>& work) {
+    int taken = 0;
+    for (int idle = idle_; idle > 0 && count > 1;) {
+        const int wanted = static_cast<int>(std::min<std::size_t>(count - 1, static_cast<std::size_t>(idle)));
+        if (idle_.compare_exchange_weak(idle, idle - wanted)) {
+            taken = wanted;
+            break;
+        }
+    }
+    std::atomic<std::size_t> next{0};
+    const auto step = [&] {
+        const std::size_t k = next++;
+        if (k < count) {
+            work(k);
+        }
+        return k < count;
+    };
+    try {
+        if (taken > 0) {
+            runWorkers(taken + 1, step, nullptr);
+        }
+        while (step()) {
+        }
+    } catch (...) {
+        idle_ += taken;
+        throw;
+    }
+    idle_ += taken;
 }
 
 } // namespace tool

@@ -36,6 +36,17 @@ double longestSide(const Grid& grid, const std::vector<Cell>& cells) {
 
 } // namespace
 
+std::array<double, 2> flatPlace(const Grid& grid, const Cell& cell, const CellPlace& place) {
+    const double shares[4] = {(1.0 - place.along) * (1.0 - place.across), place.along * (1.0 - place.across),
+                              place.along * place.across, (1.0 - place.along) * place.across};
+    std::array<double, 2> result{};
+    for (std::size_t k = 0; k < 4; ++k) {
+        const auto flat = nodeFlat(grid, cell.nodes[k]);
+        result = {result[0] + shares[k] * flat[0], result[1] + shares[k] * flat[1]};
+    }
+    return result;
+}
+
 struct CellCover::Place {
     double distance = std::numeric_limits<double>::infinity();
     Point point{};

@@ -20,6 +20,9 @@ struct CellPlace {
     double across = 0.0; // and along the weft
 };
 
+// The same place on the flat pattern.
+std::array<double, 2> flatPlace(const Grid& grid, const Cell& cell, const CellPlace& place);
+
 class CellCover {
 public:
     // `cells` are all complete cells of `grid`.

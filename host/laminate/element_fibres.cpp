@@ -28,17 +28,6 @@ double turnBetween(const Point& from, const Point& to, const Point& normal) {
     return degrees <= -180.0 ? 180.0 : degrees + 0.0;
 }
 
-FlatPoint flatAt(const Grid& grid, const Cell& cell, double along, double across) {
-    FlatPoint place{};
-    const double shares[4] = {(1.0 - along) * (1.0 - across), along * (1.0 - across), along * across,
-                              (1.0 - along) * across};
-    for (std::size_t k = 0; k < 4; ++k) {
-        const auto flat = nodeFlat(grid, cell.nodes[k]);
-        place = {place[0] + shares[k] * flat[0], place[1] + shares[k] * flat[1]};
-    }
-    return place;
-}
-
 // Lays the fibres into a plane and takes the angles; `normal` is the element's own, `above` that of the
 // cloth.
 void lay(ElementFibres& fibres, const ElementFrame& frame, const Point& above, const Point& rosette) {
@@ -52,20 +41,21 @@ void lay(ElementFibres& fibres, const ElementFrame& frame, const Point& above, c
 }
 
 // At the middle of a facet, not laid into any plane yet.
-ElementFibres found(const CellCover& cells, const PlyCloth& cloth, const Facet& facet) {
-    const Grid& grid = cloth.trial.grid;
+ElementFibres found(const CellCover& cells, const PlyCloth& cloth, std::int32_t piece, const Facet& facet) {
+    const Trial& drape = *cloth.drapes[at(piece)];
     const CellPlace place = facet.area > 0.0 ? cells.nearestOver(facet) : CellPlace{};
     ElementFibres fibres;
     if (place.cover == Cover::none) {
         return fibres;
     }
-    const Cell& cell = cloth.trial.measures.cells[place.cell];
-    if (!cloth.region.empty() && !liesWithin(flatAt(grid, cell, place.along, place.across), cloth.region)) {
+    const Cell& cell = drape.measures.cells[place.cell];
+    if (!cloth.region.empty() && !liesWithin(flatPlace(drape.grid, cell, place), cloth.region)) {
         return fibres;
     }
     fibres.cover = place.cover == Cover::whole ? ElementCover::whole : ElementCover::edge;
-    fibres.warp = warpInCell(grid, cell, place.across);
-    fibres.weft = weftInCell(grid, cell, place.along);
+    fibres.piece = piece;
+    fibres.warp = warpInCell(drape.grid, cell, place.across);
+    fibres.weft = weftInCell(drape.grid, cell, place.along);
     fibres.shear = cell.shear;
     fibres.thickness = thicknessFactor(cell.shear);
     return fibres;
@@ -82,20 +72,22 @@ std::vector<std::vector<std::int32_t>> elementsAround(const ShellMesh& shell) {
     return around;
 }
 
-// Per element without cloth, the covered element whose fibres it takes, -1 for none.
-std::vector<std::int32_t> carriedFrom(const std::vector<char>& covered, const ShellMesh& shell,
+// Per element without cloth, the covered element whose fibres it takes, -1 for none. Those on which no piece
+// lies stay without.
+std::vector<std::int32_t> carriedFrom(const std::vector<ElementFibres>& fibres,
+                                      const std::vector<std::int32_t>& pieceOn, const ShellMesh& shell,
                                       const std::vector<Facet>& facets, double reach) {
     const auto around = elementsAround(shell);
-    std::vector<std::int32_t> source(covered.size(), -1);
-    for (std::size_t e = 0; e < covered.size(); ++e) {
-        source[e] = covered[e] != 0 ? static_cast<std::int32_t>(e) : -1;
+    std::vector<std::int32_t> source(fibres.size(), -1);
+    for (std::size_t e = 0; e < fibres.size(); ++e) {
+        source[e] = fibres[e].cover != ElementCover::none ? static_cast<std::int32_t>(e) : -1;
     }
     bool changed = true;
     for (int round = 0; round < mostRounds && changed; ++round) {
         changed = false;
         const std::vector<std::int32_t> before = source;
         for (std::size_t e = 0; e < source.size(); ++e) {
-            if (before[e] >= 0 || !(facets[e].area > 0.0)) {
+            if (before[e] >= 0 || pieceOn[e] < 0 || !(facets[e].area > 0.0)) {
                 continue;
             }
             double nearest = reach;
@@ -180,19 +172,26 @@ std::vector<Facet> facetsOf(const Mould& mould, std::size_t elements) {
 std::vector<ElementFibres> fibresOnElements(const PlyCloth& cloth, const ShellMesh& shell,
                                             const std::vector<ElementFrame>& frames,
                                             const std::vector<Facet>& facets, const Point& rosette) {
-    const CellCover cells(cloth.trial.grid, cloth.trial.measures.cells);
+    std::vector<std::int32_t> pieceOn;
+    for (const Facet& facet : facets) {
+        pieceOn.push_back(facet.area > 0.0 ? cloth.pieceAt(facet.centroid) : -1);
+    }
     std::vector<ElementFibres> all(shell.elements.size());
-    std::vector<char> covered(all.size(), 0);
-    for (std::size_t e = 0; e < all.size(); ++e) {
-        all[e] = found(cells, cloth, facets[e]);
-        covered[e] = all[e].cover == ElementCover::none ? 0 : 1;
+    bool any = false;
+    for (std::size_t p = 0; p < cloth.drapes.size(); ++p) {
+        const auto piece = static_cast<std::int32_t>(p);
+        const CellCover cells(cloth.drapes[p]->grid, cloth.drapes[p]->measures.cells);
+        for (std::size_t e = 0; e < all.size(); ++e) {
+            all[e] = pieceOn[e] == piece ? found(cells, cloth, piece, facets[e]) : all[e];
+            any = any || all[e].cover != ElementCover::none;
+        }
     }
     // Beyond the line of a region there is no cloth to carry on.
-    if (cloth.region.empty() && std::find(covered.begin(), covered.end(), 1) != covered.end()) {
-        const double reach = std::max(cloth.trial.choice.stepA, cloth.trial.choice.stepB);
-        const std::vector<std::int32_t> source = carriedFrom(covered, shell, facets, reach);
+    if (any && cloth.region.empty()) {
+        const Choice& choice = cloth.drapes.front()->choice;
+        const auto source = carriedFrom(all, pieceOn, shell, facets, std::max(choice.stepA, choice.stepB));
         for (std::size_t e = 0; e < all.size(); ++e) {
-            if (covered[e] == 0 && source[e] >= 0) {
+            if (all[e].cover == ElementCover::none && source[e] >= 0) {
                 all[e] = all[at(source[e])];
                 all[e].cover = ElementCover::carried;
             }
@@ -207,8 +206,12 @@ std::vector<ElementFibres> fibresOnElements(const PlyCloth& cloth, const ShellMe
 }
 
 ElementFibres fibresAt(const PlyCloth& cloth, const Facet& place, const Point& rosette) {
-    const CellCover cells(cloth.trial.grid, cloth.trial.measures.cells);
-    ElementFibres fibres = found(cells, cloth, place);
+    const std::int32_t piece = cloth.pieceAt(place.centroid);
+    if (piece < 0) {
+        return {};
+    }
+    const Trial& drape = *cloth.drapes[at(piece)];
+    ElementFibres fibres = found(CellCover(drape.grid, drape.measures.cells), cloth, piece, place);
     if (fibres.cover != ElementCover::none) {
         lay(fibres, {place.normal, place.normal}, place.normal, rosette);
     }

@@ -2,9 +2,8 @@
 // counted from, and how much thicker the sheared cloth is.
 #pragma once
 
-#include "host/cloth/flat_overlap.h"
 #include "host/mesh/shell_mesh.h"
-#include "host/search/trial.h"
+#include "host/search/piece_claims.h"
 
 namespace drape::host {
 
@@ -29,7 +28,8 @@ enum class ElementCover {
 
 struct ElementFibres {
     ElementCover cover = ElementCover::none;
-    Point warp{}; // unit vectors in the element's plane
+    std::int32_t piece = 0; // the piece that lies on top, 0-based
+    Point warp{};           // unit vectors in the element's plane
     Point weft{};
     double shear = 0.0;     // degrees
     double thickness = 1.0; // how many times as thick as flat cloth
@@ -38,10 +38,13 @@ struct ElementFibres {
                             // cloth's side; not a number where the rosette stands upright on the element
 };
 
-// What makes a ply's fibres: the drape and, if the ply is cut off at a curve, that curve on the flat pattern.
+// What makes a ply's fibres. A ply in one piece may be cut off at a curve.
 struct PlyCloth {
-    const Trial& trial;
-    const std::vector<FlatPoint>& region; // empty for the whole cloth
+    std::vector<const Trial*> drapes;     // one per piece
+    const std::vector<FlatPoint>& region; // the curve on the flat pattern, empty for the whole cloth
+    const PieceClaims* claims = nullptr;  // which piece lies on top, null for a ply in one piece
+
+    std::int32_t pieceAt(const Point& place) const { return claims != nullptr ? claims->pieceAt(place) : 0; }
 };
 
 // `facets` are those of the mould that the ply was draped over.

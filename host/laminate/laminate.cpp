@@ -29,7 +29,8 @@ std::vector<double> drapeKey(const PlyWish& ply) {
     const Point seed = ply.seed.value_or(Point{});
     key.insert(key.end(), {seed[0], seed[1], seed[2], ply.seed ? 1.0 : 0.0, ply.angle,
                            ply.pivotByGridLine ? (*ply.pivotByGridLine ? 1.0 : 0.0) : 2.0,
-                           ply.cloth.lockingAngle.value_or(-1.0)});
+                           ply.cloth.lockingAngle.value_or(-1.0), ply.pieces.value_or(0.0),
+                           ply.pieces ? ply.cloth.width.value_or(0.0) : 0.0});
     return key;
 }
 
@@ -37,13 +38,23 @@ std::vector<double> drapeKey(const PlyWish& ply) {
 struct Job {
     std::size_t ply = 0; // the first of them
     std::shared_ptr<const Trial> trial;
+    std::shared_ptr<const PieceSet> pieces;
     std::string trouble;
     Notes notes;
 };
 
+PlyCloth clothOf(const LaidPly& ply, const std::optional<PieceClaims>& claims) {
+    return {ply.drapes(), ply.region, claims ? &*claims : nullptr};
+}
+
+std::optional<PieceClaims> claimsOf(const LaidPly& ply) {
+    return ply.pieces ? std::optional<PieceClaims>(std::in_place, *ply.pieces) : std::nullopt;
+}
+
 class Layer {
 public:
-    Layer(const PolygonSoup& soup, const LaminateWishes& wishes) : soup_(soup), wishes_(wishes) {}
+    Layer(const PolygonSoup& soup, const LaminateWishes& wishes, const ForEach& forEach)
+        : soup_(soup), wishes_(wishes), forEach_(forEach) {}
 
     TrialWishes trialWishes(const PlyWish& ply) const {
         TrialWishes trial = wishes_.trial;
@@ -66,6 +77,10 @@ public:
     void drape(const PlyWish& ply, const Surface& surface, Job& job) const {
         const TrialWishes trial = trialWishes(ply);
         try {
+            if (ply.pieces) {
+                cover(ply, surface, trial, job);
+                return;
+            }
             const bool looks = !ply.seed && !wishes_.surface.seed && !wishes_.startAtMiddle;
             const Point seed = ply.seed ? *ply.seed
                                : looks  ? bestStart(surface, trial, ply.angle)
@@ -83,9 +98,39 @@ public:
     }
 
 private:
+    void cover(const PlyWish& ply, const Surface& surface, const TrialWishes& trial, Job& job) const {
+        CoverWishes wishes = wishes_.cover;
+        wishes.share = *ply.pieces;
+        wishes.angle = ply.angle;
+        wishes.most[1] = ply.cloth.width.value_or(wishes.most[1]);
+        const TerritorySpread spread = [&](const std::vector<PieceStart>& starts, const auto& work) {
+            std::vector<Territory> results(starts.size());
+            forEach_(starts.size(), [&](std::size_t k) { results[k] = work(starts[k]); });
+            return results;
+        };
+        PieceSet set = coveredBy(surface, trial, wishes, spread, nullptr, false);
+        if (set.pieces.empty()) {
+            job.trouble = "no piece was found that drapes; smaller cells (step) may";
+            return;
+        }
+        if (set.coveredShare < wishes.share) {
+            tell(job.notes, NoteKind::coverShort,
+                 "its pieces cover " + number(100.0 * set.coveredShare, 4) + " % of the " +
+                     number(100.0 * wishes.share, 4) + " % asked for");
+        }
+        job.pieces = std::make_shared<const PieceSet>(std::move(set));
+    }
+
     const PolygonSoup& soup_;
     const LaminateWishes& wishes_;
+    const ForEach& forEach_;
 };
+
+void takeDrape(LaidPly& ply, const Job& job) {
+    ply.trial = job.trial;
+    ply.pieces = job.pieces;
+    ply.trouble = job.trouble;
+}
 
 void takeRegion(LaidPly& ply, const Surface& surface, const RegionCurves& regions) {
     const auto curve = regions.find(ply.wish.region);
@@ -106,9 +151,10 @@ void takeRegion(LaidPly& ply, const Surface& surface, const RegionCurves& region
 }
 
 void takeFibres(LaidPly& ply, const Laminate& laminate, const std::vector<Facet>& facets) {
-    if (ply.trial) {
-        ply.fibres = fibresOnElements({*ply.trial, ply.region}, laminate.shell, laminate.frames, facets,
-                                      laminate.rosette);
+    if (ply.isLaid()) {
+        const auto claims = claimsOf(ply);
+        ply.fibres =
+            fibresOnElements(clothOf(ply, claims), laminate.shell, laminate.frames, facets, laminate.rosette);
     }
 }
 
@@ -134,7 +180,7 @@ void layOnMould(Laminate& laminate, const Layer& layer, const RegionCurves& regi
             }
         }
         if (jobOf.emplace(drapeKey(wish), jobs.size()).second) {
-            jobs.push_back({p, nullptr, unfit.count(key) > 0 ? unfit[key] : "", {}});
+            jobs.push_back({p, nullptr, nullptr, unfit.count(key) > 0 ? unfit[key] : "", {}});
         }
     }
     forEach(jobs.size(), [&](std::size_t k) {
@@ -150,8 +196,7 @@ void layOnMould(Laminate& laminate, const Layer& layer, const RegionCurves& regi
             return;
         }
         const Job& job = jobs[jobOf.at(drapeKey(ply.wish))];
-        ply.trial = job.trial;
-        ply.trouble = job.trouble;
+        takeDrape(ply, job);
         if (job.ply == p) {
             ply.notes = job.notes;
         }
@@ -193,8 +238,7 @@ void layOnEachOther(Laminate& laminate, const Layer& layer, const RegionCurves& 
             const Surface surface =
                 builtUp(bare.at(key), thicknessOver(*bare.at(key).mould, thickness), job.notes);
             layer.drape(ply.wish, surface, job);
-            ply.trial = job.trial;
-            ply.trouble = job.trouble;
+            takeDrape(ply, job);
             ply.notes = job.notes;
             takeRegion(ply, surface, regions);
             takeFibres(ply, laminate, facetsOf(*surface.mould, laminate.shell.elements.size()));
@@ -221,6 +265,17 @@ Point rosetteOf(const StartWishes& start, const Surface& surface) {
 
 } // namespace
 
+std::vector<const Trial*> LaidPly::drapes() const {
+    std::vector<const Trial*> all;
+    if (trial) {
+        all.push_back(trial.get());
+    }
+    for (std::size_t p = 0; pieces && p < pieces->pieces.size(); ++p) {
+        all.push_back(&pieces->pieces[p].drape);
+    }
+    return all;
+}
+
 Laminate laid(const ShellMesh& shell, const std::vector<PlyWish>& plies, const LaminateWishes& wishes,
               const RegionCurves& regions, const ForEach& forEach, Notes& notes) {
     Laminate laminate;
@@ -232,7 +287,7 @@ Laminate laid(const ShellMesh& shell, const std::vector<PlyWish>& plies, const L
         ply.trouble = wish.trouble;
     }
     const PolygonSoup soup = soupOf(shell);
-    const Layer layer(soup, wishes);
+    const Layer layer(soup, wishes, forEach);
     Notes untold;
     const Surface mould = layer.surfaceFor({}, untold);
     laminate.facets = facetsOf(*mould.mould, shell.elements.size());
@@ -257,15 +312,17 @@ CoreSample coreAt(const Laminate& laminate, const Point& place) {
     core.element = laminate.mould->sourceFaces[nearest.triangle] - 1;
     for (std::size_t p = 0; p < laminate.plies.size(); ++p) {
         const LaidPly& ply = laminate.plies[p];
-        if (!ply.trial) {
+        if (!ply.isLaid()) {
             continue;
         }
-        const SurfacePoint on = nearestPoint(*ply.trial->mould, core.place);
-        Facet facet = ply.trial->mould->facets[on.triangle];
+        const Mould& under = ply.pieces ? *ply.pieces->claims : *ply.trial->mould;
+        const SurfacePoint on = nearestPoint(under, core.place);
+        Facet facet = under.facets[on.triangle];
         facet.centroid = on.position;
         CoreLayer layer;
         layer.ply = p;
-        layer.fibres = fibresAt({*ply.trial, ply.region}, facet, laminate.rosette);
+        const auto claims = claimsOf(ply);
+        layer.fibres = fibresAt(clothOf(ply, claims), facet, laminate.rosette);
         // Beyond the last cells the element has what it was given.
         if (layer.fibres.cover == ElementCover::none && core.element >= 0 &&
             ply.fibres[at(core.element)].cover == ElementCover::carried) {

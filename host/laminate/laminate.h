@@ -11,15 +11,25 @@
 
 namespace drape::host {
 
-// What was draped of one ply.
+// What was draped of one ply: one drape or several pieces, which plies that are alike share; neither if it
+// couldn't be draped.
 struct LaidPly {
     PlyWish wish;
-    std::shared_ptr<const Trial> trial; // null if it couldn't be draped; plies that are alike share one
-    std::string trouble;                // why there is none, or why it ended early; empty if all is well
+    std::shared_ptr<const Trial> trial;
+    std::shared_ptr<const PieceSet> pieces;
+    std::string trouble; // why there is no drape, or why it ended early; empty if all is well
     Notes notes;
     std::vector<CurveResult> curves;   // the region's edge, if it has a region
     std::vector<FlatPoint> region;     // the same on the pattern
     std::vector<ElementFibres> fibres; // one per element; empty without a trial
+
+    bool isLaid() const { return trial || pieces; }
+    std::vector<const Trial*> drapes() const; // one per piece
+
+    // "P3", or of the piece 1 (0-based) "P3-2".
+    std::string nameOf(std::int32_t piece) const {
+        return wish.name + (pieces ? "-" + std::to_string(piece + 1) : std::string());
+    }
 
     double thicknessOn(std::size_t element) const {
         return fibres.empty() || fibres[element].cover == ElementCover::none
@@ -44,9 +54,10 @@ struct LaminateWishes {
     TrialWishes trial;
     bool startAtMiddle = false; // where neither the ply nor the surface names a seed
     bool buildUp = false;       // each ply lies on those below it
+    CoverWishes cover;          // of plies in pieces, but for their share, angle and a roll's width
 };
 
-// Calls work(0) to work(count - 1), in any order and on any threads.
+// Calls work(0) to work(count - 1), in any order and on any threads. Work may have work to share itself.
 using ForEach = std::function<void(std::size_t count, const std::function<void(std::size_t)>& work)>;
 
 // The closed curves that regions name, by their names.

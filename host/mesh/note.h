@@ -31,6 +31,7 @@ enum class NoteKind {
     // Warnings.
     sideUnclear,
     buildUpHeld, // the plies below are thicker than a radius of the mould
+    coverShort,  // several pieces of cloth cover less than was asked for
     slenderCells,
     curveOffSurface
 };

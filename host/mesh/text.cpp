@@ -9,6 +9,17 @@
 
 namespace drape::host {
 
+namespace {
+
+// No sign before a zero, such as one that rounding made.
+std::string unsignedZero(const char* text) {
+    const std::string_view shown(text);
+    const bool zero = shown.find_first_not_of("-0.") == std::string_view::npos;
+    return std::string(zero && shown.starts_with('-') ? shown.substr(1) : shown);
+}
+
+} // namespace
+
 std::string number(double value, int digits) {
     char buffer[40];
     std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
@@ -17,13 +28,13 @@ std::string number(double value, int digits) {
         std::string_view(buffer).find('e') != std::string::npos) {
         std::snprintf(buffer, sizeof buffer, "%.0f", std::strtod(buffer, nullptr));
     }
-    return buffer;
+    return unsignedZero(buffer);
 }
 
 std::string fixed(double value, int decimals) {
     char buffer[340];
     std::snprintf(buffer, sizeof buffer, "%.*f", decimals, value);
-    return buffer;
+    return unsignedZero(buffer);
 }
 
 std::string pointText(const Point& point, double fine) {

@@ -1,22 +1,16 @@
-// The claims' triangles are parts of the surface's, so the one under a middle says whose it is.
+// What a piece has under a triangle's middle counts only where that piece lies on top.
 #include "host/search/cover_fibres.h"
 
-#include "host/mesh/surface_tree.h"
+#include "host/search/piece_claims.h"
 
 namespace drape::host {
 
 CoverFibres coverFibresOf(const Mould& surface, const PieceSet& set) {
-    TriangleMesh claims;
-    claims.positions = set.claims->positions;
-    for (std::size_t t = 0; t < set.claims->triangleCount(); ++t) {
-        claims.triangles.push_back({set.claims->corners[3 * t] - 1, set.claims->corners[3 * t + 1] - 1,
-                                    set.claims->corners[3 * t + 2] - 1});
-    }
-    const SurfaceTree tree(claims);
+    const PieceClaims claims(set);
     CoverFibres result;
     result.fibres.resize(surface.triangleCount());
     for (std::size_t t = 0; t < surface.triangleCount(); ++t) {
-        result.pieces.push_back(set.claimOf[tree.nearest(surface.facets[t].centroid).triangle] + 1);
+        result.pieces.push_back(claims.pieceAt(surface.facets[t].centroid) + 1);
     }
     for (std::size_t p = 0; p < set.pieces.size(); ++p) {
         const Trial& drape = set.pieces[p].drape;

@@ -9,8 +9,9 @@ import subprocess
 import unittest
 
 from model import cross, dot, sub, unit
-from moulds import obj, plate
+from moulds import cup, obj, plate
 from program import DONE, INPUT, ROOT, USAGE, Case
+from readers import PolyData
 from solver_meshes import element, node
 
 STIFF = {"E1": 140e3, "E2": 9e3, "nu12": 0.3, "G12": 4.5e3}
@@ -102,7 +103,8 @@ class Orders(Laminates):
         good = {"name": "good", "angle": 0}
         for bad, words in (({"angle": "x"}, 'line 4, column 2 (angle): "x": that isn\'t a finite number'), ({"seed": "1 2"}, "(seed)"), ({"pivot": "row"}, "(pivot)"),
                            ({"step": "0"}, "(step)"), ({"thickness": "-1"}, "(thickness)"), ({"after": "none"}, 'there is no ply "none"'),
-                           ({"name": "good"}, "another ply has this name"), ({"region": "no.xyz"}, "can't open the curve"), ({"pieces": "0.5"}, "(pieces)"),
+                           ({"name": "good"}, "another ply has this name"), ({"region": "no.xyz"}, "can't open the curve"), ({"pieces": "2"}, 'column 3 (pieces): "2"'),
+                           ({"pieces": "cover", "seed": "4 4 0"}, "(seed)"), ({"pieces": "0.5", "region": "ring.xyz"}, "(region)"),
                            ({"region": "out.xyz"}, "its region "), ({"locking": "95"}, "(locking)"), ({"side": "0 0 0"}, "(side)"), ({"E1": "5", "G12": ""}, "G12")):
             with self.subTest(words):
                 report, done = self.laminate(mesh, [good, {"name": "bad", "angle": 0, **bad}, {"name": "last", "angle": 90}], "--step", "1", expect=INPUT)
@@ -261,6 +263,65 @@ class Elements(Laminates):
         self.assertEqual({p["drape"]["netArea"] for p in flat["plies"]}, {areas[0]})
         report, done = self.laminate("m.obj", [{**p, "thickness": 8.0} for p in plies], "--build-up", "--start", "middle", "--step", "2", "--side", "0,0,-1", expect=None)
         self.assertIn("more than the radius of the mould there", done.stderr)
+
+
+class Pieces(Laminates):
+    """A dome that one ply can't take, with a ply in pieces below one that ends early."""
+
+    def test_each_piece_goes_where_it_lies(self):
+        mould = cup(0.6, 40, 16, 16)
+        mesh = self.file("m.obj", obj(([tuple(100 * x for x in p) for p in mould[0]], mould[1])))
+        plies = [stiff("low", 30, 0.5, density=1500, pieces="0.97", locking=30), stiff("top", 0, 0.5, cloth="other", density=1500)]
+        place = (70, 0, 70)
+        report, done = self.laminate(mesh, plies, "--step", 12, "--overlap", 6, "--core", ",".join(map(str, place)), "-o", "book.pdf", "-o", "kit.dxf", "-o", "l.vtp",
+                                     "-o", "l.inp", "-o", "c.core.csv", expect=None)
+        low, top = report["plies"]
+        self.assertIsNone(low["drape"])
+        self.assertIsNone(top["cover"])
+        pieces = low["cover"]["pieces"]
+        self.assertGreater(len(pieces), 1)
+        names = [f"low-{k + 1}" for k in range(len(pieces))]
+        self.assertEqual([p["name"] for p in pieces], names)
+        self.assertAlmostEqual(sum(p["coveredShare"] for p in pieces), low["cover"]["coveredShare"], 6)
+        self.assertLess(max(p["largestShear"] for p in pieces), 30.001)
+        self.assertGreater(low["cover"]["overlapShare"], 0.02)
+        self.assertAlmostEqual(report["mass"], 1500e-6 * 0.5 * (sum(p["netArea"] for p in pieces) + top["drape"]["netArea"]), 6)
+        # Each element's fibres are those of its own piece: of a cell of that piece's grid close by.
+        grids = PolyData(self.folder / "l.vtp")
+        cells = {}
+        for face, piece, warp in zip(grids.faces(), grids.cell_data["piece"], grids.cell_data["warp"]):
+            cells.setdefault(piece, []).append(([sum(grids.points[v][k] for v in face) / 4 for k in range(3)], warp))
+        self.assertEqual(len(cells), len(pieces) + 1)
+        corners = mould[1]
+        rows = self.rows()
+        of_low = [r for r in rows if r["ply"] == "low"]
+        self.assertEqual({r["piece"] for r in rows if r["ply"] == "top"}, {"1"})
+        counts = {}
+        for row in of_low:
+            counts[int(row["piece"])] = counts.get(int(row["piece"]), 0) + 1
+            middle = [100 * sum(mould[0][v][k] for v in corners[int(row["element"]) - 1]) / len(corners[int(row["element"]) - 1]) for k in range(3)]
+            centre, warp = min(cells[int(row["piece"])], key=lambda c: math.dist(c[0], middle))
+            self.assertLess(math.dist(centre, middle), 26)
+            self.assertGreater(dot(warp, [float(row[f"warp_{x}"]) for x in "xyz"]), 0.8)
+            self.assertLessEqual(abs(float(row["shear_deg"])), 30.001)
+        self.assertEqual(counts, {k + 1: p["elements"] for k, p in enumerate(pieces)})
+        self.assertAlmostEqual(len(of_low) / len(mould[1]), low["cover"]["coveredShare"], delta=0.03)
+        # The core sample names the piece that its element has.
+        with open(self.folder / "c.core.csv", newline="") as table:
+            core = list(csv.DictReader(table))
+        own = {r["ply"]: r for r in rows if r["element"] == core[0]["element"]}
+        self.assertEqual([(c["ply"], c["piece"]) for c in core], [(k, own[k]["piece"]) for k in ("low", "top") if k in own])
+        self.assertIn(f"1 low-{own['low']['piece']}, ud at ", done.stdout)
+        # Book and kit.
+        text = subprocess.run(["pdftotext", "-layout", self.folder / "book.pdf", "-"], capture_output=True, text=True, check=True).stdout
+        pages = [" ".join(p.split()) for p in text.split("\f")]
+        heads = ["1 low"] + [f"1.{k + 1} {n}" for k, n in enumerate(names)] + ["2 top", "Core samples"]
+        self.assertEqual([p[:len(h)] for p, h in zip(pages[1:], heads)], heads)
+        kit = (self.folder / "kit.dxf").read_text()
+        for name in [*names, "top"]:
+            self.assertIn(f"Ply {name}\n", kit)
+        seams = [e for e in kit.split("\nLWPOLYLINE\n") if "\nSEAM\n" in e]
+        self.assertGreaterEqual(len(seams), 2)  # each seam lies on two pieces
 
 
 def navier(layers, width, height, pressure):

@@ -74,6 +74,9 @@ void drawScaleBar(Canvas& canvas, double x, double y, double width, double milli
 // The drape on its mould as an image of `pixelsPerUnit` of the page's unit, as large as it fits into a box.
 void drawMouldIn(Canvas& canvas, const Scene& scene, const Box& box, double pixelsPerUnit);
 
+// The same of several pieces on their surface.
+void drawPiecesIn(Canvas& canvas, const CoverScene& scene, const Box& box, double pixelsPerUnit);
+
 // A ring with a dot: where the drape began.
 void drawSeedMark(Canvas& canvas, double x, double y, double radius);
 

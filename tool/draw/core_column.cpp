@@ -91,8 +91,9 @@ void drawCore(Canvas& canvas, const Laminate& laminate, const CoreSample& core, 
         const std::string angle =
             std::isfinite(layer.fibres.toRosette) ? fixed(layer.fibres.toRosette, 1) + "°" : std::string("?");
         canvas.textWithin(box.x + width + 3.0, line, textSize, box.width - width - 3.0,
-                          std::to_string(layer.ply + 1) + "  " + wish.name + ", " + wish.cloth.name + "  " +
-                              angle + "  " + number(layer.thickness * millimetresPerUnit) + " mm");
+                          std::to_string(layer.ply + 1) + "  " +
+                              laminate.plies[layer.ply].nameOf(layer.fibres.piece) + ", " + wish.cloth.name +
+                              "  " + angle + "  " + number(layer.thickness * millimetresPerUnit) + " mm");
     }
     canvas.colour({0.74, 0.75, 0.77});
     cairo_rectangle(canvas.cairo(), box.x, base, width, 3.0);

@@ -190,6 +190,18 @@ Colour pieceColour(std::int32_t piece) {
             base.blue * (1.0 - 0.13 * turn)};
 }
 
+void drawPiecesIn(Canvas& canvas, const CoverScene& scene, const Box& box, double pixelsPerUnit) {
+    const Mould& claims = *scene.set->claims;
+    const MouldView view = chooseView(claims, Grid{}, pixelsPerUnit * box.width, pixelsPerUnit * box.height);
+    const std::vector<Point> normals = cornerNormals(claims);
+    cairo_save(canvas.cairo());
+    cairo_translate(canvas.cairo(), box.x + 0.5 * (box.width - view.width / pixelsPerUnit),
+                    box.y + 0.5 * (box.height - view.height / pixelsPerUnit));
+    cairo_scale(canvas.cairo(), 1.0 / pixelsPerUnit, 1.0 / pixelsPerUnit);
+    drawView(canvas, {scene, claims, normals, view}, 0.0, 0.0);
+    cairo_restore(canvas.cairo());
+}
+
 std::string coverPicture(const CoverScene& scene, Drawing drawing) {
     const Mould& claims = *scene.set->claims;
     const Grid noGrid;

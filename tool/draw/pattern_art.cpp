@@ -22,6 +22,7 @@ constexpr double mostFibres = 220.0;          // of one family across the page
 constexpr double textSize = 3.6;              // millimetres, as are all lengths below, before they grow
 constexpr double arrowReach = 14.0;
 constexpr Colour overlapColour{1.0, 0.55, 0.0};
+constexpr Colour seamColour{0.0, 0.50, 0.15};
 constexpr Colour clothEdgeColour{0.0, 0.45, 0.85};
 
 // A whole face and the cell that it is.
@@ -225,6 +226,17 @@ void drawCutLineAndCurves(Canvas& canvas, const Placement& page, const Scene& sc
     }
     canvas.colour(curveColour);
     canvas.stroke(0.4 * page.growth);
+    if (scene.seams.empty()) {
+        return;
+    }
+    for (const auto& seam : scene.seams) {
+        painter.addPolygon(seam, false);
+    }
+    const double dash[] = {3.0 * page.growth, 1.2 * page.growth};
+    cairo_set_dash(canvas.cairo(), dash, 2, 0.0);
+    canvas.colour(seamColour);
+    canvas.stroke(0.4 * page.growth);
+    cairo_set_dash(canvas.cairo(), nullptr, 0, 0.0);
 }
 
 void drawArrow(Canvas& canvas, const FlatPoint& from, double dx, double dy) {

@@ -5,6 +5,7 @@
 #include "host/mesh/text.h"
 #include "tool/draw/canvas.h"
 #include "tool/draw/core_column.h"
+#include "tool/draw/cover_scene.h"
 #include "tool/draw/labels.h"
 #include "tool/draw/pattern_art.h"
 
@@ -49,11 +50,17 @@ public:
         const std::size_t tables =
             std::max<std::size_t>(1, (book_.sheets.size() + rowsPerPage - 1) / rowsPerPage);
         const std::size_t corePages = (book_.cores.size() + coresPerPage - 1) / coresPerPage;
-        pages_ = tables + book_.sheets.size() + corePages;
+        const auto& plies = book_.laminate.plies;
+        const auto sets = std::count_if(plies.begin(), plies.end(),
+                                        [](const LaidPly& ply) { return ply.pieces != nullptr; });
+        pages_ = tables + book_.sheets.size() + static_cast<std::size_t>(sets) + corePages;
         for (std::size_t t = 0; t < tables; ++t) {
             tablePage(t * rowsPerPage, t + 1 == tables);
         }
         for (const auto& sheet : book_.sheets) {
+            if (sheet->piece == 1) {
+                piecesPage(*sheet);
+            }
             plyPage(*sheet);
         }
         for (std::size_t c = 0; c < book_.cores.size(); c += coresPerPage) {
@@ -105,7 +112,11 @@ private:
     }
 
     void tablePage(std::size_t first, bool last) {
-        beginPage("Ply book", counted(book_.sheets.size(), "ply", "plies"));
+        const std::size_t plies = book_.laminate.plies.size();
+        beginPage("Ply book",
+                  counted(plies, "ply", "plies") +
+                      (book_.sheets.size() > plies ? " in " + counted(book_.sheets.size(), "piece", "pieces")
+                                                   : std::string()));
         double y = margin + headHeight;
         canvas_.text(margin, y, textSize,
                      "Plies are laid in this order, the first on the mould. Rosette " +
@@ -141,13 +152,13 @@ private:
         for (const std::string& name : wish.after) {
             follows += (follows.empty() ? "" : ", ") + name;
         }
-        std::vector<std::string> words{std::to_string(sheet.sequence), wish.name, wish.cloth.name,
+        std::vector<std::string> words{sheet.number(), sheet.name(), wish.cloth.name,
                                        number(wish.angle) + "°",
                                        wish.cloth.thickness > 0.0 ? millimetres(wish.cloth.thickness) : "-"};
         if (sheet.isDraped()) {
             words.insert(words.end(), {areaText(sheet.area), sheet.mass ? number(*sheet.mass, 3) + " g" : "-",
                                        fixed(m.meanShear, 1) + "°", fixed(m.largestShear, 1) + "°",
-                                       share(m.shareBeyondLocking), share(m.coveredShare), follows});
+                                       share(m.shareBeyondLocking), share(sheet.coveredShare), follows});
         } else {
             words.insert(words.end(), {"not draped", "", "", "", "", "", follows});
         }
@@ -171,12 +182,43 @@ private:
                          (weighed ? ", " + number(mass) + " g" : ", mass not known for every cloth"));
     }
 
+    std::string clothText(const PlyWish& wish) const {
+        return wish.cloth.name + " at " + number(wish.angle) + "°" +
+               (wish.cloth.thickness > 0.0 ? ", " + millimetres(wish.cloth.thickness) + " thick" : "");
+    }
+
+    // How the pieces of a ply lie together, in front of their own pages.
+    void piecesPage(const PlySheet& first) {
+        const PieceSet& set = *first.ply->pieces;
+        beginPage(std::to_string(first.sequence) + "  " + first.ply->wish.name, clothText(first.ply->wish));
+        CoverScene scene{&set, set.claims.get(), {}, "", ""};
+        for (const auto& sheet : book_.sheets) {
+            if (sheet->ply == first.ply) {
+                scene.pieces.push_back(sheet->scene);
+            }
+        }
+        const double top = margin + headHeight;
+        const double lines = 5.0 * 1.5 * textSize;
+        drawPiecesIn(canvas_, scene, {margin, top, pageWidth - 2.0 * margin, pageHeight - top - 16.0 - lines},
+                     pixelsPerMillimetre);
+        double y = pageHeight - 14.0 - lines;
+        std::vector<std::string> words{
+            counted(set.pieces.size(), "piece", "pieces") + " cover " + share(set.coveredShare) +
+                " of the mould, " + share(set.overlapShare) + " under more than one",
+            "seams of " + millimetres(set.seamLength) + " in all, drawn in dashes on the patterns"};
+        for (const Note& note : first.ply->notes) {
+            if (weightOf(note.kind) == Weight::warning) {
+                words.push_back(note.text);
+            }
+        }
+        for (const std::string& line : words) {
+            canvas_.textWithin(margin, y += 1.5 * textSize, textSize, pageWidth - 2.0 * margin, line);
+        }
+    }
+
     void plyPage(const PlySheet& sheet) {
         const PlyWish& wish = sheet.ply->wish;
-        beginPage(
-            std::to_string(sheet.sequence) + "  " + wish.name,
-            wish.cloth.name + " at " + number(wish.angle) + "°" +
-                (wish.cloth.thickness > 0.0 ? ", " + millimetres(wish.cloth.thickness) + " thick" : ""));
+        beginPage(sheet.number() + "  " + sheet.name(), clothText(wish));
         if (!sheet.isDraped()) {
             canvas_.colour(warningColour);
             canvas_.textWithin(margin, margin + 2.0 * headHeight, 1.2 * textSize, pageWidth - 2.0 * margin,
@@ -261,7 +303,7 @@ private:
         cairo_arc(cairo, x, y, radius, 0.0, 2.0 * std::numbers::pi);
         canvas_.colour(paleInk);
         canvas_.stroke(0.15);
-        const double angle = plyAngle(sheet.ply->trial->choice) * std::numbers::pi / 180.0;
+        const double angle = plyAngle(sheet.drape->choice) * std::numbers::pi / 180.0;
         const auto ray = [&](double turn, double length) {
             canvas_.path({{x, y}, {x + length * std::cos(turn), y - length * std::sin(turn)}}, false);
         };
@@ -279,12 +321,12 @@ private:
         ray(angle + 0.5 * std::numbers::pi, 0.7 * radius);
         canvas_.stroke(0.35);
         canvas_.text(x, y + radius + 1.3 * textSize, 0.85 * textSize,
-                     "warp at " + number(plyAngle(sheet.ply->trial->choice)) + "°", Align::centre);
+                     "warp at " + number(plyAngle(sheet.drape->choice)) + "°", Align::centre);
         canvas_.colour(ink);
     }
 
     void facts(const PlySheet& sheet, double y) {
-        const Trial& trial = *sheet.ply->trial;
+        const Trial& trial = *sheet.drape;
         const Measures& m = sheet.measures;
         const PlyWish& wish = sheet.ply->wish;
         const double radius = 11.0;
@@ -300,7 +342,8 @@ private:
             "net area " + areaText(sheet.area) + (sheet.mass ? ", " + number(*sheet.mass, 3) + " g" : "") +
                 (sheet.cut.allowance > 0.0 ? ", cut line " + millimetres(sheet.cut.allowance) + " outside"
                                            : ""),
-            "covers " + share(m.coveredShare) + " of the mould"};
+            "covers " + share(sheet.coveredShare) + " of the mould" +
+                (sheet.piece > 0 ? ", up to its seams" : "")};
         if (!wish.region.empty()) {
             lines.push_back("cut off at " + wish.region);
         }

@@ -82,40 +82,56 @@ void cutAt(NetPattern& net, const Grid& grid, const std::vector<Cell>& cells,
     net = std::move(part);
 }
 
+void fill(PlySheet& sheet, const SheetWishes& wishes) {
+    const LaidPly& ply = *sheet.ply;
+    const Trial& drape = *sheet.drape;
+    sheet.measures = drape.measures;
+    if (!ply.region.empty()) {
+        cutAt(sheet.measures.net, drape.grid, drape.measures.cells, ply.region);
+    }
+    sheet.cut = cutLinesOf(sheet.measures.net, wishes.allowance);
+    sheet.area = sheet.measures.net.area;
+    sheet.coveredShare = sheet.measures.coveredShare;
+    const double mm = wishes.millimetresPerUnit;
+    if (ply.wish.cloth.density && ply.wish.cloth.thickness > 0.0) {
+        sheet.mass = *ply.wish.cloth.density * 1e-6 * sheet.area * ply.wish.cloth.thickness * mm * mm * mm;
+    }
+    Scene& scene = sheet.scene;
+    scene.mould = drape.mould.get();
+    scene.choice = &drape.choice;
+    scene.grid = &drape.grid;
+    scene.measures = &sheet.measures;
+    scene.cut = &sheet.cut;
+    scene.curves = ply.curves;
+    scene.millimetresPerUnit = mm;
+    scene.ply = sheet.name();
+    scene.mouldName = wishes.mouldName;
+    scene.side = textOf(drape.side);
+    if (sheet.piece > 0) {
+        // The whole mould stays in sight behind the piece.
+        scene.mould = ply.pieces->claims.get();
+        scene.seams = seamsOnPattern(*ply.pieces, sheet.piece - 1);
+        sheet.coveredShare = ply.pieces->pieces[sheet.piece - 1].claimed / ply.pieces->claims->area;
+    }
+}
+
 } // namespace
 
 std::vector<std::unique_ptr<PlySheet>> sheetsOf(const Laminate& laminate, const SheetWishes& wishes) {
     std::vector<std::unique_ptr<PlySheet>> sheets;
-    for (const LaidPly& ply : laminate.plies) {
-        PlySheet& sheet = *sheets.emplace_back(std::make_unique<PlySheet>());
-        sheet.ply = &ply;
-        sheet.sequence = sheets.size();
-        if (!ply.trial) {
-            continue;
+    for (std::size_t p = 0; p < laminate.plies.size(); ++p) {
+        const LaidPly& ply = laminate.plies[p];
+        const auto drapes = ply.drapes();
+        for (std::size_t k = 0; k < std::max<std::size_t>(1, drapes.size()); ++k) {
+            PlySheet& sheet = *sheets.emplace_back(std::make_unique<PlySheet>());
+            sheet.ply = &ply;
+            sheet.sequence = p + 1;
+            sheet.piece = ply.pieces ? k + 1 : 0;
+            if (k < drapes.size()) {
+                sheet.drape = drapes[k];
+                fill(sheet, wishes);
+            }
         }
-        const Trial& trial = *ply.trial;
-        sheet.measures = trial.measures;
-        if (!ply.region.empty()) {
-            cutAt(sheet.measures.net, trial.grid, trial.measures.cells, ply.region);
-        }
-        sheet.cut = cutLinesOf(sheet.measures.net, wishes.allowance);
-        sheet.area = sheet.measures.net.area;
-        const double mm = wishes.millimetresPerUnit;
-        if (ply.wish.cloth.density && ply.wish.cloth.thickness > 0.0) {
-            sheet.mass =
-                *ply.wish.cloth.density * 1e-6 * sheet.area * ply.wish.cloth.thickness * mm * mm * mm;
-        }
-        Scene& scene = sheet.scene;
-        scene.mould = trial.mould.get();
-        scene.choice = &trial.choice;
-        scene.grid = &trial.grid;
-        scene.measures = &sheet.measures;
-        scene.cut = &sheet.cut;
-        scene.curves = ply.curves;
-        scene.millimetresPerUnit = mm;
-        scene.ply = ply.wish.name;
-        scene.mouldName = wishes.mouldName;
-        scene.side = textOf(trial.side);
     }
     return sheets;
 }

@@ -25,13 +25,14 @@ struct Scene {
     const Measures* measures = nullptr;
     const CutLines* cut = nullptr;
     std::span<const CurveResult> curves;
-    std::string reportJson;                // text of the JSON report
-    double millimetresPerUnit = 1.0;       // scale of the 1:1 drawings
-    std::string ply;                       // its name
-    std::string mouldName;                 // of the file
-    std::string side;                      // on which the cloth lies, in words
-    std::optional<Paper> paper;            // for tiles instead of one page
-    std::vector<std::int64_t> faceNumbers; // of the file's faces, empty where they count from 1
+    std::string reportJson;                      // text of the JSON report
+    double millimetresPerUnit = 1.0;             // scale of the 1:1 drawings
+    std::string ply;                             // its name
+    std::string mouldName;                       // of the file
+    std::string side;                            // on which the cloth lies, in words
+    std::optional<Paper> paper;                  // for tiles instead of one page
+    std::vector<std::int64_t> faceNumbers;       // of the file's faces, empty where they count from 1
+    std::vector<std::vector<FlatPoint>> seams{}; // to neighbouring pieces, as lines on the flat pattern
 };
 
 } // namespace tool

@@ -17,6 +17,7 @@ namespace tool {
 namespace {
 
 constexpr std::size_t mostPlies = 100000;
+constexpr double usualShare = 0.99; // of the mould, covered by pieces
 
 struct Cell {
     std::string text;
@@ -365,11 +366,7 @@ public:
         if (const Cell* cell = find("region")) {
             ply.region = (folder_ / cell->text).string();
         }
-        if (const Cell* cell = find("pieces")) {
-            if (cell->text != "1") {
-                refuse("pieces", "plies are laid in one piece");
-            }
-        }
+        readPieces(ply);
     }
 
     void readAfter(PlyWish& ply) const {
@@ -431,6 +428,23 @@ private:
             }
         }
         return p;
+    }
+
+    void readPieces(PlyWish& ply) const {
+        const Cell* cell = find("pieces");
+        if (cell == nullptr || cell->text == "1") {
+            return;
+        }
+        double share = usualShare;
+        if (cell->text != "cover" && (!readNumber(cell->text, share) || !(share > 0.0 && share < 1.0))) {
+            refuse("pieces", "give 1, or cover, or the share to be covered, above 0 and below 1");
+        }
+        for (const char* other : {"seed", "region"}) {
+            if (find(other) != nullptr) {
+                refuse(other, "a ply in several pieces finds its starts by itself and isn't cut off");
+            }
+        }
+        ply.pieces = share;
     }
 
     void readStep(PlyWish& ply) const {

@@ -9,8 +9,6 @@
 namespace tool {
 namespace {
 
-constexpr double leastShown = 0.05; // degrees; below it there would be a sign before a zero
-
 std::string angleText(double degrees) {
     return std::isfinite(degrees) ? fixed(degrees, 1) + " degrees" : "an angle that the rosette doesn't tell";
 }
@@ -27,10 +25,11 @@ std::string coreText(const Laminate& laminate, const CoreSample& core) {
     for (std::size_t k = core.layers.size(); k-- > 0;) {
         const CoreLayer& layer = core.layers[k];
         const PlyWish& wish = laminate.plies[layer.ply].wish;
-        text += "  " + std::to_string(layer.ply + 1) + " " + wish.name + ", " + wish.cloth.name + " at " +
+        text += "  " + std::to_string(layer.ply + 1) + " " +
+                laminate.plies[layer.ply].nameOf(layer.fibres.piece) + ", " + wish.cloth.name + " at " +
                 angleText(layer.fibres.toRosette) + " (laid at " + number(wish.angle) + "), shear " +
-                fixed(std::abs(layer.fibres.shear) < leastShown ? 0.0 : layer.fibres.shear, 1) +
-                ", thickness " + number(layer.thickness) + " from " + number(layer.bottom) + "\n";
+                fixed(layer.fibres.shear, 1) + ", thickness " + number(layer.thickness) + " from " +
+                number(layer.bottom) + "\n";
     }
     return text + "  mould\n";
 }
@@ -38,7 +37,7 @@ std::string coreText(const Laminate& laminate, const CoreSample& core) {
 std::string coreCsv(const Laminate& laminate, const std::vector<CoreSample>& cores) {
     std::string text =
         "core,x,y,z,element,layer,sequence,ply,cloth,angle_laid_deg,angle_rosette_deg,shear_deg,bottom,"
-        "thickness,warp_x,warp_y,warp_z\n";
+        "thickness,warp_x,warp_y,warp_z,piece\n";
     for (std::size_t c = 0; c < cores.size(); ++c) {
         const CoreSample& core = cores[c];
         for (std::size_t k = 0; k < core.layers.size(); ++k) {
@@ -59,7 +58,7 @@ std::string coreCsv(const Laminate& laminate, const std::vector<CoreSample>& cor
             for (const double x : layer.fibres.warp) {
                 text += "," + fileNumber(x);
             }
-            text += "\n";
+            text += "," + std::to_string(layer.fibres.piece + 1) + "\n";
         }
     }
     return text;

@@ -1,7 +1,7 @@
 // The flat pattern for a cutting table: closed polylines in millimetres in the ASCII form of DXF R2000, the
 // first that has light polylines and says its unit. Layers: CUT (the line to cut, outlines and holes), NET
-// (outlines of the net pattern) and HOLE (its holes), CURVE (transferred curves), WARP (an arrow), TEXT
-// (name, side, angle and mould) and SEED (a point at 0, 0).
+// (outlines of the net pattern) and HOLE (its holes), CURVE (transferred curves), SEAM (where
+// neighbouring pieces meet), WARP (an arrow), TEXT (name, side, angle and mould) and SEED (a point at 0, 0).
 #include "host/mesh/box.h"
 #include "tool/draw/labels.h"
 #include "tool/draw/pattern_reach.h"
@@ -25,11 +25,12 @@ constexpr int blockRecordTable = 0x1, layerTable = 0x2, styleTable = 0x3, lineTy
 struct Layer {
     std::string_view name, colour;
 };
-constexpr std::array<Layer, 8> layers{{{"0", "7"},
+constexpr std::array<Layer, 9> layers{{{"0", "7"},
                                        {"CUT", "1"},
                                        {"NET", "7"},
                                        {"HOLE", "4"},
                                        {"CURVE", "6"},
+                                       {"SEAM", "2"},
                                        {"WARP", "5"},
                                        {"TEXT", "7"},
                                        {"SEED", "3"}}};
@@ -318,6 +319,9 @@ std::vector<DrawnLine> linesOf(const Lying& piece) {
         for (const CurveStretch& stretch : curve.stretches) {
             lines.push_back({"CURVE", piece.placed(stretch.flat), stretch.closed});
         }
+    }
+    for (const auto& seam : scene.seams) {
+        lines.push_back({"SEAM", piece.placed(seam), false});
     }
     return lines;
 }

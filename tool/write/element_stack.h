@@ -40,7 +40,7 @@ inline std::vector<StackedPly> stackOn(const Laminate& laminate, std::size_t ele
 inline std::map<std::string, Cloth> clothsOf(const Laminate& laminate) {
     std::map<std::string, Cloth> cloths;
     for (const LaidPly& ply : laminate.plies) {
-        if (ply.trial) {
+        if (ply.isLaid()) {
             cloths.emplace(ply.wish.cloth.name, ply.wish.cloth);
         }
     }

@@ -6,8 +6,6 @@
 #include "tool/write/laminate_files.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <set>
 #include <stdexcept>
 
@@ -17,9 +15,7 @@ namespace {
 constexpr int lengthDigits = 12;
 
 std::string component(double value) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.9f", value + 0.0);
-    return text.data();
+    return fixed(value, 9);
 }
 
 std::string vectorText(const Point& v) {
