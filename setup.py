@@ -15,6 +15,7 @@ from setuptools import Extension, setup
 from setuptools.command.build_ext import build_ext
 
 TOP = pathlib.Path(__file__).parent.resolve()
+PAGE = TOP / "build" / "web" / "web" / "drape.html"
 VERSION = re.search(r"project\(drape VERSION ([\d.]+)", (TOP / "CMakeLists.txt").read_text()).group(1)
 
 
@@ -36,6 +37,9 @@ class CMakeBuild(build_ext):
         package = build / "python" / "drape"
         for file in (package / target.name, package / "lib.pyi"):
             shutil.copy(file, target.parent)
+        # The page is built apart, with Emscripten, and goes along if it's there.
+        if PAGE.is_file():
+            shutil.copy(PAGE, target.parent / "page.html")
 
 
 setup(
@@ -51,7 +55,7 @@ setup(
     extras_require={"plot": ["matplotlib"], "meshio": ["meshio"]},
     package_dir={"": "python"},
     packages=["drape"],
-    package_data={"drape": ["py.typed", "*.pyi"]},
+    package_data={"drape": ["py.typed", "*.pyi", "page.html"]},
     ext_modules=[Extension("drape._core", sources=[])],
     cmdclass={"build_ext": CMakeBuild},
     zip_safe=False,

@@ -40,7 +40,7 @@ struct Work {
     std::optional<ShellMesh> shell; // where the file numbers its elements
     Log log{Talk::normal};
     std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
-    PolygonSoup part; // as it was read; kept for a page alone
+    PagePart part; // as it was read; kept for a page alone
 };
 
 // The seed that the settings name, if they name one: a vertex goes by its number in a file that numbers its
@@ -74,8 +74,7 @@ bool looksForStart(const Settings& settings) {
 }
 
 bool writesPage(const Settings& settings) {
-    return std::any_of(settings.outputs.begin(), settings.outputs.end(),
-                       [](const std::string& path) { return path.ends_with(pageEnding); });
+    return std::any_of(settings.outputs.begin(), settings.outputs.end(), isPage);
 }
 
 ImportedMesh loadFile(Work& work) {
@@ -89,11 +88,13 @@ ImportedMesh loadFile(Work& work) {
     return file;
 }
 
-Surface preparedFrom(Work& work, PolygonSoup soup) {
+// Lets go of the file's faces in the end.
+Surface preparedFrom(Work& work, PolygonSoup&& file) {
+    const PolygonSoup soup = std::move(file);
     ToldNotes notes(work.log);
     Surface surface = preparedSurface(soup, work.settings.surface, work.settings.trial.start, notes.list());
     if (writesPage(work.settings)) {
-        work.part = std::move(soup);
+        work.part = pagePartOf(soup);
     }
     return surface;
 }
@@ -164,15 +165,15 @@ std::vector<std::int64_t> faceNumbers(const Work& work) {
     return numbers;
 }
 
-void writeOutputs(const Work& work, const Trial& trial, std::span<const CurveResult> curves,
-                  const CutLines& cut, const std::string& report) {
-    Scene scene = sceneOf(work.settings, trial, cut, curves, report, work.settings.ply);
+void writeOutputs(const Work& work, const Story& story, std::span<const DrawnCurve> drawn) {
+    const std::string report = jsonOf(story);
+    Scene scene = sceneOf(work.settings, story.trial, story.cut, story.curves, report, work.settings.ply);
     scene.faceNumbers = faceNumbers(work);
     std::string failures;
     for (const std::string& path : work.settings.outputs) {
         try {
-            if (path.ends_with(pageEnding)) {
-                writeWhole(path, pageOf(work.settings, work.part, trial, report));
+            if (isPage(path)) {
+                writeWhole(path, pageOf(pageTemplate().value_or(""), story, work.part, drawn, report));
             } else if (!path.ends_with(sweepEnding)) {
                 writeOutput(path, scene);
             }
@@ -296,7 +297,7 @@ int run(Work& work) {
                     " s");
     warnOfPoorCloth(work, trial);
     warnOfPattern(work, trial, cut);
-    writeOutputs(work, trial, curves, cut, jsonOf(story));
+    writeOutputs(work, story, drawn);
     if (trial.grid.status == DRAPE_OK) {
         return exitDone;
     }

@@ -555,7 +555,7 @@ void checkOutputs(const Settings& settings) {
         } else if (settings.cover.wanted && !isKnownCoverOutput(path)) {
             throw UsageError("-o " + path + ": several pieces can't be written as this; --cover makes\n" +
                              coverOutputHelp());
-        } else if (path.ends_with(pageEnding)) {
+        } else if (isPage(path)) {
             if (!pageTemplate()) {
                 throw UsageError(
                     "-o " + path +

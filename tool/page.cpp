@@ -2,19 +2,20 @@
 // whatever kind of file it came from.
 #include "tool/page.h"
 
+#include "host/mesh/point.h"
 #include "tool/write/base64.h"
+#include "tool/write/file_kinds.h"
+#include "tool/write/sweep_json.h"
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 namespace tool {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr std::string_view slot = R"(<script id="drape-part" type="application/json">)";
 
@@ -22,16 +23,8 @@ void append(std::string& bytes, const void* data, std::size_t size) {
     bytes.append(static_cast<const char*>(data), size);
 }
 
-// Three doubles per point, then for each face the number of its corners and these, as int32.
-std::string packed(const PolygonSoup& part) {
-    std::string bytes;
-    append(bytes, part.points.data(), part.points.size() * sizeof(Point));
-    for (const auto& polygon : part.polygons) {
-        const auto corners = static_cast<std::int32_t>(polygon.size());
-        append(bytes, &corners, sizeof corners);
-        append(bytes, polygon.data(), polygon.size() * sizeof(std::int32_t));
-    }
-    return bytes;
+Json partJson(const PagePart& part) {
+    return {{"points", part.points}, {"polygons", part.faces}, {"data", base64(part.bytes)}};
 }
 
 template <class T>
@@ -39,8 +32,21 @@ Json orNull(const std::optional<T>& value) {
     return value ? Json(*value) : Json();
 }
 
+Json curvesJson(const Settings& settings, std::span<const DrawnCurve> drawn) {
+    Json curves = Json::array();
+    for (std::size_t k = 0; k < drawn.size(); ++k) {
+        curves.push_back({{"file", std::filesystem::path(settings.curves[k]).filename().string()},
+                          {"name", drawn[k].name},
+                          {"points", drawn[k].points},
+                          {"directions", drawn[k].directions}});
+    }
+    return curves;
+}
+
 // The page's settings; those that were left to the program stay open.
-Json settingsJson(const Settings& settings, const Trial& trial) {
+Json settingsJson(const Story& story, std::span<const DrawnCurve> drawn) {
+    const Settings& settings = story.settings;
+    const Trial& trial = story.trial;
     Json clips = Json::array();
     for (const Plane& plane : settings.surface.clips) {
         const auto& [p, n] = plane;
@@ -48,6 +54,7 @@ Json settingsJson(const Settings& settings, const Trial& trial) {
     }
     const StartWishes& start = settings.trial.start;
     const bool named = start.stepA || trial.within;
+    const bool usualName = settings.ply == std::filesystem::path(settings.input).stem().string();
     return {{"seed", trial.choice.seed},
             {"angle", trial.angle},
             {"step", named ? Json{trial.choice.stepA, trial.choice.stepB} : Json()},
@@ -62,7 +69,21 @@ Json settingsJson(const Settings& settings, const Trial& trial) {
             {"weld", settings.surface.weld},
             {"clips", clips},
             {"within", settings.trial.withinLargest ? Json("max") : orNull(settings.trial.within)},
-            {"millimetresPerUnit", settings.millimetresPerUnit}};
+            {"keepGood", settings.keepGood},
+            {"millimetresPerUnit", settings.millimetresPerUnit},
+            {"name", usualName ? Json() : Json(settings.ply)},
+            {"allowance", settings.allowance},
+            {"curves", curvesJson(settings, drawn)},
+            {"cutCurves", settings.cutCurves},
+            {"passedOver", orNull(story.passedOver)}};
+}
+
+Json sweepJson(const std::vector<SweepResult>* ranked) {
+    Json list = Json::array();
+    for (std::size_t k = 0; ranked != nullptr && k < ranked->size(); ++k) {
+        list.push_back(jsonOf((*ranked)[k]));
+    }
+    return list;
 }
 
 // A text within a script element ends at the first "</".
@@ -74,6 +95,14 @@ std::string safeInScript(std::string json) {
 }
 
 } // namespace
+
+bool isPage(const std::string& path) {
+    struct Kind {
+        std::string_view ending;
+    };
+    static const std::vector<Kind> page{{".html"}};
+    return kindOf(page, path) != nullptr;
+}
 
 std::optional<std::string> pageTemplate() {
     std::error_code none;
@@ -87,20 +116,41 @@ std::optional<std::string> pageTemplate() {
     return std::nullopt;
 }
 
-std::string pageOf(const Settings& settings, const PolygonSoup& part, const Trial& trial,
-                   const std::string& report) {
-    std::ifstream in(pageTemplate().value_or(""), std::ios::binary);
+PagePart pagePartOf(const PolygonSoup& part) {
+    PagePart packed{part.points.size(), part.polygons.size(), {}};
+    append(packed.bytes, part.points.data(), part.points.size() * sizeof(Point));
+    for (const auto& polygon : part.polygons) {
+        const auto corners = static_cast<std::int32_t>(polygon.size());
+        append(packed.bytes, &corners, sizeof corners);
+        append(packed.bytes, polygon.data(), polygon.size() * sizeof(std::int32_t));
+    }
+    return packed;
+}
+
+PagePart pagePartOf(const Mould& part) {
+    PagePart packed{part.positions.size(), part.triangleCount(), {}};
+    append(packed.bytes, part.positions.data(), part.positions.size() * sizeof(Point));
+    for (std::size_t t = 0; t < part.triangleCount(); ++t) {
+        const std::int32_t* corners = &part.corners[3 * t];
+        const std::array<std::int32_t, 4> face{3, corners[0] - 1, corners[1] - 1, corners[2] - 1};
+        append(packed.bytes, face.data(), sizeof face);
+    }
+    return packed;
+}
+
+std::string pageOf(const std::string& pageFile, const Story& story, const PagePart& part,
+                   std::span<const DrawnCurve> drawn, const std::string& report) {
+    std::ifstream in(pageFile, std::ios::binary);
     std::string page((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     const std::size_t at = page.find(slot);
     if (at == std::string::npos) {
         throw std::runtime_error("the page's template can't be read");
     }
-    const Json data{{"file", std::filesystem::path(settings.input).filename().string()},
-                    {"points", part.points.size()},
-                    {"polygons", part.polygons.size()},
-                    {"data", base64(packed(part))},
-                    {"settings", settingsJson(settings, trial)},
-                    {"report", Json::parse(report)}};
+    Json data{{"file", std::filesystem::path(story.settings.input).filename().string()}};
+    data.update(partJson(part));
+    data["settings"] = settingsJson(story, drawn);
+    data["sweep"] = sweepJson(story.ranked);
+    data["report"] = Json::parse(report);
     page.insert(at + slot.size(), safeInScript(data.dump(-1, ' ', false, Json::error_handler_t::replace)));
     return page;
 }

@@ -1,4 +1,5 @@
 // Closed curves drawn on the mould and carried onto the flat pattern.
+#include "python/bindings/show.h"
 #include "python/bindings/surface.h"
 
 #include "host/cloth/curve.h"
@@ -16,18 +17,20 @@ DrawnCurve drawnCurve(const std::string& name, const Points& points, const Point
     return {name, points, directions};
 }
 
-std::shared_ptr<CurveResult> carry(const HeldPly& ply, const DrawnCurve& curve, bool cut) {
+std::shared_ptr<HeldCurve> carry(const HeldPly& ply, const DrawnCurve& curve, const std::string& file,
+                                 bool cut) {
     const py::gil_scoped_release unlocked;
     const std::lock_guard<std::mutex> alone(processState());
     Notes untold;
     const Trial& trial = ply.measured();
-    return std::make_shared<CurveResult>(
-        carryOver(curve, ply.mould->surface.mesh, trial.choice, trial.grid, trial.measures, cut, untold));
+    return std::make_shared<HeldCurve>(HeldCurve{
+        carryOver(curve, ply.mould->surface.mesh, trial.choice, trial.grid, trial.measures, cut, untold),
+        curve, file, cut});
 }
 
 py::list stretchesOf(const py::object& self) {
     py::list stretches;
-    for (const CurveStretch& s : py::cast<const CurveResult&>(self).stretches) {
+    for (const CurveStretch& s : py::cast<const HeldCurve&>(self).result.stretches) {
         const auto triples = [&](const std::vector<Point>& points) {
             return rowsOf(reinterpret_cast<const double*>(points.data()), points.size(), 3, self);
         };
@@ -43,10 +46,12 @@ py::list stretchesOf(const py::object& self) {
 
 void bindCurves(py::module_& module) {
     py::class_<DrawnCurve>(module, "DrawnCurve").def(py::init(&drawnCurve));
-    py::class_<CurveResult, std::shared_ptr<CurveResult>>(module, "Curve")
-        .def_readonly("name", &CurveResult::name)
-        .def_property_readonly("length_on_mould", &lengthOnMould)
-        .def_property_readonly("length_on_pattern", &lengthOnPattern)
+    py::class_<HeldCurve, std::shared_ptr<HeldCurve>>(module, "Curve")
+        .def_property_readonly("name", [](const HeldCurve& curve) { return curve.result.name; })
+        .def_property_readonly("length_on_mould",
+                               [](const HeldCurve& curve) { return lengthOnMould(curve.result); })
+        .def_property_readonly("length_on_pattern",
+                               [](const HeldCurve& curve) { return lengthOnPattern(curve.result); })
         .def_property_readonly("stretches", stretchesOf);
     module.def("read_curve", &tool::readCurve);
     module.def("carry", &carry);

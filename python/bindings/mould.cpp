@@ -37,6 +37,8 @@ std::shared_ptr<HeldMould> mouldOfSoup(const PolygonSoup& soup, const SurfaceWis
     held->surface = preparedSurface(soup, wishes, {}, held->notes);
     held->source = source;
     held->seedNamed = wishes.seed.has_value();
+    held->asked = wishes;
+    held->part = std::make_shared<const tool::PagePart>(tool::pagePartOf(soup));
     return held;
 }
 

@@ -49,7 +49,11 @@ std::shared_ptr<HeldPly> drapeMould(const std::shared_ptr<const HeldMould>& moul
     Point from = seed.value_or(mould->surface.defaultSeed);
     const auto surface = mould->surfaceFor(wishes, from);
     if (!seed && !inMiddle && !mould->seedNamed && !wishes.within && !wishes.withinLargest) {
+        const Point middle = from;
         from = bestStart(*surface, wishes, angle);
+        if (vec::distance(from, middle) > finestOf(surface->steps)) {
+            ply->passedOver = middle;
+        }
     }
     ply->surface = surface;
     ply->wishes = wishes;
@@ -142,24 +146,68 @@ py::dict choiceOf(const HeldPly& ply) {
     return choice;
 }
 
-std::string reportWith(const HeldPly& ply, const Show& show, const tool::CutLines& cut) {
-    const tool::Settings settings = settingsOf(*ply.mould, show);
-    const tool::Story story{settings, ply.measured(),    cut,       show.curves,
-                            nullptr,  ply.trial.seconds, ply.good()};
-    return tool::jsonOf(story);
+// What the program would have been told.
+tool::Settings settingsOf(const HeldPly& ply, const Show& show) {
+    tool::Settings settings = settingsOf(*ply.mould, show);
+    settings.surface = ply.mould->asked;
+    settings.trial = ply.wishes;
+    settings.angle = ply.trial.angle;
+    for (const HeldCurve& curve : show.curves) {
+        settings.curves.push_back(curve.file);
+        settings.cutCurves = settings.cutCurves || curve.cut;
+    }
+    return settings;
 }
+
+// What is shown of a drape, held together.
+struct Shown {
+    Shown(const HeldPly& ply, const Show& show)
+        : settings(settingsOf(ply, show)), curves(show.carried()),
+          cut(tool::cutLinesOf(ply.measured().measures.net, show.allowance)),
+          story{settings, ply.trial, cut, curves, nullptr, ply.trial.seconds, ply.good(), ply.passedOver},
+          report(tool::jsonOf(story)) {}
+
+    tool::Settings settings;
+    std::vector<CurveResult> curves;
+    tool::CutLines cut;
+    tool::Story story;
+    std::string report;
+};
 
 std::string reportOf(const HeldPly& ply, const Show& show) {
-    return reportWith(ply, show, tool::cutLinesOf(ply.measured().measures.net, show.allowance));
+    return Shown(ply, show).report;
 }
 
-void writePly(const HeldPly& ply, const std::string& path, const Show& show) {
+// A surface without what it was made of goes into the page as it lies, with its side and cells named.
+std::string pageOf(const HeldPly& ply, Shown& shown, const Show& show, const std::string& pageFile) {
+    const HeldMould& mould = *ply.mould;
+    std::shared_ptr<const tool::PagePart> part = mould.part;
+    if (!part) {
+        const Choice& choice = ply.trial.choice;
+        part = std::make_shared<const tool::PagePart>(tool::pagePartOf(*mould.surface.mould));
+        shown.settings.surface = {};
+        shown.settings.surface.weld = false;
+        shown.settings.surface.side = tool::sideOf(*mould.surface.mould, choice);
+        shown.settings.trial.start.stepA = choice.stepA;
+        shown.settings.trial.start.stepB = choice.stepB;
+    }
+    std::vector<DrawnCurve> drawn;
+    for (const HeldCurve& curve : show.curves) {
+        drawn.push_back(curve.drawn);
+    }
+    return tool::pageOf(pageFile, shown.story, *part, drawn, shown.report);
+}
+
+// `pageFile` is the page's template, for a page.
+void writePly(const HeldPly& ply, const std::string& path, const Show& show, const std::string& pageFile) {
     orOutputError([&] {
-        const Trial& trial = ply.measured();
-        const tool::CutLines cut = tool::cutLinesOf(trial.measures.net, show.allowance);
-        const tool::Settings settings = settingsOf(*ply.mould, show);
-        const std::string report = reportWith(ply, show, cut);
-        tool::writeOutput(path, tool::sceneOf(settings, trial, cut, show.curves, report, settings.ply));
+        Shown shown(ply, show);
+        if (tool::isPage(path)) {
+            tool::writeWhole(path, pageOf(ply, shown, show, pageFile));
+        } else {
+            tool::writeOutput(path, tool::sceneOf(shown.settings, ply.trial, shown.cut, shown.curves,
+                                                  shown.report, shown.settings.ply));
+        }
     });
 }
 
@@ -229,7 +277,7 @@ void bindPly(py::module_& module) {
     module.def("paper_of", &tool::paperOf);
     py::class_<Show>(module, "Show")
         .def(py::init([](double millimetresPerUnit, double allowance, const std::string& name,
-                         const std::optional<tool::Paper>& paper, const std::vector<CurveResult>& curves) {
+                         const std::optional<tool::Paper>& paper, const std::vector<HeldCurve>& curves) {
             return Show{millimetresPerUnit, allowance, name, paper, curves};
         }));
     py::class_<HeldPly, std::shared_ptr<HeldPly>>(module, "Ply")

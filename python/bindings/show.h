@@ -13,12 +13,28 @@
 
 namespace drape::python {
 
+// A curve on the cloth, and what it was carried over from.
+struct HeldCurve {
+    host::CurveResult result;
+    host::DrawnCurve drawn;
+    std::string file; // or what stands for one
+    bool cut = false; // where it leaves the cloth
+};
+
 struct Show {
     double millimetresPerUnit = 1.0;
     double allowance = 0.0; // of the cut line beyond the net line, in the mould's unit
     std::string name;       // on drawings, that of the mould's file if it's empty
     std::optional<tool::Paper> paper;
-    std::vector<host::CurveResult> curves;
+    std::vector<HeldCurve> curves;
+
+    std::vector<host::CurveResult> carried() const {
+        std::vector<host::CurveResult> results;
+        for (const HeldCurve& curve : curves) {
+            results.push_back(curve.result);
+        }
+        return results;
+    }
 };
 
 // As the program would have understood them.

@@ -6,6 +6,7 @@
 
 #include "host/search/trial.h"
 #include "tool/good_part.h"
+#include "tool/page.h"
 
 #include <memory>
 #include <mutex>
@@ -18,6 +19,9 @@ struct HeldMould {
     host::Notes notes;
     std::string source;     // the file, or what stands for one
     bool seedNamed = false; // its default seed was asked for
+    // What the surface was made of; for one that came through a pickle, or was cut out, the surface itself.
+    host::SurfaceWishes asked;
+    std::shared_ptr<const tool::PagePart> part;
 
     // The same surface with the cell lengths that a start asks for; `from` is where a patch would be
     // measured.
@@ -38,6 +42,7 @@ struct HeldPly {
     mutable host::Trial trial; // its measures only through `sheared` and `measured`
     bool wasMeasured = false;  // by the search for its patch
     host::Notes notes;
+    std::optional<host::Point> passedOver; // the middle, where the start was found beside it
 
     // Cells, shear and turns only, or all. With or without the interpreter's lock, which isn't held
     // meanwhile.

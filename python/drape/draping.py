@@ -17,7 +17,7 @@ from . import _arrays, _core
 from ._arrays import Doubles, Ints
 from ._plot import plotted
 from .errors import ArrayError, StatusError
-from .results import Choice, Curve, Fibres, Net, NetLoop, shown
+from .results import Choice, Curve, Fibres, Net, NetLoop, page_for, shown
 from .settings import Settings, Step, Within
 
 
@@ -375,14 +375,14 @@ class Ply:
         Raises StatusError if it can't be carried over at all.
         """
         if isinstance(curve, (str, os.PathLike)):
-            drawn = _core.read_curve(os.fspath(curve))
+            drawn, file = _core.read_curve(os.fspath(curve)), os.fspath(curve)
         else:
             points = _arrays.points("curve", curve)
             ways = points[:0] if directions is None else _arrays.points("directions", directions)
             if not len(points) or len(ways) not in (0, len(points)):
                 raise ArrayError("a curve needs points, and as many directions as points if there are any")
-            drawn = _core.DrawnCurve(name, points, ways)
-        return Curve(_core.carry(self._core, drawn, bool(cut)))
+            drawn, file = _core.DrawnCurve(name, points, ways), name
+        return Curve(_core.carry(self._core, drawn, file, bool(cut)))
 
     def report(
         self, *, millimetres_per_unit: float = 1.0, allowance: float = 0.0, curves: Iterable[Curve] = ()
@@ -402,7 +402,8 @@ class Ply:
     ) -> None:
         """Write the kind of file that the ending of `path` asks for, whole or not at all: the grid (.vtp, .glb,
         .gltf), the pattern (.pattern.svg, .pattern.png, .pdf, .dxf), fibres per triangle (.fibres.vtp, .fibres.csv),
-        carried curves (.curve.csv), pictures (.svg, .png), the report (.json).
+        carried curves (.curve.csv), pictures (.svg, .png), the report (.json), or a page for any browser that drapes
+        live with the part inside (.html), if the package was built with one.
 
         millimetres_per_unit  of the mesh, for drawings at 1:1
         allowance             of the cut line beyond the net line, in the mesh's unit
@@ -413,7 +414,8 @@ class Ply:
 
         Raises OutputError.
         """
-        self._core.write(os.fspath(path), shown(millimetres_per_unit, allowance, curves, name, paper))
+        look = shown(millimetres_per_unit, allowance, curves, name, paper)
+        self._core.write(os.fspath(path), look, page_for(path))
 
     def plot(self, path: str | os.PathLike[str] | None = None) -> Any:
         """Draw the cloth on the mould, coloured by shear, and its pattern beside it, with matplotlib. Gives the

@@ -2,11 +2,13 @@
 
 from __future__ import annotations
 
+import os
+import pathlib
 from typing import Any, Iterable, NamedTuple
 
 from . import _arrays, _core
 from ._arrays import Doubles, Ints
-from .errors import ArrayError
+from .errors import ArrayError, OutputError
 
 
 class Fibres(NamedTuple):
@@ -109,6 +111,21 @@ def shown(
     scale = _arrays.above_zero("millimetres_per_unit", millimetres_per_unit)
     beyond = _arrays.number("allowance", allowance, low=0.0)
     return _core.Show(scale, beyond, name, _sheets(paper), [curve._core for curve in curves])
+
+
+def page_for(path: str | os.PathLike[str]) -> str:
+    """The file of the page that drapes live, for a path that asks for one: in the package, or in a working copy
+    where it has been built."""
+    if not os.fspath(path).lower().endswith(".html"):
+        return ""
+    package = pathlib.Path(__file__).resolve().parent
+    for place in (package / "page.html", package.parents[2] / "web" / "web" / "drape.html"):
+        if place.is_file():
+            return str(place)
+    raise OutputError(
+        f"cannot write {os.fspath(path)}: this package was built without the page; docs/page.md says how to build it "
+        "(cmake --preset web && cmake --build --preset web), then install the package again"
+    )
 
 
 def _sheets(paper: str | tuple[float, float] | None) -> Any:

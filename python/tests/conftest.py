@@ -22,10 +22,10 @@ def dome():
 def program(tmp_path):
     """program(sample, *options, outputs=[name, ...]): the report and the bytes of each output."""
 
-    def run(sample, *options, outputs=()):
+    def run(sample, *options, outputs=(), by=PROGRAM):
         files = [tmp_path / name for name in ("report.json", *outputs)]
         wanted = [word for file in files for word in ("-o", str(file))]
-        command = [PROGRAM, str(SAMPLES / sample), "--quiet", *options, *wanted]
+        command = [by, str(SAMPLES / sample), "--quiet", *options, *wanted]
         subprocess.run(command, check=False, capture_output=True)
         return json.loads(files[0].read_text()), [file.read_bytes() for file in files[1:]]
 

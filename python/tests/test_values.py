@@ -1,15 +1,19 @@
 """The package against the program and the bare library: the same bits."""
 
+import base64
+import json
 import os
 import pathlib
+import pickle
 import re
 import runpy
+import shutil
 
 import numpy as np
 import pytest
 
 import drape
-from conftest import SAMPLES
+from conftest import PROGRAM, SAMPLES
 
 SOME_WAYS = [
     ("hemisphere.obj", {}, {}),
@@ -44,7 +48,7 @@ def as_options(surface, start):
 
 OUTPUTS = ["vtp", "fibres.vtp", "fibres.csv", "glb", "gltf", "pattern.svg", "pattern.png", "pdf", "dxf", "svg", "png",
            "json"]  # fmt: skip
-TIMES = re.compile(rb'"(run|wall)": [0-9.e+-]+|/CreationDate \([^)]*\)')
+TIMES = re.compile(rb'"(run|wall)": ?[0-9.e+-]+|/CreationDate \([^)]*\)')
 
 
 def same(ours, theirs):
@@ -82,6 +86,64 @@ def test_drawings_take_the_programs_wishes(program, tmp_path, dome):
         with pytest.raises(drape.ArrayError, match="paper"):
             ply.write(tmp_path / "none.pdf", paper=paper)
     assert not (tmp_path / "none.pdf").exists()
+
+
+@pytest.fixture
+def page(tmp_path, monkeypatch):
+    """A program with a page to fill in, the same for the package."""
+    place = tmp_path / "share" / "drape" / "drape.html"
+    place.parent.mkdir(parents=True)
+    place.write_text('<p>before</p><script id="drape-part" type="application/json"></script><p>behind</p>')
+    monkeypatch.setattr(drape.draping, "page_for", lambda path: str(place))
+    (tmp_path / "bin").mkdir()
+    return shutil.copy(PROGRAM, tmp_path / "bin")
+
+
+def part_in(file):
+    """What a page holds: its settings, and its part as vertices and faces."""
+    (text,) = re.findall(r'type="application/json">(.*)</script>', file.read_text())
+    held = json.loads(text)
+    data = base64.b64decode(held["data"])
+    vertices = np.frombuffer(data, count=3 * held["points"]).reshape(-1, 3)
+    faces = np.frombuffer(data[vertices.nbytes :], np.int32).reshape(held["polygons"], -1)
+    return held["settings"], vertices, faces[:, 1:]
+
+
+@pytest.mark.parametrize("sample, surface, start", SOME_WAYS)
+def test_pages_are_the_programs(program, page, tmp_path, sample, surface, start):
+    options = [*as_options(surface, start), "--allowance=2", "--name=skin", "--units-mm=25.4"]
+    _, (expected,) = program(sample, *options, outputs=["a.html"], by=page)
+    ply = drape.Mould.read(SAMPLES / sample, **surface).drape(**start)
+    ply.write(tmp_path / "ours.HTML", allowance=2, name="skin", millimetres_per_unit=25.4)
+    assert same(tmp_path / "ours.HTML", expected)
+    # Through a pickle goes the surface alone.
+    again = pickle.loads(pickle.dumps(ply))
+    again.write(tmp_path / "again.html")
+    settings, vertices, faces = part_in(tmp_path / "again.html")
+    mould = drape.Mould(vertices, faces, side=settings["side"], weld=settings["weld"])
+    ways = {name: settings[name] for name in ("seed", "angle", "step", "tolerance", "pivot", "locking", "within")}
+    ways.update((name, start[name]) for name in ("rosette", "warp") if name in start)  # as they were before scaling
+    other = mould.drape(**ways, most_nodes=settings["mostNodes"])
+    assert other.positions.tobytes() == ply.positions.tobytes() and other.net.area == ply.net.area
+
+
+def test_pages_carry_curves_and_say_where_there_is_none(program, page, tmp_path, dome):
+    ring = [(40, 0, 60), (0, 30, 60), (-40, 0, 60), (0, -30, 60)]
+    (tmp_path / "ring.xyz").write_text("\n".join(" ".join(map(str, p)) for p in ring))
+    options = [f"--curve={tmp_path / 'ring.xyz'}", "--curve-clip", "--angle=20"]
+    _, (expected,) = program("double_dome.obj", *options, outputs=["a.html"], by=page)
+    ply = dome.drape(angle=20)
+    ply.write(tmp_path / "ours.html", curves=[ply.carry(tmp_path / "ring.xyz", cut=True)])
+    assert same(tmp_path / "ours.html", expected)
+    (curve,) = part_in(tmp_path / "ours.html")[0]["curves"]
+    assert (curve["file"], curve["points"]) == ("ring.xyz", [list(map(float, p)) for p in ring])
+
+
+def test_a_package_without_the_page_says_how_to_get_one(monkeypatch, tmp_path, dome):
+    monkeypatch.setattr(drape.results, "__file__", str(tmp_path / "a" / "b" / "c" / "results.py"))
+    with pytest.raises(drape.OutputError, match=r"docs/page\.md"):
+        dome.drape(step=20).write(tmp_path / "none.html")
+    assert not (tmp_path / "none.html").exists()
 
 
 def test_the_hemisphere_is_the_published_one():

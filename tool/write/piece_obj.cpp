@@ -17,7 +17,8 @@ std::string exactly(const Point& p) {
     return fileNumber(p[0], exact) + "," + fileNumber(p[1], exact) + "," + fileNumber(p[2], exact);
 }
 
-// A direction that names the side on which the piece lies, whatever way its faces run.
+} // namespace
+
 Point sideOf(const Mould& mould, const Choice& choice) {
     Point sum{};
     for (const Facet& facet : mould.facets) {
@@ -25,8 +26,6 @@ Point sideOf(const Mould& mould, const Choice& choice) {
     }
     return length(sum) > clear ? unit(sum) : choice.normal;
 }
-
-} // namespace
 
 std::string pieceObj(const CoverScene& scene, std::size_t piece) {
     const CoverPiece& made = scene.set->pieces[piece];

@@ -52,6 +52,9 @@ std::string piecesGltf(std::span<const Scene> pieces, bool binary);
 std::string piecesFibresVtp(const CoverScene& scene);
 std::string piecesFibresCsv(const CoverScene& scene);
 
+// A direction that names the side on which a drape lies, whatever way the faces in a file run.
+Point sideOf(const Mould& mould, const Choice& choice);
+
 // The part of the surface that a piece was draped on, as OBJ with every digit, and in front of it the command
 // that drapes it again, less the name of the file.
 std::string pieceObj(const CoverScene& scene, std::size_t piece);

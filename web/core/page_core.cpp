@@ -2,20 +2,20 @@
 // a file comes in, bytes; it leaves JSON and, where a file goes out, bytes. Arrays go by address: the reply
 // names them under "arrays" as [address, elements], to be read before the next call.
 #include "drape.h"
+#include "host/cloth/curve.h"
 #include "host/cloth/net_faces.h"
 #include "host/cloth/status_text.h"
 #include "host/mesh/error.h"
-#include "host/search/cover.h"
 #include "host/search/default_start.h"
 #include "tool/draw/colour.h"
 #include "tool/draw/cut_lines.h"
 #include "tool/draw/labels.h"
 #include "tool/read/surface_formats.h"
 #include "tool/report.h"
+#include "tool/write/sweep_json.h"
 #include "tool/write/sweep_table.h"
 #include "tool/write/writers.h"
 #include "web/core/settings_json.h"
-#include "web/core/sweep_json.h"
 
 #include <algorithm>
 #include <cstring>
@@ -61,8 +61,10 @@ struct Page {
     Trial trial;
     double lockingAngle = 0.0;
     bool measured = false;
-    std::vector<double> flatLines, spaceLines, clipped, shears; // as the reply of "drape" tells
-    std::vector<std::int32_t> outlines, borders, lineEnds, clippedCells, clippedEnds;
+    std::vector<CurveResult> curves;
+    // As the reply of "drape" tells.
+    std::vector<double> flatLines, spaceLines, clipped, shears, curveFlat, curveSpace;
+    std::vector<std::int32_t> outlines, borders, lineEnds, clippedCells, clippedEnds, curveEnds;
 };
 
 Page& page() {
@@ -195,13 +197,16 @@ Point seedOf(const Json& settings) {
     return pointOf(settings, "seed").value_or(page().surface.defaultSeed);
 }
 
-// Where the program starts if nobody says.
+// Where the program starts if nobody says, and the middle if that is elsewhere.
 Json start(const Json& settings) {
     const TrialWishes wishes = trialWishesOf(settings);
-    const bool inMiddle = wishes.within || wishes.withinLargest;
     const Surface surface = surfaceFor(settings);
-    return {
-        {"seed", inMiddle ? surface.defaultSeed : bestStart(surface, wishes, settings.value("angle", 0.0))}};
+    if (wishes.within || wishes.withinLargest) {
+        return {{"seed", surface.defaultSeed}, {"passedOver", nullptr}};
+    }
+    const Point seed = bestStart(surface, wishes, settings.value("angle", 0.0));
+    const bool moved = vec::distance(seed, surface.defaultSeed) > finestOf(surface.steps);
+    return {{"seed", seed}, {"passedOver", moved ? Json(surface.defaultSeed) : Json()}};
 }
 
 // The lines of the net: flat and space points, what each stretch is, and where each loop ends; then the cells
@@ -235,11 +240,51 @@ void layOutNet(const NetPattern& net) {
     }
 }
 
+// The curves of the settings on the cloth. One that can't be carried over is left out and told of.
+void carryCurves(const Json& settings, Notes& notes) {
+    Page& p = page();
+    p.curves.clear();
+    for (const DrawnCurve& curve : curvesOf(settings)) {
+        try {
+            if (p.trial.measures.cellsOnSurface > 0) {
+                p.curves.push_back(carryOver(curve, p.surface.mesh, p.trial.choice, p.trial.grid,
+                                             p.trial.measures, settings.value("cutCurves", false), notes));
+            }
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception& error) {
+            tell(notes, NoteKind::curveOffSurface, error.what());
+        }
+    }
+}
+
+// The stretches' points on the pattern and in space, and where each stretch ends, a closed one at its first
+// point.
+void layOutCurves() {
+    Page& p = page();
+    p.curveFlat.clear();
+    p.curveSpace.clear();
+    p.curveEnds.clear();
+    for (const CurveResult& curve : p.curves) {
+        for (const CurveStretch& stretch : curve.stretches) {
+            const std::size_t count = stretch.flat.size();
+            for (std::size_t k = 0; k < count + (stretch.closed ? 1 : 0); ++k) {
+                const FlatPoint& flat = stretch.flat[k % count];
+                const Point& space = stretch.cloth[k % count];
+                p.curveFlat.insert(p.curveFlat.end(), flat.begin(), flat.end());
+                p.curveSpace.insert(p.curveSpace.end(), space.begin(), space.end());
+            }
+            p.curveEnds.push_back(static_cast<std::int32_t>(p.curveFlat.size() / 2));
+        }
+    }
+}
+
 Json trialArrays(const Trial& trial) {
     Page& p = page();
     const Grid& g = trial.grid;
     static_assert(sizeof(Cell) == 32 && offsetof(Cell, nodes) == 0);
     layOutNet(trial.measures.net);
+    layOutCurves();
     p.shears.clear();
     for (const NetFace& face : netFaces(g, trial.measures)) {
         p.shears.push_back(face.shear);
@@ -258,7 +303,10 @@ Json trialArrays(const Trial& trial) {
             {"shears", arrayOf(p.shears)},
             {"clipped", arrayOf(p.clipped)},
             {"clippedCells", arrayOf(p.clippedCells)},
-            {"clippedEnds", arrayOf(p.clippedEnds)}};
+            {"clippedEnds", arrayOf(p.clippedEnds)},
+            {"curveFlat", arrayOf(p.curveFlat)},
+            {"curveSpace", arrayOf(p.curveSpace)},
+            {"curveEnds", arrayOf(p.curveEnds)}};
 }
 
 const char* nameOf(Remedy remedy) {
@@ -272,10 +320,13 @@ tool::Settings toolSettings(const Json& settings) {
     tool::Settings all;
     all.input = page().file;
     all.millimetresPerUnit = settings.value("millimetresPerUnit", 1.0);
+    all.ply = plyNameOf(settings).value_or(page().file.substr(0, page().file.find_last_of('.')));
+    all.trial = trialWishesOf(settings);
+    all.keepGood = settings.value("keepGood", false);
     return all;
 }
 
-tool::Scene sceneOf(const Json& settings, const tool::Settings& forTool, const tool::CutLines& cut) {
+tool::Scene sceneOf(const tool::Settings& forTool, const tool::CutLines& cut) {
     const Trial& t = page().trial;
     tool::Scene scene;
     scene.mould = t.mould.get();
@@ -285,29 +336,15 @@ tool::Scene sceneOf(const Json& settings, const tool::Settings& forTool, const t
     scene.cut = &cut;
     scene.millimetresPerUnit = forTool.millimetresPerUnit;
     scene.mouldName = page().file;
-    scene.ply = settings.value("name", page().file.substr(0, page().file.find_last_of('.')));
+    scene.ply = forTool.ply;
+    scene.curves = page().curves;
     scene.side = textOf(t.side);
     return scene;
 }
 
-// The good region of a drape that folds, as the program finds it; none while something is dragged (`live`).
-std::optional<tool::GoodPart> goodPartOf(const Json& settings, const Surface& surface,
-                                         const TrialWishes& wishes, const Trial& trial) {
-    const Remedy remedy = textOfStatus(trial.grid.status).remedy;
-    const bool folds = remedy == Remedy::otherStart || remedy == Remedy::finerOrOther;
-    if (!folds || trial.within || trial.grid.count == 0 || settings.value("live", false)) {
-        return std::nullopt;
-    }
-    PieceSet set = pieceFrom(surface, wishes, {}, {trial.choice.seed, trial.angle});
-    if (set.pieces.empty()) {
-        return std::nullopt;
-    }
-    return tool::GoodPart{std::move(set.pieces.front().drape), set.coveredShare, false};
-}
-
 // Settings with seed and angle. The arrays are the grid's, its measured cells (32 bytes each, of which four
 // int32 nodes, from 0, come first), shears of the whole cells and then of the cut ones, and those of
-// layOutNet.
+// layOutNet and layOutCurves.
 Json drapePart(const Json& settings) {
     Page& p = page();
     Notes notes;
@@ -316,16 +353,30 @@ Json drapePart(const Json& settings) {
     const Surface surface = surfaceFor(settings);
     p.trial = drapeFrom(surface, wishes, seedOf(settings), settings.value("angle", 0.0), notes);
     p.measured = true;
+    const tool::Settings forTool = toolSettings(settings);
+    std::optional<tool::GoodPart> good; // none while something is dragged
+    if (!settings.value("live", false)) {
+        good = tool::goodPartOf(forTool, surface, p.trial);
+        if (good && forTool.keepGood) {
+            p.trial = good->drape;
+        }
+    }
+    carryCurves(settings, notes);
     const Trial& t = p.trial;
     const StatusText text = textOfStatus(t.grid.status);
     const bool ended = t.grid.status != DRAPE_OK;
     const tool::CutLines cut = tool::netLinesOf(t.measures.net);
-    const tool::Settings forTool = toolSettings(settings);
-    const auto good = goodPartOf(settings, surface, wishes, t);
-    const tool::Story story{forTool, t, cut, {}, nullptr, t.seconds, good ? &*good : nullptr};
+    const tool::Story story{forTool,
+                            t,
+                            cut,
+                            p.curves,
+                            nullptr,
+                            t.seconds,
+                            good ? &*good : nullptr,
+                            pointOf(settings, "passedOver")};
     const tool::ShearScale scale = tool::shearScale(t.measures);
     Json report = Json::parse(tool::jsonOf(story));
-    const tool::Scene scene = sceneOf(settings, forTool, cut);
+    const tool::Scene scene = sceneOf(forTool, cut);
     return {{"report", std::move(report)},
             {"summary", tool::summaryOf(story)},
             {"end", ended ? tool::endOf(t) : std::string()},
@@ -354,7 +405,7 @@ Json candidates(const Json& settings) {
 
 // {candidate, seed, angle} among the settings.
 Json tryCandidate(const Json& settings) {
-    return jsonOf(tried(
+    return tool::jsonOf(tried(
         surfaceFor(settings), trialWishesOf(settings),
         {settings.at("candidate").get<std::size_t>(), seedOf(settings), settings.at("angle").get<double>()}));
 }
@@ -363,12 +414,12 @@ Json tryCandidate(const Json& settings) {
 Json ranked(const Json& call) {
     std::vector<SweepResult> results;
     for (const Json& result : call.at("results")) {
-        results.push_back(sweepResultOf(result));
+        results.push_back(tool::sweepResultOf(result));
     }
     rank(results, trialWishesOf(call).withinLargest);
     Json list = Json::array();
     for (const SweepResult& result : results) {
-        list.push_back(jsonOf(result));
+        list.push_back(tool::jsonOf(result));
     }
     return {{"results", list},
             {"table", tool::sweepTable(results, sweepRowsShown)},
@@ -384,8 +435,8 @@ Json fileOf(const Json& settings) {
     const Trial& t = p.trial;
     const tool::CutLines cut = tool::netLinesOf(t.measures.net);
     const tool::Settings forTool = toolSettings(settings);
-    tool::Scene scene = sceneOf(settings, forTool, cut);
-    scene.reportJson = tool::jsonOf({forTool, t, cut, {}, nullptr, t.seconds});
+    tool::Scene scene = sceneOf(forTool, cut);
+    scene.reportJson = tool::jsonOf({forTool, t, cut, p.curves, nullptr, t.seconds});
     const std::map<std::string, std::function<std::string()>> kinds{
         {"dxf",
          [&] {

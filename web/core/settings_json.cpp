@@ -55,4 +55,17 @@ TrialWishes trialWishesOf(const Json& settings) {
     return wishes;
 }
 
+std::optional<std::string> plyNameOf(const Json& settings) {
+    return valueOf<std::string>(settings, "name");
+}
+
+std::vector<DrawnCurve> curvesOf(const Json& settings) {
+    std::vector<DrawnCurve> curves;
+    for (const Json& curve : valueOf<std::vector<Json>>(settings, "curves").value_or(std::vector<Json>())) {
+        curves.push_back({curve.at("name").get<std::string>(), curve.at("points").get<std::vector<Point>>(),
+                          curve.at("directions").get<std::vector<Point>>()});
+    }
+    return curves;
+}
+
 } // namespace drape::web

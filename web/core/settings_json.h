@@ -2,6 +2,7 @@
 // settings file and of the settings that the program writes into a page.
 #pragma once
 
+#include "host/cloth/curve.h"
 #include "host/search/trial.h"
 
 #include <nlohmann/json.hpp>
@@ -21,5 +22,11 @@ SurfaceWishes surfaceWishesOf(const Json& settings);
 // Members: step (two numbers), rosette, warp, tolerance, pivot ("grid" or "shear"), locking, mostNodes,
 // within (a number or "max").
 TrialWishes trialWishesOf(const Json& settings);
+
+// The ply's name, if the settings give one.
+std::optional<std::string> plyNameOf(const Json& settings);
+
+// Each with file, name, points and directions.
+std::vector<DrawnCurve> curvesOf(const Json& settings);
 
 } // namespace drape::web

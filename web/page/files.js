@@ -20,14 +20,14 @@ export async function ownAssets() {
     };
 }
 
-// The part that the program has put into this page, with its settings and its report; null without one.
+// The part that the program has put into this page, with its settings and the results of its sweep; null without one.
 export function ownPart() {
     const text = document.getElementById("drape-part").textContent.trim();
     if (!text) {
         return null;
     }
-    const { file, points, polygons, data, settings, report } = JSON.parse(text);
-    return { part: { file, bytes: fromBase64(data), polygons: { points, polygons } }, settings, report };
+    const { file, points, polygons, data, settings, sweep } = JSON.parse(text);
+    return { part: { file, bytes: fromBase64(data), polygons: { points, polygons } }, settings, sweep };
 }
 
 export function save(name, bytes, type) {
@@ -77,6 +77,7 @@ export function patternSvg({ cloth, net, report, labels, scale }, colours) {
 <g id="cells">${cells.join("\n")}</g>
 <path id="net" d="${segments(net.edge.flat)}" fill="none" stroke="black" stroke-width="0.35" stroke-linecap="round"/>
 <path id="cloth-edge" d="${segments(net.cloth.flat)}" fill="none" stroke="rgb(179 38 30)" stroke-width="0.35" stroke-linecap="round"/>
+<path id="curves" d="${segments(net.curve.flat)}" fill="none" stroke="rgb(23 96 127)" stroke-width="0.35" stroke-linecap="round"/>
 <path id="warp" d="M${seedX} ${seedY}h${arm}m-3 -2l3 2l-3 2" fill="none" stroke="black" stroke-width="0.5"/>
 <path id="weft" d="M${seedX} ${seedY}v${-arm}" fill="none" stroke="black" stroke-width="0.5" stroke-dasharray="1.5 1"/>
 <circle id="seed" cx="${seedX}" cy="${seedY}" r="1.5" fill="white" stroke="black" stroke-width="0.4"/>

@@ -186,6 +186,24 @@ export function clothGeometry(core, arrays, origin, steps) {
     return { position, normal, flat, inCell, info, index, whole: whole.length };
 }
 
+// Segments of the carried curves on the pattern and in space.
+export function curveLines(core, arrays, origin) {
+    const flat = core.doubles(arrays.curveFlat);
+    const space = core.doubles(arrays.curveSpace);
+    const lines = { flat: [], space: [] };
+    let first = 0;
+    for (const end of core.ints(arrays.curveEnds)) {
+        for (let k = first; k + 1 < end; ++k) {
+            for (const n of [k, k + 1]) {
+                lines.flat.push(flat[2 * n], flat[2 * n + 1], 0);
+                lines.space.push(...[0, 1, 2].map((axis) => space[3 * n + axis] - origin[axis]));
+            }
+        }
+        first = end;
+    }
+    return { flat: new Float32Array(lines.flat), space: new Float32Array(lines.space) };
+}
+
 // Segments of the net's lines on the pattern and in space, with their kind: 0 the mould's edge, 1 the same just
 // beyond the cloth, 2 the cloth's own edge.
 export function netLines(core, arrays, origin) {

@@ -153,7 +153,8 @@ function apply(settings, { dragging = false } = {}) {
     return drapes.put({ settings, dragging });
 }
 
-const change = (part, how) => apply({ ...page.settings, ...part }, how);
+// Where the seed was found rather than chosen holds for the settings that it was found with.
+const change = (part, how) => apply({ ...page.settings, passedOver: null, ...part }, how);
 
 // ---- showing
 
@@ -196,10 +197,22 @@ function showDrape(reply, { dragging, coarse, took }) {
     }
     page.cells = null;
     showSummary(reply.summary);
-    showNotes([...page.surface.notes, ...reply.notes], reply.report);
+    showNotes([...page.surface.notes, ...reply.notes, ...remarksOn(page.settings, reply.report)], reply.report);
     showEnd(reply);
     element("command").value = commandLine(page.part.file, page.settings);
     element("spoken").textContent = reply.summary.split("\n").slice(4, 7).map((line) => line.slice(10)).join(". ");
+}
+
+// What of the settings doesn't show in the drape.
+function remarksOn({ allowance, keepGood }, { good, pattern, mould }) {
+    const remarks = [];
+    if (allowance > 0 && pattern.netArea > 0) {
+        remarks.push({ text: `The cut line ${short(allowance)} outside the net is left to the program: the command under Save draws it. This page shows and saves the net line.`, weight: "change" });
+    }
+    if (keepGood && !good && mould.within === null) {
+        remarks.push({ text: "Nothing around the seed is good cloth in one layer; the whole drape is kept.", weight: "warning" });
+    }
+    return remarks;
 }
 
 function showSettings() {
@@ -209,7 +222,9 @@ function showSettings() {
             element(id).value = value ?? "";
         }
     };
-    settings.seed?.forEach((value, k) => fill(`seed-${k}`, Number(value.toPrecision(6))));
+    // Digits far below a cell are rounding.
+    const fine = 1e-4 * Math.min(...(settings.step ?? page.surface?.steps ?? [1]));
+    settings.seed?.forEach((value, k) => fill(`seed-${k}`, Math.abs(value) < fine ? 0 : Number(value.toPrecision(6))));
     fill("angle", Number(settings.angle.toFixed(3)));
     element("angle-range").value = settings.angle;
     fill("locking", settings.locking);
@@ -221,11 +236,16 @@ function showSettings() {
     });
     element("side").value = settings.side?.join(",") ?? "";
     element("fill-holes").checked = settings.fillHoles;
-    for (const name of ["pivot", "within"]) {
+    const chosen = { pivot: settings.pivot, area: areaOf(settings) };
+    for (const [name, value] of Object.entries(chosen)) {
         for (const choice of all(`input[name="${name}"]`)) {
-            choice.checked = choice.value === String(settings[name] ?? "");
+            choice.checked = choice.value === value;
         }
     }
+    element("within-row").hidden = chosen.area !== "near";
+    fill("within", typeof settings.within === "number" ? Number(settings.within.toPrecision(6)) : null);
+    fill("name", settings.name);
+    element("name").placeholder = page.part?.file.replace(/\.[^.]*$/, "") ?? "";
     element("undo").disabled = !page.history?.canGoBack;
     element("redo").disabled = !page.history?.canGoForth;
 }
@@ -236,7 +256,7 @@ function applyTheme(theme) {
     const colour = (name) => style.getPropertyValue(`--${name}`).trim();
     page.stage?.setTheme({
         light: colour("lit"), mould: colour("mould"), edge: colour("soft"),
-        line: colour("net"), clothEdge: colour("alarm"),
+        line: colour("net"), clothEdge: colour("alarm"), curve: colour("curve"),
     });
 }
 
@@ -265,7 +285,7 @@ async function openPart(part, given = {}) {
             page.surface.notes.push({ text: "the part is closed: the cloth ends at the edge of what drapes", weight: "change" });
         }
         if (!settings.seed) {
-            settings.seed = (await page.engine.ask("start", { settings })).seed;
+            Object.assign(settings, await page.engine.ask("start", { settings }));
         }
         element("problem").hidden = true;
         page.stage.fit(page.surface.towards);
@@ -297,8 +317,8 @@ async function bestStart() {
         return;
     }
     try {
-        const { seed } = await busy("Looking for a start", () => page.engine.ask("start", { settings: page.settings }));
-        await change({ seed });
+        const { seed, passedOver } = await busy("Looking for a start", () => page.engine.ask("start", { settings: page.settings }));
+        await change({ seed, passedOver });
     } catch (error) {
         complain(error);
     }
@@ -331,9 +351,7 @@ async function runSweep() {
             progress.value = done;
         });
         if (results.length > 0 && page.sweep === sweep) {
-            const ranked = await page.engine.ask("rank", { settings: { results, within: settings.within } });
-            page.sweepCsv = ranked.csv;
-            showSweep(ranked.results);
+            await rankSweep(results, settings);
         }
     } catch (error) {
         complain(error);
@@ -342,6 +360,12 @@ async function runSweep() {
         progress.hidden = true;
         element("sweep").textContent = "Sweep starts";
     }
+}
+
+async function rankSweep(results, { within }) {
+    const ranked = await page.engine.ask("rank", { settings: { results, within } });
+    page.sweepCsv = ranked.csv;
+    showSweep(ranked.results);
 }
 
 // `ranked` best first; of each seed the best angle stands for it.
@@ -549,6 +573,18 @@ function numberIn(id) {
     return text !== "" && Number.isFinite(value) ? value : null;
 }
 
+// The usual cells of a part are those of the whole, so a patch keeps the cells that are shown.
+function changeArea(area, radius) {
+    const within = { max: "max", near: radius > 0 ? radius : Number((Math.sqrt(page.surface.area) / 4).toPrecision(2)) }[area] ?? null;
+    change({
+        within,
+        keepGood: area === "good",
+        ...(area === "near" && page.result ? { step: page.settings.step ?? page.result.usualStep } : {}),
+    });
+}
+
+const areaOf = ({ within, keepGood }) => (keepGood ? "good" : within === "max" ? "max" : within === null ? "" : "near");
+
 function listenToSettings() {
     for (const k of [0, 1, 2]) {
         element(`seed-${k}`).addEventListener("change", () => {
@@ -590,9 +626,18 @@ function listenToSettings() {
     element("finer").addEventListener("click", scaleStep(0.8));
     element("coarser").addEventListener("click", scaleStep(1.25));
     element("usual-step").addEventListener("click", () => change({ step: null }));
-    for (const choice of all('input[type="radio"]')) {
-        choice.addEventListener("change", () => change({ [choice.name]: choice.value || null }));
+    for (const choice of all('input[name="pivot"]')) {
+        choice.addEventListener("change", () => change({ pivot: choice.value }));
     }
+    for (const choice of all('input[name="area"]')) {
+        choice.addEventListener("change", () => changeArea(choice.value, numberIn("within")));
+    }
+    element("within").addEventListener("change", () => {
+        const radius = numberIn("within");
+        changeArea(radius > 0 ? "near" : "", radius);
+        showSettings();
+    });
+    element("name").addEventListener("change", ({ target }) => change({ name: target.value.trim() || null }));
     element("side").addEventListener("change", ({ target }) =>
         change({ side: target.value ? target.value.split(",").map(Number) : null }));
     element("flip").addEventListener("click", () => {
@@ -619,7 +664,7 @@ function listenToViews() {
     element("fit").addEventListener("click", () => page.stage.fit(page.surface?.towards));
     element("fit-pattern").addEventListener("click", () => page.result && page.stage.fitPattern(page.result.report.pattern.extent));
     for (const button of all("#ended [data-do]")) {
-        const acts = { best: bestStart, sweep: runSweep, max: () => change({ within: "max" }) };
+        const acts = { best: bestStart, sweep: runSweep, good: () => changeArea("good"), max: () => changeArea("max") };
         button.addEventListener("click", acts[button.dataset.do]);
     }
     new ResizeObserver(() => page.result && showHistogram(page.result.report.shear, page.colours, page.scale)).observe(element("shear-panel"));
@@ -703,6 +748,9 @@ async function begin() {
     if (own) {
         document.title = `${own.part.file} - Drape`;
         await openPart(own.part, own.settings);
+        if (own.sweep.length > 0) {
+            await rankSweep(own.sweep, page.settings);
+        }
     } else {
         const sample = page.assets.samples[0];
         await openPart({ file: sample.file, bytes: await sample.read() });

@@ -172,7 +172,7 @@ export function showEnd({ end, remedy }) {
 }
 
 const refusals = {
-    closed: "Choose \u201cwhat drapes\u201d as the area, or cut the part open.",
+    closed: "Choose \u201cdrapes\u201d as the area, or cut the part open.",
     tooFine: "Take larger cells.",
     upright: "Move the seed, or give another direction.",
     noSuchSide: "Choose another side.",

@@ -14,8 +14,14 @@ export const usual = Object.freeze({
     fillHoles: false,
     weld: true,
     clips: [],
-    within: null, // null: the whole surface; "max": the largest part that drapes in one layer
+    within: null, // null: the whole surface; a distance; "max": the largest part that drapes in one layer
+    keepGood: false, // of a drape that folds or locks, the good region alone
     millimetresPerUnit: 1,
+    name: null, // null: that of the file
+    allowance: 0, // of the cut line, which the program draws
+    curves: [], // {file, name, points, directions}
+    cutCurves: false, // where they leave the cloth
+    passedOver: null, // the middle, where the seed was found beside it and nothing was changed since
 });
 
 // Those that change the surface itself.
@@ -26,6 +32,10 @@ export function sameSurface(a, b) {
 }
 
 const isPoint = (value) => Array.isArray(value) && value.length === 3 && value.every(Number.isFinite);
+
+const isCurve = ({ file, name, points, directions }) =>
+    typeof file === "string" && typeof name === "string" && [points, directions].every((list) => Array.isArray(list) && list.every(isPoint)) &&
+    points.length > 0 && (directions.length === 0 || directions.length === points.length);
 
 const checks = {
     seed: isPoint,
@@ -41,8 +51,14 @@ const checks = {
     fillHoles: (value) => typeof value === "boolean",
     weld: (value) => typeof value === "boolean",
     clips: (value) => Array.isArray(value) && value.every((c) => Array.isArray(c) && c.length === 6 && c.every(Number.isFinite)),
-    within: (value) => value === "max" || value > 0,
+    within: (value) => value === "max" || (value > 0 && value < Infinity),
+    keepGood: (value) => typeof value === "boolean",
     millimetresPerUnit: (value) => value > 0 && value < Infinity,
+    name: (value) => typeof value === "string" && value !== "",
+    allowance: (value) => value >= 0 && value < Infinity,
+    curves: (value) => Array.isArray(value) && value.every((curve) => curve && isCurve(curve)),
+    cutCurves: (value) => typeof value === "boolean",
+    passedOver: isPoint,
 };
 
 // Members of `given` that are settings and make sense, over the usual ones.
@@ -78,7 +94,7 @@ export function settingsOfReport(report) {
     if (report?.format !== "drape-report") {
         throw new Error("this JSON holds no settings of a drape");
     }
-    const { choice, shear, input } = report;
+    const { choice, shear, input, mould, good, cut } = report;
     return settingsFrom({
         ...choice,
         angle: choice.plyAngle,
@@ -87,6 +103,9 @@ export function settingsOfReport(report) {
         side: namedSide(choice.side),
         locking: shear.lockingAngle,
         millimetresPerUnit: input.millimetresPerUnit,
+        within: mould.within,
+        keepGood: good?.kept ?? false,
+        allowance: cut?.allowance,
     });
 }
 
@@ -103,7 +122,7 @@ export function commandLine(file, settings, output = "part.html") {
             add(`--${name}`, settings[name]);
         }
     }
-    for (const [name, option] of [["angle", "--angle"], ["pivot", "--pivot"], ["locking", "--locking"], ["tolerance", "--tolerance"], ["within", "--within"], ["mostNodes", "--max-nodes"]]) {
+    for (const [name, option] of [["angle", "--angle"], ["pivot", "--pivot"], ["locking", "--locking"], ["tolerance", "--tolerance"], ["within", "--within"], ["mostNodes", "--max-nodes"], ["allowance", "--allowance"]]) {
         if (settings[name] !== usual[name]) {
             add(option, settings[name]);
         }
@@ -116,6 +135,18 @@ export function commandLine(file, settings, output = "part.html") {
     }
     if (!settings.weld) {
         words.push("--no-weld");
+    }
+    if (settings.keepGood) {
+        add("--keep", "good");
+    }
+    for (const { file: drawn } of settings.curves) {
+        add("--curve", quoted(drawn));
+    }
+    if (settings.cutCurves) {
+        words.push("--curve-clip");
+    }
+    if (settings.name !== null) {
+        add("--name", quoted(settings.name));
     }
     if (settings.millimetresPerUnit !== 1) {
         add("--units-mm", settings.millimetresPerUnit);

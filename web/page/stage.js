@@ -28,6 +28,8 @@ import { clothMaterial, colourStrip, mouldMaterial } from "./materials.js";
 
 Mesh.prototype.raycast = acceleratedRaycast;
 
+const lineKinds = ["edge", "cloth", "curve"]; // of the pattern, where the cloth ends, carried onto it
+
 // Drawing without a graphics card has no smooth edges; once nothing moves, one frame with more pixels has.
 const restPixels = 2; // of the screen's, along each side
 const restAfter = 160; // milliseconds
@@ -123,7 +125,7 @@ export class Stage {
         this.pattern = new Mesh(this.cloth.geometry, clothMaterial(this.shared, true));
         this.pattern.frustumCulled = this.cloth.frustumCulled = false;
         this.lines = {};
-        for (const kind of ["edge", "cloth"]) {
+        for (const kind of lineKinds) {
             const width = kind === "edge" ? 1.8 : 2.2;
             this.lines[kind] = {
                 space: new LineSegments2(new LineSegmentsGeometry(), fat(width)),
@@ -136,13 +138,14 @@ export class Stage {
         this.#flat.add(this.pattern);
     }
 
-    setTheme({ light, mould, edge, line, clothEdge }) {
+    setTheme({ light, mould, edge, line, clothEdge, curve }) {
         this.shared.light.value.setStyle(light, "");
         this.shared.mould.value.setStyle(mould, "");
         this.edges.material.color.setStyle(edge);
         for (const place of ["space", "flat"]) {
             this.lines.edge[place].material.color.setStyle(line);
             this.lines.cloth[place].material.color.setStyle(clothEdge);
+            this.lines.curve[place].material.color.setStyle(curve);
         }
         this.draw();
     }
@@ -184,7 +187,7 @@ export class Stage {
         this.cloth.geometry.dispose();
         this.cloth.geometry = this.pattern.geometry = geometry;
         this.#clothTree = false;
-        for (const kind of ["edge", "cloth"]) {
+        for (const kind of lineKinds) {
             for (const place of ["space", "flat"]) {
                 const line = this.lines[kind][place];
                 const segments = reply?.net[kind][place] ?? [];
@@ -444,7 +447,7 @@ export class Stage {
         const box = element.getBoundingClientRect();
         const whole = this.canvas.getBoundingClientRect();
         const y = whole.bottom - box.bottom;
-        for (const kind of ["edge", "cloth"]) {
+        for (const kind of lineKinds) {
             this.lines[kind][place].material.resolution.set(box.width, box.height);
         }
         this.#renderer.setViewport(box.left - whole.left, y, box.width, box.height);

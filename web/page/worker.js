@@ -4,7 +4,7 @@
 import { BufferAttribute, BufferGeometry } from "three";
 import { MeshBVH } from "three-mesh-bvh";
 import { Core } from "./core.js";
-import { clothGeometry, mouldGeometry, netLines, outlineSegments } from "./geometry.js";
+import { clothGeometry, curveLines, mouldGeometry, netLines, outlineSegments } from "./geometry.js";
 import load from "page-core";
 
 let core;
@@ -59,7 +59,7 @@ const operations = {
         const { arrays, report } = reply;
         delete reply.arrays;
         reply.cloth = clothGeometry(core, arrays, origin, report.choice.step);
-        reply.net = netLines(core, arrays, origin);
+        reply.net = { ...netLines(core, arrays, origin), curve: curveLines(core, arrays, origin) };
         return reply;
     },
 

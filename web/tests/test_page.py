@@ -62,12 +62,14 @@ class PageTest(unittest.TestCase):
         lines = [line.split(maxsplit=1) for line in done.stdout.splitlines()]
         return {line[0]: line[1] for line in lines if len(line) == 2 and line[0] != "wrote"}, places
 
-    def assert_as_the_program(self):
-        """The page's figures against those of the command line that it shows."""
+    def assert_as_the_program(self, found=False):
+        """The page's figures against those of the command line that it shows; that names a start that was found."""
         command = shlex.split(self.page.run("return document.getElementById('command').value"))
         self.assertEqual([command[0], *command[-2:]], ["drape", "-o", "part.html"])
         summary, (place,) = self.program(*command[1:-2], outputs=["report.json"])
-        self.assertEqual(self.page.summary(), summary)
+        ours = self.page.summary()
+        self.assertEqual(ours.pop("place", None) is not None, found)
+        self.assertEqual(ours, summary)
         ours, theirs = self.page.report(), json.loads(place.read_text())
         for report in (ours, theirs):
             report.pop("seconds")
@@ -91,9 +93,8 @@ class Figures(PageTest):
             with self.subTest(file):
                 self.page.sample(file)
                 told = self.program(file)[0]
-                told.pop("place", None)  # how the program came to its start; the page shows a start as one chosen
                 self.assertEqual(self.page.summary(), told)
-                self.assert_as_the_program()
+                self.assert_as_the_program(found="place" in told)
 
     def test_follow_every_setting(self):
         page = self.page
@@ -116,7 +117,7 @@ class Figures(PageTest):
         page = self.page
         page.sample("hemisphere.obj")
         with page.drape():
-            page.run("document.querySelector('[name=within][value=max]').click()")
+            page.run("document.querySelector('[name=area][value=max]').click()")
         self.assert_as_the_program()
         self.assertGreater(page.report()["mould"]["within"], 50.0)
         page.picture("largest")
@@ -250,7 +251,7 @@ class Files(PageTest):
             path = self.open_bytes("box.obj", moulds.obj(*moulds.box()))
         self.assert_as_the_program_at(path)
         self.page.picture("closed")
-        self.page.run("document.querySelector('[name=within]').click()")
+        self.page.run("document.querySelector('[name=area]').click()")
         self.assertIn("closed", self.page.problem())
         self.page.run("document.querySelector('#problem button').click()")
         self.page.sample("saddle.obj")
@@ -353,17 +354,33 @@ class Itself(PageTest):
     def test_the_programs_page_opens_with_its_drape(self):
         source = self.folder / "it's <b>.obj"
         source.write_bytes((SAMPLES / "hemisphere.obj").read_bytes())
-        words = [str(source), "--angle", "33", "--step", "9,7", "--clip", "0,0,5,0,0,1", "--locking", "40"]
-        summary, (place, report) = self.program(*words, outputs=["part.html", "part.json"])
+        ring = self.folder / "ring.xyz"
+        ring.write_text("\n".join(f"{50 * math.cos(t / 9)} {30 * math.sin(t / 9)} 85" for t in range(56)))
+        ways = {
+            "settings": [str(source), "--angle", "33", "--step", "9,7", "--clip", "0,0,5,0,0,1", "--locking", "40",
+                         "--name", "skin <3>", "--curve", str(ring)],
+            "kept": ["hemisphere.obj", "--locking", "30", "--keep", "good"],
+            "within": ["hemisphere.obj", "--within", "60"],
+            "found": ["slit_dome.obj"],
+            "swept": ["saddle.obj", "--sweep-seeds", "4", "--sweep-angles", "0,30"],
+        }
         other = Page(PICTURES)
         try:
-            other.open(place)
-            ours = other.summary()
-            self.assertEqual(ours.pop("mould"), summary.pop("mould").replace(f"{source.parent}/", ""))
-            self.assertEqual(ours, summary)
-            self.assertEqual(other.report()["choice"], json.loads(report.read_text())["choice"])
-            self.assertEqual(other.console(), [])
-            other.picture("written")
+            for name, words in ways.items():
+                with self.subTest(name):
+                    summary, (place, report) = self.program(*words, outputs=["part.html", "part.json"])
+                    summary = {key: words for key, words in summary.items() if not key.isdigit() and key != "rank"}
+                    other.open(place)
+                    ours, theirs = other.report(), json.loads(report.read_text())
+                    told = other.summary()
+                    self.assertEqual(told.pop("mould"), summary.pop("mould").replace(f"{source.parent}/", ""))
+                    self.assertEqual(told, summary)
+                    for part in ("choice", "curves", "good"):
+                        self.assertIsNone(same(ours[part], theirs[part]), part)
+                    shown = other.run("return document.querySelectorAll('#sweep-list button').length")
+                    self.assertEqual(shown > 0, name == "swept")
+                    other.picture(f"written-{name}")
+                    self.assertEqual(other.console(), [])
         finally:
             other.quit()
 

@@ -1,7 +1,7 @@
 // The doubles are written with as many digits as it takes to read the same ones back.
-#include "web/core/sweep_json.h"
+#include "tool/write/sweep_json.h"
 
-namespace drape::web {
+namespace tool {
 namespace {
 
 struct Figure {
@@ -50,4 +50,4 @@ SweepResult sweepResultOf(const Json& json) {
     return result;
 }
 
-} // namespace drape::web
+} // namespace tool

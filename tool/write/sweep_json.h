@@ -2,11 +2,15 @@
 #pragma once
 
 #include "host/search/ranking.h"
-#include "web/core/settings_json.h"
 
-namespace drape::web {
+#include <nlohmann/json.hpp>
+
+namespace tool {
+
+using namespace drape::host;
+using Json = nlohmann::ordered_json;
 
 Json jsonOf(const SweepResult& result);
 SweepResult sweepResultOf(const Json& json);
 
-} // namespace drape::web
+} // namespace tool
