@@ -337,7 +337,7 @@ class Start(Case):
         self.assertEqual((report["choice"]["seed"], "face differently" in done.stderr), ([2, 2, 0], False))
 
     def test_side_where_the_surface_as_a_whole_faces_none(self):
-        tube, closed = ([], []), cube()
+        tube, closed, brief = ([], []), cube(), ("--max-nodes", "80")
         for k in range(24):
             c, s = math.cos(math.pi / 12 * k), math.sin(math.pi / 12 * k)
             tube[0].extend([(0.0, c, s), (4.0, c, s)])
@@ -345,10 +345,10 @@ class Start(Case):
             tube[1].append((a, b, c, d))
         for turned in (1, -1):
             path = self.file("tube.obj", obj((tube[0], [f[::turned] for f in tube[1]])))
-            report, _ = self.report(path, "--seed", "2,0,1", "--step", "0.3", expect=None)
+            report, _ = self.report(path, "--seed", "2,0,1", "--step", "0.3", *brief, expect=None)
             self.assertEqual(report["choice"]["side"], "outward")
             self.assertGreater(report["choice"]["normal"][2], 0.9)
-            report, _ = self.report(path, "--seed", "2,0,1", "--side", "0,0,-1", "--step", "0.3", expect=None)
+            report, _ = self.report(path, "--seed", "2,0,1", "--side", "0,0,-1", "--step", "0.3", *brief, expect=None)
             self.assertLess(report["choice"]["normal"][2], -0.9)
             path = self.file("cube.obj", obj((closed[0], [f[::turned] for f in closed[1]])))
             report, _ = self.report(path, "--seed", "2,2,4", "--within", "3", "--step", "0.4", expect=None)
@@ -440,9 +440,9 @@ class Sweep(Case):
             for line in sample.read_text().splitlines(keepends=True)
         )
         mesh = self.file("high.obj", stretched)
-        failed = self.drape(mesh, "--step", "14", "--start", "middle", expect=RUN_ENDED)
+        failed = self.drape(mesh, "--step", "18", "--start", "middle", expect=RUN_ENDED)
         self.assertIn("--sweep", failed.stderr)
-        report, _ = self.report(mesh, "--step", "14", "--sweep")
+        report, _ = self.report(mesh, "--step", "18", "--sweep")
         self.assertEqual(report["result"]["status"], 0)
 
 

@@ -68,7 +68,7 @@ class Orders(Laminates):
         self.assertIn("the plies follow each other in a ring: ", done.stderr)
         self.assertIn("top after", done.stderr)
         self.assertNotIn("x after", done.stderr)
-        for count in (1, 30, 200):
+        for count in (1, 27, 200):
             book = ["-o", "book.pdf"] if count < 200 else []
             report, _ = self.laminate(mesh, [{"name": f"p{k}", "angle": k % 4 * 45, "thickness": 0.1} for k in range(count)], "--step", "1",
                                       *book, "-o", "kit.dxf")
@@ -369,8 +369,13 @@ class InTheSolver(Laminates):
 
     def test_a_draped_dome_under_pressure(self):
         found = {}
+        columns, rows = 20, 12
+        points = [(400 * x, 240 * y, 80 * math.cos(math.pi * x) * math.cos(math.pi * y))
+                  for y in (j / rows - 0.5 for j in range(rows + 1)) for x in (i / columns - 0.5 for i in range(columns + 1))]
+        corners = [j * (columns + 1) + i for j in range(rows) for i in range(columns)]
+        mesh = self.file("m.obj", obj((points, [(a, a + 1, a + columns + 2, a + columns + 1) for a in corners])))
         for angle in (0, 90):
-            self.laminate(ROOT / "samples" / "double_dome.obj", [stiff("a", angle, 0.5), stiff("b", angle, 0.5)], "--start", "middle", "-o", "l.inp")
+            self.laminate(mesh, [stiff("a", angle, 0.5), stiff("b", angle, 0.5)], "--start", "middle", "-o", "l.inp")
             rim = {}
             nodes = False
             for line in (self.folder / "l.inp").read_text().splitlines():

@@ -20,7 +20,7 @@ def sheet():
 
 class SolverMeshes(Case):
     def mould(self, name, content, *words):
-        self.drape(self.file(name, content), "--side", "0,0,1", *words, "-o", "m.fibres.vtp", "-o", "m.fibres.csv", expect=None)
+        self.drape(self.file(name, content), "--side", "0,0,1", "--start", "middle", *words, "-o", "m.fibres.vtp", "-o", "m.fibres.csv", expect=None)
         mesh = PolyData(self.folder / "m.fibres.vtp")
         with open(self.folder / "m.fibres.csv", newline="") as table:
             return mesh.points, mesh.faces(), [int(row["face"]) for row in csv.DictReader(table)]
