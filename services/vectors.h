@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
 #if defined(__FAST_MATH__) || (defined(__FINITE_MATH_ONLY__) && __FINITE_MATH_ONLY__ > 0) ||                 \
     defined(_M_FP_FAST)
@@ -23,9 +24,12 @@ namespace drape {
 
 static_assert(std::numeric_limits<double>::is_iec559 && std::numeric_limits<double>::digits == 53);
 
-struct Vec3 {
-    double x, y, z;
+// Of numbers, or of several side by side.
+template <class Real>
+struct VecOf {
+    Real x, y, z;
 };
+using Vec3 = VecOf<double>;
 
 // Element `index` (1-based) of a packed array of triples.
 inline Vec3 load(const double* triples, std::int64_t index = 1) {
@@ -40,44 +44,54 @@ inline void store(double* triples, const Vec3& v, std::int64_t index = 1) {
     p[2] = v.z;
 }
 
-inline Vec3 operator+(const Vec3& a, const Vec3& b) {
+template <class Real>
+VecOf<Real> operator+(const VecOf<Real>& a, const VecOf<Real>& b) {
     return {a.x + b.x, a.y + b.y, a.z + b.z};
 }
-inline Vec3 operator-(const Vec3& a, const Vec3& b) {
+template <class Real>
+VecOf<Real> operator-(const VecOf<Real>& a, const VecOf<Real>& b) {
     return {a.x - b.x, a.y - b.y, a.z - b.z};
 }
-inline Vec3 operator-(const Vec3& a) {
+template <class Real>
+VecOf<Real> operator-(const VecOf<Real>& a) {
     return {-a.x, -a.y, -a.z};
 }
-inline Vec3 operator*(double s, const Vec3& v) {
+template <class Real>
+VecOf<Real> operator*(const std::type_identity_t<Real>& s, const VecOf<Real>& v) {
     return {s * v.x, s * v.y, s * v.z};
 }
-inline Vec3 operator/(const Vec3& v, double s) {
+template <class Real>
+VecOf<Real> operator/(const VecOf<Real>& v, const std::type_identity_t<Real>& s) {
     return {v.x / s, v.y / s, v.z / s};
 }
 
 // Dot product.
-inline double prosca(const Vec3& a, const Vec3& b) {
+template <class Real>
+Real prosca(const VecOf<Real>& a, const VecOf<Real>& b) {
     return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
 // Squared length.
-inline double vor(const Vec3& v) {
+template <class Real>
+Real vor(const VecOf<Real>& v) {
     return prosca(v, v);
 }
 
 // Squared distance of two points.
-inline double cadis(const Vec3& a, const Vec3& b) {
+template <class Real>
+Real cadis(const VecOf<Real>& a, const VecOf<Real>& b) {
     return vor(a - b);
 }
 
 // Cross product, not normalised.
-inline Vec3 parvis(const Vec3& a, const Vec3& b) {
+template <class Real>
+VecOf<Real> parvis(const VecOf<Real>& a, const VecOf<Real>& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
 // Scalar triple product a . (b x c), positive for a right-handed triple.
-inline double promix(const Vec3& a, const Vec3& b, const Vec3& c) {
+template <class Real>
+Real promix(const VecOf<Real>& a, const VecOf<Real>& b, const VecOf<Real>& c) {
     return prosca(a, parvis(b, c));
 }
 

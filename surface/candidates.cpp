@@ -7,33 +7,46 @@
 
 namespace drape {
 
-CircleCut cutTriangle(const Circle& circle, std::int32_t triangle, double tolerance) {
-    const SurfaceMesh& mesh = model->mesh;
-    const Vec3 a = mesh.corner(triangle, 0);
-    const Vec3 b = mesh.corner(triangle, 1);
-    const Vec3 c = mesh.corner(triangle, 2);
-    return onFastRoad() ? cutCircleShortly(circle, a, b, c, tolerance)
-                        : cutCircle(circle, a, b, c, tolerance, CLIP_AFTER_SLAB_TEST);
-}
-
-bool addHits(const Circle& circle, std::int32_t triangle, double tolerance, Candidates& candidates,
-             std::int32_t& status) {
-    const CircleCut cut = cutTriangle(circle, triangle, tolerance);
+bool addHits(const CircleCut& cut, std::int32_t triangle, Candidates& candidates, std::int32_t& status) {
     for (std::int32_t hit = 0; hit < cut.count; ++hit)
         if (!candidates.push({cut.points[hit], triangle}, status))
             return false;
     return true;
 }
 
+namespace {
+
+// The plain road.
+bool gatherOneByOne(const Circle& circle, const std::int32_t* foundList, std::int32_t foundCount,
+                    double tolerance, Candidates& candidates, std::int32_t& status) {
+    for (std::int32_t k = 0; k < foundCount; ++k) {
+        const Corners t = cornersOf(foundList[k]);
+        const CircleCut cut = cutCircle(circle, t.a, t.b, t.c, tolerance, CLIP_AFTER_SLAB_TEST);
+        if (!addHits(cut, foundList[k], candidates, status))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
 bool gatherCandidates(const Circle& circle, const std::int32_t* foundList, std::int32_t foundCount,
                       double tolerance, Candidates& candidates, std::int32_t& status) {
     candidates.reset();
-    for (std::int32_t k = 0; k < foundCount; ++k)
-        if (!addHits(circle, foundList[k], tolerance, candidates, status)) {
-            candidates.reset();
-            return false;
-        }
-    return true;
+    bool done = true;
+    if (onFastRoad()) {
+        CutQueue queue(circle, tolerance, [&](std::int32_t triangle, const CircleCut& cut) {
+            return addHits(cut, triangle, candidates, status);
+        });
+        for (std::int32_t k = 0; done && k < foundCount; ++k)
+            done = queue.add(foundList[k]);
+        done = done && queue.finish();
+    } else {
+        done = gatherOneByOne(circle, foundList, foundCount, tolerance, candidates, status);
+    }
+    if (!done)
+        candidates.reset();
+    return done;
 }
 
 SurfacePoint onTriangle(const Vec3& point, std::int32_t triangle) {

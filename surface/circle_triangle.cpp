@@ -5,10 +5,8 @@
 // three stages: corners, edges, interior.
 #include "surface/circle_triangle.h"
 
-#include "drape.h"
-#include "surface/margins.h"
+#include "surface/flatness.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace drape {
@@ -19,12 +17,6 @@ struct Clip {
     Vec3 a, b, c;
     Vec3 normal;
     double tolerance2;
-};
-
-// Points still to be placed on the triangle, at most two, in order.
-struct WorkingPoints {
-    std::int32_t count = 0;
-    Vec3 points[2]{};
 };
 
 void append(CircleCut& cut, const Vec3& point, std::int32_t kind) {
@@ -54,12 +46,9 @@ void cornerStage(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
     WorkingPoints left;
     for (std::int32_t k = 0; k < working.count; ++k) {
         const Vec3& point = working.points[k];
-        if (cadis(point, clip.a) < clip.tolerance2)
-            append(cut, point, DRAPE_AT_VERTEX_A);
-        else if (cadis(point, clip.b) < clip.tolerance2)
-            append(cut, point, DRAPE_AT_VERTEX_B);
-        else if (cadis(point, clip.c) < clip.tolerance2)
-            append(cut, point, DRAPE_AT_VERTEX_C);
+        const std::int32_t corner = cornerAt(point, clip.a, clip.b, clip.c, clip.tolerance2);
+        if (corner != 0)
+            append(cut, point, corner);
         else
             left.points[left.count++] = point;
     }
@@ -116,128 +105,70 @@ bool edgeStage(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
     return true;
 }
 
-// On which side of each edge a point lies: the edge's length times the distance, above 0 inside.
-struct Sides {
-    double ab, bc, ca;
-
-    Sides(const Clip& clip, const Vec3& point) {
-        const Vec3 a = clip.a - point;
-        const Vec3 b = clip.b - point;
-        const Vec3 c = clip.c - point;
-        ab = promix(a, b, clip.normal);
-        bc = promix(b, c, clip.normal);
-        ca = promix(c, a, clip.normal);
-    }
-    bool inside() const {
-        return (ab < 0.0 && bc < 0.0 && ca < 0.0) || (ab >= 0.0 && bc >= 0.0 && ca >= 0.0);
-    }
-    bool anyBelow(double limit) const { return ab < limit || bc < limit || ca < limit; }
-    bool allAbove(double limit) const { return ab > limit && bc > limit && ca > limit; }
-};
+// Whether a point lies on the same side of all edges.
+bool isInside(const Clip& clip, const Vec3& point) {
+    const Vec3 a = clip.a - point;
+    const Vec3 b = clip.b - point;
+    const Vec3 c = clip.c - point;
+    const double ab = promix(a, b, clip.normal);
+    const double bc = promix(b, c, clip.normal);
+    const double ca = promix(c, a, clip.normal);
+    return (ab < 0.0 && bc < 0.0 && ca < 0.0) || (ab >= 0.0 && bc >= 0.0 && ca >= 0.0);
+}
 
 void interiorStage(const Clip& clip, const WorkingPoints& working, CircleCut& cut) {
     for (std::int32_t k = 0; k < working.count; ++k)
-        if (Sides(clip, working.points[k]).inside())
+        if (isInside(clip, working.points[k]))
             append(cut, working.points[k], DRAPE_IN_INTERIOR);
 }
 
-void clipToTriangle(const Clip& clip, WorkingPoints& working, CircleCut& cut) {
+} // namespace
+
+CircleCut clipToTriangle(const Vec3& a, const Vec3& b, const Vec3& c, const Vec3& normal,
+                         const WorkingPoints& points, double tolerance) {
+    CircleCut cut;
+    const Clip clip{a, b, c, normal, tolerance * tolerance};
+    WorkingPoints working = points;
     cornerStage(clip, working, cut);
     if (working.count == 0)
-        return;
-    if (!edgeStage(clip, working, cut)) {
+        return cut;
+    if (edgeStage(clip, working, cut))
+        interiorStage(clip, working, cut);
+    else
         cut.singular = true;
-        return;
-    }
-    interiorStage(clip, working, cut);
+    return cut;
 }
 
-// Takes out the points that lie clearly beside the triangle. Where the others all lie clear of its edges
-// inside, the interior stage has decided, and the result is true.
-bool clipByInteriorAlone(const Clip& clip, WorkingPoints& working, double tolerance, CircleCut& cut) {
-    const margins::SideLimit limit(clip.a, clip.b - clip.a, clip.a - clip.c, tolerance);
-    WorkingPoints left;
-    bool allInside = true;
-    for (std::int32_t k = 0; k < working.count; ++k) {
-        const Sides sides(clip, working.points[k]);
-        const double clear = limit.at(working.points[k] - clip.a);
-        const bool settled = sides.anyBelow(-clear) || sides.allAbove(clear);
-        if (settled && !sides.inside())
-            continue;
-        left.points[left.count++] = working.points[k];
-        allInside = allInside && settled;
-    }
-    working = left;
-    for (std::int32_t k = 0; allInside && k < left.count; ++k)
-        append(cut, left.points[k], DRAPE_IN_INTERIOR);
-    return allInside;
-}
-
-enum class ShortCuts { none, taken };
-
-template <ShortCuts shortCuts>
-CircleCut cut(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance,
-              std::int32_t clipMode) {
+CircleCut cutCircle(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance,
+                    std::int32_t clipMode) {
     CircleCut cut;
     if (clipMode == CLIP_AFTER_SLAB_TEST && outsideSlab(circle, a, b, c, tolerance))
         return cut;
     if (enclosesNothing(b - a, c - a, parvis(b - a, c - a)))
         return cut;
-    const Clip clip{a, b, c, unitNormal(b - a, c - a), tolerance * tolerance};
-    Vec3 direction = parvis(circle.axis, clip.normal);
-    if (clip.tolerance2 > vor(direction))
+    const double tolerance2 = tolerance * tolerance;
+    const Vec3 normal = unitNormal(b - a, c - a);
+    Vec3 direction = parvis(circle.axis, normal);
+    if (tolerance2 > vor(direction))
         return cut; // parallel planes
     devor(direction);
-    const PlanesPoint foot = commonPoint({circle.centre, circle.axis}, {a, clip.normal},
-                                         {circle.centre, direction}, clip.tolerance2);
+    const PlanesPoint foot =
+        commonPoint({circle.centre, circle.axis}, {a, normal}, {circle.centre, direction}, tolerance2);
     if (foot.singular) {
         cut.singular = true;
         return cut;
     }
-    WorkingPoints working = pointsOnLine(circle, foot.point, direction, tolerance);
-    if (clipMode == CUT_TRIANGLE_PLANE) {
-        for (std::int32_t k = 0; k < working.count; ++k)
-            append(cut, working.points[k], DRAPE_AT_NOWHERE);
-        return cut;
-    }
-    if (working.count == 0 ||
-        (shortCuts == ShortCuts::taken && clipByInteriorAlone(clip, working, tolerance, cut)))
-        return cut;
-    clipToTriangle(clip, working, cut);
+    const WorkingPoints points = pointsOnLine(circle, foot.point, direction, tolerance);
+    if (clipMode != CUT_TRIANGLE_PLANE)
+        return points.count == 0 ? cut : clipToTriangle(a, b, c, normal, points, tolerance);
+    for (std::int32_t k = 0; k < points.count; ++k)
+        append(cut, points.points[k], DRAPE_AT_NOWHERE);
     return cut;
 }
 
-} // namespace
-
 PlanesPoint commonPoint(const Plane& p1, const Plane& p2, const Plane& p3, double threshold) {
-    const double d1 = prosca(p1.point, p1.normal);
-    const double d2 = prosca(p2.point, p2.normal);
-    const double d3 = prosca(p3.point, p3.normal);
-    const Vec3 c23 = parvis(p2.normal, p3.normal);
-    const Vec3 c31 = parvis(p3.normal, p1.normal);
-    const Vec3 c12 = parvis(p1.normal, p2.normal);
-    const double det = prosca(p1.normal, c23);
-    return {(d1 * c23 + d2 * c31 + d3 * c12) / det, threshold > std::fabs(det)};
-}
-
-bool outsideSlab(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance) {
-    const double level = prosca(circle.centre, circle.axis);
-    const double ha = prosca(a, circle.axis) - level;
-    const double hb = prosca(b, circle.axis) - level;
-    const double hc = prosca(c, circle.axis) - level;
-    const double low = std::min(ha, std::min(hb, hc));
-    const double high = std::max(ha, std::max(hb, hc));
-    return low > tolerance || 0.0 - tolerance > high;
-}
-
-CircleCut cutCircle(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c, double tolerance,
-                    std::int32_t clipMode) {
-    return cut<ShortCuts::none>(circle, a, b, c, tolerance, clipMode);
-}
-
-CircleCut cutCircleShortly(const Circle& circle, const Vec3& a, const Vec3& b, const Vec3& c,
-                           double tolerance) {
-    return cut<ShortCuts::taken>(circle, a, b, c, tolerance, CLIP_AFTER_SLAB_TEST);
+    const PlanesSolution<double> solution = solvePlanes(p1, p2, p3);
+    return {solution.point, threshold > std::fabs(solution.determinant)};
 }
 
 } // namespace drape

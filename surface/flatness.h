@@ -21,21 +21,33 @@ inline bool isNothing(const Vec3& v) {
     return v.x == 0.0 && v.y == 0.0 && v.z == 0.0;
 }
 
+constexpr double FLAT_SINE = 1e-13;
+
+// Between these squared lengths no product overflows, nor falls so low that it loses bits.
+template <class Real>
+auto keepsItsBits(const Real& length2) {
+    return (length2 > 1e-70 + Real{}) & (length2 < 1e70 + Real{});
+}
+
+// Whether sides with these squared lengths, and this squared cross product, enclose something for sure; of
+// numbers, or of several side by side.
+template <class Real>
+auto clearlyEncloseArea(const Real& e1e1, const Real& e2e2, const Real& cross2) {
+    return keepsItsBits(e1e1) & keepsItsBits(e2e2) & (cross2 > FLAT_SINE * FLAT_SINE * (e1e1 * e2e2));
+}
+
 // `e1` and `e2` are the sides that leave corner A, `cross` their cross product. Sides that are no numbers
 // enclose something: the steps that follow give them back.
 inline bool enclosesNothing(const Vec3& e1, const Vec3& e2, const Vec3& cross) {
-    constexpr double sine = 1e-13;
-    // Between these squared lengths no product overflows, nor falls so low that it loses bits.
-    constexpr double shortest2 = 1e-70, longest2 = 1e70;
     const double e1e1 = vor(e1);
     const double e2e2 = vor(e2);
-    if (e1e1 > shortest2 && e1e1 < longest2 && e2e2 > shortest2 && e2e2 < longest2)
-        return vor(cross) <= sine * sine * (e1e1 * e2e2);
+    if (keepsItsBits(e1e1) && keepsItsBits(e2e2))
+        return vor(cross) <= FLAT_SINE * FLAT_SINE * (e1e1 * e2e2);
     if (isNothing(e1) || isNothing(e2))
         return true;
     const Vec3 s1 = broughtToSize(e1);
     const Vec3 s2 = broughtToSize(e2);
-    return vor(parvis(s1, s2)) <= sine * sine * (vor(s1) * vor(s2));
+    return vor(parvis(s1, s2)) <= FLAT_SINE * FLAT_SINE * (vor(s1) * vor(s2));
 }
 
 // The measures on which bounds of a triangle rest.

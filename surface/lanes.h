@@ -79,6 +79,9 @@ struct Lanes {
     friend Lanes operator&(const Lanes& a, const Lanes& b) {
         return of([&](int k) { return a[k] & b[k]; });
     }
+    friend Lanes operator|(const Lanes& a, const Lanes& b) {
+        return of([&](int k) { return a[k] | b[k]; });
+    }
 };
 using FloatLanes = Lanes<float, std::int32_t, LANES>;
 using IntLanes = Lanes<std::int32_t, std::int32_t, LANES>;
@@ -139,6 +142,13 @@ inline DoublePair pairOf(double first, double second) {
     pair[1] = second;
     return pair;
 }
+inline DoublePair choose(const IntPair& where, const DoublePair& a, const DoublePair& b) {
+#if defined(__GNUC__) && !defined(DRAPE_PLAIN_LANES)
+    return where ? a : b;
+#else
+    return pairOf(where[0] != 0 ? a[0] : b[0], where[1] != 0 ? a[1] : b[1]);
+#endif
+}
 inline DoublePair smallerOf(const DoublePair& a, const DoublePair& b) {
 #if defined(DRAPE_SSE_LANES)
     return _mm_min_pd(a, b);
@@ -159,6 +169,14 @@ inline DoublePair rootOf(const DoublePair& a) {
 #else
     return pairOf(std::sqrt(a[0]), std::sqrt(a[1]));
 #endif
+}
+
+// The same of single numbers, so that one formula serves both.
+inline double smallerOf(double a, double b) {
+    return a < b ? a : b;
+}
+inline double largerOf(double a, double b) {
+    return a > b ? a : b;
 }
 
 // Each lane of the result is the smallest of a row.

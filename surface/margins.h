@@ -11,6 +11,7 @@
 
 #include "services/vectors.h"
 #include "surface/flatness.h"
+#include "surface/lanes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -30,8 +31,9 @@ inline double largestCoordinate(const Vec3& v) {
 }
 
 // Sum of the coordinates' sizes; no dot product with a unit vector is larger.
-inline double sizeOf(const Vec3& v) {
-    return std::fabs(v.x) + std::fabs(v.y) + std::fabs(v.z);
+template <class Real>
+Real sizeOf(const VecOf<Real>& v) {
+    return largerOf(v.x, -v.x) + largerOf(v.y, -v.y) + largerOf(v.z, -v.z);
 }
 
 // Distance of a point to a triangle, as distanceToTriangle computes it.
@@ -207,19 +209,23 @@ inline double safeFromDropping2(double radius, double tolerance) {
 // edge's own in the same direction as the triple product, so off by CUT_ROUNDING of the coordinates; `size`
 // bounds the edge's length. Planes nearly square to each other never count as parallel below a tolerance of
 // one half.
+//
+// Real is lanes of numbers; the limit at a point holds where holdsFor() says so.
+template <class Real>
 struct SideLimit {
     // Of the triangle a, a + ab, a - ca.
-    SideLimit(const Vec3& a, const Vec3& ab, const Vec3& ca, double tolerance)
+    SideLimit(const VecOf<Real>& a, const VecOf<Real>& ab, const VecOf<Real>& ca, double tolerance)
         : size(sizeOf(ab) + sizeOf(ca)), fixed((2.0 * tolerance + CUT_ROUNDING * sizeOf(a)) * size),
-          bounded(tolerance < 0.5 && size > SMALLEST_LENGTH) {}
+          longestAway(tolerance < 0.5 ? LARGEST_LENGTH : -ENDLESS) {}
 
-    double at(const Vec3& fromA) const {
-        const double away = sizeOf(fromA) + size;
-        return bounded && away < LARGEST_LENGTH ? fixed + CUT_ROUNDING * (away * away) : ENDLESS;
+    Real away(const VecOf<Real>& fromA) const { return sizeOf(fromA) + size; }
+    Real at(const VecOf<Real>& fromA) const { return fixed + CUT_ROUNDING * (away(fromA) * away(fromA)); }
+    auto holdsFor(const VecOf<Real>& fromA) const {
+        return (size > SMALLEST_LENGTH + Real{}) & (away(fromA) < longestAway + Real{});
     }
 
-    double size, fixed;
-    bool bounded;
+    Real size, fixed;
+    double longestAway;
 };
 
 // The sum of the squared distances of a point to a cell's corners, as cellDistance computes it: ten

@@ -160,11 +160,13 @@ private:
     bool gather(std::int32_t& status) {
         scratch_.candidates.reset();
         bool done = true;
-        model->indices->triangleTree.forEachNearArc(question_.circle, arc_, [&](std::int32_t triangle) {
-            return done = addHits(question_.circle, triangle, question_.tolerance(), scratch_.candidates,
-                                  status);
-        });
-        return done;
+        CutQueue queue(question_.circle, question_.tolerance(),
+                       [&](std::int32_t triangle, const CircleCut& cut) {
+                           return addHits(cut, triangle, scratch_.candidates, status);
+                       });
+        model->indices->triangleTree.forEachNearArc(
+            question_.circle, arc_, [&](std::int32_t triangle) { return done = queue.add(triangle); });
+        return done && queue.finish();
     }
 
     // The hits furthest forward below the limit. False if there are none on the arc, or if it isn't sure that
@@ -240,19 +242,21 @@ private:
     bool gather(std::int32_t& status) {
         bool done = true;
         scratch_.candidates.reset();
-        model->indices->triangleTree.forEachNearCircle(question_.circle, [&](std::int32_t triangle) {
-            const std::int64_t before = scratch_.candidates.size();
-            done = addHits(question_.circle, triangle, question_.tolerance(), scratch_.candidates, status);
-            if (!done || scratch_.candidates.size() == before)
-                return done;
-            if (!isListed(question_, triangle)) {
-                scratch_.candidates.truncate(before);
-                return true;
-            }
-            reachable_ = reachable_ && Chain(question_, triangle, scratch_.candidates[before].point).exists();
-            return done = note(triangle, before);
-        });
-        return done;
+        CutQueue queue(
+            question_.circle, question_.tolerance(), [&](std::int32_t triangle, const CircleCut& cut) {
+                return cut.count == 0 || !isListed(question_, triangle) || take(triangle, cut, status);
+            });
+        model->indices->triangleTree.forEachNearCircle(
+            question_.circle, [&](std::int32_t triangle) { return done = queue.add(triangle); });
+        return done && queue.finish();
+    }
+
+    bool take(std::int32_t triangle, const CircleCut& cut, std::int32_t& status) {
+        const std::int64_t before = scratch_.candidates.size();
+        if (!addHits(cut, triangle, scratch_.candidates, status))
+            return false;
+        reachable_ = reachable_ && Chain(question_, triangle, cut.points[0]).exists();
+        return note(triangle, before);
     }
 
     bool note(std::int32_t triangle, std::int64_t before) {

@@ -2,22 +2,10 @@
 #pragma once
 
 #include "run/model.h"
-#include "surface/lanes.h"
+#include "surface/circle_pair.h"
 
 namespace drape {
 
-struct PairVec {
-    DoublePair x, y, z;
-};
-inline PairVec operator-(const PairVec& a, const PairVec& b) {
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-inline DoublePair vor(const PairVec& v) {
-    return v.x * v.x + v.y * v.y + v.z * v.z;
-}
-inline PairVec parvis(const PairVec& a, const PairVec& b) {
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
 inline PairVec smallerOf(const PairVec& a, const PairVec& b) {
     return {smallerOf(a.x, b.x), smallerOf(a.y, b.y), smallerOf(a.z, b.z)};
 }

@@ -16,6 +16,7 @@
 #include "surface/margins.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace drape {
 
@@ -194,9 +195,8 @@ private:
             // What the cone over a quad rules out needn't be asked below it.
             const bool coplanar = node.mayBeCoplanar && test.isNearlyCoplanar(quad.cone);
             unsigned met = test.test(quad, coplanar);
-            for (std::int64_t child = ARITY * node.index; met != 0; ++child, met >>= 1) {
-                if ((met & 1) == 0)
-                    continue;
+            for (; met != 0; met &= met - 1) {
+                const std::int64_t child = ARITY * node.index + std::countr_zero(met);
                 if (node.level > 0)
                     pending[depth++] = {node.level - 1, coplanar, child};
                 else if (!visit(static_cast<std::int32_t>(child + 1)))

@@ -3,7 +3,7 @@
 // the answer is about to turn. These look inside the library, since nothing outside shows a margin.
 #include "height_field.h"
 #include "surface/boundary_tree.h"
-#include "surface/circle_triangle.h"
+#include "surface/circle_pair.h"
 #include "surface/point_triangle.h"
 #include "surface/triangle_bounds.h"
 #include "surface/triangle_tree.h"
@@ -61,10 +61,9 @@ struct Scene {
     }
 };
 
-struct Corners {
-    Vec3 a, b, c;
-    Vec3 at(double u, double v) const { return a + u * (b - a) + v * (c - a); }
-};
+Vec3 placeOn(const Corners& t, double u, double v) {
+    return t.a + u * (t.b - t.a) + v * (t.c - t.a);
+}
 
 // Any triangle, one of a lattice, a flat one or a needle, down to heights of 1e-8 of the longest side.
 Corners randomTriangle(const Scene& scene, Random& random) {
@@ -135,7 +134,7 @@ double exactDistance(const Vec3& p, const Corners& t, double tolerance) {
 
 // A direction that leads out of the triangle's box at one of its corners, if the box has one there.
 Vec3 awayFrom(const Corners& t, const Vec3& corner, Random& random) {
-    const Vec3 out = corner - t.at(1.0 / 3.0, 1.0 / 3.0), way = randomVector(random);
+    const Vec3 out = corner - placeOn(t, 1.0 / 3.0, 1.0 / 3.0), way = randomVector(random);
     const auto signedLike = [](double value, double sign) {
         return sign == 0.0 ? value : std::copysign(value, sign);
     };
@@ -151,18 +150,19 @@ Vec3 pointNear(const Corners& t, const Scene& scene, Random& random) {
     const Vec3 up = unitNormal(t.b - t.a, t.c - t.a);
     switch (random.below(5)) {
     case 0:
-        return t.at(random.between(-0.5, 1.5), random.between(-0.5, 1.5)) + height * up;
+        return placeOn(t, random.between(-0.5, 1.5), random.between(-0.5, 1.5)) + height * up;
     case 1:
-        return t.at(random.between(-2.0, 3.0), 0.0) + height * up;
+        return placeOn(t, random.between(-2.0, 3.0), 0.0) + height * up;
     case 2:
         return t.a + height * awayFrom(t, t.a, random);
     case 3: {
         const double length2 = vor(t.b - t.a);
         const double beyond = scene.tolerance / length2 * (random.below(2) == 0 ? 1.0 : random.unit());
-        return t.at(1.0 + beyond, 0.0) + (random.below(2) == 0 ? 0.0 : height) * randomDirection(random);
+        return placeOn(t, 1.0 + beyond, 0.0) +
+               (random.below(2) == 0 ? 0.0 : height) * randomDirection(random);
     }
     default:
-        return t.at(1.0 / 3.0, 1.0 / 3.0) + height * randomDirection(random);
+        return placeOn(t, 1.0 / 3.0, 1.0 / 3.0) + height * randomDirection(random);
     }
 }
 
@@ -288,11 +288,11 @@ Circle circleThrough(const Corners& t, const Scene& scene, double radius, Random
     if (coplanar)
         axis = normal + power(random, -17.0, -1.0) * randomDirection(random);
     devor(axis);
-    Vec3 place = t.at(random.between(-0.3, 1.3), random.between(-0.3, 1.3));
+    Vec3 place = placeOn(t, random.between(-0.3, 1.3), random.between(-0.3, 1.3));
     Vec3 outward = unitNormal(axis, randomDirection(random));
     const int kind = random.below(3);
     if (kind == 0) // on an edge, but for the tolerance
-        place = t.at(random.unit(), 0.0);
+        place = placeOn(t, random.unit(), 0.0);
     if (kind == 1) {
         place = t.a;
         outward = awayFrom(t, place, random);
@@ -315,18 +315,23 @@ bool sameCut(const CircleCut& a, const CircleCut& b) {
     return same;
 }
 
-TEST(Margins, ShortCutsThroughTheCutChangeNoHit) {
+TEST(Margins, TwoTrianglesCutAtOnceHaveTheHitsOfEach) {
     Random random(43);
     int hits = 0;
     for (int round = 0; round < 100000; ++round) {
         const Scene scene(random);
-        const Corners t = randomTriangle(scene, random);
+        const Corners t = randomTriangle(scene, random), other = randomTriangle(scene, random);
         const bool even = random.below(2) == 0;
         const double radius = scene.size * power(random, even ? -1.0 : -3.0, even ? 0.0 : 3.0);
         for (int k = 0; k < 5; ++k) {
             const Circle circle = circleThrough(t, scene, radius, random);
-            const CircleCut plain = cutCircle(circle, t.a, t.b, t.c, scene.tolerance, CLIP_AFTER_SLAB_TEST);
-            ASSERT_TRUE(sameCut(cutCircleShortly(circle, t.a, t.b, t.c, scene.tolerance), plain))
+            const PairCutter cutter(circle, scene.tolerance);
+            const PairCut cuts = k % 2 == 0 ? cutter.cut(t, other) : cutter.cut(other, t);
+            const auto plainly = [&](const Corners& c) {
+                return cutCircle(circle, c.a, c.b, c.c, scene.tolerance, CLIP_AFTER_SLAB_TEST);
+            };
+            const CircleCut plain = plainly(t);
+            ASSERT_TRUE(sameCut(cuts.of[k % 2], plain) && sameCut(cuts.of[1 - k % 2], plainly(other)))
                 << "size " << scene.size << " offset " << scene.offset / scene.size << " tolerance "
                 << scene.tolerance / scene.size << " kind " << plain.kinds[0] << " " << plain.kinds[1];
             hits += plain.count;
@@ -401,7 +406,7 @@ TEST(Margins, TheTreeOfTrianglesLeavesOutNothingThatTheForwardArcHits) {
             const Circle circle = circleThrough(aim, scene, reach, random);
             // Ahead lies the triangle, the limit, or any place; the length of `forward` doesn't matter.
             const Vec3 towards = random.below(2) == 0
-                                     ? aim.at(random.unit(), random.unit() * 0.5) - circle.centre
+                                     ? placeOn(aim, random.unit(), random.unit() * 0.5) - circle.centre
                                      : randomDirection(random);
             const Vec3 side = unitNormal(circle.axis, towards);
             const double turn = random.below(2) == 0 ? 0.0 : 0.3175604 * (1.0 + power(random, -12.0, -1.0));
