@@ -1,13 +1,16 @@
 // The host's short cuts against the plain ways that they stand for: the cover of a triangle by a hint and
-// cheap bounds, the nearest point by facets, and a sweep that is spread over threads.
+// cheap bounds, the nearest point by facets, the ways that a front leaves out, and a sweep that is spread
+// over threads.
 #include "host_drape.h"
 
 #include "host/cloth/cell_cover.h"
+#include "host/mesh/front.h"
 #include "host/search/ranking.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <random>
+#include <set>
 #include <thread>
 
 namespace drape_test {
@@ -58,6 +61,75 @@ TEST(HostShortcuts, NearestPointOfAMouldIsThatOfItsTriangles) {
             const host::SurfacePoint plain = host::nearestSurfacePoint(mesh, p);
             EXPECT_EQ(quick.triangle, plain.triangle);
             EXPECT_EQ(quick.position, plain.position);
+        }
+    }
+}
+
+// Every way over every edge, the nearest vertex first.
+std::vector<double> plainDistances(const host::TriangleMesh& mesh, const host::SurfacePoint& from,
+                                   double farthest) {
+    using namespace drape::host::vec;
+    std::vector<double> reached(mesh.positions.size(), std::numeric_limits<double>::infinity());
+    std::set<std::pair<double, std::int32_t>> open;
+    const auto improve = [&](std::int32_t v, double d) {
+        if (d < reached[host::at(v)]) {
+            reached[host::at(v)] = d;
+            open.emplace(d, v);
+        }
+    };
+    const auto way = [&](std::int32_t na, std::int32_t nb, std::int32_t nc) {
+        const host::Point &a = mesh.positions[host::at(na)], &b = mesh.positions[host::at(nb)],
+                          &c = mesh.positions[host::at(nc)];
+        const double da = reached[host::at(na)], db = reached[host::at(nb)];
+        const double base = distance(a, b);
+        const double alongEdges = std::min(da + distance(a, c), db + distance(b, c));
+        const double sx = (da * da - db * db + base * base) / (2.0 * base);
+        const double cx = dot(c - a, unit(b - a));
+        const double cy = std::sqrt(std::max(0.0, dot(c - a, c - a) - cx * cx));
+        const double sy = -std::sqrt(da * da - sx * sx);
+        const double crossing = sx + (cx - sx) * (-sy / (cy - sy));
+        const bool crosses = base > 0.0 && cy > 0.0 && crossing >= 0.0 && crossing <= base;
+        return crosses ? std::min(alongEdges, std::hypot(cx - sx, cy - sy)) : alongEdges;
+    };
+    for (const std::int32_t v : mesh.triangles[from.triangle]) {
+        improve(v, distance(mesh.positions[host::at(v)], from.position));
+    }
+    while (!open.empty() && open.begin()->first <= farthest) {
+        const auto [d, v] = *open.begin();
+        open.erase(open.begin());
+        for (const auto& [a, b, c] : mesh.triangles) {
+            if (d <= reached[host::at(v)] && (a == v || b == v || c == v)) {
+                for (const auto& [x, y, z] :
+                     {std::array{b, c, a}, std::array{c, a, b}, std::array{a, b, c}}) {
+                    if (z != v) {
+                        improve(z, way(x, y, z));
+                    }
+                }
+            }
+        }
+    }
+    return reached;
+}
+
+TEST(HostShortcuts, FrontGoesAsThePlainOne) {
+    std::mt19937 random(5);
+    std::vector<Mould> moulds = smoothMoulds();
+    for (const Mould& mould : tornMoulds()) {
+        moulds.push_back(mould);
+    }
+    for (std::size_t m = 0; m < moulds.size(); ++m) {
+        for (const double squeeze : {1.0, 1e-2, 1e-6}) {
+            host::TriangleMesh mesh = hostMesh(moulds[m].surface);
+            for (host::Point& p : mesh.positions) {
+                p = {1e3 * static_cast<double>(m % 3) + p[0], squeeze * p[1], p[2]};
+            }
+            const host::Front front(mesh);
+            for (const double farthest : {1e300, 2.0}) {
+                const std::size_t t = random() % mesh.triangles.size();
+                const host::SurfacePoint from{host::centreOf(mesh, t), t, 0.0};
+                ASSERT_EQ(front.distancesFrom(from, farthest), plainDistances(mesh, from, farthest))
+                    << m << ' ' << squeeze;
+            }
         }
     }
 }

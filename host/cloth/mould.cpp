@@ -7,7 +7,7 @@
 #include "host/mesh/fans.h"
 #include "host/mesh/nearest_point.h"
 
-#include <algorithm>
+#include <limits>
 #include <span>
 
 namespace drape::host {
@@ -93,26 +93,22 @@ void requireEdge(const Mould& mould) {
 }
 
 SurfacePoint nearestPoint(const Mould& mould, const Point& point) {
-    constexpr double slack = 1.0 + 1e-9; // far above rounding, so that no triangle is passed over wrongly
-    NearestOfMany nearest(point);
-    const auto isNear = [&](const Point& middle, double reach) {
-        const Point away = point - middle;
-        const double farthest = slack * (nearest.distance() + reach);
-        return dot(away, away) <= farthest * farthest;
-    };
-    for (std::size_t g = 0; g < mould.groups.size(); ++g) {
-        if (!isNear(mould.groups[g].middle, mould.groups[g].reach)) {
-            continue;
-        }
-        const std::size_t end = std::min((g + 1) * facetsPerGroup, mould.triangleCount());
-        for (std::size_t t = g * facetsPerGroup; t < end; ++t) {
-            if (isNear(mould.facets[t].centroid, mould.facets[t].reach)) {
-                const Point q =
-                    nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), point);
-                nearest.offer({q, t, distance(q, point)});
-            }
-        }
+    // No nearest point lies beyond the far end of any group. Far more than `NearestOfMany` takes for equal is
+    // added for each triangle, so that which of equally near ones comes first doesn't hang on those left out.
+    constexpr double equal = 1e-11;
+    double farthest = std::numeric_limits<double>::infinity();
+    for (const FacetGroup& group : mould.groups) {
+        farthest = std::min(farthest, distance(point, group.middle) + group.reach);
     }
+    farthest += equal * static_cast<double>(mould.triangleCount()) * length(point);
+    NearestOfMany nearest(point);
+    eachTriangleNear(
+        mould, point, [&] { return std::min(farthest, nearest.distance()); },
+        [&](std::size_t t) {
+            const Point q =
+                nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), point);
+            nearest.offer({q, t, distance(q, point)});
+        });
     return nearest.best();
 }
 

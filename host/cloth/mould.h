@@ -7,6 +7,8 @@
 #include "host/mesh/surface_point.h"
 #include "host/mesh/triangle_mesh.h"
 
+#include <algorithm>
+
 namespace drape::host {
 
 // What is fixed about a triangle.
@@ -56,5 +58,27 @@ void requireEdge(const Mould& mould);
 
 // The point of the mould nearest to `point`; of several triangles as near, on the first.
 SurfacePoint nearestPoint(const Mould& mould, const Point& point);
+
+// Calls `use` with each triangle that can come within a distance of `point`, in their order, and with some
+// that don't. `distance` is asked for it anew before each, as it may shrink on the way.
+template <class Distance, class Use>
+void eachTriangleNear(const Mould& mould, const Point& point, Distance distance, Use use) {
+    constexpr double slack = 1.0 + 1e-9; // far above rounding, so that no triangle is passed over wrongly
+    const auto isNear = [&](const Point& middle, double reach) {
+        const Point away = vec::subtract(point, middle);
+        const double farthest = slack * (distance() + reach);
+        return vec::dot(away, away) <= farthest * farthest;
+    };
+    for (std::size_t g = 0; g < mould.groups.size(); ++g) {
+        if (isNear(mould.groups[g].middle, mould.groups[g].reach)) {
+            const std::size_t end = std::min((g + 1) * facetsPerGroup, mould.triangleCount());
+            for (std::size_t t = g * facetsPerGroup; t < end; ++t) {
+                if (isNear(mould.facets[t].centroid, mould.facets[t].reach)) {
+                    use(t);
+                }
+            }
+        }
+    }
+}
 
 } // namespace drape::host

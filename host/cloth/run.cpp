@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace drape::host {
 namespace {
@@ -51,8 +52,9 @@ void cutToSize(Grid& grid) {
 void callLibrary(const Mould& mould, const Choice& choice, Grid& grid, RunWatch* watch) {
     const double scale = scaleFor(choice);
     const auto scaled = [scale](Point p) { return Point{scale * p[0], scale * p[1], scale * p[2]}; };
-    std::vector<Point> positions(mould.positions.size());
-    std::transform(mould.positions.begin(), mould.positions.end(), positions.begin(), scaled);
+    std::vector<Point> positions;
+    positions.reserve(mould.positions.size());
+    std::transform(mould.positions.begin(), mould.positions.end(), std::back_inserter(positions), scaled);
     const Point seed = scaled(choice.seed);
     const double stepA = scale * choice.stepA;
     const double stepB = scale * choice.stepB;

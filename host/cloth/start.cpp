@@ -93,11 +93,11 @@ std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint
     const double reach = std::min(equallyNear * std::sqrt(mould.area), mostOfMove * move);
     SurfacePoint chosen = place;
     bool alike = true;
-    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
+    const auto look = [&](std::size_t t) {
         const Facet& facet = mould.facets[t];
         const Point away = place.position - facet.centroid;
         if (facet.area == 0.0 || dot(away, away) > (reach + facet.reach) * (reach + facet.reach)) {
-            continue;
+            return;
         }
         const Point q =
             nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), place.position);
@@ -107,7 +107,9 @@ std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint
                 chosen = {q, t, place.distance};
             }
         }
-    }
+    };
+    eachTriangleNear(
+        mould, place.position, [&] { return reach; }, look);
     if (alike) {
         return std::nullopt;
     }

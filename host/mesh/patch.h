@@ -4,17 +4,10 @@
 #include "host/mesh/surface_point.h"
 #include "host/mesh/triangle_mesh.h"
 
-#include <limits>
-
 namespace drape::host {
 
-// Distance of every vertex from `from` along the surface; infinite on other pieces. Never below the true
-// distance by more than rounding, and above it by a percent or so on a fair mesh. Beyond `farthest` nothing
-// is worked out, and what stands there is no distance but lies above it.
-std::vector<double> distancesAlong(const TriangleMesh& mesh, const SurfacePoint& from,
-                                   double farthest = std::numeric_limits<double>::infinity());
-
-// The same from the nearest of several vertices.
+// Per vertex, its distance along the surface as one run of a `Front` gives it.
+std::vector<double> distancesAlong(const TriangleMesh& mesh, const SurfacePoint& from);
 std::vector<double> distancesAlong(const TriangleMesh& mesh, const std::vector<std::int32_t>& from);
 
 // The triangles whose corners all lie within `radius`, and the one that holds the point, as far as they hang

@@ -3,7 +3,7 @@
 #include "host/search/candidates.h"
 
 #include "host/mesh/box.h"
-#include "host/mesh/patch.h"
+#include "host/mesh/front.h"
 #include "host/mesh/surface_tree.h"
 
 #include <algorithm>
@@ -20,29 +20,46 @@ namespace {
 // Half as far from the outline as from the next seed is far enough.
 constexpr double outlineWeight = 2.0;
 
+struct Roomiest {
+    std::size_t triangle = 0;
+    double room = -1.0;
+};
+
+// The triangle whose corner with the least room has the most; of several the first.
+Roomiest roomiestOf(const TriangleMesh& mesh, const std::vector<double>& room) {
+    Roomiest best;
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        const Triangle& c = mesh.triangles[t];
+        const double least = std::min({room[at(c[0])], room[at(c[1])], room[at(c[2])]});
+        if (least > best.room) {
+            best = {t, least};
+        }
+    }
+    return best;
+}
+
 } // namespace
 
 std::vector<Point> spreadSeeds(const Surface& surface, std::size_t count) {
     const TriangleMesh& mesh = surface.mesh;
-    std::vector<double> room(mesh.triangles.size(), std::numeric_limits<double>::infinity());
+    const Front front(mesh);
+    std::vector<double> room(mesh.positions.size(), std::numeric_limits<double>::infinity());
     const auto take = [&](const std::vector<double>& distances, double weight) {
-        for (std::size_t t = 0; t < room.size(); ++t) {
-            for (const std::int32_t v : mesh.triangles[t]) {
-                room[t] = std::min(room[t], weight * distances[static_cast<std::size_t>(v)]);
-            }
+        for (std::size_t v = 0; v < room.size(); ++v) {
+            room[v] = std::min(room[v], weight * distances[v]);
         }
     };
     const std::vector<Loop>& loops = surface.mould->loops;
     if (!loops.empty()) {
-        take(distancesAlong(mesh, loops.front().vertices), outlineWeight);
+        take(front.distancesFrom(loops.front().vertices), outlineWeight);
     }
     std::vector<Point> seeds{surface.defaultSeed};
+    Roomiest roomiest = roomiestOf(mesh, room);
     while (seeds.size() < count && seeds.size() < mesh.triangles.size()) {
-        const double most =
-            *std::max_element(room.begin(), room.end()); // all that distances can take away from
-        take(distancesAlong(mesh, nearestPoint(*surface.mould, seeds.back()), most), 1.0);
-        const auto best = std::max_element(room.begin(), room.end());
-        seeds.push_back(centreOf(mesh, static_cast<std::size_t>(best - room.begin())));
+        // Beyond the most room there is, distances can take nothing away.
+        take(front.distancesFrom(nearestPoint(*surface.mould, seeds.back()), roomiest.room), 1.0);
+        roomiest = roomiestOf(mesh, room);
+        seeds.push_back(centreOf(mesh, roomiest.triangle));
     }
     seeds.resize(std::min(seeds.size(), count));
     return seeds;
