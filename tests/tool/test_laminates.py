@@ -4,15 +4,16 @@ CalculiX on the decks against classical laminate theory."""
 import csv
 import json
 import math
+import re
 import shutil
 import subprocess
 import unittest
 
 from model import cross, dot, sub, unit
-from moulds import cup, obj, plate
+from moulds import cup, obj, plate, uneven_sheet
 from program import DONE, INPUT, ROOT, USAGE, Case
 from readers import PolyData
-from solver_meshes import element, node
+from solver_meshes import element, inp, node
 
 STIFF = {"E1": 140e3, "E2": 9e3, "nu12": 0.3, "G12": 4.5e3}
 
@@ -232,6 +233,68 @@ class Elements(Laminates):
         theta = {int(f[0]): (int(f[1]), float(f[2 + int(name[5])])) for name, f in cards if name != "PCOMP"}
         stacks = {int(f[0]): [(int(f[k]), float(f[k + 1]), float(f[k + 2])) for k in range(8, len(f) - 2, 4) if f[k]] for name, f in cards if name == "PCOMP"}
         return theta, stacks
+
+    def bulk(self, name):
+        """Cards of bulk data: their name and their fields, without the empty ones at the end."""
+        cards = []
+        for line in (self.folder / name).read_text().splitlines():
+            if line.startswith("$"):
+                continue
+            fields = [line[k:k + 8].strip() for k in range(8, 72, 8)]
+            if line.startswith("+"):
+                cards[-1][1].extend(fields)
+            elif not line.startswith(("GRID*", "*")):
+                cards.append((line[:8].strip(), fields))
+        return cards
+
+    def test_tables_of_draping_give_the_fibres_again(self):
+        """Triangles and quads with numbers of their own, some wound upward and some downward."""
+        points, faces = uneven_sheet()
+        faces = [f[::-1] if k % 3 == 0 else f for k, f in enumerate(f for f in faces if len(f) < 5)]
+        plies = [stiff("a", 10, 0.3), stiff("b", 135, 0.2, cloth="twill"), stiff("c", -60, 0.25)]
+        self.laminate(self.file("m.inp", inp((points, faces))), plies, "--side", "0,0,1", "--step", "0.8", "--rosette", "1,0.5,0", "-o", "d.drape.fem",
+                      "-o", "d.drape.rad", expect=None)
+        cards = self.bulk("d.drape.fem")
+        real = lambda text: float(re.sub(r"(?<=[\d.])([+-])", r"e\1", text))
+        elements = {int(f[0]): (int(f[1]), real(f[2 + int(name[-1])])) for name, f in cards if name in ("CTRIA3", "CQUAD4")}
+        stacks = {int(f[0]): [int(x) for x in f[2:] if x] for name, f in cards if name == "STACK"}
+        sets = {int(f[0]): {int(x) for x in f[8:] if x} for name, f in cards if name == "SET"}
+        tables = {int(f[0]): {int(f[k + 1]): (real(f[k + 2]), real(f[k + 3])) for k in range(8, len(f), 8)} for name, f in cards if name == "DRAPE"}
+        laid = {int(f[0]): (int(f[1]), real(f[2]), real(f[3]), int(f[6]), int(f[8])) for name, f in cards if name == "PLY"}
+        self.assertEqual(set(stacks), {int(f[0]) for name, f in cards if name == "PCOMPP"})
+        rad, ply = {}, 0
+        for line in (self.folder / "d.drape.rad").read_text().splitlines():
+            ply = int(line.split("/")[2]) if line.startswith("/DRAPE/") else ply
+            if line[:10].strip() in ("SHELL", "SH3N"):
+                self.assertEqual((line[:10].strip() == "SH3N"), len(faces[(int(line[10:20]) - element(0)) // 7]) == 3)
+                rad[ply, int(line[10:20])] = (real(line[20:40]), real(line[40:60]))
+        rows = self.rows()
+        self.assertEqual(set(rad), {(int(r["sequence"]), int(r["element"])) for r in rows})
+        self.assertEqual(set(elements), {int(r["element"]) for r in rows})
+        turned = lambda v, n, degrees: [math.cos(math.radians(degrees)) * a + math.sin(math.radians(degrees)) * b for a, b in zip(v, cross(n, v))]
+        seen = set()
+        for row in rows:
+            k, sequence = int(row["element"]), int(row["sequence"])
+            p = [points[v] for v in faces[(k - element(0)) // 7]]
+            n = unit(cross(sub(p[2], p[0]), sub(p[3], p[1])) if len(p) == 4 else cross(sub(p[1], p[0]), sub(p[2], p[0])))
+            flat = lambda v: unit([a - dot(v, n) * b for a, b in zip(v, n)])
+            warp = [float(row[f"warp_{x}"]) for x in "xyz"]
+            property_, theta = elements[k]
+            self.assertEqual(property_, 1 if n[2] > 0 else 2)
+            stack = stacks[property_]
+            number = stack[sequence - 1 if n[2] > 0 else len(stack) - sequence]
+            _, thickness, angle, table, members = laid[number]
+            self.assertIn(k, sets[members])
+            factor, change = tables[table][k]
+            axis = turned(flat(sub(p[1], p[0])), n, theta)
+            self.assertAlmostEqual(abs(dot(turned(axis, n, angle + change), warp)), 1, 7)
+            self.assertAlmostEqual(factor * thickness, float(row["thickness"]), 6)
+            self.assertAlmostEqual(dot(axis, flat((1, 0.5, 0))), 1, 7)  # the rosette is what angles count from
+            factor, change = rad[sequence, k]
+            self.assertAlmostEqual(abs(dot(turned(flat((1, 0.5, 0)), n, plies[sequence - 1]["angle"] + change), warp)), 1, 7)
+            self.assertAlmostEqual(factor, float(row["thickness_factor"]), 6)
+            seen.add((len(p), property_))
+        self.assertEqual(len(seen), 4)
 
     def test_the_other_winding_turns_the_stack_over(self):
         for wound in (1, -1):

@@ -60,6 +60,10 @@ std::string bulkGrid(std::int64_t number, const Point& p) {
            wide(bulkReal(p[1], 16)) + "\n*       " + wide(bulkReal(p[2], 16)) + "\n";
 }
 
+double bulkAngle(double degrees) {
+    return std::round(degrees * 1e3) / 1e3 + 0.0;
+}
+
 double fibreAngle(double degrees) {
     constexpr double rounding = 5e-4;
     while (degrees <= -90.0 + rounding) {
@@ -68,7 +72,7 @@ double fibreAngle(double degrees) {
     while (degrees > 90.0 + rounding) {
         degrees -= 180.0;
     }
-    return std::round(degrees * 1e3) / 1e3 + 0.0;
+    return bulkAngle(degrees);
 }
 
 } // namespace tool

@@ -22,6 +22,9 @@ std::string bulkCard(const std::string& name, const std::vector<std::string>& fi
 // A node, with its place in fields of sixteen columns.
 std::string bulkGrid(std::int64_t number, const Point& p);
 
+// In thousandths of a degree.
+double bulkAngle(double degrees);
+
 // The angle of a fibre, which has no sense, in thousandths of a degree above -90 and up to 90; near the lower
 // end the upper one, so that rounding makes no two of one angle.
 double fibreAngle(double degrees);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <map>
+#include <stdexcept>
 
 namespace tool {
 
@@ -34,6 +35,21 @@ inline std::vector<StackedPly> stackOn(const Laminate& laminate, std::size_t ele
         std::reverse(stack.begin(), stack.end());
     }
     return stack;
+}
+
+// Throw std::runtime_error for what no section or element can say.
+inline void requireThickness(const Cloth& cloth) {
+    if (!(cloth.thickness > 0.0)) {
+        throw std::runtime_error("the cloth " + cloth.name +
+                                 " has no thickness, which a composite section takes");
+    }
+}
+inline void requireSolverShape(const ShellElement& element) {
+    if (element.corners > 4) {
+        throw std::runtime_error("element " + std::to_string(element.number) + " has " +
+                                 std::to_string(element.corners) +
+                                 " corners, and solvers take three or four");
+    }
 }
 
 // Cloths of the plies that were laid, by name; the first ply of a name speaks for it.

@@ -106,11 +106,7 @@ private:
     }
 
     void addElement(const ShellElement& element) {
-        if (element.corners > 4) {
-            throw std::runtime_error("element " + std::to_string(element.number) + " has " +
-                                     std::to_string(element.corners) +
-                                     " corners, and solvers take three or four");
-        }
+        requireSolverShape(element);
         const std::size_t corners = element.corners;
         std::vector<std::int64_t> nodes;
         for (std::size_t k = 0; k < std::min(element.nodes.size(), 2 * corners); ++k) {
@@ -155,10 +151,7 @@ private:
         std::string layers;
         for (const StackedPly& layer : stack) {
             const Cloth& cloth = file_.laminate.plies[layer.ply].wish.cloth;
-            if (!(layer.thickness > 0.0)) {
-                throw std::runtime_error("the cloth " + cloth.name +
-                                         " has no thickness, which a composite section takes");
-            }
+            requireThickness(cloth);
             layers += fileNumber(layer.thickness) + (dialect_ == InpDialect::calculix ? ",," : ",3,") +
                       deckName(cloth.name) + "," +
                       orientationOf(layer.fibres->warp, file_.laminate.frames[e].normal) + "\n";

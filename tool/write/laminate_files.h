@@ -27,6 +27,11 @@ enum class InpDialect { calculix, abaqus };
 std::string laminateInp(const LaminateFile& file, InpDialect dialect);
 std::string laminateBdf(const LaminateFile& file);
 
+// What draping does to each ply on each element, as tables: in a bulk deck of plies and stacks for
+// OptiStruct, and alone for Radioss.
+std::string laminateDrapeFem(const LaminateFile& file);
+std::string laminateDrapeRad(const LaminateFile& file);
+
 // Per element and ply.
 std::string laminateCsv(const LaminateFile& file);
 std::string laminateVtu(const LaminateFile& file);
