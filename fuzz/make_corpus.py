@@ -4,6 +4,7 @@ The bytes are in the order in which the targets read them; what is left out read
 """
 import pathlib
 import struct
+import sys
 
 HERE = pathlib.Path(__file__).resolve().parent / "corpus"
 
@@ -121,3 +122,33 @@ mesh_file("no_such_vertex.obj", OBJ, "v 0 0 0\nv 1 0 0\nf 1 2 3\n")
 mesh_file("huge_counts.off", OFF, "OFF\n4000000000 4000000000 0\n0 0 0\n")
 write("mesh_import", "soup", bytes([SOUP, 0, 1, 9, 20]), bytes((7 * k) % 251 for k in range(120)))
 write("mesh_import", "soup_unwelded", bytes([SOUP, 1, 0, 20, 30]), bytes((11 * k + k // 7) % 253 for k in range(220)))
+
+sys.path.insert(0, str(HERE.parent.parent / "tests" / "tool"))
+from solver_meshes import gmsh22, gmsh41, inp, nastran, vtk, vtu  # noqa: E402
+
+INP, NASTRAN, MSH, VTU, VTK, LAYUP_TABLE, LAYUP_JSON = range(7)
+PLAIN = ([tuple(map(float, p)) for p in SQUARE], [(0, 1, 4), (1, 2, 4), (2, 3, 4), (0, 1, 2, 3)])
+
+
+def shell_file(name, kind, text):
+    write("shell_file", name, bytes([kind]), text if isinstance(text, bytes) else text.encode())
+
+
+shell_file("pyramid.inp", INP, inp(PLAIN))
+shell_file("part.inp", INP, "*PART, NAME=p\n*NODE\n1,0,0\n2,1,0\n3,1,1\n*NGEN\n*ELEMENT, TYPE=S3\n1,1,2,3\n*END PART\n*ASSEMBLY, NAME=a\n"
+           "*INSTANCE, NAME=i, PART=p\n0,0,5\n0,0,5,0,0,6,90\n*END INSTANCE\n*END ASSEMBLY\n")
+for form in ("small", "large", "free"):
+    shell_file(f"{form}.bdf", NASTRAN, nastran(PLAIN, form))
+shell_file("quad8.bdf", NASTRAN, "BEGIN BULK\n" + "".join(f"GRID,{k},,{k % 3}.,{k // 3}.,0.\n" for k in range(1, 9))
+           + "CQUAD8,1,1,1,2,3,4,5,6,+A\n+A,7,8\nENDDATA\n")
+shell_file("pyramid22.msh", MSH, gmsh22(PLAIN))
+shell_file("pyramid41.msh", MSH, gmsh41(PLAIN))
+for form in ("text", "base64", "zlib", "raw"):
+    shell_file(f"{form}.vtu", VTU, vtu(PLAIN, form))
+for version in ("3.0", "5.1"):
+    for binary in (False, True):
+        shell_file(f"{version}{'b' if binary else 't'}.vtk", VTK, vtk(PLAIN, version, binary))
+shell_file("layup.csv", LAYUP_TABLE, "# drape-layup 1\nname,cloth,thickness,width,locking,density,E1,G12,angle,seed,step,pivot,region,side,pieces,after\n"
+           'a,ud,0.2,1270,40,1500,1e5,4e3,45,"1 2 3",5,grid,,0 0 1,1,\n"b,""x",ud,,,,,,,-45,,"5,6",shear,r.xyz,,0.9,a\n')
+shell_file("layup.json", LAYUP_JSON, '{"format": "drape-layup", "version": 1, "cloths": {"t": {"thickness": 0.25, "E1": 1e5, "G12": 4000}},\n'
+           ' "plies": [{"name": "a", "cloth": "t", "seed": [1, 2, 3]}, {"name": "b", "pieces": "cover", "after": ["a"]}]}')
