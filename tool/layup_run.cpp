@@ -137,6 +137,18 @@ void tellTroubles(const Laminate& laminate, const Log& log) {
     }
 }
 
+// Stiffness at the eight points of integration of each layer, 27 numbers of 8 bytes.
+constexpr double calculixBytesPerNumber = 8.0 * 27.0 * 8.0;
+constexpr double muchMemory = 4.0; // gigabytes
+
+std::int64_t largestElementNumber(const Laminate& laminate) {
+    std::int64_t largest = 0;
+    for (const ShellElement& element : laminate.shell.elements) {
+        largest = std::max(largest, element.number);
+    }
+    return largest;
+}
+
 // What a deck lacks is said when one is written.
 void tellOfDecks(const LaminateStory& story, const Log& log) {
     const auto isDeck = [](const std::string& path) { return kindOf(kinds(), path)->forSolver; };
@@ -146,6 +158,17 @@ void tellOfDecks(const LaminateStory& story, const Log& log) {
     if (story.bareElements > 0) {
         log.warn("no ply lies on " + counted(story.bareElements, "element", "elements") + " of " +
                  std::to_string(story.laminate.shell.elements.size()) + ", which the decks leave out");
+    }
+    const std::int64_t largest = largestElementNumber(story.laminate);
+    const double gigabytes = calculixBytesPerNumber * static_cast<double>(story.laminate.plies.size()) *
+                             static_cast<double>(largest) * 1e-9;
+    const bool forCalculix = std::any_of(
+        story.settings.outputs.begin(), story.settings.outputs.end(),
+        [](const std::string& path) { return path.ends_with(".inp") && !path.ends_with(".abaqus.inp"); });
+    if (forCalculix && gigabytes > muchMemory &&
+        largest > 2 * static_cast<std::int64_t>(story.laminate.shell.elements.size())) {
+        log.warn("CalculiX sets memory aside for every element number up to the largest, " +
+                 std::to_string(largest) + ": some " + number(gigabytes, 2) + " GB");
     }
     for (const std::string& name : clothsWithoutStiffness(story.laminate)) {
         log.note("the layup gives no stiffness for the cloth " + name +

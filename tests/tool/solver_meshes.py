@@ -130,3 +130,34 @@ def vtk(mesh, version, binary):
     else:
         data += b"CELLS %d %d\n" % (len(faces), total + len(faces)) + write("i", [v for f in faces for v in (len(f), *f)])
     return data + b"CELL_TYPES %d\n" % len(faces) + write("i", [5 if len(f) == 3 else 9 for f in faces])
+
+
+def iges(patches, unit=(2, "MM")):
+    """Surfaces of B-splines of degree 2, each a 3 by 3 net of points, as IGES; the unit is 1 for inches, 2 for
+    millimetres, 6 for metres."""
+    def section(letter, text, width=72):
+        rows = [text[k:k + width] for k in range(0, len(text), width)]
+        return [f"{row:<72}{letter}{k + 1:>7}\n" for k, row in enumerate(rows)]
+
+    word = lambda text: f"{len(text)}H{text}"
+    head = ",".join(["1H,", "1H;", word("part"), word("part.igs"), word("script"), word("1"), "32", "38", "6", "308", "15", word("part"), "1.0",
+                     str(unit[0]), word(unit[1]), "1", "0.01", word("20200101.000000"), "1.0E-7", "1000.0", word("me"), word("us"), "11", "0",
+                     word("20200101.000000")]) + ";"
+    directory, parameters = [], []
+    for number, net in enumerate(patches):
+        values = [128, 2, 2, 2, 2, 0, 0, 1, 0, 0] + [0.0, 0.0, 0.0, 1.0, 1.0, 1.0] * 2 + [1.0] * 9
+        values += [x for p in net for x in p] + [0.0, 1.0, 0.0, 1.0]
+        rows, row = [], ""
+        for k, value in enumerate(values):
+            item = str(value) + (";" if k + 1 == len(values) else ",")
+            if len(row) + len(item) > 64:
+                rows, row = [*rows, row], ""
+            row += item
+        rows.append(row)
+        for fields in ([128, len(parameters) + 1, 0, 0, 0, 0, 0, 0, "00000000"], [128, 0, 0, len(rows), 0, "", "", "", 0]):
+            directory.append("".join(f"{x:>8}" for x in fields) + f"D{len(directory) + 1:>7}\n")
+        for row in rows:
+            parameters.append(f"{row:<64} {2 * number + 1:>7}P{len(parameters) + 1:>7}\n")
+    start, whole = section("S", "a part"), section("G", head)
+    end = f"S{len(start):>7}G{len(whole):>7}D{len(directory):>7}P{len(parameters):>7}"
+    return "".join([*start, *whole, *directory, *parameters, f"{end:<72}T{1:>7}\n"])

@@ -4,6 +4,7 @@ CalculiX on the decks against classical laminate theory."""
 import csv
 import json
 import math
+import random
 import re
 import shutil
 import subprocess
@@ -54,6 +55,30 @@ class Laminates(Case):
         text = plies if isinstance(plies, str) else layup(*plies)
         done = self.drape(mesh, "--layup", self.file(layup_name, text), *words, "-o", "l.csv", "-o", "l.json", expect=expect)
         return json.loads((self.folder / "l.json").read_text()), done
+
+    def read_deck(self, name):
+        """Nodes, elements, and for each element its layers: (thickness, material, first axis, second axis)."""
+        points, corners, layers, axes, sets = {}, {}, {}, {}, {}
+        word = {}
+        for line in (self.folder / name).read_text().splitlines():
+            fields = [f.strip() for f in line.split(",")]
+            if line.startswith("**"):
+                continue
+            if line.startswith("*"):
+                word = dict((f.split("=") + [""])[:2] for f in fields)
+                continue
+            if "*NODE" in word:
+                points[int(fields[0])] = tuple(map(float, fields[1:4]))
+            elif "*ELEMENT" in word:
+                corners[int(fields[0])] = [int(f) for f in fields[1:]]
+            elif "*ELSET" in word:
+                sets.setdefault(word["ELSET"], []).extend(int(f) for f in fields if f)
+            elif "*ORIENTATION" in word:
+                axes[word["NAME"]] = list(map(float, fields))
+            elif "*SHELL SECTION" in word:
+                for k in sets[word["ELSET"]]:
+                    layers.setdefault(k, []).append((float(fields[0]), fields[2], *[axes[fields[3]][i:i + 3] for i in (0, 3)]))
+        return points, corners, layers
 
 
 class Orders(Laminates):
@@ -154,30 +179,6 @@ class Elements(Laminates):
             above = n if dot(n, normals_to) > 0 else [-x for x in n]
             same(row["angle_rosette_deg"], turn(laid(rosette), warp, above))
             self.assertAlmostEqual(float(row["thickness_factor"]), 1 / math.cos(math.radians(float(row["shear_deg"]))), 6)
-
-    def read_deck(self, name):
-        """Nodes, elements, and for each element its layers: (thickness, material, first axis, second axis)."""
-        points, corners, layers, axes, sets = {}, {}, {}, {}, {}
-        word = {}
-        for line in (self.folder / name).read_text().splitlines():
-            fields = [f.strip() for f in line.split(",")]
-            if line.startswith("**"):
-                continue
-            if line.startswith("*"):
-                word = dict((f.split("=") + [""])[:2] for f in fields)
-                continue
-            if "*NODE" in word:
-                points[int(fields[0])] = tuple(map(float, fields[1:4]))
-            elif "*ELEMENT" in word:
-                corners[int(fields[0])] = [int(f) for f in fields[1:]]
-            elif "*ELSET" in word:
-                sets.setdefault(word["ELSET"], []).extend(int(f) for f in fields if f)
-            elif "*ORIENTATION" in word:
-                axes[word["NAME"]] = list(map(float, fields))
-            elif "*SHELL SECTION" in word:
-                for k in sets[word["ELSET"]]:
-                    layers.setdefault(k, []).append((float(fields[0]), fields[2], *[axes[fields[3]][i:i + 3] for i in (0, 3)]))
-        return points, corners, layers
 
     def test_decks_and_tables_agree_on_a_dome(self):
         mesh = ROOT / "samples" / "double_dome.obj"
@@ -405,16 +406,42 @@ def navier(layers, width, height, pressure):
     return total
 
 
+def stretch(layers, pull):
+    """Strains along x, along y and in shear of a laminate under a force per width along x."""
+    e1, e2, nu, g = (STIFF[k] for k in ("E1", "E2", "nu12", "G12"))
+    a = [[0.0] * 3 for _ in range(3)]
+    for angle, thickness in layers:
+        c, s = math.cos(math.radians(angle)), math.sin(math.radians(angle))
+        # Compliance of the turned layer, column by column: stress into fibre axes, strain, and back.
+        def strain(x, y, xy):
+            one, two, both = c * c * x + s * s * y + 2 * c * s * xy, s * s * x + c * c * y - 2 * c * s * xy, (y - x) * c * s + xy * (c * c - s * s)
+            e, f, h = (one - nu * two) / e1, two / e2 - nu * one / e1, both / g
+            return c * c * e + s * s * f - c * s * h, s * s * e + c * c * f + c * s * h, 2 * c * s * (e - f) + (c * c - s * s) * h
+        layer = inverse([list(row) for row in zip(strain(1, 0, 0), strain(0, 1, 0), strain(0, 0, 1))])
+        a = [[x + thickness * y for x, y in zip(*rows)] for rows in zip(a, layer)]
+    return [row[0] * pull for row in inverse(a)]
+
+
+def inverse(m):
+    cofactor = lambda i, j: m[(i + 1) % 3][(j + 1) % 3] * m[(i + 2) % 3][(j + 2) % 3] - m[(i + 1) % 3][(j + 2) % 3] * m[(i + 2) % 3][(j + 1) % 3]
+    size = sum(m[0][j] * cofactor(0, j) for j in range(3))
+    return [[cofactor(j, i) / size for j in range(3)] for i in range(3)]
+
+
 @unittest.skipUnless(shutil.which("ccx"), "the solver isn't installed")
 class InTheSolver(Laminates):
     def deflections(self, deck, supports, pressure):
         """Along z, by node."""
-        self.file("job.inp", f"*INCLUDE, INPUT={deck}\n*BOUNDARY\n{supports}*STEP\n*STATIC\n*DLOAD\nDRAPE_ELEMENTS, P, {pressure}\n"
+        return {k: u[2] for k, u in self.solved(deck, supports, f"*DLOAD\nDRAPE_ELEMENTS, P, {pressure}\n").items()}
+
+    def solved(self, deck, supports, loads):
+        """Displacements, by node."""
+        self.file("job.inp", f"*INCLUDE, INPUT={deck}\n*BOUNDARY\n{supports}*STEP\n*STATIC\n{loads}"
                              "*NODE PRINT, NSET=DRAPE_NODES\nU\n*END STEP\n")
         done = subprocess.run(["ccx", "-i", "job"], capture_output=True, text=True, cwd=self.folder)
         self.assertNotIn("*ERROR", done.stdout)
         rows = [line.split() for line in (self.folder / "job.dat").read_text().splitlines()]
-        return {int(r[0]): float(r[3]) for r in rows if len(r) == 4 and r[0].isdigit()}
+        return {int(r[0]): tuple(map(float, r[1:])) for r in rows if len(r) == 4 and r[0].isdigit()}
 
     def test_a_flat_plate_bends_as_the_theory_of_laminates_says(self):
         width, height, pressure, columns, rows = 200.0, 120.0, 1e-4, 10, 6
@@ -429,6 +456,50 @@ class InTheSolver(Laminates):
             self.assertAlmostEqual(deflection / wanted, 1.0, delta=0.02)
             found.append(deflection)
         self.assertGreater(max(found) / min(found), 3.0)
+
+    def test_tension_finds_the_fibre_of_every_element(self):
+        """A plate of jagged triangles and quads, with and without nodes in the middle of sides, half of them turned
+        over, numbered with gaps: pulled along x it must stretch as the membrane stiffness of its layup says."""
+        width, height, pull, dice = 200.0, 120.0, 10.0, random.Random(5)
+        for second, angles in ((False, [30]), (False, [0, 45, -45, 90, 20, -70, 10, 33]), (True, [25, 25, -50, 25, 25])):
+            nx, ny, places, numbers, elements = 6, 4, {}, {}, []
+            inner = lambda i, j: 0 < i < nx and 0 < j < ny
+            place = {(i, j): tuple(s * (k / n - 0.5) + (dice.uniform(-0.2, 0.2) * s / n if inner(i, j) else 0) for s, k, n in ((width, i, nx), (height, j, ny)))
+                     for i in range(nx + 1) for j in range(ny + 1)}
+            def number_of(p):
+                if p not in numbers:
+                    numbers[p] = 11 + 7 * len(numbers)
+                    places[numbers[p]] = p
+                return numbers[p]
+            for i in range(nx):
+                for j in range(ny):
+                    a, b, c, d = (place[x] for x in ((i, j), (i + 1, j), (i + 1, j + 1), (i, j + 1)))
+                    for corners in ([a, b, c], [a, c, d]) if (i + j) % 2 else ([a, b, c, d],):
+                        corners = corners[::-1] if dice.random() < 0.5 else corners
+                        first = dice.randrange(len(corners))
+                        corners = corners[first:] + corners[:first]
+                        middles = [tuple((x + y) / 2 for x, y in zip(p, q)) for p, q in zip(corners, corners[1:] + corners[:1])]
+                        elements.append((5 + 13 * len(elements), f"S{len(corners) * (2 if second else 1)}", [number_of(p) for p in corners + (middles if second else [])]))
+            text = "*NODE\n" + "".join(f"{k}, {x!r}, {y!r}, 0.\n" for k, (x, y) in places.items())
+            for kind in sorted({e[1] for e in elements}):
+                text += f"*ELEMENT, TYPE={kind}\n" + "".join(f"{k}, " + ", ".join(map(str, nodes)) + "\n" for k, t, nodes in elements if t == kind)
+            self.laminate(self.file("m.inp", text), [stiff(f"p{k}", a) for k, a in enumerate(angles)], "--side", "0,0,1", "--start", "middle", "--step", "9", "-o", "l.inp")
+            nodes, deck, _ = self.read_deck("l.inp")
+            self.assertEqual({k: v[:len(n)] for k, v in deck.items() for n in [dict((e[0], e[2]) for e in elements)[k]]}, {e[0]: e[2] for e in elements})
+            loads = {}
+            for own in deck.values():
+                n = len(own) // 2
+                for a, b, middle in zip(own[:n], own[1:n] + own[:1], own[n:]):
+                    for sense in (-1, 1):
+                        if all(abs(nodes[k][0] - sense * width / 2) < 1e-6 for k in (a, b)):
+                            for k, share in ((a, 1), (b, 1), (middle, 4)):
+                                loads[k] = loads.get(k, 0) + sense * pull * abs(nodes[a][1] - nodes[b][1]) * share / 6
+            corner = lambda sx, sy: next(k for k, p in nodes.items() if abs(p[0] - sx * width / 2) + abs(p[1] - sy * height / 2) < 1e-6)
+            origin, along, across = corner(-1, -1), corner(1, -1), corner(-1, 1)
+            moved = self.solved("l.inp", f"DRAPE_NODES, 3, 3\n{origin}, 1, 2\n{along}, 2, 2\n", "*CLOAD\n" + "".join(f"{k}, 1, {f!r}\n" for k, f in loads.items()))
+            wanted = stretch([(a, 0.2) for a in angles], pull)
+            for got, strain in zip((moved[along][0] / width, moved[across][1] / height, moved[across][0] / height), wanted):
+                self.assertAlmostEqual(got, strain, delta=0.02 * max(map(abs, wanted)))
 
     def test_a_draped_dome_under_pressure(self):
         found = {}

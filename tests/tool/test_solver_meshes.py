@@ -9,7 +9,7 @@ import unittest
 from moulds import obj, uneven_sheet
 from program import DRAPE, INPUT, ROOT, USAGE, Case
 from readers import PolyData
-from solver_meshes import element, gmsh22, gmsh41, inp, nastran, node, vtk, vtu
+from solver_meshes import element, gmsh22, gmsh41, iges, inp, nastran, node, vtk, vtu
 
 
 def sheet():
@@ -95,7 +95,8 @@ class SolverMeshes(Case):
                                   ("*Heading", "*SYSTEM", "*SYSTEM isn't read"), ("first, 99", "77, first, 99", "names element 77"),
                                   ("*Heading\n", "*INCLUDE, INPUT=none.inp\n", "line 2: can't open")]),
             "a.bdf": (nastran(mesh, "free"), [(f"GRID,{node(5)},,", f"GRID,{node(5)},3,", "coordinate system 3"), (f"GRID,{node(9)},", "GRID,99,", f"names node {node(9)}"),
-                                              ("$ a comment\n", "+,1,2\n", "goes on with a card"), ("CTRIA3,", "CTRIA3,x", "isn't a whole number")]),
+                                              ("$ a comment\n", "+,1,2\n", "goes on with a card"), ("CTRIA3,", "CTRIA3,x", "isn't a whole number"),
+                                              ("ENDDATA\nGRID,1,,oops\n", "", "ends without ENDDATA")]),
             "a.msh": (gmsh22(mesh), [("2.2 0 8", "2.2 1 8", "binary"), ("2.2 0 8", "1.0 0 8", "version 1.0"), ("$EndNodes\n", "", "no $EndNodes"),
                                      (f"{element(4)} 3 2 ", f"{element(4)} 3 77 ", "fewer tags"), ("$EndElements\n", "", "no $EndElements")]),
             "b.msh": (gmsh41(mesh), [("$EndElements\n", "", "no $EndElements")]),
@@ -140,6 +141,26 @@ class CadFiles(Case):
         self.assertIn("it has no face 99; there are ", self.drape(tray, "--face", "99", expect=INPUT).stderr)
         self.assertIn("the mesher gmsh says", self.drape(self.file("bad.step", "nonsense"), expect=INPUT).stderr)
         self.assertIn("isn't a CAD file", self.drape(self.file("m.obj", obj(sheet())), "--mesh-size", "3", expect=INPUT).stderr)
+
+    def test_exact_surfaces_in_every_form(self):
+        """Two arched patches side by side in IGES, in three units, and a face of the mesher's own as BREP."""
+        patch = lambda x0: [(x0 + 50 * i, 40 * j, 10 * (i == 1) + 6 * (j == 1)) for j in range(3) for i in range(3)]
+        found = {}
+        for unit, scale in (((2, "MM"), 1), ((1, "INCH"), 25.4), ((6, "M"), 1000)):
+            path = self.file("p.igs", iges([patch(0), patch(100)], unit))
+            for words in ((), ("--face", "2")):
+                report, _ = self.report(path, "--mesh-size", 8 * scale, "--step", 8 * scale, "--side", "0,0,1", *words)
+                found[scale, words] = report["mould"]["area"] / scale ** 2
+        whole, half = found[1, ()], found[1, ("--face", "2")]
+        self.assertAlmostEqual(whole / half, 2, 2)
+        self.assertTrue(8000 < half < 8700)
+        for (scale, words), area in found.items():
+            self.assertAlmostEqual(area / (half if words else whole), 1, 2)
+        self.file("a.geo", 'SetFactory("OpenCASCADE");\nDisk(1) = {0, 0, 0, 50};\nDisk(2) = {200, 0, 0, 20};\n')
+        subprocess.run(["gmsh", "-0", "a.geo", "-o", "a.brep"], cwd=self.folder, check=True, capture_output=True)
+        for face, radius in ((1, 50), (2, 20)):
+            report, _ = self.report("a.brep", "--face", face, "--mesh-size", 3, "--step", 4)
+            self.assertAlmostEqual(report["mould"]["area"] / (math.pi * radius ** 2), 1, 2)
 
     def test_without_the_mesher(self):
         done = subprocess.run([DRAPE, ROOT / "samples" / "tray.step"], capture_output=True, text=True, env={"PATH": str(self.folder)})

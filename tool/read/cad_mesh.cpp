@@ -39,7 +39,11 @@ std::string plainNumber(double value) {
 std::vector<std::string> commandFor(const std::string& ending, const ImportWishes& wishes) {
     std::vector<std::string> words{"gmsh", "part." + ending, "-2", "-format", "msh22"};
     const auto add = [&](std::initializer_list<std::string> more) { words.insert(words.end(), more); };
-    add({"-o", "part.msh", "-nt", "1", "-v", "2", "-setstring", "Geometry.OCCTargetUnit", "MM"});
+    add({"-o", "part.msh", "-nt", "1", "-v", "2"});
+    if (ending == "step" || ending == "stp") {
+        // IGES comes in millimetres anyway, and the mesher takes this for an error there.
+        add({"-setstring", "Geometry.OCCTargetUnit", "MM"});
+    }
     add({"-setnumber", "Geometry.OCCSewFaces", "1"}); // faces that a file leaves apart meet along their edges
     if (wishes.meshSize) {
         add({"-clmax", plainNumber(*wishes.meshSize)});

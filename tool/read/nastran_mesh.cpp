@@ -134,6 +134,9 @@ private:
             ended_ = line.name == "ENDDATA";
         }
         take(card);
+        if (firstBulkLine(lines) > 0 && !ended_) {
+            failAt({lines.size(), shownName}, "the deck ends without ENDDATA, so a part of it is missing");
+        }
     }
 
     void include(const std::string& path, const std::string& text, const DeckPlace& place, int depth) {
