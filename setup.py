@@ -2,11 +2,14 @@
 
     pip install .        needs no network: setuptools, wheel, pybind11 and numpy are those of the interpreter
     pip wheel --no-deps .
+
+CMAKE_ARGS in the environment holds more options for CMake.
 """
 
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -28,9 +31,8 @@ class CMakeBuild(build_ext):
         generator = ["-G", "Ninja"] if shutil.which("ninja") else []
         options = ["CMAKE_BUILD_TYPE=Release", "BUILD_SHARED_LIBS=OFF", "DRAPE_INSTALL=OFF", "DRAPE_BUILD_PYTHON=ON"]
         options.append(f"DRAPE_PYTHON={sys.executable}")
-        subprocess.run(
-            ["cmake", "-S", TOP, "-B", build, *generator, *(f"-D{option}" for option in options)], check=True
-        )
+        wanted = [*(f"-D{option}" for option in options), *shlex.split(os.environ.get("CMAKE_ARGS", ""))]
+        subprocess.run(["cmake", "-S", TOP, "-B", build, *generator, *wanted], check=True)
         jobs = str(self.parallel or os.cpu_count() or 1)
         subprocess.run(["cmake", "--build", build, "--target", "drape_package", "-j", jobs], check=True)
         target.parent.mkdir(parents=True, exist_ok=True)
