@@ -173,6 +173,9 @@ Repair walk(int kind, std::int32_t node, std::int32_t nextNode, std::int32_t fro
     defects[DRAPE_DEFECT_KIND] = kind;
     defects[DRAPE_DEFECT_NODE] = node;
     defects[DRAPE_DEFECT_NEXT_NODE] = nextNode;
+    // What stands behind the last record is left from another repair.
+    std::copy_n(defects.begin(), DRAPE_DEFECT_FIELDS, defects.begin() + DRAPE_DEFECT_FIELDS);
+    defects[DRAPE_DEFECT_FIELDS + DRAPE_DEFECT_NODE] = nextNode;
     Repair repair;
     repair.frontIndex = front;
     std::int32_t count = 1;

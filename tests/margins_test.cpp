@@ -118,11 +118,17 @@ struct Soup {
     }
 };
 
-// A soup whose triangles lie about one place and one size.
+// A soup whose triangles lie about one place and one size, every so often as on a sheet that bends on and on.
 void fill(Soup& soup, const Scene& scene, int count, Random& random) {
     const double spread = scene.size * power(random, 0.0, 2.0);
+    const double bend = random.below(3) == 0 ? random.between(0.02, 0.1) : 0.0;
+    const Vec3 across = randomDirection(random), side = unitNormal(across, randomDirection(random)),
+               up = unitNormal(side, across);
     for (int k = 0; k < count; ++k) {
-        const Corners t = randomTriangle(scene, random);
+        Corners t = randomTriangle(scene, random);
+        if (bend > 0.0)
+            t = {t.a, t.a + scene.size * across,
+                 t.a + scene.size * (std::cos(bend * k) * side + std::sin(bend * k) * up)};
         const Vec3 away = spread * randomVector(random);
         soup.add({t.a + away, t.b + away, t.c + away});
     }

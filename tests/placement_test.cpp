@@ -237,38 +237,75 @@ TEST(RowFilling, RefusesACellThatFoldsOver) {
     EXPECT_EQ(model.grid.count, 3);
 }
 
-// The limits of folding are those of single precision: the same cell on a slope just within and just beyond.
-TEST(RowFilling, KnowsTheLastBitsOfItsLimit) {
-    for (const auto& [turned, folds] : {std::pair(0.94999997, false), std::pair(0.949999995, true)}) {
-        // A triangle in a plane through R and E, on the side of H.
-        const double size = std::sqrt(5.0), rise = std::sqrt(1.0 - turned * turned);
-        const Point r = {1, 0, 0}, e = {0, 2, 0}, way = {-2 * turned / size, -1 * turned / size, rise};
+// A cell of three nodes at H, R and E on a surface of one triangle, closed by its fourth node.
+struct LoneCell {
+    std::int32_t status = 9;
+    Point node = {}; // the fourth
+
+    LoneCell(const Point& h, const Point& r, const Point& e, double stepA, double stepB,
+             const Point& normalOfH, const std::vector<double>& triangle) {
         Surface slope;
-        const auto add = [&](double along, double up) {
-            for (std::size_t k = 0; k < 3; ++k)
-                slope.vertPos.push_back(r[k] + along * (e[k] - r[k]) + up * way[k]);
-        };
-        add(-3.0, -0.1);
-        add(0.5, 4.0);
-        add(4.0, -0.1);
+        slope.vertPos = triangle;
         slope.triVerts = {1, 2, 3};
         joinUp(slope);
         Settings settings;
-        settings.stepB = 2.0;
+        settings.stepA = stepA;
+        settings.stepB = stepB;
         PlainModel model(slope, settings);
         model.registerModel();
-        const Point corners[] = {{0, 0, 0}, r, e};
-        const double up[3] = {0, 0, 1};
+        const Point corners[] = {h, r, e}, normals[] = {normalOfH, {0, 0, 1}, {0, 0, 1}};
         const std::int32_t linkCount[] = {0, 1, 1}, direction[] = {0, 1, 4}, one = 1, two = 2, four = 4;
-        std::int32_t status = 0;
         for (std::size_t k = 0; k < 3; ++k)
-            ASSERT_EQ(
-                uzprsp(corners[k].data(), up, &one, &linkCount[k], &direction[k], &one, &one, &one, &status),
-                0);
+            EXPECT_EQ(uzprsp(corners[k].data(), normals[k].data(), &one, &linkCount[k], &direction[k], &one,
+                             &one, &one, &status),
+                      0);
         const std::int32_t nodes[] = {1, 2};
         Front row{};
         uzprdf(nodes, &one, &two, &four, &one, model.work.data(), row.data(), &status);
-        EXPECT_EQ(status, folds ? DRAPE_CELL_FOLDS : DRAPE_OK) << turned;
+        if (status == DRAPE_OK)
+            std::copy_n(model.position(4), 3, node.begin());
+    }
+};
+
+// The limit of folding is that of single precision, and a cell right at it, to the last bit, doesn't fold.
+TEST(RowFilling, KnowsTheLastBitsOfItsLimit) {
+    const Point h = {0, 0, 0}, r = {1, 0, 0}, e = {0, 2, 0};
+    const auto onSlope = [&](double turned) { // a triangle in a plane through R and E, on the side of H
+        const double size = std::sqrt(5.0), rise = std::sqrt(1.0 - turned * turned);
+        const Point way = {-2 * turned / size, -1 * turned / size, rise};
+        std::vector<double> corners;
+        for (const auto& [along, up] : {std::pair(-3.0, -0.1), std::pair(0.5, 4.0), std::pair(4.0, -0.1)})
+            for (std::size_t k = 0; k < 3; ++k)
+                corners.push_back(r[k] + along * (e[k] - r[k]) + up * way[k]);
+        return LoneCell(h, r, e, 1.0, 2.0, {0, 0, 1}, corners);
+    };
+    EXPECT_EQ(onSlope(0.94999997).status, DRAPE_OK);
+    EXPECT_EQ(onSlope(0.949999995).status, DRAPE_CELL_FOLDS);
+    const double limit = static_cast<double>(0.95f);
+    int atTheLimit = 0;
+    for (int bits = -40; bits < 40; ++bits) {
+        const LoneCell cell = onSlope(limit + bits * 0x1p-53);
+        Point toE, toR, corner;
+        for (std::size_t k = 0; k < 3; ++k) {
+            toE[k] = e[k] - cell.node[k];
+            toR[k] = r[k] - cell.node[k];
+        }
+        const std::int32_t three = 3;
+        parbisfortran(toE.data(), toR.data(), corner.data(), &three);
+        atTheLimit += cell.status == DRAPE_OK && corner[2] == -limit ? 1 : 0;
+    }
+    EXPECT_GT(atTheLimit, 0);
+}
+
+// Of two hits equally far ahead the first counts, and the surface normal at H says which way round they come.
+TEST(RowFilling, TurnsItsCircleByTheNormalAtTheInnerCorner) {
+    const double side = std::sqrt(2.0);
+    for (const Point& normal : {Point{0, 0, 1}, Point{1, 0, 0}, Point{0, 0, -1}}) {
+        const LoneCell cell({0, 0, 0}, {1, -1, 0}, {1, 1, 0}, side, side, normal,
+                            {1.5, -3, -3, 1.5, 3, -3, 1.5, 0, 5});
+        ASSERT_EQ(cell.status, DRAPE_OK);
+        EXPECT_NEAR(cell.node[0], 1.5, 1e-12);
+        EXPECT_NEAR(cell.node[2], std::sqrt(0.75) * (normal[2] < 0.0 ? -1.0 : 1.0), 1e-12);
     }
 }
 

@@ -3,7 +3,9 @@
 Environment: DRAPE, the program; DRAPE_SAMPLES, the folder of the sample moulds.
 """
 
+import csv
 import json
+import math
 import os
 import pathlib
 import re
@@ -12,9 +14,9 @@ import tempfile
 import unittest
 import xml.etree.ElementTree as ET
 
-from model import flat_area
+from model import flat_area, triangle_area
 from program import DRAPE
-from readers import dxf_entities
+from readers import PolyData, dxf_entities
 
 SAMPLES = pathlib.Path(os.environ.get("DRAPE_SAMPLES", "samples"))
 ENDINGS = ["vtp", "fibres.vtp", "fibres.csv", "glb", "gltf", "pattern.svg", "pattern.png", "pdf", "dxf",
@@ -39,10 +41,18 @@ class ManyDrapes(unittest.TestCase):
     def test_outline_is_the_net_pattern_on_every_sample(self):
         for mould in sorted(SAMPLES.glob("*.obj")):
             with self.subTest(mould.stem), tempfile.TemporaryDirectory() as folder:
-                paths, report = drape(folder, mould.stem, endings=["dxf"])
+                paths, report = drape(folder, mould.stem, endings=["dxf", "fibres.vtp", "fibres.csv"])
                 loops = [line["points"] for line in dxf_entities(paths["dxf"].read_text())
                          if line["layer"] in ("NET", "HOLE")]
-                self.assertAlmostEqual(sum(map(flat_area, loops)), report["pattern"]["netArea"], 3)
+                net = report["pattern"]["netArea"]
+                self.assertAlmostEqual(sum(map(flat_area, loops)), net, 3)
+                # The cloth over a triangle is as much larger as it is sheared.
+                mesh = PolyData(paths["fibres.vtp"])
+                with open(paths["fibres.csv"], newline="") as table:
+                    sheared = sum(triangle_area(*(mesh.points[v] for v in corners)) / math.cos(math.radians(float(row["shear_deg"])))
+                                  for corners, row in zip(mesh.faces(), csv.DictReader(table), strict=True) if row["shear_deg"])
+                if report["pattern"]["reachesEdge"]:
+                    self.assertAlmostEqual(net / sheared, 1.0, delta=0.005)
 
     def test_two_runs_write_the_same_bytes(self):
         words = ["--step", 16, "--allowance", 5]
