@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -90,25 +91,39 @@ private:
 
     bool isSmall(const Facet& facet) const { return facet.reach <= largestPiece * step_; }
 
-    bool canMeetRim(const Facet& facet) const {
+    bool canMeetRim(const Facet& facet) {
         const double reach = facet.reach + margin * step_;
         double width = smallestCube * step_;
         int w = 0;
         for (; w < mostWidths && width < reach + partLength * step_; ++w) {
             width *= 2.0;
         }
-        const auto meets = [&](const Cube& cube) {
-            if (w > 0) {
-                return w == mostWidths || wide_.count(keyOf(w, cube)) > 0;
-            }
-            const auto found = rim_.find(keyOf(0, cube));
-            return found != rim_.end() &&
-                   std::any_of(found->second.begin(), found->second.end(), [&](const Part& part) {
-                       return distance(facet.centroid, nearestOnSegment(part[0], part[1], facet.centroid)) <=
-                              reach;
-                   });
-        };
-        return anyAround(cubeOf(facet.centroid, width), meets);
+        const Cube cube = cubeOf(facet.centroid, width);
+        if (w > 0) {
+            return anyAround(
+                cube, [&](const Cube& near) { return w == mostWidths || wide_.count(keyOf(w, near)) > 0; });
+        }
+        const std::vector<Part>& parts = partsAround(cube);
+        return std::any_of(parts.begin(), parts.end(), [&](const Part& part) {
+            return distance(facet.centroid, nearestOnSegment(part[0], part[1], facet.centroid)) <= reach;
+        });
+    }
+
+    // The edge of the cloth in a smallest cube and around it; the next triangle is likely to ask for the
+    // same.
+    const std::vector<Part>& partsAround(const Cube& cube) {
+        if (cube != lastCube_) {
+            lastCube_ = cube;
+            parts_.clear();
+            anyAround(cube, [&](const Cube& near) {
+                const auto found = rim_.find(keyOf(0, near));
+                if (found != rim_.end()) {
+                    parts_.insert(parts_.end(), found->second.begin(), found->second.end());
+                }
+                return false;
+            });
+        }
+        return parts_;
     }
 
     double besideCells(const Triangle& corners, const Facet& facet) const {
@@ -174,6 +189,8 @@ private:
     CellCubes cubes_;
     std::unordered_map<std::uint64_t, std::vector<Part>> rim_; // the edge of the cloth, by its smallest cubes
     std::unordered_set<std::uint64_t> wide_;                   // larger cubes in which the cloth ends
+    std::optional<Cube> lastCube_;                             // that was asked for,
+    std::vector<Part> parts_;                                  // and what lies around it
 };
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <iterator>
 #include <map>
+#include <optional>
 
 namespace drape::host {
 
@@ -36,19 +37,26 @@ std::vector<std::vector<std::int32_t>> edgesNear(const RegionSearch& search, con
     }
     const CellCubes cubes(grid, joined, reachOfEdge * step);
     std::vector<std::vector<std::int32_t>> near(cloth.cells.size());
+    std::optional<Cube> here;        // that the last point lay in
+    std::vector<std::size_t> around; // cells there
     for (std::size_t e = 0; e < boundary.size(); ++e) {
         const Point& a = search.mould.positions[at(boundary[e].from)];
         const Point& b = search.mould.positions[at(boundary[e].to)];
         const int parts = std::max(1, static_cast<int>(std::ceil(distance(a, b) / (edgeSampling * step))));
         for (int k = 0; k <= parts; ++k) {
             const Point p = mix(a, b, static_cast<double>(k) / parts);
-            cubes.around(p, [&](std::size_t cell) {
+            if (const Cube cube = cubes.cubeOf(p); cube != here) {
+                here = cube;
+                around.clear();
+                cubes.around(cube, [&](std::size_t cell) { around.push_back(cell); });
+            }
+            for (const std::size_t cell : around) {
                 auto& list = near[cell];
                 if ((list.empty() || list.back() != static_cast<std::int32_t>(e)) &&
                     distance(p, centres[cell]) <= reachOfEdge * step) {
                     list.push_back(static_cast<std::int32_t>(e));
                 }
-            });
+            }
         }
     }
     return near;
@@ -235,7 +243,7 @@ NetPattern netPatternOf(const Mould& mould, const Grid& grid, const std::vector<
     }
     const MouldEdges& edges = mould.edges;
     RegionSearch search{mould, edges, std::max(cloth.stepA, cloth.stepB),
-                        std::vector<std::size_t>(mould.triangleCount(), 0), 0};
+                        std::vector<std::uint32_t>(mould.triangleCount(), 0), 0};
     leaveOutDoubles(grid, cells, search, cloth);
     const Regions regions = regionsOf(grid, cells, cloth, search);
     const ClothRegions all{mould, grid, edges, cloth, regions.of, regions.all, regions.near};

@@ -34,9 +34,9 @@ struct CellRegion {
 struct RegionSearch {
     const Mould& mould;
     const MouldEdges& edges;
-    double step;                      // the longer cell length
-    std::vector<std::size_t> reached; // per triangle, the last search that came to it
-    std::size_t searches = 0;
+    double step;                        // the longer cell length
+    std::vector<std::uint32_t> reached; // per triangle, the last search that came to it
+    std::uint32_t searches = 0;
 };
 
 // A node from which the mould is seen: an open corner of a cell and the triangle on which it lies, 0-based.

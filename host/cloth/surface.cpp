@@ -36,17 +36,21 @@ TriangleMesh clippedBy(TriangleMesh mesh, const std::vector<Plane>& planes, Note
     return mesh;
 }
 
-// The surface point nearest to the centroid, unless that lies at an edge of the surface, where a drape gets
-// nowhere: then the nearest place to it that has a few cells of room, or half of the most room there is.
-SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, Notes& notes) {
-    constexpr double cellsOfRoom = 3.0;
-    const Point centroid = centroidOf(mesh);
-    const SurfacePoint nearest = nearestPoint(mould, centroid);
+std::vector<double> distancesToEdge(const TriangleMesh& mesh, const Mould& mould) {
     std::vector<std::int32_t> edge;
     for (const Loop& loop : mould.loops) {
         edge.insert(edge.end(), loop.vertices.begin(), loop.vertices.end());
     }
-    const std::vector<double> toEdge = distancesAlong(mesh, edge);
+    return distancesAlong(mesh, edge);
+}
+
+// The surface point nearest to the centroid, unless that lies at an edge of the surface, where a drape gets
+// nowhere: then the nearest place to it that has a few cells of room, or half of the most room there is.
+SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, const std::vector<double>& toEdge,
+                      Notes& notes) {
+    constexpr double cellsOfRoom = 3.0;
+    const Point centroid = centroidOf(mesh);
+    const SurfacePoint nearest = nearestPoint(mould, centroid);
     const auto room = [&](std::size_t t, const Point& p) {
         const double area = mould.facets[t].area;
         double sum = 0.0;
@@ -61,7 +65,7 @@ SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, Notes& notes
         most = std::max(most, room(t, centreOf(mesh, t)));
     }
     const double wanted = std::min(0.5 * most, cellsOfRoom * std::sqrt(mould.area) / cellsAcross);
-    if (edge.empty() || room(nearest.triangle, nearest.position) >= wanted) {
+    if (mould.loops.empty() || room(nearest.triangle, nearest.position) >= wanted) {
         return nearest;
     }
     SurfacePoint best;
@@ -105,9 +109,12 @@ Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, co
     const std::size_t atSeed = wishes.side ? nearestSurfacePoint(surface.mesh, place).triangle : 0;
     surface.side = turnToSide(surface.mesh, wishes.side, atSeed, notes);
     surface.mould = std::make_shared<const Mould>(mouldOf(surface.mesh));
+    if (!seed) {
+        surface.toEdge = distancesToEdge(surface.mesh, *surface.mould);
+    }
     const SurfacePoint middle =
         seed ? nearestPoint(*surface.mould, *seed)
-             : middleOf(surface.mesh, *surface.mould, wishes.startsInMiddle ? notes : untold);
+             : middleOf(surface.mesh, *surface.mould, surface.toEdge, wishes.startsInMiddle ? notes : untold);
     surface.defaultSeed = middle.position;
     double area = surface.mould->area;
     if (wishes.within) {

@@ -73,10 +73,8 @@ TriangleMesh withHolesFilled(TriangleMesh mesh, const std::vector<Loop>& loops) 
         std::vector<std::int32_t> ring(loops[i].vertices.rbegin(), loops[i].vertices.rend());
         if (ring.size() < 3) // two edges between the same vertices enclose nothing
             continue;
-        for (const Triangle& t : trianglesOf(ring, mesh.positions)) {
-            mesh.triangles.push_back(t);
-            mesh.sourceFaces.push_back(0);
-        }
+        appendTriangles(ring, mesh.positions, mesh.triangles);
+        mesh.sourceFaces.resize(mesh.triangles.size(), 0);
     }
     return mesh;
 }

@@ -45,10 +45,8 @@ public:
             }
         }
         if (above) {
-            for (const Triangle& part : trianglesOf(ring, result_.positions)) {
-                result_.triangles.push_back(part);
-                result_.sourceFaces.push_back(mesh_.sourceFaces[t]);
-            }
+            appendTriangles(ring, result_.positions, result_.triangles);
+            result_.sourceFaces.resize(result_.triangles.size(), mesh_.sourceFaces[t]);
         }
     }
 

@@ -57,13 +57,18 @@ double earQuality(const Ring& ring, std::size_t i, const std::vector<Point>& pos
 
 } // namespace
 
-std::vector<Triangle> trianglesOf(const std::vector<std::int32_t>& polygon,
-                                  const std::vector<Point>& positions) {
-    std::vector<Triangle> triangles;
+void appendTriangles(const std::vector<std::int32_t>& polygon, const std::vector<Point>& positions,
+                     std::vector<Triangle>& triangles) {
     // Of equal ears that at the lowest vertex goes, whichever way round the polygon is told.
-    Ring ring = polygon;
-    std::rotate(ring.begin(), std::min_element(ring.begin(), ring.end()), ring.end());
-    const Point normal = ring.size() > 3 ? meanNormal(ring, positions) : Point{};
+    const auto lowest = std::min_element(polygon.begin(), polygon.end());
+    if (polygon.size() == 3) {
+        Triangle& triangle = triangles.emplace_back();
+        std::rotate_copy(polygon.begin(), lowest, polygon.end(), triangle.begin());
+        return;
+    }
+    Ring ring(polygon.size());
+    std::rotate_copy(polygon.begin(), lowest, polygon.end(), ring.begin());
+    const Point normal = meanNormal(ring, positions);
     std::size_t start = 0;
     while (ring.size() > 3) {
         std::size_t best = 0;
@@ -89,7 +94,6 @@ std::vector<Triangle> trianglesOf(const std::vector<std::int32_t>& polygon,
         ring.erase(ring.begin() + static_cast<std::ptrdiff_t>(best));
     }
     triangles.push_back({ring[0], ring[1], ring[2]});
-    return triangles;
 }
 
 } // namespace drape::host

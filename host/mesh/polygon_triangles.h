@@ -5,8 +5,9 @@
 
 namespace drape::host {
 
-// `polygon` lists points of `positions`. Gives polygon.size() - 2 triangles with the polygon's winding.
-std::vector<Triangle> trianglesOf(const std::vector<std::int32_t>& polygon,
-                                  const std::vector<Point>& positions);
+// `polygon` lists three points of `positions` or more. Adds polygon.size() - 2 triangles with the polygon's
+// winding to `triangles`.
+void appendTriangles(const std::vector<std::int32_t>& polygon, const std::vector<Point>& positions,
+                     std::vector<Triangle>& triangles);
 
 } // namespace drape::host

@@ -5,6 +5,7 @@
 
 #include "host/mesh/box.h"
 #include "host/mesh/error.h"
+#include "host/mesh/fans.h"
 #include "host/mesh/point.h"
 #include "host/mesh/polygon_triangles.h"
 #include "host/mesh/text.h"
@@ -24,20 +25,48 @@ namespace {
 constexpr double flatShare = 1e-7;
 constexpr int flipRounds = 8;
 
+// The points' numbers along a direction, of equal ones the lower first. They are dealt into as many stretches
+// of the way first, which leaves few to sort in each.
+std::vector<std::int32_t> orderedAlong(const std::vector<double>& along) {
+    const auto ends = std::minmax_element(along.begin(), along.end());
+    const double low = *ends.first;
+    const double scale = static_cast<double>(along.size()) / (*ends.second - low);
+    const auto stretchOf = [&](double x) {
+        const double stretch = (x - low) * scale; // no number where all are alike
+        const double last = static_cast<double>(along.size()) - 1.0;
+        return stretch > 0.0 ? static_cast<std::size_t>(std::min(stretch, last)) : 0;
+    };
+    std::vector<std::size_t> next(along.size() + 1, 0);
+    for (const double x : along) {
+        ++next[stretchOf(x) + 1];
+    }
+    std::partial_sum(next.begin(), next.end(), next.begin());
+    std::vector<std::int32_t> order(along.size());
+    for (std::size_t p = 0; p < along.size(); ++p) {
+        order[next[stretchOf(along[p])]++] = static_cast<std::int32_t>(p);
+    }
+    auto first = order.begin();
+    for (std::size_t stretch = 0; stretch < along.size(); ++stretch) {
+        const auto last = order.begin() + static_cast<std::ptrdiff_t>(next[stretch]);
+        std::sort(first, last, [&](std::int32_t a, std::int32_t b) {
+            return along[at(a)] < along[at(b)] || (along[at(a)] == along[at(b)] && a < b);
+        });
+        first = last;
+    }
+    return order;
+}
+
 std::vector<std::int32_t> weldedNumbers(const std::vector<Point>& points, double reach) {
     const Point uneven = unit({0.62, 0.41, 0.67});
-    std::vector<std::int32_t> order(points.size());
-    std::iota(order.begin(), order.end(), 0);
     std::vector<double> along(points.size());
     std::transform(points.begin(), points.end(), along.begin(),
                    [&](const Point& p) { return dot(p, uneven); });
-    std::sort(order.begin(), order.end(), [&](std::int32_t a, std::int32_t b) {
-        const double x = along[static_cast<std::size_t>(a)];
-        const double y = along[static_cast<std::size_t>(b)];
-        return x < y || (x == y && a < b);
-    });
     std::vector<std::int32_t> number(points.size());
     std::iota(number.begin(), number.end(), 0);
+    if (points.empty()) {
+        return number;
+    }
+    const std::vector<std::int32_t> order = orderedAlong(along);
     for (std::size_t i = 0; i < order.size(); ++i) {
         const auto a = static_cast<std::size_t>(order[i]);
         for (std::size_t j = i; j-- > 0;) {
@@ -54,67 +83,68 @@ std::vector<std::int32_t> weldedNumbers(const std::vector<Point>& points, double
     return number;
 }
 
+// The points that become vertices, and which of them each point of the file is.
+struct Corners {
+    std::vector<Point> points;
+    std::vector<std::int32_t> number; // per point of the file, -1 for one that no face names
+};
+
 // Points that no face names aren't part of the surface: they would count for its size and in its pictures.
-PolygonSoup withoutStrayPoints(const PolygonSoup& soup) {
-    std::vector<std::int32_t> number(soup.points.size(), -1);
+Corners withoutStrayPoints(const PolygonSoup& soup) {
+    Corners kept;
+    kept.number.assign(soup.points.size(), -1);
     for (const auto& polygon : soup.polygons) {
         for (const std::int32_t corner : polygon) {
-            number[static_cast<std::size_t>(corner)] = 0;
+            kept.number[at(corner)] = 0;
         }
     }
-    PolygonSoup kept;
-    for (std::size_t v = 0; v < number.size(); ++v) {
-        if (number[v] == 0) {
-            number[v] = static_cast<std::int32_t>(kept.points.size());
+    for (std::size_t v = 0; v < soup.points.size(); ++v) {
+        if (kept.number[v] == 0) {
+            kept.number[v] = static_cast<std::int32_t>(kept.points.size());
             kept.points.push_back(soup.points[v]);
-        }
-    }
-    kept.polygons = soup.polygons;
-    for (auto& polygon : kept.polygons) {
-        for (std::int32_t& corner : polygon) {
-            corner = number[static_cast<std::size_t>(corner)];
         }
     }
     return kept;
 }
 
 // Keeps the lowest vertex of each welded group and renumbers the rest.
-PolygonSoup welded(PolygonSoup soup, Notes& notes) {
-    const std::vector<std::int32_t> group = weldedNumbers(soup.points, weldShare * diagonalOf(soup.points));
-    std::vector<std::int32_t> lowest(soup.points.size(), -1);
-    std::vector<std::int32_t> number(soup.points.size());
+void weld(Corners& corners, Notes& notes) {
+    const std::vector<std::int32_t> group =
+        weldedNumbers(corners.points, weldShare * diagonalOf(corners.points));
+    std::vector<std::int32_t> lowest(group.size(), -1);
+    std::vector<std::int32_t> number(group.size());
     std::vector<Point> kept;
     for (std::size_t v = 0; v < group.size(); ++v) {
-        std::int32_t& first = lowest[static_cast<std::size_t>(group[v])];
+        std::int32_t& first = lowest[at(group[v])];
         if (first < 0) {
             first = static_cast<std::int32_t>(kept.size());
-            kept.push_back(soup.points[v]);
+            kept.push_back(corners.points[v]);
         }
         number[v] = first;
     }
-    if (kept.size() < soup.points.size()) {
-        tell(notes, NoteKind::welded,
-             "welded " + counted(soup.points.size() - kept.size(), "vertex", "vertices") +
-                 " that lay on another one");
+    if (kept.size() == group.size()) {
+        return;
     }
-    soup.points = std::move(kept);
-    for (auto& polygon : soup.polygons) {
-        for (std::int32_t& corner : polygon) {
-            corner = number[static_cast<std::size_t>(corner)];
-        }
+    tell(notes, NoteKind::welded,
+         "welded " + counted(group.size() - kept.size(), "vertex", "vertices") + " that lay on another one");
+    corners.points = std::move(kept);
+    for (std::int32_t& corner : corners.number) {
+        corner = corner < 0 ? corner : number[at(corner)];
     }
-    return soup;
 }
 
-TriangleMesh triangulated(const PolygonSoup& soup, Notes& notes) {
+TriangleMesh triangulated(const PolygonSoup& soup, Corners corners, Notes& notes) {
     TriangleMesh mesh;
-    mesh.positions = soup.points;
+    mesh.positions = std::move(corners.points);
+    mesh.triangles.reserve(soup.polygons.size());
+    mesh.sourceFaces.reserve(soup.polygons.size());
     std::size_t cut = 0;
     std::size_t bare = 0;
     std::vector<std::int32_t> ring;
     for (std::size_t f = 0; f < soup.polygons.size(); ++f) {
         ring.clear();
-        for (const std::int32_t corner : soup.polygons[f]) {
+        for (const std::int32_t point : soup.polygons[f]) {
+            const std::int32_t corner = corners.number[at(point)];
             if (ring.empty() || (ring.back() != corner)) {
                 ring.push_back(corner);
             }
@@ -127,10 +157,8 @@ TriangleMesh triangulated(const PolygonSoup& soup, Notes& notes) {
             continue;
         }
         cut += ring.size() > 3 ? 1 : 0;
-        for (const Triangle& t : trianglesOf(ring, soup.points)) {
-            mesh.triangles.push_back(t);
-            mesh.sourceFaces.push_back(static_cast<std::int32_t>(f + 1));
-        }
+        appendTriangles(ring, mesh.positions, mesh.triangles);
+        mesh.sourceFaces.resize(mesh.triangles.size(), static_cast<std::int32_t>(f + 1));
     }
     if (cut > 0) {
         tell(notes, NoteKind::facesCut,
@@ -156,25 +184,42 @@ void dropMarked(TriangleMesh& mesh, const std::vector<char>& drop) {
     mesh.sourceFaces.resize(kept);
 }
 
-void dropDoubles(TriangleMesh& mesh, Notes& notes) {
-    std::vector<std::pair<Triangle, std::int32_t>> sorted;
-    std::vector<char> drop(mesh.triangles.size(), 0);
-    std::size_t collapsed = 0;
-    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
-        Triangle key = mesh.triangles[t];
-        std::sort(key.begin(), key.end());
-        drop[t] = key[0] == key[1] || key[1] == key[2] ? 1 : 0;
-        collapsed += drop[t] != 0 ? 1 : 0;
-        sorted.emplace_back(key, static_cast<std::int32_t>(t));
-    }
-    std::sort(sorted.begin(), sorted.end());
+// Marks those of some triangles that have the corners of another one before them. Gives their number.
+std::size_t markDoubles(std::vector<std::pair<Triangle, std::int32_t>>& some, std::vector<char>& drop) {
+    std::sort(some.begin(), some.end());
     std::size_t doubled = 0;
-    for (std::size_t i = 1; i < sorted.size(); ++i) {
-        char& mark = drop[static_cast<std::size_t>(sorted[i].second)];
-        if (sorted[i].first == sorted[i - 1].first && mark == 0) {
+    for (std::size_t i = 1; i < some.size(); ++i) {
+        char& mark = drop[at(some[i].second)];
+        if (some[i].first == some[i - 1].first && mark == 0) {
             mark = 1;
             ++doubled;
         }
+    }
+    return doubled;
+}
+
+void dropDoubles(TriangleMesh& mesh, Notes& notes) {
+    std::vector<char> drop(mesh.triangles.size(), 0);
+    std::size_t collapsed = 0;
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        const auto& [a, b, c] = mesh.triangles[t];
+        drop[t] = a == b || b == c || c == a ? 1 : 0;
+        collapsed += drop[t] != 0 ? 1 : 0;
+    }
+    // Those with the same corners are of the same vertices' fans.
+    const Fans fans = fansOf(mesh);
+    std::size_t doubled = 0;
+    std::vector<std::pair<Triangle, std::int32_t>> here;
+    for (std::size_t v = 0; v < mesh.positions.size(); ++v) {
+        here.clear();
+        for (const std::int32_t t : fans.around(v)) {
+            Triangle key = mesh.triangles[at(t)];
+            std::sort(key.begin(), key.end());
+            if (at(key[0]) == v && drop[at(t)] == 0) {
+                here.emplace_back(key, t);
+            }
+        }
+        doubled += here.size() > 1 ? markDoubles(here, drop) : 0;
     }
     dropMarked(mesh, drop);
     if (collapsed > 0) {
@@ -248,20 +293,20 @@ std::size_t flipRound(TriangleMesh& mesh, std::vector<char>& drop) {
 
 void removeFlat(TriangleMesh& mesh, Notes& notes) {
     std::size_t removed = 0;
-    for (int round = 0; round < flipRounds; ++round) {
+    std::size_t changed = 1;
+    for (int round = 0; round < flipRounds && changed > 0; ++round) {
         std::vector<char> drop(mesh.triangles.size(), 0);
-        const std::size_t changed = flipRound(mesh, drop);
+        changed = flipRound(mesh, drop);
         dropMarked(mesh, drop);
         removed += changed;
-        if (changed == 0) {
-            break;
+    }
+    if (changed > 0) { // else none is left
+        std::vector<char> drop(mesh.triangles.size(), 0);
+        for (std::size_t t = 0; t < drop.size(); ++t) {
+            drop[t] = isFlat(mesh, t) ? 1 : 0;
         }
+        dropMarked(mesh, drop);
     }
-    std::vector<char> drop(mesh.triangles.size(), 0);
-    for (std::size_t t = 0; t < drop.size(); ++t) {
-        drop[t] = isFlat(mesh, t) ? 1 : 0;
-    }
-    dropMarked(mesh, drop);
     if (removed > 0) {
         tell(notes, NoteKind::degenerateDropped,
              "dropped " + counted(removed, "degenerate triangle", "degenerate triangles"));
@@ -275,17 +320,20 @@ double diagonalOf(const std::vector<Point>& points) {
     return box.empty() ? 0.0 : distance(box.low, box.high);
 }
 
-TriangleMesh repairedMesh(const PolygonSoup& soup, bool weld, Notes& notes) {
+TriangleMesh repairedMesh(const PolygonSoup& soup, bool welded, Notes& notes) {
     const std::size_t most = static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) / 4;
     if (soup.points.size() > most || soup.polygons.size() > most) {
         throw InputError("the mesh is too large: more than " + std::to_string(most) + " vertices or faces",
                          Refusal::unfit);
     }
-    PolygonSoup surface = withoutStrayPoints(soup);
-    if (!std::isfinite(diagonalOf(surface.points))) {
+    Corners corners = withoutStrayPoints(soup);
+    if (!std::isfinite(diagonalOf(corners.points))) {
         throw InputError("the mesh is too wide for its lengths to be worked out", Refusal::unfit);
     }
-    TriangleMesh mesh = triangulated(weld ? welded(std::move(surface), notes) : surface, notes);
+    if (welded) {
+        weld(corners, notes);
+    }
+    TriangleMesh mesh = triangulated(soup, std::move(corners), notes);
     dropDoubles(mesh, notes);
     removeFlat(mesh, notes);
     if (mesh.triangles.empty()) {

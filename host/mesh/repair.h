@@ -13,7 +13,7 @@ constexpr double weldShare = 1e-6;
 // Longest diagonal of the points' bounding box.
 double diagonalOf(const std::vector<Point>& points);
 
-// With `weld` false, vertices that lie on each other stay apart, as along a cut of no width.
-TriangleMesh repairedMesh(const PolygonSoup& soup, bool weld, Notes& notes);
+// With `welded` false, vertices that lie on each other stay apart, as along a cut of no width.
+TriangleMesh repairedMesh(const PolygonSoup& soup, bool welded, Notes& notes);
 
 } // namespace drape::host

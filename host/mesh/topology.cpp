@@ -19,30 +19,38 @@ struct EdgeUse {
 };
 
 // By their low vertices, then their high ones, then their triangles. The low ones are counted, since nothing
-// is left to sort then but the few edges of each vertex.
+// is left to sort then but the few edges of each vertex, which stand in the order of their triangles already.
 std::vector<EdgeUse> sortedEdges(const TriangleMesh& mesh) {
+    constexpr std::ptrdiff_t few = 24;
     std::vector<std::size_t> next(mesh.positions.size() + 1, 0);
-    const auto low = [&](const Triangle& t, std::size_t k) { return std::min(t[k], t[(k + 1) % 3]); };
-    for (const Triangle& t : mesh.triangles) {
-        for (std::size_t k = 0; k < 3; ++k) {
-            ++next[at(low(t, k)) + 1];
-        }
+    for (const auto& [a, b, c] : mesh.triangles) {
+        ++next[at(std::min(a, b)) + 1];
+        ++next[at(std::min(b, c)) + 1];
+        ++next[at(std::min(c, a)) + 1];
     }
     std::partial_sum(next.begin(), next.end(), next.begin());
     std::vector<EdgeUse> uses(3 * mesh.triangles.size());
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
-        const Triangle& corners = mesh.triangles[t];
-        for (std::size_t k = 0; k < 3; ++k) {
-            uses[next[at(low(corners, k))]++] = {low(corners, k), std::max(corners[k], corners[(k + 1) % 3]),
-                                                 static_cast<std::int32_t>(t), static_cast<std::int32_t>(k)};
-        }
+        const auto put = [&](std::int32_t from, std::int32_t to, std::int32_t edge) {
+            const auto [low, high] = std::minmax(from, to);
+            uses[next[at(low)]++] = {low, high, static_cast<std::int32_t>(t), edge};
+        };
+        const auto& [a, b, c] = mesh.triangles[t];
+        put(a, b, 0);
+        put(b, c, 1);
+        put(c, a, 2);
     }
+    const auto higher = [](const EdgeUse& x, const EdgeUse& y) { return x.high < y.high; };
     auto first = uses.begin();
     for (std::size_t v = 0; v + 1 < next.size(); ++v) {
         const auto last = uses.begin() + static_cast<std::ptrdiff_t>(next[v]);
-        std::sort(first, last, [](const EdgeUse& x, const EdgeUse& y) {
-            return std::array{x.high, x.triangle} < std::array{y.high, y.triangle};
-        });
+        if (last - first > few) {
+            std::stable_sort(first, last, higher);
+        } else {
+            for (auto use = first; use != last; ++use) {
+                std::rotate(std::upper_bound(first, use, *use, higher), use, use + 1);
+            }
+        }
         first = last;
     }
     return uses;

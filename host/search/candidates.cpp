@@ -50,7 +50,9 @@ std::vector<Point> spreadSeeds(const Surface& surface, std::size_t count) {
         }
     };
     const std::vector<Loop>& loops = surface.mould->loops;
-    if (!loops.empty()) {
+    if (loops.size() == 1 && !surface.toEdge.empty()) {
+        take(surface.toEdge, outlineWeight);
+    } else if (!loops.empty()) {
         take(front.distancesFrom(loops.front().vertices), outlineWeight);
     }
     std::vector<Point> seeds{surface.defaultSeed};
