@@ -309,6 +309,14 @@ TEST(RowFilling, TurnsItsCircleByTheNormalAtTheInnerCorner) {
     }
 }
 
+// Nodes further apart than two sides: the circle has shrunk to its centre.
+TEST(RowFilling, ClosesAnOverstretchedCellAtItsMiddle) {
+    const LoneCell cell({0, 0, 0}, {2, 0, 0}, {0, 2, 0}, 1.0, 1.0, {0, 0, 1},
+                        {-9, -9, 0, 9, -9, 0, 0, 18, 0});
+    EXPECT_EQ(cell.status, DRAPE_OK);
+    EXPECT_EQ(cell.node, (Point{1, 1, 0}));
+}
+
 // Straight stepping.
 
 TEST(StraightStep, FollowsTheSeedDirectionsAtFirst) {

@@ -83,7 +83,8 @@ TEST(CellWalk, AmongInnerCellsOnlyAPointInRangeMoves) {
     EXPECT_EQ(walk(grid, {3.4, 2.5, 0.0}, 15, Reach::EdgeOnly), (Found{15, 0}));
     EXPECT_EQ(walk(grid, {3.4, 2.5, 0.0}, 15, Reach::Inner), (Found{16, 0}));
     EXPECT_EQ(walk(grid, {0.5, 0.5, 0.0}, 23, Reach::Inner), (Found{1, 0}));
-    EXPECT_EQ(walk(grid, {3.4, 2.5, 0.0}, 0, Reach::Inner), (Found{16, 0})) << "no start: nearest of all";
+    for (const std::int32_t none : {0, -2, grid.count + 1})
+        EXPECT_EQ(walk(grid, {3.4, 2.5, 0.0}, none, Reach::Inner), (Found{16, 0})) << "nearest of all";
 }
 
 TEST(CellWalk, EdgeCellsDrawAPointOutOfRangeEvenFromItsOwnCell) {
