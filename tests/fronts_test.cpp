@@ -433,6 +433,12 @@ TEST(Segmentation, MakesAFrontOfEachUsableStretch) {
             expected.push_back(record(2, 9, 4));
             EXPECT_EQ(table(model), expected) << "direction " << d << ", " << statuses;
         }
+    // A row whose links end before its length does: no open node ends it.
+    Lattice model(4);
+    std::int32_t index = model.addOuterFront(1), status = 9;
+    const Front row = record(1, model.node(1, 3, 0), 5);
+    ASSERT_EQ(gzprgf(row.data(), &index, counts("0000").data(), &status), 0);
+    EXPECT_EQ(model.frontCount, 0);
 }
 
 // Corners.
