@@ -24,7 +24,8 @@ using drape::model;
 struct Play {
     std::function<bool()> hasDefect = [] { return false; };
     std::function<void(std::int32_t&)> repair, segment;
-    std::vector<std::int32_t> passes;
+    std::function<void()> openCorners = [] {};
+    std::vector<std::int32_t> passes, cornersLookedFor;
 };
 Play play;
 
@@ -51,8 +52,12 @@ bool segmentRow(const FrontRecord&, std::int32_t& index, const std::int32_t*, st
     play.segment(index);
     return true;
 }
-void findCorners(const RowLists&, std::int32_t, std::int32_t, std::int32_t*, CornerRecord*, std::int32_t&) {}
+void findCorners(const RowLists&, std::int32_t, std::int32_t index, std::int32_t*, CornerRecord*,
+                 std::int32_t&) {
+    play.cornersLookedFor.push_back(model->front(index).firstNode);
+}
 bool openCorners(const CornerRecord*, std::int32_t, std::int32_t&) {
+    play.openCorners();
     return true;
 }
 
@@ -121,8 +126,24 @@ TEST_F(FrontLoop, StepsOverTheFrontsOfARow) {
                 drape::insertFront(front, ++index, status);
         }
     };
+    const auto split = play.segment;
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(play.passes, (Nodes{1, 2, 3, 4}));
+    // A corner opens a front behind that of node 3, which is stepped over as well.
+    open({0, 0});
+    play.segment = split;
+    play.openCorners = [] {
+        if (play.cornersLookedFor == Nodes{3}) {
+            FrontRecord front;
+            front.firstNode = 9;
+            front.length = 1;
+            std::int32_t status = 0;
+            drape::insertFront(front, 2, status);
+        }
+    };
+    EXPECT_EQ(run(), 0);
+    EXPECT_EQ(play.cornersLookedFor, (Nodes{3, 4}));
+    EXPECT_EQ(play.passes, (Nodes{1, 2, 3, 9, 4}));
 }
 
 TEST_F(FrontLoop, EndsWhereARepairLeavesItsFrontAsItWas) {
