@@ -83,7 +83,7 @@ public:
             }
             const bool looks = !ply.seed && !wishes_.surface.seed && !wishes_.startAtMiddle;
             const Point seed = ply.seed ? *ply.seed
-                               : looks  ? bestStart(surface, trial, ply.angle)
+                               : looks  ? bestStart(surface, trial, ply.angle, forEach_)
                                         : surface.defaultSeed;
             job.trial = std::make_shared<const Trial>(drapeFrom(surface, trial, seed, ply.angle, job.notes));
             if (job.trial->grid.status != DRAPE_OK) {

@@ -4,8 +4,8 @@
 #include "host/cloth/curve.h"
 #include "host/laminate/element_fibres.h"
 #include "host/laminate/layup.h"
+#include "host/search/for_each.h"
 
-#include <functional>
 #include <map>
 #include <memory>
 
@@ -56,9 +56,6 @@ struct LaminateWishes {
     bool buildUp = false;       // each ply lies on those below it
     CoverWishes cover;          // of plies in pieces, but for their share, angle and a roll's width
 };
-
-// Calls work(0) to work(count - 1), in any order and on any threads. Work may have work to share itself.
-using ForEach = std::function<void(std::size_t count, const std::function<void(std::size_t)>& work)>;
 
 // The closed curves that regions name, by their names.
 using RegionCurves = std::map<std::string, DrawnCurve>;

@@ -153,13 +153,19 @@ std::vector<Point> placesAroundTheMiddle(const Mould& mould) {
     return places;
 }
 
-Point bestStart(const Surface& surface, const TrialWishes& wishes, double angle) {
+Point bestStart(const Surface& surface, const TrialWishes& wishes, double angle, const ForEach& forEach) {
     const Surface coarse = coarsened(surface);
-    std::vector<SweepResult> results;
+    const std::vector<Point> places = placesAroundTheMiddle(*surface.mould);
+    std::vector<SweepResult> results(places.size());
+    const auto drape = [&](std::size_t k) { results[k] = tried(coarse, wishes, {k + 1, places[k], angle}); };
+    for (std::size_t k = 0; k < places.size() && !forEach; ++k) {
+        drape(k);
+    }
+    if (forEach) {
+        forEach(places.size(), drape);
+    }
     double covered = 0.0;
-    for (const Point& place : placesAroundTheMiddle(*surface.mould)) {
-        results.push_back(tried(coarse, wishes, {results.size() + 1, place, angle}));
-        const SweepResult& r = results.back();
+    for (const SweepResult& r : results) {
         covered = isWhole(r) && isSingleLayer(r) ? std::max(covered, r.coveredShare) : covered;
     }
     std::erase_if(results, [&](const SweepResult& r) {

@@ -2,6 +2,7 @@
 // least.
 #pragma once
 
+#include "host/search/for_each.h"
 #include "host/search/ranking.h"
 
 namespace drape::host {
@@ -14,7 +15,7 @@ std::vector<Point> placesAroundTheMiddle(const Mould& mould);
 // The best of these at `angle` (degrees): of the drapes that come to their end in one layer and cover nearly
 // as much as any, the one with the least share beyond locking, then the least mean shear; of nearly equal
 // ones the first. The surface's default seed if none comes to its end. Judged with cells about 40 across, or
-// coarser if the surface's are.
-Point bestStart(const Surface& surface, const TrialWishes& wishes, double angle);
+// coarser if the surface's are. `forEach` carries the drapes out, one by one if it's empty.
+Point bestStart(const Surface& surface, const TrialWishes& wishes, double angle, const ForEach& forEach = {});
 
 } // namespace drape::host

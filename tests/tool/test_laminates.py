@@ -235,6 +235,17 @@ class Elements(Laminates):
         stacks = {int(f[0]): [(int(f[k]), float(f[k + 1]), float(f[k + 2])) for k in range(8, len(f) - 2, 4) if f[k]] for name, f in cards if name == "PCOMP"}
         return theta, stacks
 
+    def test_plies_share_pictures_only_if_they_are_alike(self):
+        mesh = self.file("m.obj", obj(uneven_sheet()))
+        self.file("ring.xyz", "%f %f %f\n" * 4 % tuple(x for k in (20, 24, 88, 84) for x in uneven_sheet()[0][k]))
+        plies = [{"name": "a", "angle": 0}, {"name": "b", "angle": 45}, {"name": "c", "angle": 0}, {"name": "d", "angle": 0, "region": "ring.xyz"}]
+        report, _ = self.laminate(mesh, plies, "--step", "0.6", "--start", "middle", "-o", "book.pdf", expect=None)
+        self.assertIsNotNone(report["plies"][3]["drape"])
+        subprocess.run(["pdftoppm", "-r", "40", "-f", "2", "-gray", "-y", "60", "-H", "140", "-W", "230", "book.pdf", "page"], cwd=self.folder, check=True)
+        a, b, c, d = (path.read_bytes() for path in sorted(self.folder.glob("page*.pgm")))
+        self.assertEqual(a, c)
+        self.assertEqual(len({a, b, d}), 3)
+
     def bulk(self, name):
         """Cards of bulk data: their name and their fields, without the empty ones at the end."""
         cards = []

@@ -10,6 +10,7 @@
 #include <cairo-svg.h>
 #include <cmath>
 #include <numbers>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 
@@ -154,6 +155,23 @@ void Canvas::textWithin(double x, double y, double size, double room, const std:
     cairo_text_extents_t extents{};
     cairo_text_extents(cairo_, words.c_str(), &extents);
     text(x, y, extents.x_advance > room ? size * room / extents.x_advance : size, words);
+}
+
+std::vector<std::string> Canvas::wrapped(double size, double room, const std::string& words) {
+    cairo_set_font_size(cairo_, size);
+    std::vector<std::string> lines(1);
+    std::istringstream in(words);
+    for (std::string word; in >> word;) {
+        const std::string longer = lines.back() + (lines.back().empty() ? "" : " ") + word;
+        cairo_text_extents_t extents{};
+        cairo_text_extents(cairo_, longer.c_str(), &extents);
+        if (extents.x_advance > room && !lines.back().empty()) {
+            lines.push_back(word);
+        } else {
+            lines.back() = longer;
+        }
+    }
+    return lines;
 }
 
 void Canvas::nextPage(double width, double height) {

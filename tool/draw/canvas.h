@@ -35,6 +35,9 @@ public:
     // The same in smaller letters if need be, so that it ends within `room`.
     void textWithin(double x, double y, double size, double room, const std::string& words);
 
+    // Parted into lines that end within `room`, as far as single words do.
+    std::vector<std::string> wrapped(double size, double room, const std::string& words);
+
     // Goes on on a further page of a PDF, of the size in millimetres.
     void nextPage(double width, double height);
 

@@ -224,6 +224,9 @@ void drawOutlines(Canvas& canvas, const Stage& stage, const DepthImage& image) {
     canvas.stroke(1.1);
     for (const NetLoop& loop : stage.scene.measures->net.loops) {
         std::vector<Point> points = loop.rim;
+        if (points.empty()) {
+            continue; // a pattern that was cut at a curve, which is drawn below
+        }
         points.push_back(points.front());
         addVisible(canvas, stage.view, image, points, stage.lift + strokeLift);
     }

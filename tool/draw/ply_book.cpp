@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <memory>
 #include <numbers>
 
 namespace tool {
@@ -228,9 +230,35 @@ private:
         }
         const double middle = 0.5 * pageWidth;
         const double top = margin + headHeight;
-        drawMouldIn(canvas_, sheet.scene, {margin, top, middle - 1.5 * margin, 105.0}, pixelsPerMillimetre);
+        picture(sheet, {margin, top, middle - 1.5 * margin, 105.0});
         pattern(sheet, {middle + 4.0, top, pageWidth - margin - middle - 4.0, 128.0});
         facts(sheet, top + 116.0);
+    }
+
+    // Plies that are alike share their drape, and so its picture, which is drawn once and kept for the
+    // others.
+    void picture(const PlySheet& sheet, const Box& box) {
+        const auto isSame = [&](const auto& other) {
+            return other->drape == sheet.drape && other->ply->region.empty();
+        };
+        const auto last = std::find_if(book_.sheets.rbegin(), book_.sheets.rend(), isSame);
+        auto known = pictures_.find(sheet.drape);
+        if (!sheet.ply->region.empty() || (known == pictures_.end() && last->get() == &sheet)) {
+            drawMouldIn(canvas_, sheet.scene, box, pixelsPerMillimetre);
+            return;
+        }
+        cairo_t* cairo = canvas_.cairo();
+        if (known == pictures_.end()) {
+            cairo_push_group(cairo);
+            drawMouldIn(canvas_, sheet.scene, box, pixelsPerMillimetre);
+            known =
+                pictures_.emplace(sheet.drape, Picture(cairo_pop_group(cairo), &cairo_pattern_destroy)).first;
+        }
+        cairo_set_source(cairo, known->second.get());
+        cairo_paint(cairo);
+        if (last->get() == &sheet) {
+            pictures_.erase(known);
+        }
     }
 
     // The flat pattern with its width and height beside it.
@@ -364,12 +392,14 @@ private:
             warnings.push_back("the pattern lies over itself and can't be cut in one piece");
         }
         for (const Note& note : sheet.ply->notes) {
-            if (weightOf(note.kind) == Weight::warning) {
+            if (weightOf(note.kind) == Weight::warning && note.kind != NoteKind::coverShort) {
                 warnings.push_back(note.text);
             }
         }
         for (const std::string& warning : warnings) {
-            canvas_.textWithin(left, y += 1.5 * textSize, textSize, room, warning);
+            for (const std::string& line : canvas_.wrapped(textSize, room, warning)) {
+                canvas_.textWithin(left, y += 1.5 * textSize, textSize, room, line);
+            }
         }
         canvas_.colour(ink);
     }
@@ -386,6 +416,8 @@ private:
 
     const PlyBook& book_;
     Canvas canvas_;
+    using Picture = std::unique_ptr<cairo_pattern_t, decltype(&cairo_pattern_destroy)>;
+    std::map<const Trial*, Picture> pictures_; // that further pages show
     std::size_t page_ = 0;
     std::size_t pages_ = 0;
 };
