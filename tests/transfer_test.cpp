@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -101,6 +102,9 @@ TEST(CellWalk, AWalkThatEndsNextToAClosedNodeIsHeldAgainstTheRanking) {
     const Place point = {1.4, 0.5, 0.0};
     // The two nearest, 2 and 1, lie around the walk's own cell 2: the third nearest is taken.
     EXPECT_EQ(walk(grid, point, 3, Reach::EdgeOnly), (Found{8, 1}));
+    Grid other = grid; // whatever isn't open counts
+    std::replace(other.nodeStatus.begin(), other.nodeStatus.end(), -1, 7);
+    EXPECT_EQ(walk(other, point, 3, Reach::EdgeOnly), (Found{8, 1}));
     // A walk that doesn't move isn't examined.
     EXPECT_EQ(walk(grid, point, 2, Reach::EdgeOnly), (Found{2, 0}));
     // A twin of cell 2 is as near and lies around no cell of the first grid: it is the second nearest.
