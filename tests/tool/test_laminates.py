@@ -154,6 +154,7 @@ class Orders(Laminates):
         # A region keeps what lies within it, and cuts the pattern.
         report, _ = self.laminate(mesh, [good, {"name": "patch", "angle": 45, "region": "ring.xyz"}], "--step", "0.5", "--start", "middle")
         self.assertAlmostEqual(report["plies"][1]["drape"]["netArea"], 16.0, 6)
+        self.assertAlmostEqual(report["plies"][1]["drape"]["coveredShare"], 16 / 64, 6)
         self.assertEqual({row["element"] for row in self.rows() if row["ply"] == "patch"},
                          {str(2 * (i + 8 * j) + k) for i in range(2, 6) for j in range(2, 6) for k in (1, 2)})
         for words in (("--core", "0,0,0"), ("--build-up",), ("-o", "a.vtu")):
@@ -240,7 +241,10 @@ class Elements(Laminates):
         self.file("ring.xyz", "%f %f %f\n" * 4 % tuple(x for k in (20, 24, 88, 84) for x in uneven_sheet()[0][k]))
         plies = [{"name": "a", "angle": 0}, {"name": "b", "angle": 45}, {"name": "c", "angle": 0}, {"name": "d", "angle": 0, "region": "ring.xyz"}]
         report, _ = self.laminate(mesh, plies, "--step", "0.6", "--start", "middle", "-o", "book.pdf", expect=None)
-        self.assertIsNotNone(report["plies"][3]["drape"])
+        # A region counts its own cells alone.
+        whole, part = (report["plies"][k]["drape"] for k in (0, 3))
+        self.assertLess(part["cells"], 0.2 * whole["cells"])
+        self.assertLess(part["largestShear"], whole["largestShear"])
         subprocess.run(["pdftoppm", "-r", "40", "-f", "2", "-gray", "-y", "60", "-H", "140", "-W", "230", "book.pdf", "page"], cwd=self.folder, check=True)
         a, b, c, d = (path.read_bytes() for path in sorted(self.folder.glob("page*.pgm")))
         self.assertEqual(a, c)

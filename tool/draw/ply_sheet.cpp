@@ -1,6 +1,8 @@
 // The region's line and the net lines are met as polygons of whole numbers, some nine digits wide.
 #include "tool/draw/ply_sheet.h"
 
+#include "host/cloth/cell_cover.h"
+
 #include <algorithm>
 #include <clipper.hpp>
 #include <cmath>
@@ -82,16 +84,52 @@ void cutAt(NetPattern& net, const Grid& grid, const std::vector<Cell>& cells,
     net = std::move(part);
 }
 
-void fill(PlySheet& sheet, const SheetWishes& wishes) {
+// Shear of the cells whose middle lies within a region, as of the cells on the surface otherwise.
+void measureWithin(Measures& m, const Grid& grid, const std::vector<FlatPoint>& region) {
+    double sum = 0.0;
+    double largest = 0.0;
+    std::size_t count = 0;
+    std::size_t locked = 0;
+    for (const Cell& cell : m.cells) {
+        if (!cell.onSurface || !liesWithin(flatPlace(grid, cell, {0, Cover::whole, 0.5, 0.5}), region)) {
+            continue;
+        }
+        const double shear = std::abs(cell.shear);
+        sum += shear;
+        largest = std::max(largest, shear);
+        locked += shear > m.lockingAngle ? 1 : 0;
+        ++count;
+    }
+    if (count > 0) {
+        m.meanShear = sum / static_cast<double>(count);
+        m.largestShear = largest;
+        m.shareBeyondLocking = static_cast<double>(locked) / static_cast<double>(count);
+        m.cellsOnSurface = count;
+    }
+}
+
+// Of the mould, by the elements on which a ply lies.
+double shareOfElements(const Laminate& laminate, const LaidPly& ply) {
+    double covered = 0.0;
+    double all = 0.0;
+    for (std::size_t e = 0; e < ply.fibres.size(); ++e) {
+        all += laminate.facets[e].area;
+        covered += ply.fibres[e].cover != ElementCover::none ? laminate.facets[e].area : 0.0;
+    }
+    return all > 0.0 ? covered / all : 0.0;
+}
+
+void fill(PlySheet& sheet, const Laminate& laminate, const SheetWishes& wishes) {
     const LaidPly& ply = *sheet.ply;
     const Trial& drape = *sheet.drape;
     sheet.measures = drape.measures;
     if (!ply.region.empty()) {
         cutAt(sheet.measures.net, drape.grid, drape.measures.cells, ply.region);
+        measureWithin(sheet.measures, drape.grid, ply.region);
     }
     sheet.cut = cutLinesOf(sheet.measures.net, wishes.allowance);
     sheet.area = sheet.measures.net.area;
-    sheet.coveredShare = sheet.measures.coveredShare;
+    sheet.coveredShare = ply.region.empty() ? sheet.measures.coveredShare : shareOfElements(laminate, ply);
     const double mm = wishes.millimetresPerUnit;
     if (ply.wish.cloth.density && ply.wish.cloth.thickness > 0.0) {
         sheet.mass = *ply.wish.cloth.density * 1e-6 * sheet.area * ply.wish.cloth.thickness * mm * mm * mm;
@@ -129,7 +167,7 @@ std::vector<std::unique_ptr<PlySheet>> sheetsOf(const Laminate& laminate, const 
             sheet.piece = ply.pieces ? k + 1 : 0;
             if (k < drapes.size()) {
                 sheet.drape = drapes[k];
-                fill(sheet, wishes);
+                fill(sheet, laminate, wishes);
             }
         }
     }
