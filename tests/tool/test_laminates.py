@@ -212,6 +212,7 @@ class Elements(Laminates):
         with open(self.folder / "c.core.csv", newline="") as table:
             core = list(csv.DictReader(table))
         self.assertEqual([c["ply"] for c in core], ["a", "b", "c"])
+        self.assertEqual([(c["core"], c["layer"], c["sequence"]) for c in core], [("1", k, k) for k in "123"])
         for c, row in zip(core, by_element[int(core[0]["element"])]):
             self.assertAlmostEqual(float(c["angle_rosette_deg"]), float(row["angle_rosette_deg"]), delta=3.0)
             self.assertAlmostEqual(float(c["thickness"]), float(row["thickness"]), 2)
