@@ -34,9 +34,11 @@ const lineKinds = ["edge", "cloth", "curve"]; // of the pattern, where the cloth
 const restPixels = 2; // of the screen's, along each side
 const restAfter = 160; // milliseconds
 
-// While something is dragged, frames that take longer than this are drawn with fewer pixels.
+// While something is dragged, frames that take longer than this are drawn with fewer pixels. A canvas that
+// changes its size waits for all that was drawn before, so that happens in two steps at most.
 const slowFrame = 34; // milliseconds
-const fewestPixels = 0.5; // of the screen's, along each side
+const fewerPixels = { 1: 0.7, 0.7: 0.5 }; // of the screen's, along each side
+const softwarePixels = 0.5; // from the start where there is no graphics card
 
 const mostForHover = 400000; // triangles of cloth for which a search tree is made to find the one under the pointer
 
@@ -68,6 +70,7 @@ export class Stage {
     #before = 0; // when the frame before was drawn
     #share = 1; // of the screen's pixels, along each side
     #hurried = false;
+    #drawnSize = "";
     #software = false;
     #restTimer = 0;
     #untouched = true; // nobody has moved the pattern by hand
@@ -393,7 +396,7 @@ export class Stage {
 
     #drawNow(resting = false) {
         clearTimeout(this.#restTimer);
-        if (this.#software && !resting) {
+        if (this.#software && !resting && !this.#hurried) {
             this.#restTimer = setTimeout(() => this.#drawNow(true), restAfter);
         }
         const { clientWidth: width, clientHeight: height } = this.canvas.parentElement;
@@ -401,10 +404,10 @@ export class Stage {
             this.#keepPace();
         }
         const ratio = Math.min(window.devicePixelRatio, 2) * (resting ? restPixels : this.#share);
-        const size = this.#renderer.getSize(new Vector2());
-        if (size.x !== width || size.y !== height || this.#renderer.getPixelRatio() !== ratio) {
-            this.#renderer.setPixelRatio(ratio);
-            this.#renderer.setSize(width, height, false);
+        const drawn = [width, height, ratio].join();
+        if (drawn !== this.#drawnSize) {
+            this.#drawnSize = drawn;
+            this.#renderer.setDrawingBufferSize(width, height, ratio);
         }
         this.#fitCameras();
         this.beforeDraw();
@@ -418,17 +421,15 @@ export class Stage {
         const took = now - this.#before;
         this.#before = now;
         if (this.#hurried && took > slowFrame && took < 500) {
-            this.#share = Math.max(fewestPixels, this.#share * 0.85);
+            this.#share = fewerPixels[this.#share] ?? this.#share;
         }
     }
 
     // While something is dragged, keeping up goes before sharpness.
     hurry(hurried) {
         this.#hurried = hurried;
-        if (!hurried) {
-            this.#share = 1;
-            this.draw();
-        }
+        this.#share = hurried && this.#software ? softwarePixels : 1;
+        this.draw();
     }
 
     #fitCameras() {
