@@ -2,11 +2,11 @@
 #include "host/cloth/joined_cells.h"
 
 #include "drape.h"
+#include "host/mesh/counting_sort.h"
 
 #include <algorithm>
 #include <iterator>
 #include <numeric>
-#include <tuple>
 
 namespace drape::host {
 
@@ -25,10 +25,8 @@ std::pair<std::int32_t, std::int32_t> crossAt(const Grid& grid, std::int32_t nod
 std::vector<std::int32_t> nodesByCross(const Grid& grid) {
     std::vector<std::int32_t> order(at(grid.count));
     std::iota(order.begin(), order.end(), 0);
-    std::sort(order.begin(), order.end(), [&](std::int32_t a, std::int32_t b) {
-        return std::tuple_cat(crossAt(grid, a), std::tuple(a)) <
-               std::tuple_cat(crossAt(grid, b), std::tuple(b));
-    });
+    countingSort(order, [&](std::int32_t node) { return grid.j[at(node)]; });
+    countingSort(order, [&](std::int32_t node) { return grid.i[at(node)]; });
     return order;
 }
 
@@ -94,7 +92,9 @@ JoinedCloth joinedCloth(const Grid& grid, const std::vector<Cell>& cells) {
         }
     }
     std::transform(cloth.normals.begin(), cloth.normals.end(), cloth.normals.begin(), unit);
-    std::sort(byPlaces.begin(), byPlaces.end());
+    if (!std::is_sorted(byPlaces.begin(), byPlaces.end())) {
+        std::sort(byPlaces.begin(), byPlaces.end());
+    }
     for (std::size_t k = 0; k < byPlaces.size(); ++k) {
         if (k == 0 || byPlaces[k].first != byPlaces[k - 1].first) {
             JoinedCell cell{byPlaces[k].first, {}, {}};
@@ -141,21 +141,18 @@ bool shareMould(const Seen& a, const Seen& b) {
 } // namespace
 
 std::vector<std::vector<std::size_t>> cellsAtOnePlace(const Grid& grid, const JoinedCloth& cloth) {
-    std::vector<std::tuple<std::int32_t, std::int32_t, std::size_t>> order;
-    for (std::size_t c = 0; c < cloth.cells.size(); ++c) {
-        const std::int32_t node = cloth.cells[c].places[0];
-        order.emplace_back(grid.i[at(node)], grid.j[at(node)], c);
-    }
-    std::sort(order.begin(), order.end());
+    const auto cross = [&](std::size_t c) { return crossAt(grid, cloth.cells[c].places[0]); };
+    std::vector<std::size_t> order(cloth.cells.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    countingSort(order, [&](std::size_t c) { return cross(c).second; });
+    countingSort(order, [&](std::size_t c) { return cross(c).first; });
     std::vector<std::vector<std::size_t>> groups;
     for (std::size_t k = 1; k < order.size(); ++k) {
-        const auto& [i, j, cell] = order[k];
-        const auto& [lastI, lastJ, last] = order[k - 1];
-        if (i == lastI && j == lastJ) {
-            if (groups.empty() || groups.back().back() != last) {
-                groups.push_back({last});
+        if (cross(order[k]) == cross(order[k - 1])) {
+            if (groups.empty() || groups.back().back() != order[k - 1]) {
+                groups.push_back({order[k - 1]});
             }
-            groups.back().push_back(cell);
+            groups.back().push_back(order[k]);
         }
     }
     return groups;

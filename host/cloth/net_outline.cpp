@@ -4,6 +4,7 @@
 // pieces are chained.
 #include "host/cloth/net_outline.h"
 
+#include "host/mesh/counting_sort.h"
 #include "host/mesh/nearest_point.h"
 
 #include <algorithm>
@@ -43,9 +44,9 @@ std::vector<SideUse> sideUses(const ClothRegions& all) {
                             static_cast<std::int32_t>(k), from < to});
         }
     }
-    std::sort(uses.begin(), uses.end(), [](const SideUse& a, const SideUse& b) {
-        return std::tie(a.low, a.high, a.cell) < std::tie(b.low, b.high, b.cell);
-    });
+    // Those of one side stay by rising cell.
+    countingSort(uses, [](const SideUse& use) { return use.high; });
+    countingSort(uses, [](const SideUse& use) { return use.low; });
     return uses;
 }
 
