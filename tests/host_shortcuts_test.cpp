@@ -4,11 +4,15 @@
 #include "host_drape.h"
 
 #include "host/cloth/cell_cover.h"
+#include "host/mesh/counting_sort.h"
 #include "host/mesh/front.h"
+#include "host/mesh/turn.h"
 #include "host/search/ranking.h"
 
 #include <algorithm>
+#include <cmath>
 #include <gtest/gtest.h>
+#include <numbers>
 #include <random>
 #include <set>
 #include <thread>
@@ -40,6 +44,36 @@ TEST(HostShortcuts, CoverIsThatOfTheNearestCell) {
     }
     for (const int count : seen) {
         EXPECT_GT(count, 100);
+    }
+}
+
+TEST(HostShortcuts, CountingSortsAsAStableSortDoes) {
+    std::mt19937 random(3);
+    std::vector<std::pair<std::int32_t, int>> entries;
+    host::countingSort(entries, [](const auto& entry) { return entry.first; });
+    EXPECT_TRUE(entries.empty());
+    for (int k = 0; k < 500; ++k) {
+        entries.emplace_back(static_cast<std::int32_t>(random() % 60) - 40, k);
+    }
+    auto expected = entries;
+    std::stable_sort(expected.begin(), expected.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    host::countingSort(entries, [](const auto& entry) { return entry.first; });
+    EXPECT_EQ(entries, expected);
+}
+
+TEST(HostShortcuts, TurnsAreSineAndCosine) {
+    for (int k = -7300; k <= 7300; ++k) {
+        const double degrees = 0.1 * k;
+        const host::Turn turn = host::turnOf(degrees);
+        const double radians = degrees * std::numbers::pi / 180.0;
+        EXPECT_NEAR(turn.cosine, std::cos(radians), 1e-14);
+        EXPECT_NEAR(turn.sine, std::sin(radians), 1e-14);
+    }
+    const std::array<std::array<double, 2>, 4> quarters{{{1.0, 0.0}, {0.0, 1.0}, {-1.0, 0.0}, {0.0, -1.0}}};
+    for (int k = -8; k <= 8; ++k) {
+        const host::Turn turn = host::turnOf(90.0 * k);
+        EXPECT_EQ((std::array{turn.cosine, turn.sine}), quarters[static_cast<std::size_t>((k + 8) % 4)]);
     }
 }
 

@@ -6,6 +6,7 @@
 #include "host/mesh/nearest_point.h"
 #include "host/mesh/point.h"
 #include "host/mesh/text.h"
+#include "host/mesh/turn.h"
 
 #include <algorithm>
 #include <numbers>
@@ -40,12 +41,6 @@ constexpr int mostMoves = 20;
 double rounded(double value) {
     const double unit = std::pow(10.0, std::floor(std::log10(value)) - 1.0);
     return std::round(value / unit) * unit;
-}
-
-// `v` turned by `degrees` about the unit vector `axis`, to which it is square.
-Point turned(const Point& v, const Point& axis, double degrees) {
-    const double radians = degrees * std::numbers::pi / 180.0;
-    return std::cos(radians) * v + std::sin(radians) * cross(axis, v);
 }
 
 Point inPlane(const Point& wanted, const Point& normal) {

@@ -134,6 +134,16 @@ class Page:
         with self.drape():
             self.mouse("mouseReleased", x, y)
 
+    def fingers(self, *paths):
+        """Puts fingers down, one per path of places, moves all along theirs and lifts them."""
+        self.command("Emulation.setTouchEmulationEnabled", enabled=True, maxTouchPoints=5)
+        for step, places in enumerate(zip(*paths)):
+            points = [{"x": x, "y": y, "id": number} for number, (x, y) in enumerate(places)]
+            self.command("Input.dispatchTouchEvent", type="touchMove" if step else "touchStart", touchPoints=points)
+            time.sleep(0.05)
+        self.command("Input.dispatchTouchEvent", type="touchEnd", touchPoints=[])
+        self.command("Emulation.setTouchEmulationEnabled", enabled=False)
+
     def saved(self, kind):
         """Bytes of a file that the page saves."""
         before = set(self.downloads.iterdir())

@@ -78,7 +78,9 @@ class PageTest(unittest.TestCase):
         self.assertIsNone(same(ours, theirs))
         for part in ("nodes", "cells", "status", "nodesOnSurface", "endedNear"):
             self.assertEqual(ours["result"][part], theirs["result"][part])
-        self.assertEqual(ours["choice"]["seed"], theirs["choice"]["seed"])
+        # The start, and with it the grid, to the last bit.
+        for part in ("seed", "warp", "weft", "normal", "rosette", "step", "tolerance"):
+            self.assertEqual(ours["choice"][part], theirs["choice"][part], part)
 
     def open_bytes(self, name, data):
         path = self.folder / name
@@ -159,6 +161,25 @@ class Hands(PageTest):
         with self.page.drape():
             self.page.click("reset")
         self.assertEqual(self.page.report()["choice"]["seed"], before)
+
+    def test_fingers_drag_turn_and_pinch(self):
+        page = self.page
+        before = page.report()["choice"]
+        x, y = page.settled("seed")
+        with page.drape():
+            page.fingers([(x + 9 * k, y + 3 * k) for k in range(8)])
+        page.until(lambda: page.report()["choice"]["seed"] != before["seed"], "a seed moved by a finger")
+        self.assert_as_the_program()
+        x, y = page.settled("knob")
+        with page.drape():
+            page.fingers([(x - 6 * k, y - 8 * k) for k in range(6)])
+        self.assertNotEqual(page.report()["choice"]["angle"], before["angle"])
+        seed, drapes = page.settled("seed"), page.drapes()
+        across = (seed[0] - 90, seed[1] + 150)  # off the marks; what lies between the fingers stays there
+        page.fingers([(across[0] - 20 - 8 * k, across[1]) for k in range(8)],
+                     [(across[0] + 20 + 8 * k, across[1]) for k in range(8)])
+        self.assertGreater(math.dist(page.settled("seed"), across), 1.2 * math.dist(seed, across))
+        self.assertEqual(page.drapes(), drapes)
 
     def test_ring_turns_the_cloth(self):
         self.page.drag("knob", [(-6, -10), (-14, -12), (-18, -8)])
