@@ -352,7 +352,6 @@ TEST(Run, CodesOfShapesThatCannotBeDraped) {
     }
 }
 
-// A failed run may leave the marks that a finished one rewrites.
 // Corners on a line but for rounding have a cross product that points anywhere. The seed's triangle is told
 // by the measure of all triangles, not by what that product makes of itself.
 TEST(Run, SeedOnATriangleThatIsFlatButForRounding) {
@@ -378,8 +377,19 @@ TEST(Run, SeedOnATriangleThatIsFlatButForRounding) {
         ASSERT_EQ(grid.count, 1) << k;
         ASSERT_EQ(distanceOf(positionOf(grid, 1), settings.seed), 0.0);
     }
+    // The sides that leave the first corner count: square to each other they enclose something, however short
+    // one is.
+    Surface needle;
+    needle.vertPos = {0, 0, 0, 1, 0, 0, 0, 1e-14, 0};
+    needle.triVerts = {1, 2, 3};
+    joinUp(needle);
+    Settings settings;
+    std::fill_n(settings.seed, 3, 0.0);
+    settings.stepA = settings.stepB = 0.3;
+    EXPECT_NE(drape(needle, settings).status, DRAPE_NORMAL_NOT_UNIT);
 }
 
+// A failed run may leave the marks that a finished one rewrites.
 TEST(Run, FailedRunsKeepTheMarksOfTheirRepairs) {
     const Surface surface = dome(8.0, 24, 1);
     Settings settings = seededAt(surface, 0.2, 3.3, 0.8);
