@@ -44,21 +44,21 @@ private:
 TerritorySpread overThreads(int wanted) {
     const int cores = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
     const int threads = wanted > 0 ? wanted : cores;
-    return [threads](const std::vector<PieceStart>& starts,
-                     const std::function<Territory(const PieceStart&)>& work) {
-        const std::size_t count = starts.size();
-        std::vector<Territory> results(count);
-        std::atomic<std::size_t> next{0};
-        const auto drapeNext = [&] {
-            const std::size_t k = next++;
-            if (k < count) {
-                results[k] = work(starts[k]);
-            }
-            return k < count;
+    return
+        [threads](const std::vector<PieceTry>& tries, const std::function<Territory(const PieceTry&)>& work) {
+            const std::size_t count = tries.size();
+            std::vector<Territory> results(count);
+            std::atomic<std::size_t> next{0};
+            const auto drapeNext = [&] {
+                const std::size_t k = next++;
+                if (k < count) {
+                    results[k] = work(tries[k]);
+                }
+                return k < count;
+            };
+            runWorkers(std::min(threads, static_cast<int>(count)), drapeNext, nullptr);
+            return results;
         };
-        runWorkers(std::min(threads, static_cast<int>(count)), drapeNext, nullptr);
-        return results;
-    };
 }
 
 void showProgress(const CoverProgress& progress) {

@@ -1,8 +1,7 @@
-// Cells are taken in the order of their distance from the seed, counted in cells, so that those on which one
-// hangs are decided before it. Then the mould is walked from the seed, vertex by vertex, each finding its
-// place on the cloth from its neighbour's; so every vertex lies under one layer, and where cloth comes
-// together that has come different ways, neighbours lie far apart on the pattern and the cells there are
-// given up. The distance from where the region ends is worked out on the nodes.
+// Cells are taken from the seed outward. Then the mould is walked from the seed, vertex by vertex, each
+// finding its place on the cloth from its neighbour's; so every vertex lies under one layer, and where cloth
+// comes together that has come different ways, neighbours lie far apart on the pattern and the cells there
+// are given up. The distance from where the region ends is worked out on the nodes.
 #include "host/cloth/good_region.h"
 
 #include "drape.h"
@@ -13,7 +12,7 @@
 #include <algorithm>
 #include <optional>
 #include <queue>
-#include <tuple>
+#include <set>
 
 namespace drape::host {
 
@@ -27,6 +26,8 @@ constexpr int longestWalk = 8;        // cells from one vertex to the next
 constexpr double mostStretch = 3.0;   // pattern between neighbouring vertices against the edge between them,
 constexpr double stretchSlack = 0.7;  // and cells beside
 constexpr double withinLimit = 0.999; // of the cloth's width and length, for a piece to stay below them
+constexpr double atEnd = 0.95;        // of the most area, for a strip at an end of the region
+constexpr double pastEnd = 0.2;       // cells
 constexpr int mostTears = 4;
 constexpr double mostGap = 1.0; // cells
 constexpr int smoothings = 4;
@@ -86,10 +87,8 @@ private:
     std::vector<std::int32_t> cellAt_; // per node
 };
 
-// Cells between a cell and the fibre line through the seed.
-std::int32_t rank(std::int32_t corner) {
-    return corner >= 0 ? corner : -1 - corner;
-}
+// Lower corners, as grid coordinates from the seed, of cells that aren't to be had.
+using BlockedCells = std::set<std::array<std::int32_t, 2>>;
 
 struct Place {
     std::int32_t cell = none;
@@ -98,8 +97,9 @@ struct Place {
 
 class Growth {
 public:
-    Growth(const Ground& ground, const Lattice& lattice, const GoodWishes& wishes, BlockedCells blocked)
-        : ground_(ground), lattice_(lattice), wishes_(wishes), blocked_(std::move(blocked)) {
+    Growth(const Ground& ground, const Lattice& lattice, const GoodWishes& wishes,
+           const std::vector<double>& within)
+        : ground_(ground), lattice_(lattice), wishes_(wishes), within_(within) {
         for (std::size_t c = 0; c < lattice.cells.size(); ++c) {
             maps_.push_back(lattice.mapOf(static_cast<std::int32_t>(c)));
         }
@@ -118,7 +118,6 @@ public:
         region.depths = depths();
         region.rooms = rooms();
         region.trouble = std::move(trouble_);
-        region.blocked = std::move(blocked_);
         return region;
     }
 
@@ -136,32 +135,18 @@ private:
                (!c.onSurface || (std::abs(c.shear) <= wishes_.lockingAngle && maps_[at(cell)].isConvex()));
     }
 
-    // Whether a cell stands on the cells between it and the lines through the seed.
-    bool isHeld(std::int32_t cell) const {
-        const auto [i, j] = lattice_.corner(cell);
-        const auto holds = [&](std::int32_t other, const std::array<std::int32_t, 2>& corner) {
-            return other == none ? blocked_.count(corner) == 0
-                                 : taken_[at(other)] != 0 || !touchesMould(other);
-        };
-        return (i == 0 || i == -1 ||
-                holds(lattice_.beyond(cell, i > 0 ? 3 : 1), {i > 0 ? i - 1 : i + 1, j})) &&
-               (j == 0 || j == -1 || holds(lattice_.beyond(cell, j > 0 ? 0 : 2), {i, j > 0 ? j - 1 : j + 1}));
-    }
-
     void takeCells() {
         taken_.assign(lattice_.cells.size(), 0);
         trouble_.clear();
         if (lattice_.grid.count == 0) {
             return;
         }
-        using Step = std::tuple<std::int32_t, std::int32_t>; // distance, cell
-        std::priority_queue<Step, std::vector<Step>, std::greater<>> open;
+        std::vector<std::int32_t> open;
         std::vector<char> seen(taken_.size(), 0);
         const auto offer = [&](std::int32_t cell) {
             if (cell != none && seen[at(cell)] == 0 && touchesMould(cell)) {
                 seen[at(cell)] = 1;
-                const auto [i, j] = lattice_.corner(cell);
-                open.emplace(rank(i) + rank(j), cell);
+                open.push_back(cell);
             }
         };
         const Grid& grid = lattice_.grid;
@@ -170,18 +155,15 @@ private:
         offer(lattice_.cellAt(grid.link3[0] - 1));
         offer(lattice_.cellAt(below));
         offer(below < 0 ? none : lattice_.cellAt(grid.link3[at(below)] - 1));
-        while (!open.empty()) {
-            const std::int32_t cell = std::get<1>(open.top());
-            open.pop();
-            const bool held = isHeld(cell);
-            if (held && !isGood(cell)) {
+        for (std::size_t next = 0; next < open.size(); ++next) {
+            const std::int32_t cell = open[next];
+            if (!isGood(cell)) {
                 trouble_.push_back(cellCentre(grid, lattice_.cells[at(cell)]));
-                blocked_.insert(lattice_.corner(cell));
-            } else if (held) {
-                taken_[at(cell)] = 1;
-                for (std::size_t k = 0; k < 4; ++k) {
-                    offer(lattice_.beyond(cell, k));
-                }
+                continue;
+            }
+            taken_[at(cell)] = 1;
+            for (std::size_t k = 0; k < 4; ++k) {
+                offer(lattice_.beyond(cell, k));
             }
         }
     }
@@ -194,7 +176,7 @@ private:
             const double most = withinLimit * (axis == 0 ? wishes_.mostAlongWarp : wishes_.mostAlongWeft);
             std::vector<std::pair<double, double>> places; // along the axis, with their areas
             for (std::size_t v = 0; v < places_.size(); ++v) {
-                if (places_[v].cell != none) {
+                if (places_[v].cell != none && within_[v] > 0.0) {
                     places.emplace_back(flatOf(places_[v])[axis], ground_.areas[v]);
                 }
             }
@@ -213,8 +195,9 @@ private:
         return rooms;
     }
 
-    // Lower end of the strip `width` wide that holds 0 and the most area. `places` rise.
-    static double fullestStrip(const std::vector<std::pair<double, double>>& places, double width) {
+    // Lower end of the strip `width` wide that holds 0 and the most area; one that begins or ends where the
+    // region does is as good with a little less, as it leaves no narrow rest. `places` rise.
+    double fullestStrip(const std::vector<std::pair<double, double>>& places, double width) const {
         double best = -0.5 * width;
         double most = -1.0;
         double held = 0.0;
@@ -229,6 +212,18 @@ private:
                 best = low;
             }
             held -= places[first].second;
+        }
+        const double beyond = pastEnd * std::min(lattice_.stepA, lattice_.stepB);
+        double enough = atEnd * most;
+        for (const double low : {places.front().first - beyond, places.back().first + beyond - width}) {
+            double area = 0.0;
+            for (const auto& [x, part] : places) {
+                area += x >= low && x <= low + width ? part : 0.0;
+            }
+            if (low < 0.0 && low + width > 0.0 && area > enough) {
+                enough = area;
+                best = low;
+            }
         }
         return best;
     }
@@ -423,7 +418,7 @@ private:
         for (int k = 0; k < smoothings; ++k) {
             nodes = smoothed(nodes);
         }
-        std::vector<double> result(places_.size(), -1.0);
+        std::vector<double> result(places_.size(), -std::max(lattice_.stepA, lattice_.stepB));
         for (std::size_t v = 0; v < places_.size(); ++v) {
             if (places_[v].cell != none) {
                 const auto& n = lattice_.cells[at(places_[v].cell)].nodes;
@@ -470,6 +465,7 @@ private:
     const Ground& ground_;
     const Lattice& lattice_;
     const GoodWishes& wishes_;
+    const std::vector<double>& within_;
     BlockedCells blocked_;
     std::vector<CellMap> maps_;  // per cell
     std::vector<char> taken_;    // per cell
@@ -480,9 +476,9 @@ private:
 } // namespace
 
 GoodRegion goodRegionOf(const Ground& ground, const Grid& grid, const std::vector<Cell>& cells,
-                        const GoodWishes& wishes, const BlockedCells& blocked) {
+                        const GoodWishes& wishes, const std::vector<double>& within) {
     const Lattice lattice(grid, cells);
-    return Growth(ground, lattice, wishes, blocked).grown();
+    return Growth(ground, lattice, wishes, within).grown();
 }
 
 } // namespace drape::host

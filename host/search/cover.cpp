@@ -1,9 +1,11 @@
-// Candidates come in batches. The first spreads seeds over the surface; each later one looks at the best
-// choice so far and draws seeds where it is bare, or where it would be with a piece less, and around the
-// seeds that were taken.
+// Pieces are planned one after the other. From many starts in what is bare the one that adds most is taken,
+// until enough is covered; several first pieces are carried on like that. Then pieces of the best plan are
+// given up again, one or a few side by side, and what gets bare is covered anew, with fewer if that goes.
 #include "host/search/cover.h"
 
+#include "host/mesh/patch.h"
 #include "host/search/cover_layout.h"
+#include "host/search/cover_plan.h"
 
 #include <algorithm>
 
@@ -13,15 +15,19 @@ using namespace vec;
 
 namespace {
 
-constexpr std::size_t firstSeeds = 32;
-constexpr std::size_t batchSize = 16;
-constexpr std::size_t usualBatches = 8;
-constexpr std::size_t batchesInVain = 3; // that gain next to nothing, before the search usually ends
-constexpr double nextToNothing = 2e-3;   // of the area
-constexpr double leastGain = 1e-3;       // of the area, for a piece more
+constexpr std::size_t firstSeeds = 24;
+constexpr std::size_t firstPieces = 3;  // that plans are made from
+constexpr double sameFirst = 0.8;       // of its area under an other one, for a first piece not to count
+constexpr std::size_t freshSeeds = 6;   // for each further piece
+constexpr std::size_t knownSeeds = 3;   // beside, of those that were tried on the whole surface
+constexpr std::size_t usualTries = 200; // after which no further change is begun
+constexpr std::size_t changesInVain = 8;
+constexpr double nextToNothing = 2e-3; // of the area
+constexpr double leastGain = 1e-3;     // of the area, for a piece more
 constexpr std::size_t mostPieces = 99;
-constexpr int mostAdditions = 5;
+constexpr int mostAdditions = 3;
 constexpr double moreShare = 2e-3; // asked for beside, as a layout can lose it
+constexpr double wellInside = 0.3; // of the most room there is around a seed
 
 // Numbers that are the same on every machine.
 class Dice {
@@ -44,89 +50,179 @@ private:
 
 class Search {
 public:
-    Search(const CoverGround& cover, const CoverWishes& wishes, const TerritorySpread& spread)
-        : cover_(cover), wishes_(wishes), spread_(spread), dice_(1) {}
+    Search(const CoverGround& cover, const CoverWishes& wishes, const TerritorySpread& spread,
+           const GoOn& heard)
+        : cover_(cover), wishes_(wishes), spread_(spread), heard_(heard), dice_(1),
+          best_(cover, wishes.overlap) {}
 
-    // False if `heard` ended it.
-    bool run(const GoOn& heard, bool endless) {
-        if (tried_ == 0) {
-            drape(firstStarts());
-        }
-        std::size_t inVain = 0;
-        for (std::size_t batch = 0; endless || (batch < usualBatches && inVain < batchesInVain); ++batch) {
-            if (heard && !heard({tried_, best_.taken.size(), best_.coveredShare})) {
-                return false;
+    bool isStopped() const { return stopped_; }
+
+    void begin() {
+        const CoverPlan none(cover_, wishes_.overlap);
+        known_ = draped(firstStarts(), none);
+        std::vector<Territory> firsts;
+        std::vector<Territory> byArea(known_);
+        std::stable_sort(byArea.begin(), byArea.end(),
+                         [](const Territory& a, const Territory& b) { return a.area > b.area; });
+        for (const Territory& territory : byArea) {
+            if (firsts.size() < firstPieces && std::none_of(firsts.begin(), firsts.end(), [&](const auto& f) {
+                    return sharedArea(f, territory) > sameFirst * territory.area;
+                })) {
+                firsts.push_back(territory);
             }
-            const CoverChoice before = best_;
-            drape(nextStarts());
-            const bool reached = best_.coveredShare >= wishes_.share;
-            const bool fewer =
-                reached && (before.coveredShare < wishes_.share || best_.taken.size() < before.taken.size());
-            const bool better = fewer || best_.coveredShare > before.coveredShare + nextToNothing;
-            inVain = better ? 0 : inVain + 1;
         }
-        return true;
+        for (const Territory& first : firsts) {
+            CoverPlan plan(none);
+            plan.add(first);
+            carryOn(std::move(plan), {});
+        }
+    }
+
+    // Gives up pieces and covers anew what gets bare, as often as is usual or until it is stopped.
+    void improve(bool endless) {
+        std::size_t inVain = 0;
+        while (!stopped_ && !best_.territories().empty() &&
+               (endless || (tried_ < usualTries && inVain < changesInVain))) {
+            const std::size_t count = best_.territories().size();
+            const double share = best_.coveredShare();
+            change();
+            const bool gained =
+                best_.territories().size() < count || best_.coveredShare() > share + nextToNothing;
+            inVain = gained ? 0 : inVain + 1;
+        }
     }
 
     // Whether a set is better than another.
     bool beats(const PieceSet& a, const PieceSet& b) const {
-        const bool reachesA = a.coveredShare >= wishes_.share;
-        const bool reachesB = b.coveredShare >= wishes_.share;
-        if (reachesA != reachesB) {
-            return reachesA;
-        }
-        if (!reachesA && std::abs(a.coveredShare - b.coveredShare) > nextToNothing) {
-            return a.coveredShare > b.coveredShare;
-        }
-        return a.pieces.size() != b.pieces.size() ? a.pieces.size() < b.pieces.size()
-                                                  : a.seamLength < b.seamLength;
+        return isBetter({a.coveredShare, a.pieces.size(), a.seamLength},
+                        {b.coveredShare, b.pieces.size(), b.seamLength}, wishes_.share);
     }
 
-    // Lays the best choice out. What that leaves bare, since not every piece drapes as it is cut, gets
-    // further pieces beside those that are settled.
+    // Lays the best plan out. What that leaves bare, as a piece may not drape as it was cut, gets further
+    // pieces beside those that are settled.
     PieceSet laid() {
         std::vector<Territory> left;
-        PieceSet best = laidOut(cover_, wishes_, territories_, best_.taken, left);
+        PieceSet best = laidOut(cover_, wishes_, best_.territories(), left);
         for (int k = 0; k < mostAdditions && best.coveredShare < wishes_.share && !left.empty(); ++k) {
-            std::vector<std::size_t> kept;
+            CoverPlan plan(cover_, wishes_.overlap);
             for (const Territory& territory : left) {
-                kept.push_back(territories_.size());
-                territories_.push_back(territory);
+                plan.add(territory);
             }
-            drape(startsOutside(kept));
-            const CoverChoice choice =
-                chosenOf(ground(), territories_, std::min(1.0, wishes_.share + moreShare),
-                         0.5 * wishes_.overlap, leastGain, mostPieces, kept);
+            addPieces(plan, {}, mostPieces);
             std::vector<Territory> nextLeft;
-            PieceSet next = laidOut(cover_, wishes_, territories_, choice.taken, nextLeft);
-            territories_.erase(territories_.begin() + static_cast<std::ptrdiff_t>(kept.front()),
-                               territories_.begin() + static_cast<std::ptrdiff_t>(kept.back()) + 1);
-            if (beats(next, best)) {
-                best = std::move(next);
-                left = std::move(nextLeft);
+            PieceSet next = laidOut(cover_, wishes_, plan.territories(), nextLeft);
+            if (!beats(next, best)) {
+                break;
             }
+            best = std::move(next);
+            left = std::move(nextLeft);
         }
-        best_ = choose(wishes_.share, mostPieces);
         return best;
     }
 
 private:
-    const Ground& ground() const { return cover_.ground; }
-    const Point& place(std::size_t v) const { return ground().mesh.positions[v]; }
+    struct Worth {
+        double share;
+        std::size_t pieces;
+        double seams;
+    };
 
-    CoverChoice choose(double share, std::size_t most) const {
-        return chosenOf(ground(), territories_, share, 0.5 * wishes_.overlap, leastGain, most);
+    static bool isBetter(const Worth& a, const Worth& b, double share) {
+        if ((a.share >= share) != (b.share >= share)) {
+            return a.share >= share;
+        }
+        if (a.share < share && std::abs(a.share - b.share) > nextToNothing) {
+            return a.share > b.share;
+        }
+        return a.pieces != b.pieces ? a.pieces < b.pieces : a.seams < b.seams;
     }
 
-    void drape(const std::vector<PieceStart>& starts) {
-        for (Territory& territory :
-             spread_(starts, [&](const PieceStart& start) { return territoryOf(cover_, start); })) {
-            if (!territory.vertices.empty()) {
-                territories_.push_back(std::move(territory));
-            }
+    const Ground& ground() const { return cover_.ground; }
+    const Point& place(std::size_t v) const { return ground().mesh.positions[v]; }
+    double wanted() const { return std::min(1.0 - 1e-9, wishes_.share + moreShare); }
+
+    double sharedArea(const Territory& a, const Territory& b) const {
+        std::vector<char> inA(ground().vertexCount(), 0);
+        for (std::size_t k = 0; k < a.vertices.size(); ++k) {
+            inA[at(a.vertices[k])] = a.depths[k] > 0.0F ? 1 : 0;
         }
+        double shared = 0.0;
+        for (std::size_t k = 0; k < b.vertices.size(); ++k) {
+            const std::size_t v = at(b.vertices[k]);
+            shared += b.depths[k] > 0.0F && inA[v] != 0 ? ground().areas[v] : 0.0;
+        }
+        return shared;
+    }
+
+    // Those that cover something, in order. None once the search is stopped.
+    std::vector<Territory> draped(const std::vector<PieceStart>& starts, const CoverPlan& plan) {
+        stopped_ =
+            stopped_ || (heard_ && !heard_({tried_, best_.territories().size(), best_.coveredShare()}));
+        std::vector<Territory> territories;
+        if (stopped_ && tried_ > 0) {
+            return territories;
+        }
+        std::vector<PieceTry> tries;
+        const std::shared_ptr<const Room> room = plan.room();
+        for (const PieceStart& start : starts) {
+            tries.push_back({start, room});
+        }
+        territories = spread_(tries, [&](const PieceTry& piece) { return territoryOf(cover_, piece); });
         tried_ += starts.size();
-        best_ = choose(wishes_.share, mostPieces);
+        std::erase_if(territories, [](const Territory& t) { return t.vertices.empty(); });
+        return territories;
+    }
+
+    // Adds pieces until enough is covered or there are `most`.
+    void addPieces(CoverPlan& plan, const std::vector<PieceStart>& first, std::size_t most) {
+        while (plan.coveredShare() < wanted() && plan.territories().size() < most) {
+            std::vector<PieceStart> starts = startsIn(plan);
+            starts.insert(starts.begin(), first.begin(), first.end());
+            const std::vector<Territory> found = draped(starts, plan);
+            double most_ = leastGain * ground().area;
+            const Territory* best = nullptr;
+            for (const Territory& territory : found) {
+                const double gain = plan.gainOf(territory);
+                if (gain > most_) {
+                    most_ = gain;
+                    best = &territory;
+                }
+            }
+            if (best == nullptr) {
+                return;
+            }
+            plan.add(*best);
+        }
+    }
+
+    void carryOn(CoverPlan plan, const std::vector<PieceStart>& first) {
+        const bool reached = best_.coveredShare() >= wanted();
+        addPieces(plan, first, reached ? best_.territories().size() : mostPieces);
+        if (best_.territories().empty() || isBetter(worthOf(plan), worthOf(best_), wanted())) {
+            best_ = std::move(plan);
+        }
+    }
+
+    static Worth worthOf(const CoverPlan& plan) {
+        return {plan.coveredShare(), plan.territories().size(), plan.seamLength()};
+    }
+
+    void change() {
+        const std::vector<Territory>& taken = best_.territories();
+        const std::size_t first = dice_.below(taken.size());
+        std::vector<std::pair<double, std::size_t>> near;
+        for (std::size_t k = 0; k < taken.size(); ++k) {
+            near.emplace_back(distance(taken[k].start.seed, taken[first].start.seed), k);
+        }
+        std::sort(near.begin(), near.end());
+        near.resize(std::min(near.size(), 1 + dice_.below(3)));
+        std::vector<std::size_t> given;
+        std::vector<PieceStart> starts;
+        for (const auto& [d, k] : near) {
+            given.push_back(k);
+            starts.push_back(taken[k].start);
+        }
+        carryOn(best_.without(given), starts);
     }
 
     double anyAngle() {
@@ -134,8 +230,8 @@ private:
         return wishes_.angle + (wishes_.freeAngles ? turn * dice_.share() : 0.0);
     }
 
-    // `count` vertices with `weight` above 0 as far as can be from each other and from `from`.
-    std::vector<std::size_t> farApart(const std::vector<char>& isOpen, std::vector<Point> from,
+    // `count` open vertices as far as can be from each other and from `from`.
+    std::vector<std::size_t> farApart(const std::vector<char>& isOpen, const std::vector<Point>& from,
                                       std::size_t count) const {
         std::vector<double> room(isOpen.size());
         for (std::size_t v = 0; v < room.size(); ++v) {
@@ -160,45 +256,53 @@ private:
 
     std::vector<PieceStart> firstStarts() {
         std::vector<PieceStart> starts{{cover_.surface.defaultSeed, anyAngle()}};
-        const std::vector<char> all(ground().vertexCount(), 1);
-        for (const std::size_t v : farApart(all, {cover_.surface.defaultSeed}, firstSeeds - 1)) {
+        std::vector<char> open(ground().vertexCount());
+        std::transform(ground().nearRim.begin(), ground().nearRim.end(), open.begin(),
+                       [](char near) { return near != 0 ? 0 : 1; });
+        for (const std::size_t v : farApart(open, {cover_.surface.defaultSeed}, firstSeeds - 1)) {
             starts.push_back({place(v), anyAngle()});
         }
         return starts;
     }
 
-    // Anywhere outside of some territories, a batch of them.
-    std::vector<PieceStart> startsOutside(const std::vector<std::size_t>& taken) {
-        std::vector<char> isBare(ground().vertexCount(), 1);
-        for (const std::size_t index : taken) {
-            for (const std::int32_t v : territories_[index].vertices) {
-                isBare[at(v)] = 0;
-            }
-        }
-        std::vector<std::size_t> open;
-        for (std::size_t v = 0; v < isBare.size(); ++v) {
-            if (isBare[v] != 0) {
-                open.push_back(v);
+    // In what a plan leaves bare: where most is free around, far apart from that, anywhere, and those that
+    // did most there on the whole surface.
+    std::vector<PieceStart> startsIn(const CoverPlan& plan) {
+        const std::vector<std::int32_t>& labels = plan.labels();
+        std::vector<std::int32_t> ends;
+        for (std::size_t v = 0; v < labels.size(); ++v) {
+            if (labels[v] >= 0 || ground().nearRim[v] != 0) {
+                ends.push_back(static_cast<std::int32_t>(v));
             }
         }
         std::vector<PieceStart> starts;
-        while (starts.size() < batchSize && !open.empty()) {
-            const Point& seed = place(open[dice_.below(open.size())]);
-            starts.push_back({seed, anyAngle()});
+        const std::vector<double> inside = distancesAlong(ground().mesh, ends);
+        const auto deepest = std::max_element(inside.begin(), inside.end());
+        if (*deepest > 0.0) {
+            std::vector<char> open(inside.size());
+            std::vector<std::size_t> places;
+            for (std::size_t v = 0; v < open.size(); ++v) {
+                open[v] = inside[v] >= wellInside * *deepest ? 1 : 0;
+                if (open[v] != 0) {
+                    places.push_back(v);
+                }
+            }
+            const auto middle = static_cast<std::size_t>(deepest - inside.begin());
+            starts.push_back({place(middle), anyAngle()});
+            for (const std::size_t v : farApart(open, {place(middle)}, freshSeeds / 2)) {
+                starts.push_back({place(v), anyAngle()});
+            }
+            while (starts.size() < freshSeeds) {
+                starts.push_back({place(places[dice_.below(places.size())]), anyAngle()});
+            }
         }
-        return starts;
-    }
-
-    std::vector<PieceStart> nextStarts() {
-        const bool reached = best_.coveredShare >= wishes_.share;
-        const CoverChoice choice =
-            reached && best_.taken.size() > 1 ? choose(wishes_.share, best_.taken.size() - 1) : best_;
-        std::vector<PieceStart> starts = startsOutside(choice.taken);
-        starts.resize(std::min(starts.size(), batchSize / 2));
-        while (starts.size() < batchSize && !choice.taken.empty()) {
-            const Territory& near = territories_[choice.taken[starts.size() % choice.taken.size()]];
-            const auto v = at(near.vertices[dice_.below(near.vertices.size())]);
-            starts.push_back({mix(near.start.seed, place(v), 0.6), anyAngle()});
+        std::vector<std::pair<double, std::size_t>> gains;
+        for (std::size_t k = 0; k < known_.size(); ++k) {
+            gains.emplace_back(-plan.gainOf(known_[k]), k);
+        }
+        std::sort(gains.begin(), gains.end());
+        for (std::size_t k = 0; k < std::min(knownSeeds, gains.size()) && gains[k].first < 0.0; ++k) {
+            starts.push_back(known_[gains[k].second].start);
         }
         return starts;
     }
@@ -206,10 +310,12 @@ private:
     const CoverGround& cover_;
     const CoverWishes& wishes_;
     const TerritorySpread& spread_;
+    const GoOn& heard_;
     Dice dice_;
-    std::vector<Territory> territories_;
-    CoverChoice best_;
+    std::vector<Territory> known_; // on the whole surface
+    CoverPlan best_;
     std::size_t tried_ = 0;
+    bool stopped_ = false;
 };
 
 } // namespace
@@ -217,11 +323,12 @@ private:
 PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
                    const TerritorySpread& spread, const GoOn& heard, bool endless) {
     const CoverGround cover = coverGroundOf(surface, trial, wishes.most);
-    Search search(cover, wishes, spread);
-    const bool goesOn = search.run(heard, false) && endless;
+    Search search(cover, wishes, spread, heard);
+    search.begin();
+    search.improve(false);
     PieceSet set = search.laid();
-    if (goesOn) {
-        search.run(heard, true);
+    if (endless && !search.isStopped()) {
+        search.improve(true);
         PieceSet later = search.laid();
         if (search.beats(later, set)) {
             set = std::move(later);
@@ -233,9 +340,9 @@ PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const Cover
 PieceSet pieceFrom(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
                    const PieceStart& start) {
     const CoverGround cover = coverGroundOf(surface, trial, wishes.most);
-    const std::vector<Territory> one{territoryOf(cover, start)};
+    const std::vector<Territory> one{territoryOf(cover, {start, nullptr})};
     std::vector<Territory> left;
-    return one.front().vertices.empty() ? PieceSet{} : laidOut(cover, wishes, one, {0}, left);
+    return one.front().vertices.empty() ? PieceSet{} : laidOut(cover, wishes, one, left);
 }
 
 } // namespace drape::host

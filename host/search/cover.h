@@ -1,7 +1,7 @@
 // A whole surface covered with several pieces of cloth: where each starts, and where they meet.
 #pragma once
 
-#include "host/search/cover_choice.h"
+#include "host/search/territory.h"
 
 #include <functional>
 
@@ -41,15 +41,15 @@ struct PieceSet {
     double seamLength = 0.0;
 };
 
-// Carries out `work` on each start, in any order and anywhere (by `territoryOf` where the work itself can't
+// Carries out `work` on each try, in any order and anywhere (by `territoryOf` where the work itself can't
 // go), and returns what they gave, in order.
 using TerritorySpread = std::function<std::vector<Territory>(
-    const std::vector<PieceStart>& starts, const std::function<Territory(const PieceStart&)>& work)>;
+    const std::vector<PieceTry>& tries, const std::function<Territory(const PieceTry&)>& work)>;
 
 // How far the search is.
 struct CoverProgress {
     std::size_t tried = 0;     // candidates
-    std::size_t pieces = 0;    // of the best choice so far
+    std::size_t pieces = 0;    // of the best set so far
     double coveredShare = 0.0; // by it, before its seams are drawn
 };
 

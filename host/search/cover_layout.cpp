@@ -1,6 +1,6 @@
-// A place belongs to the piece with the largest value there, and where two values are the same runs the seam;
-// as the values are distances, smoothed, so is the seam. A piece that fails gets a start that suits its new
-// shape better, or smaller values, and its neighbours take over what they can.
+// A place belongs to the first piece whose value there is above 0, and where that is 0 runs the seam; as the
+// values are distances, smoothed, so is the seam. A piece that fails gets a start that suits its new shape
+// better, or smaller values.
 #include "host/search/cover_layout.h"
 
 #include "host/cloth/cell_cover.h"
@@ -19,25 +19,21 @@ using namespace vec;
 
 namespace {
 
-constexpr double outside = 0.5; // cells below 0 of a piece's value where its territory isn't
+constexpr double outside = 1.0; // cells below 0 of a piece's value where its territory isn't
 constexpr int mostRounds = 10;
 constexpr int roundsOfTakingOver = 5; // after these what a piece loses stays bare
 constexpr std::size_t otherSeeds = 6;
 constexpr double wellInside = 0.3; // of the most room in a piece, for other seeds
 constexpr double edgeEnd = 0.02;   // of an edge: no seam nearer to its ends
 constexpr double fewestCells = 6.0;
-constexpr double wellCovered = 0.99; // of a piece, by its cloth, for no other start to be tried
-constexpr double ahead = 2.0; // cells by which what is settled is deeper than it was, against pieces to come
 constexpr std::int32_t bare = -1;
 
 class Layout {
 public:
-    Layout(const CoverGround& cover, const CoverWishes& wishes, const std::vector<Territory>& territories,
-           const std::vector<std::size_t>& choice)
+    Layout(const CoverGround& cover, const CoverWishes& wishes, const std::vector<Territory>& territories)
         : cover_(cover), wishes_(wishes), closed_(cover.ground.vertexCount(), 0) {
         step_ = std::max(cover.surface.steps[0], cover.surface.steps[1]);
-        for (const std::size_t index : choice) {
-            const Territory& territory = territories[index];
+        for (const Territory& territory : territories) {
             Piece& piece = pieces_.emplace_back();
             piece.start = territory.start;
             piece.field.assign(cover.ground.vertexCount(), -outside * step_);
@@ -77,16 +73,11 @@ private:
 
     const Ground& ground() const { return cover_.ground; }
 
-    std::int32_t bestAt(std::size_t v) const {
-        std::int32_t best = bare;
-        double most = 0.0;
-        for (std::size_t p = 0; p < pieces_.size(); ++p) {
-            if (pieces_[p].field[v] > most) {
-                most = pieces_[p].field[v];
-                best = static_cast<std::int32_t>(p);
-            }
-        }
-        return closed_[v] != 0 ? bare : best;
+    std::int32_t firstAt(std::size_t v) const {
+        const auto first = std::find_if(pieces_.begin(), pieces_.end(),
+                                        [v](const Piece& piece) { return piece.field[v] > 0.0; });
+        return first == pieces_.end() || closed_[v] != 0 ? bare
+                                                         : static_cast<std::int32_t>(first - pieces_.begin());
     }
 
     // Each claim hangs together: of several parts of one the largest stays, the others go to the next best.
@@ -95,7 +86,7 @@ private:
         for (bool changed = true; changed;) {
             changed = false;
             for (std::size_t v = 0; v < labels_.size(); ++v) {
-                labels_[v] = bestAt(v);
+                labels_[v] = firstAt(v);
             }
             std::vector<std::vector<std::vector<std::int32_t>>> parts(pieces_.size());
             std::vector<char> seen(labels_.size(), 0);
@@ -146,8 +137,16 @@ private:
         return dropped;
     }
 
-    double valueAt(std::int32_t label, std::int32_t v) const {
-        return label == bare ? 0.0 : pieces_[at(label)].field[at(v)];
+    // Whether a label comes before another, which leaves its line as it is.
+    static bool isBefore(std::int32_t a, std::int32_t b) { return a != bare && (b == bare || a < b); }
+
+    // Of the three labels that meet in a triangle the second, whose shape isn't changed by a third one then.
+    std::int32_t second(const Triangle& corners) const {
+        std::array<std::int32_t, 3> labels{};
+        std::transform(corners.begin(), corners.end(), labels.begin(),
+                       [&](std::int32_t v) { return labels_[at(v)]; });
+        std::sort(labels.begin(), labels.end(), isBefore);
+        return labels[1];
     }
 
     void cutClaims() {
@@ -158,26 +157,21 @@ private:
                 if (a == b) {
                     return std::nullopt;
                 }
-                const double atLow = std::max(0.0, valueAt(a, low) - valueAt(b, low));
-                const double atHigh = std::max(0.0, valueAt(b, high) - valueAt(a, high));
-                const double part = atLow + atHigh > 0.0 ? atLow / (atLow + atHigh) : 0.5;
+                const std::vector<double>& field = pieces_[at(isBefore(a, b) ? a : b)].field;
+                const double atLow = std::abs(field[at(low)]);
+                const double both = atLow + std::abs(field[at(high)]);
+                const double part = both > 0.0 ? atLow / both : 0.5;
                 return std::clamp(part, edgeEnd, 1.0 - edgeEnd);
             });
         claims_ = split.mesh;
         claimOf_.clear();
         for (std::size_t t = 0; t < claims_.triangles.size(); ++t) {
-            std::int32_t label = bare;
-            bool known = false;
-            for (const std::int32_t v : claims_.triangles[t]) {
-                if (at(v) < labels_.size()) {
-                    label = labels_[at(v)];
-                    known = true;
-                }
-            }
-            for (const std::int32_t v : ground().mesh.triangles[at(split.parents[t])]) {
-                label = known ? label : std::max(label, labels_[at(v)]); // where three meet
-            }
-            claimOf_.push_back(label);
+            const Triangle& corners = claims_.triangles[t];
+            const auto known = std::find_if(corners.begin(), corners.end(),
+                                            [&](std::int32_t v) { return at(v) < labels_.size(); });
+            claimOf_.push_back(known != corners.end()
+                                   ? labels_[at(*known)]
+                                   : second(ground().mesh.triangles[at(split.parents[t])]));
         }
     }
 
@@ -207,15 +201,6 @@ private:
         return std::make_shared<const Mould>(mouldOf(manifoldOf(partAbove(claims_, field), untold)));
     }
 
-    // How far a vertex of a claim is from other claims, by the values.
-    double roomAt(std::size_t p, std::size_t v) const {
-        double other = 0.0;
-        for (std::size_t q = 0; q < pieces_.size(); ++q) {
-            other = q != p ? std::max(other, pieces_[q].field[v]) : other;
-        }
-        return pieces_[p].field[v] - other;
-    }
-
     // The old start, if it lies inside, and others well inside, far from each other.
     std::vector<PieceStart> startsOf(std::size_t p, const std::vector<char>& claim) const {
         const PieceStart& old = pieces_[p].start;
@@ -230,8 +215,8 @@ private:
                 near = d;
                 nearest = v;
             }
-            if (claim[v] != 0 && roomAt(p, v) > most) {
-                most = roomAt(p, v);
+            if (claim[v] != 0 && pieces_[p].field[v] > most) {
+                most = pieces_[p].field[v];
                 roomiest = v;
             }
         }
@@ -242,7 +227,7 @@ private:
         starts.push_back({ground().mesh.positions[roomiest], old.angle});
         std::vector<double> apart(claim.size(), -1.0);
         for (std::size_t v = 0; v < claim.size(); ++v) {
-            apart[v] = claim[v] != 0 && roomAt(p, v) >= wellInside * most ? 1e300 : -1.0;
+            apart[v] = claim[v] != 0 && pieces_[p].field[v] >= wellInside * most ? 1e300 : -1.0;
         }
         while (starts.size() < otherSeeds + 2) {
             std::size_t farthest = 0;
@@ -296,15 +281,9 @@ private:
                 const Check check = checked(cover_, trial, wanted);
                 if (check.good) {
                     trial.measures = measure(*mould, trial.grid, cover_.wishes.lockingAngle);
-                    const double share = trial.measures.coveredShare;
-                    if (isTooLarge(trial.measures.net)) {
-                        continue;
-                    }
-                    if (!piece.drape || share > piece.drape->measures.coveredShare) {
+                    if (!isTooLarge(trial.measures.net)) {
                         piece.start = start;
                         piece.drape = std::move(trial);
-                    }
-                    if (share >= wellCovered) {
                         return true;
                     }
                     continue;
@@ -325,9 +304,6 @@ private:
                 // No cloth starts there.
             }
         }
-        if (piece.drape) {
-            return true;
-        }
         piece.start = bestStart;
         for (std::size_t v = 0; v < claim.size(); ++v) {
             if (claim[v] != 0 || losesForGood) {
@@ -345,11 +321,12 @@ private:
         Territory territory;
         territory.start = pieces_[p].start;
         for (std::size_t v = 0; v < labels_.size(); ++v) {
-            if (labels_[v] == static_cast<std::int32_t>(p)) {
+            const bool own = labels_[v] == static_cast<std::int32_t>(p);
+            const double value = own ? pieces_[p].field[v] : std::min(pieces_[p].field[v], 0.0);
+            if (own || value > -outside * step_) {
                 territory.vertices.push_back(static_cast<std::int32_t>(v));
-                territory.depths.push_back(
-                    static_cast<float>(pieces_[p].field[v] + 0.5 * wishes_.overlap + ahead * step_));
-                territory.area += ground().areas[v];
+                territory.depths.push_back(static_cast<float>(value + 0.5 * wishes_.overlap));
+                territory.area += own ? ground().areas[v] : 0.0;
             }
         }
         return territory;
@@ -481,9 +458,8 @@ void addSeams(PieceSet& cover, const Neighbours& neighbours) {
 } // namespace
 
 PieceSet laidOut(const CoverGround& cover, const CoverWishes& wishes,
-                 const std::vector<Territory>& territories, const std::vector<std::size_t>& choice,
-                 std::vector<Territory>& left) {
-    Layout layout(cover, wishes, territories, choice);
+                 const std::vector<Territory>& territories, std::vector<Territory>& left) {
+    Layout layout(cover, wishes, territories);
     PieceSet result = layout.settled();
     addSeams(result, layout.neighbours);
     left = std::move(layout.left);

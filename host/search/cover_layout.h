@@ -1,16 +1,15 @@
-// Territories laid side by side: each place goes to the piece that is deepest there, so that neighbours meet
-// in the middle of what both could cover; then each piece is draped by itself as it was cut out.
+// Territories laid side by side: each place goes to the first that has it, so a piece is cut as it was draped
+// when it was found, and draped once more by itself as it is cut.
 #pragma once
 
 #include "host/search/cover.h"
 
 namespace drape::host {
 
-// The pieces whose territories are listed in `choice`, verified, with their seams. Pieces that don't drape as
-// they were cut lose what isn't good of them; those that have nothing left are gone.
-// What is left of the territories, the claims alone, comes back in `left`.
+// The pieces, verified, with their seams. `territories` come one after the other, each draped in the room
+// that those before it leave. Pieces that don't drape as they were cut lose what isn't good of them; those
+// that have nothing left are gone. What is left of the territories comes back in `left`.
 PieceSet laidOut(const CoverGround& cover, const CoverWishes& wishes,
-                 const std::vector<Territory>& territories, const std::vector<std::size_t>& choice,
-                 std::vector<Territory>& left);
+                 const std::vector<Territory>& territories, std::vector<Territory>& left);
 
 } // namespace drape::host

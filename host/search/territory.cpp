@@ -18,15 +18,17 @@ using namespace vec;
 
 namespace {
 
-constexpr double inside = 1.0;       // cells between the edge of a piece and cloth that isn't good
-constexpr double clearOfLimit = 0.7; // cells, as a piece can be cut an edge of the ground beyond its vertices
+constexpr double inside = 0.7;        // cells between the edge of a piece and cloth that isn't good
+constexpr double clearOfLimit = 0.05; // cells, as the line between vertices is an even one
 constexpr double mostCells = 1e6;
 constexpr int mostRounds = 8;
+constexpr int roundsOfReach = 3;
+constexpr double closeBy = 1.0;   // cells outside of a territory, where its depths still count
 constexpr double cutAround = 1.5; // cells around a place of trouble
 constexpr double fewestCells = 12.0;
 constexpr double edgeEnd = 0.02;      // of an edge: no cut nearer to its ends
 constexpr double lockingMargin = 0.1; // degrees, for a drape of the same piece out of a file
-constexpr double mostBare = 0.5;      // cells: the corners of a mould that look out between cells
+constexpr double mostBare = 2.0;      // cells: the corners of a mould that look out between cells
 constexpr double mostDoubles = 0.02;  // of the cells, beside the region
 constexpr double poleShare = 0.02;    // of a closed surface, taken away to give it an edge
 
@@ -61,12 +63,13 @@ std::int32_t nearestVertex(const Ground& ground, const Point& point) {
     return nearest;
 }
 
-void fill(const Ground& ground, const std::vector<double>& field, Territory& territory) {
+void fill(const CoverGround& cover, const std::vector<double>& field, Territory& territory) {
+    const double step = std::max(cover.surface.steps[0], cover.surface.steps[1]);
     for (std::size_t v = 0; v < field.size(); ++v) {
-        if (field[v] > 0.0) {
+        if (field[v] > -closeBy * step) {
             territory.vertices.push_back(static_cast<std::int32_t>(v));
             territory.depths.push_back(static_cast<float>(field[v]));
-            territory.area += ground.areas[v];
+            territory.area += field[v] > 0.0 ? cover.ground.areas[v] : 0.0;
         }
     }
 }
@@ -117,8 +120,9 @@ void keepAround(const Ground& ground, const Point& seed, std::vector<double>& fi
         const auto around = ground.around(open[k]);
         std::for_each(around.begin(), around.end(), reach);
     }
+    const double far = std::sqrt(ground.area);
     for (std::size_t v = 0; v < field.size(); ++v) {
-        field[v] = field[v] > 0.0 && reached[v] == 0 ? -1.0 : field[v];
+        field[v] = field[v] > 0.0 && reached[v] == 0 ? -far : field[v];
     }
 }
 
@@ -136,10 +140,9 @@ Trial drapePart(const CoverGround& cover, std::shared_ptr<const Mould> mould, co
     return trial;
 }
 
-Check checked(const CoverGround& cover, const Trial& trial, const std::vector<double>& field,
-              const BlockedCells& blocked) {
+Check checked(const CoverGround& cover, const Trial& trial, const std::vector<double>& field) {
     const std::vector<Cell> cells = cellsOf(trial.grid);
-    GoodRegion region = goodRegionOf(cover.ground, trial.grid, cells, cover.good, blocked);
+    GoodRegion region = goodRegionOf(cover.ground, trial.grid, cells, cover.good, field);
     double bare = 0.0;
     for (std::size_t v = 0; v < field.size(); ++v) {
         bare += field[v] > 0.0 && region.depths[v] < 0.0 ? cover.ground.areas[v] : 0.0;
@@ -189,17 +192,15 @@ std::shared_ptr<const Mould> partAround(const CoverGround& cover, const Point& s
 // the mould and runs again, a few times, and lowers `field` to the largest good region that came out.
 // Null if there is next to none.
 std::shared_ptr<const Mould> reachedFrom(const CoverGround& cover, const PieceStart& start,
-                                         std::shared_ptr<const Mould> mould, int rounds,
-                                         std::vector<double>& field) {
+                                         std::shared_ptr<const Mould> mould, std::vector<double>& field) {
     const Ground& ground = cover.ground;
     const double step = std::max(cover.surface.steps[0], cover.surface.steps[1]);
     std::vector<double> away(field);
     std::vector<double> best;
     double most = 0.0;
-    BlockedCells blocked;
-    for (int round = 0; round < rounds && mould; ++round) {
+    for (int round = 0; round < roundsOfReach && mould; ++round) {
         const Trial trial = drapePart(cover, std::move(mould), start);
-        Check check = checked(cover, trial, field, blocked);
+        Check check = checked(cover, trial, field);
         std::vector<Point> trouble = std::move(check.region.trouble);
         std::vector<double> reach = insideOf(check.region, step);
         const double area = areaAbove(ground, reach, 0.0);
@@ -210,7 +211,6 @@ std::shared_ptr<const Mould> reachedFrom(const CoverGround& cover, const PieceSt
         if (trial.grid.status == DRAPE_OK || trial.grid.count == 0) {
             break;
         }
-        blocked = std::move(check.region.blocked);
         trouble.push_back(nodePosition(trial.grid, trial.grid.count - 1));
         for (std::size_t v = 0; v < away.size(); ++v) {
             for (const Point& point : trouble) {
@@ -235,36 +235,33 @@ std::vector<double> insideOf(const GoodRegion& region, double step) {
     return values;
 }
 
-Territory territoryOf(const CoverGround& cover, const PieceStart& start) {
+Territory territoryOf(const CoverGround& cover, const PieceTry& piece) {
     Territory territory;
-    territory.start = start;
+    territory.start = piece.start;
     const Ground& ground = cover.ground;
     const double step = std::max(cover.surface.steps[0], cover.surface.steps[1]);
     std::vector<double> field(ground.vertexCount(), std::sqrt(ground.area));
     try {
         std::shared_ptr<const Mould> mould = cover.surface.mould;
-        if (mould->loops.empty()) {
-            mould = openedAway(cover, start.seed);
+        if (piece.room) {
+            field.assign(piece.room->begin(), piece.room->end());
+            mould = partAround(cover, piece.start.seed, field);
+        } else if (mould->loops.empty()) {
+            mould = openedAway(cover, piece.start.seed);
         }
-        constexpr int M = 3;
-        mould = reachedFrom(cover, start, std::move(mould), M, field);
-        if (!mould)
-            return territory;
-        for (int round = 0; round < mostRounds; ++round) {
-            const Trial trial = drapePart(cover, std::move(mould), start);
+        mould = mould ? reachedFrom(cover, piece.start, std::move(mould), field) : nullptr;
+        for (int round = 0; round < mostRounds && mould; ++round) {
+            const Trial trial = drapePart(cover, std::move(mould), piece.start);
             const Check check = checked(cover, trial, field);
             if (check.good) {
-                fill(ground, field, territory);
+                fill(cover, field, territory);
                 return territory;
             }
             const std::vector<double> reach = insideOf(check.region, step);
             for (std::size_t v = 0; v < field.size(); ++v) {
                 field[v] = std::min(field[v], reach[v]);
             }
-            mould = partAround(cover, start.seed, field);
-            if (!mould) {
-                return territory;
-            }
+            mould = partAround(cover, piece.start.seed, field);
         }
     } catch (const InputError&) {
         // No cloth starts here.

@@ -5,12 +5,24 @@
 #include "host/cloth/good_region.h"
 #include "host/search/trial.h"
 
+#include <memory>
+
 namespace drape::host {
 
 // Where a piece of cloth starts.
 struct PieceStart {
     Point seed{};
     double angle = 0.0; // degrees about the normal at the seed
+};
+
+// Values per vertex of the ground, above 0 where a piece may lie, about as far from where it may not as it
+// is along the surface.
+using Room = std::vector<float>;
+
+// One candidate for a piece.
+struct PieceTry {
+    PieceStart start;
+    std::shared_ptr<const Room> room; // null for the whole surface
 };
 
 // What all pieces of a surface share. It never changes once it is made, so threads may share it.
@@ -29,13 +41,14 @@ CoverGround coverGroundOf(const Surface& surface, const TrialWishes& wishes,
 // Plain values, so that a process can hand it to another.
 struct Territory {
     PieceStart start;
-    std::vector<std::int32_t> vertices; // of the ground inside, rising; none if nothing can be covered
-    std::vector<float> depths;          // of each, how deep inside along the cloth, above 0
-    double area = 0.0;                  // in the mould's unit squared
+    std::vector<std::int32_t> vertices; // of the ground inside or close by, rising; none if nothing can be
+                                        // covered
+    std::vector<float> depths;          // of each, how deep inside along the cloth; 0 and below outside
+    double area = 0.0;                  // inside, in the mould's unit squared
 };
 
-// One candidate for a piece. The same for the same start, whatever was asked before.
-Territory territoryOf(const CoverGround& cover, const PieceStart& start);
+// The same for the same try, whatever was asked before.
+Territory territoryOf(const CoverGround& cover, const PieceTry& piece);
 
 // The part of a mesh on which `field`, a value per vertex, is above 0. Where `field` is, the part hangs
 // together.
@@ -59,7 +72,6 @@ struct Check {
 };
 
 // `field` is above 0 on the vertices of the ground over which the cloth of `trial` should lie.
-Check checked(const CoverGround& cover, const Trial& trial, const std::vector<double>& field,
-              const BlockedCells& blocked = {});
+Check checked(const CoverGround& cover, const Trial& trial, const std::vector<double>& field);
 
 } // namespace drape::host

@@ -49,11 +49,15 @@ std::vector<T> valuesOf(const py::handle& bytes) {
 }
 
 // As plain values, so that one process can hand it to another.
-py::tuple territoryFrom(const HeldGround& held, const Point& seed, double angle) {
+py::tuple territoryFrom(const HeldGround& held, const Point& seed, double angle, const py::object& room) {
     Territory territory;
+    PieceTry piece{{seed, angle}, nullptr};
+    if (!room.is_none()) {
+        piece.room = std::make_shared<const Room>(valuesOf<float>(room));
+    }
     {
         const py::gil_scoped_release unlocked;
-        territory = territoryOf(held.ground, {seed, angle});
+        territory = territoryOf(held.ground, piece);
     }
     return py::make_tuple(territory.start.seed, territory.start.angle, bytesOf(territory.vertices),
                           bytesOf(territory.depths), territory.area);
@@ -66,8 +70,8 @@ Territory territoryFrom(const py::tuple& given) {
             py::cast<double>(given[4])};
 }
 
-// `spread` is handed a list of (seed, angle) and gives what `territory` made of each, in order; `heard` is
-// told how far the search is and says whether it goes on.
+// `spread` is handed a list of (seed, angle, room) and gives what `territory` made of each, in order; `heard`
+// is told how far the search is and says whether it goes on.
 std::shared_ptr<HeldCover> coverMould(const std::shared_ptr<const HeldMould>& mould, const TrialWishes& trial,
                                       double share, double angle, bool freeAngles, double overlap,
                                       const std::array<double, 2>& most, const py::function& spread,
@@ -76,11 +80,17 @@ std::shared_ptr<HeldCover> coverMould(const std::shared_ptr<const HeldMould>& mo
     held->mould = mould;
     held->trial = trial;
     held->wishes = {share, angle, freeAngles, overlap, most};
-    const TerritorySpread spreadOut = [&](const std::vector<PieceStart>& starts, const auto&) {
+    const TerritorySpread spreadOut = [&](const std::vector<PieceTry>& tries, const auto&) {
         const py::gil_scoped_acquire locked;
         py::list given;
-        for (const PieceStart& start : starts) {
-            given.append(py::make_tuple(start.seed, start.angle));
+        py::object room = py::none(); // the one of the try before, which is that of most
+        const Room* known = nullptr;
+        for (const PieceTry& piece : tries) {
+            if (piece.room.get() != known) {
+                known = piece.room.get();
+                room = known == nullptr ? py::object(py::none()) : py::object(bytesOf(*known));
+            }
+            given.append(py::make_tuple(piece.start.seed, piece.start.angle, room));
         }
         std::vector<Territory> territories;
         for (const py::handle& found : spread(given)) {
@@ -189,9 +199,8 @@ auto figure(T PieceSet::*value) {
 void bindCover(py::module_& module) {
     py::class_<HeldGround, std::shared_ptr<HeldGround>>(module, "CoverGround")
         .def(py::init(&groundOf))
-        .def("territory", [](const HeldGround& held, const Point& seed, double angle) {
-            return territoryFrom(held, seed, angle);
-        });
+        .def("territory", [](const HeldGround& held, const Point& seed, double angle,
+                             const py::object& room) { return territoryFrom(held, seed, angle, room); });
     module.def("cover", &coverMould);
     py::class_<HeldCover, std::shared_ptr<HeldCover>>(module, "Cover")
         .def_property_readonly("count", [](const HeldCover& held) { return held.set.pieces.size(); })

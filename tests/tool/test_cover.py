@@ -93,8 +93,8 @@ class Cover(Case):
         cover, pieces, _ = self.dome()
         self.assertEqual(list(cover), ["pieces", "count", "coveredShare", "overlapShare", "largestShear", "seamLength"])
         self.assertGreater(cover["count"], 1)
-        self.assertLess(cover["count"], 9)
-        self.assertGreater(cover["coveredShare"], 0.95)
+        self.assertLess(cover["count"], 6)
+        self.assertGreaterEqual(cover["coveredShare"], 0.97)
         self.assertLess(cover["overlapShare"], 0.02)
         whole = area_of(cup(0.6))
         lain = 0.0
@@ -145,7 +145,8 @@ class Cover(Case):
 
     def test_cloth_no_wider_than_the_roll(self):
         cover, pieces = self.cover(plate(8), "--step", 0.25, "--roll-width", 4.2, "--max-length", 7)
-        self.assertGreater(cover["coveredShare"], 0.85)
+        self.assertGreaterEqual(cover["coveredShare"], 0.99)
+        self.assertLess(cover["count"], 8)
         for piece in cover["pieces"]:
             low_u, low_v, high_u, high_v = piece["extent"]
             self.assertLessEqual(high_v - low_v, 4.2 + 1e-9)
