@@ -103,9 +103,9 @@ private:
         wishes.share = *ply.pieces;
         wishes.angle = ply.angle;
         wishes.most[1] = ply.cloth.width.value_or(wishes.most[1]);
-        const TerritorySpread spread = [&](const std::vector<PieceStart>& starts, const auto& work) {
-            std::vector<Territory> results(starts.size());
-            forEach_(starts.size(), [&](std::size_t k) { results[k] = work(starts[k]); });
+        const TerritorySpread spread = [&](const std::vector<PieceTry>& tries, const auto& work) {
+            std::vector<Territory> results(tries.size());
+            forEach_(tries.size(), [&](std::size_t k) { results[k] = work(tries[k]); });
             return results;
         };
         PieceSet set = coveredBy(surface, trial, wishes, spread, nullptr, false);
