@@ -8,6 +8,7 @@
 #include "host/mesh/pieces.h"
 #include "host/mesh/point.h"
 #include "host/mesh/repair.h"
+#include "host/mesh/spatial_order.h"
 #include "host/mesh/surface_point.h"
 #include "host/mesh/text.h"
 #include "host/mesh/topology.h"
@@ -104,10 +105,12 @@ Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, co
     if (wishes.fillHoles) {
         surface.mesh = withoutHoles(std::move(surface.mesh), notes);
     }
-    // Before any point of it is looked for, so that a file's windings leave no trace.
+    // Sides and numbers are settled before any point is looked for, so that a file's windings leave no trace.
     const Point place = seed ? *seed : centroidOf(surface.mesh);
     const std::size_t atSeed = wishes.side ? nearestSurfacePoint(surface.mesh, place).triangle : 0;
     surface.side = turnToSide(surface.mesh, wishes.side, atSeed, notes);
+    // Anew, for what clips, holes and cuts have added.
+    surface.mesh = inSpatialOrder(surface.mesh);
     surface.mould = std::make_shared<const Mould>(mouldOf(surface.mesh));
     if (!seed) {
         surface.toEdge = distancesToEdge(surface.mesh, *surface.mould);

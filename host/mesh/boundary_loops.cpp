@@ -17,6 +17,8 @@ namespace {
 // Holes named one by one before the rest is only counted.
 constexpr std::size_t holesNamed = 5;
 
+constexpr double equallyLong = 1e-6; // share of the length
+
 double lengthOf(const std::vector<std::int32_t>& loop, const TriangleMesh& mesh) {
     double sum = 0.0;
     for (std::size_t i = 0; i < loop.size(); ++i) {
@@ -53,6 +55,12 @@ std::vector<Loop> boundaryLoops(const TriangleMesh& mesh, const Neighbours& neig
     }
     std::stable_sort(loops.begin(), loops.end(),
                      [](const Loop& a, const Loop& b) { return a.length > b.length; });
+    // Rounding doesn't decide which rim of a tube is its outline.
+    const auto asLong = std::find_if(loops.begin(), loops.end(), [&](const Loop& loop) {
+        return loop.length < (1.0 - equallyLong) * loops.front().length;
+    });
+    std::sort(loops.begin(), asLong,
+              [](const Loop& a, const Loop& b) { return a.vertices.front() < b.vertices.front(); });
     return loops;
 }
 

@@ -11,6 +11,12 @@ namespace drape::host {
 
 using namespace vec;
 
+namespace {
+
+constexpr double equallyLarge = 1e-6; // share of the area
+
+} // namespace
+
 TriangleMesh chosenPiece(const TriangleMesh& mesh, const Point* near, Notes& notes) {
     const std::vector<std::int32_t> piece = piecesOf(mesh);
     const std::int32_t pieces = piece.empty() ? 0 : *std::max_element(piece.begin(), piece.end()) + 1;
@@ -26,7 +32,10 @@ TriangleMesh chosenPiece(const TriangleMesh& mesh, const Point* near, Notes& not
             area[static_cast<std::size_t>(piece[t])] +=
                 areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2));
         }
-        chosen = static_cast<std::int32_t>(std::max_element(area.begin(), area.end()) - area.begin());
+        // The first of those that are as large but for rounding.
+        const double enough = (1.0 - equallyLarge) * *std::max_element(area.begin(), area.end());
+        const auto first = std::find_if(area.begin(), area.end(), [=](double a) { return a >= enough; });
+        chosen = static_cast<std::int32_t>(first - area.begin());
     }
     std::vector<char> keep(piece.size());
     std::transform(piece.begin(), piece.end(), keep.begin(),

@@ -8,10 +8,12 @@
 #include "host/mesh/fans.h"
 #include "host/mesh/point.h"
 #include "host/mesh/polygon_triangles.h"
+#include "host/mesh/spatial_order.h"
 #include "host/mesh/text.h"
 #include "host/mesh/topology.h"
 
 #include <algorithm>
+#include <compare>
 #include <limits>
 #include <numeric>
 
@@ -83,34 +85,9 @@ std::vector<std::int32_t> weldedNumbers(const std::vector<Point>& points, double
     return number;
 }
 
-// The points that become vertices, and which of them each point of the file is.
-struct Corners {
-    std::vector<Point> points;
-    std::vector<std::int32_t> number; // per point of the file, -1 for one that no face names
-};
-
-// Points that no face names aren't part of the surface: they would count for its size and in its pictures.
-Corners withoutStrayPoints(const PolygonSoup& soup) {
-    Corners kept;
-    kept.number.assign(soup.points.size(), -1);
-    for (const auto& polygon : soup.polygons) {
-        for (const std::int32_t corner : polygon) {
-            kept.number[at(corner)] = 0;
-        }
-    }
-    for (std::size_t v = 0; v < soup.points.size(); ++v) {
-        if (kept.number[v] == 0) {
-            kept.number[v] = static_cast<std::int32_t>(kept.points.size());
-            kept.points.push_back(soup.points[v]);
-        }
-    }
-    return kept;
-}
-
 // Keeps the lowest vertex of each welded group and renumbers the rest.
-void weld(Corners& corners, Notes& notes) {
-    const std::vector<std::int32_t> group =
-        weldedNumbers(corners.points, weldShare * diagonalOf(corners.points));
+void weld(SpatialOrder& order, Notes& notes) {
+    const std::vector<std::int32_t> group = weldedNumbers(order.points, weldShare * diagonalOf(order.points));
     std::vector<std::int32_t> lowest(group.size(), -1);
     std::vector<std::int32_t> number(group.size());
     std::vector<Point> kept;
@@ -118,7 +95,7 @@ void weld(Corners& corners, Notes& notes) {
         std::int32_t& first = lowest[at(group[v])];
         if (first < 0) {
             first = static_cast<std::int32_t>(kept.size());
-            kept.push_back(corners.points[v]);
+            kept.push_back(order.points[v]);
         }
         number[v] = first;
     }
@@ -127,24 +104,24 @@ void weld(Corners& corners, Notes& notes) {
     }
     tell(notes, NoteKind::welded,
          "welded " + counted(group.size() - kept.size(), "vertex", "vertices") + " that lay on another one");
-    corners.points = std::move(kept);
-    for (std::int32_t& corner : corners.number) {
+    order.points = std::move(kept);
+    for (std::int32_t& corner : order.numbers) {
         corner = corner < 0 ? corner : number[at(corner)];
     }
 }
 
-TriangleMesh triangulated(const PolygonSoup& soup, Corners corners, Notes& notes) {
+TriangleMesh triangulated(const PolygonSoup& soup, SpatialOrder order, Notes& notes) {
     TriangleMesh mesh;
-    mesh.positions = std::move(corners.points);
+    mesh.positions = std::move(order.points);
     mesh.triangles.reserve(soup.polygons.size());
     mesh.sourceFaces.reserve(soup.polygons.size());
     std::size_t cut = 0;
     std::size_t bare = 0;
     std::vector<std::int32_t> ring;
-    for (std::size_t f = 0; f < soup.polygons.size(); ++f) {
+    for (const std::int32_t f : order.faces) {
         ring.clear();
-        for (const std::int32_t point : soup.polygons[f]) {
-            const std::int32_t corner = corners.number[at(point)];
+        for (const std::int32_t point : soup.polygons[at(f)]) {
+            const std::int32_t corner = order.numbers[at(point)];
             if (ring.empty() || (ring.back() != corner)) {
                 ring.push_back(corner);
             }
@@ -158,7 +135,7 @@ TriangleMesh triangulated(const PolygonSoup& soup, Corners corners, Notes& notes
         }
         cut += ring.size() > 3 ? 1 : 0;
         appendTriangles(ring, mesh.positions, mesh.triangles);
-        mesh.sourceFaces.resize(mesh.triangles.size(), static_cast<std::int32_t>(f + 1));
+        mesh.sourceFaces.resize(mesh.triangles.size(), f + 1);
     }
     if (cut > 0) {
         tell(notes, NoteKind::facesCut,
@@ -184,13 +161,20 @@ void dropMarked(TriangleMesh& mesh, const std::vector<char>& drop) {
     mesh.sourceFaces.resize(kept);
 }
 
-// Marks those of some triangles that have the corners of another one before them. Gives their number.
-std::size_t markDoubles(std::vector<std::pair<Triangle, std::int32_t>>& some, std::vector<char>& drop) {
+struct Numbered {
+    Triangle corners;
+    std::int32_t face, triangle; // in the file, in the mesh
+    auto operator<=>(const Numbered&) const = default;
+};
+
+// Marks those of some triangles that have the corners of another one before them in the file. Gives their
+// number.
+std::size_t markDoubles(std::vector<Numbered>& some, std::vector<char>& drop) {
     std::sort(some.begin(), some.end());
     std::size_t doubled = 0;
     for (std::size_t i = 1; i < some.size(); ++i) {
-        char& mark = drop[at(some[i].second)];
-        if (some[i].first == some[i - 1].first && mark == 0) {
+        char& mark = drop[at(some[i].triangle)];
+        if (some[i].corners == some[i - 1].corners && mark == 0) {
             mark = 1;
             ++doubled;
         }
@@ -209,14 +193,14 @@ void dropDoubles(TriangleMesh& mesh, Notes& notes) {
     // Those with the same corners are of the same vertices' fans.
     const Fans fans = fansOf(mesh);
     std::size_t doubled = 0;
-    std::vector<std::pair<Triangle, std::int32_t>> here;
+    std::vector<Numbered> here;
     for (std::size_t v = 0; v < mesh.positions.size(); ++v) {
         here.clear();
         for (const std::int32_t t : fans.around(v)) {
             Triangle key = mesh.triangles[at(t)];
             std::sort(key.begin(), key.end());
             if (at(key[0]) == v && drop[at(t)] == 0) {
-                here.emplace_back(key, t);
+                here.push_back({key, mesh.sourceFaces[at(t)], t});
             }
         }
         doubled += here.size() > 1 ? markDoubles(here, drop) : 0;
@@ -326,14 +310,14 @@ TriangleMesh repairedMesh(const PolygonSoup& soup, bool welded, Notes& notes) {
         throw InputError("the mesh is too large: more than " + std::to_string(most) + " vertices or faces",
                          Refusal::unfit);
     }
-    Corners corners = withoutStrayPoints(soup);
-    if (!std::isfinite(diagonalOf(corners.points))) {
+    SpatialOrder order = spatialOrderOf(soup);
+    if (!std::isfinite(diagonalOf(order.points))) {
         throw InputError("the mesh is too wide for its lengths to be worked out", Refusal::unfit);
     }
     if (welded) {
-        weld(corners, notes);
+        weld(order, notes);
     }
-    TriangleMesh mesh = triangulated(soup, std::move(corners), notes);
+    TriangleMesh mesh = triangulated(soup, std::move(order), notes);
     dropDoubles(mesh, notes);
     removeFlat(mesh, notes);
     if (mesh.triangles.empty()) {

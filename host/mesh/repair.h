@@ -13,6 +13,7 @@ constexpr double weldShare = 1e-6;
 // Longest diagonal of the points' bounding box.
 double diagonalOf(const std::vector<Point>& points);
 
+// What comes out doesn't hang on the order of points and faces, nor do the numbers in it.
 // With `welded` false, vertices that lie on each other stay apart, as along a cut of no width.
 TriangleMesh repairedMesh(const PolygonSoup& soup, bool welded, Notes& notes);
 

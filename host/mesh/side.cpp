@@ -94,9 +94,6 @@ Side turnToSide(TriangleMesh& mesh, const std::optional<Point>& wanted, std::siz
         tell(notes, NoteKind::turnedToSide,
              "the faces look the other way in the file; the cloth lies on the side " + textOf(facing.side));
     }
-    for (Triangle& t : mesh.triangles) {
-        std::rotate(t.begin(), std::min_element(t.begin(), t.end()), t.end());
-    }
     return facing.side;
 }
 

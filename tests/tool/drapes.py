@@ -33,7 +33,7 @@ class Drape:
         self.fibres = PolyData(self.path["fibres.vtp"])
         with open(self.path["fibres.csv"], newline="") as file:
             self.table = list(csv.DictReader(file))
-        self.mould = model.Mould(self.fibres.points, self.fibres.faces(), [int(row["face"]) for row in self.table])
+        self.mould = model.Mould(self.fibres.points, self.fibres.faces(), self.fibres.cell_data["face"])
 
     @functools.cached_property
     def map(self):

@@ -13,7 +13,7 @@ import zlib
 class PolyData:
     """A VTK PolyData file with its arrays decoded."""
 
-    FORMS = {"Float64": "d", "Int32": "i"}
+    FORMS = {"Float64": "d", "Int32": "i", "Int64": "q"}
 
     def __init__(self, path):
         root = ET.parse(path).getroot()

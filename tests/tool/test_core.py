@@ -280,17 +280,26 @@ class Start(Case):
                 self.assertPoint(choice["warp"], (c * x - s * y, s * x + c * y, 0))
                 self.assertIn(f"side towards {'+' if sense > 0 else '-'}z", done.stdout)
 
-    def test_reversed_faces_give_the_same_ply(self):
-        points, faces = uneven_sheet()
-        ply = {}
-        for name, mesh in (("as made", (points, faces)), ("reversed", (points, [f[::-1] for f in faces])),
-                           ("from another corner", (points, [(f[0], *f[:0:-1]) for f in faces]))):
-            report, done = self.report(self.file("m.obj", obj(mesh)), "--clip", "33,-11,9,1,0.3,0.1", "--start", "middle")
-            report.pop("seconds")
-            ply[name] = report
-            self.assertEqual("look the other way" in done.stderr, name != "as made")
-        self.assertEqual(ply["reversed"], ply["as made"])
-        self.assertEqual(ply["from another corner"], ply["as made"])
+    def test_the_order_of_a_file_leaves_no_trace(self):
+        # A lattice with a hole, which cloth has to be mended around: full of ties.
+        flat, lattice = plate(24)
+        bent = [(x, y, 0.7 * math.sin(0.4 * x) * math.cos(0.5 * y)) for x, y, _ in flat]
+        holed = bent, [f for f in lattice if min(math.dist(flat[v], (9, 15, 0)) for v in f) > 2.5]
+        for (points, faces), words in ((uneven_sheet(), ("--clip", "33,-11,9,1,0.3,0.1")), (holed, ("--seed", "12.1,7.3,0", "--fill-holes")),
+                                       (holed, ("--step", "0.71")), (holed, ("--seed", "12.1,7.3,0", "--angle", "20"))):
+            order = sorted(range(len(points)), key=lambda v: v * 7919 % len(points))
+            number = {v: k for k, v in enumerate(order)}
+            mixed = [tuple(number[v] for v in (*f[1:], f[0])) for f in faces[1::3] + faces[::3] + faces[2::3]]
+            ply = {}
+            for name, mesh in (("as made", (points, faces)), ("reversed", (points, [f[::-1] for f in faces])),
+                               ("from another corner", (points, [(f[0], *f[:0:-1]) for f in faces])),
+                               ("mixed", ([points[v] for v in order], mixed))):
+                report, done = self.report(self.file("m.obj", obj(mesh)), *words, "--start", "middle", expect=None)
+                report.pop("seconds")
+                ply[name] = report
+                self.assertEqual("look the other way" in done.stderr, name in ("reversed", "from another corner"))
+            for name in ply:
+                self.assertEqual(ply[name], ply["as made"], name)
 
     def test_best_start_follows_from_the_shape_alone(self):
         points, faces = uneven_sheet()

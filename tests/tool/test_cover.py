@@ -124,6 +124,7 @@ class Cover(Case):
         rows = list(csv.DictReader((folder / "c.fibres.csv").read_text().splitlines()))
         self.assertEqual(len(rows), len(triangles))
         claimed = 0.0
+        self.assertEqual([int(row["face"]) for row in rows], list(range(1, len(triangles) + 1)))
         for row, triangle in zip(rows, triangles):
             if int(row["piece"]):
                 centre = [sum(points[v][k] for v in triangle) / 3 for k in range(3)]

@@ -133,8 +133,12 @@ class Values(Drapes):
         self.assertClose(data["thickness"], thickness, 1e-7)
         head = "triangle face cover cell shear_deg thickness warp_x warp_y warp_z weft_x weft_y weft_z"
         self.assertEqual(" ".join(drape.table[0]), head)
-        for t, (row, fibres) in enumerate(zip(drape.table, drape.map, strict=True)):
-            self.assertEqual([int(row[name]) for name in ("triangle", "cover", "cell")], [t + 1, *fibres[:2]])
+        faces = [(int(row["face"]), int(row["triangle"])) for row in drape.table]
+        self.assertEqual(faces, sorted((face, t + 1) for t, face in enumerate(data["face"])))
+        for row in drape.table:
+            t = int(row["triangle"]) - 1
+            fibres = drape.map[t]
+            self.assertEqual([int(row[name]) for name in ("cover", "cell")], list(fibres[:2]))
             columns = [float(row[name]) for name in head.split()[4:]]
             self.assertClose(columns, [fibres.shear, thickness[t], *fibres.warp, *fibres.weft], 1e-7)
 

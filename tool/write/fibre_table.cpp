@@ -1,9 +1,12 @@
 // Fibre directions and shear per triangle of the mould, as a table. A bare triangle has cover 0, cell 0 and
-// zero vectors.
+// zero vectors. Rows are in the order of the file's faces, as whoever joins them with the file expects.
 #include "host/search/cover_fibres.h"
 #include "tool/write/cell_name.h"
 #include "tool/write/file_numbers.h"
 #include "tool/write/writers.h"
+
+#include <algorithm>
+#include <numeric>
 
 namespace tool {
 namespace {
@@ -13,9 +16,7 @@ constexpr const char* heading =
 
 void addRow(std::string& text, const Mould& mould, std::size_t t, const TriangleFibres& fibres,
             std::int32_t cell, const std::vector<std::int64_t>& faceNumbers) {
-    const std::int32_t face = t < mould.sourceFaces.size() ? mould.sourceFaces[t] : 0;
-    const std::int64_t number = face > 0 && !faceNumbers.empty() ? faceNumbers[at(face) - 1] : face;
-    text += std::to_string(t + 1) + "," + std::to_string(number) + "," +
+    text += std::to_string(t + 1) + "," + std::to_string(faceName(mould, t, faceNumbers)) + "," +
             std::to_string(static_cast<int>(fibres.cover)) + "," + std::to_string(cell) + "," +
             fileNumber(fibres.shear) + "," + fileNumber(thicknessFactor(fibres.shear));
     for (const Point& direction : {fibres.warp, fibres.weft}) {
@@ -25,12 +26,23 @@ void addRow(std::string& text, const Mould& mould, std::size_t t, const Triangle
     }
 }
 
+std::vector<std::size_t> inOrderOfFaces(const Mould& mould) {
+    std::vector<std::size_t> order(mould.triangleCount());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    if (order.size() == mould.sourceFaces.size()) {
+        std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+            return mould.sourceFaces[a] < mould.sourceFaces[b];
+        });
+    }
+    return order;
+}
+
 } // namespace
 
 std::string fibresCsv(const Scene& scene) {
     const auto all = mapFibres(*scene.mould, *scene.grid, *scene.measures);
     std::string text = std::string(heading) + "\n";
-    for (std::size_t t = 0; t < all.size(); ++t) {
+    for (const std::size_t t : inOrderOfFaces(*scene.mould)) {
         addRow(text, *scene.mould, t, all[t], cellName(*scene.measures, all[t]), scene.faceNumbers);
         text += "\n";
     }
@@ -40,7 +52,7 @@ std::string fibresCsv(const Scene& scene) {
 std::string piecesFibresCsv(const CoverScene& scene) {
     const CoverFibres all = coverFibresOf(*scene.surface, *scene.set);
     std::string text = std::string(heading) + ",piece\n";
-    for (std::size_t t = 0; t < all.fibres.size(); ++t) {
+    for (const std::size_t t : inOrderOfFaces(*scene.surface)) {
         const std::int32_t piece = all.pieces[t];
         const std::int32_t cell =
             piece == 0 ? 0 : cellName(scene.set->pieces[at(piece) - 1].drape.measures, all.fibres[t]);

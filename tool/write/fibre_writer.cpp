@@ -8,9 +8,10 @@
 namespace tool {
 namespace {
 
-// `cells` and, if there are several pieces, `pieces` are per triangle.
+// `cells` and, if there are several pieces, `pieces` are per triangle; `faceNumbers` as in a scene.
 std::string fibreFile(const Mould& mould, const std::vector<TriangleFibres>& all,
-                      const std::vector<std::int32_t>& cells, const std::vector<std::int32_t>* pieces) {
+                      const std::vector<std::int32_t>& cells, const std::vector<std::int32_t>* pieces,
+                      const std::vector<std::int64_t>& faceNumbers) {
     std::vector<double> points;
     for (const Point& position : mould.positions) {
         points.insert(points.end(), position.begin(), position.end());
@@ -18,6 +19,10 @@ std::string fibreFile(const Mould& mould, const std::vector<TriangleFibres>& all
     std::vector<std::int32_t> triangles = mould.corners;
     for (std::int32_t& corner : triangles) {
         --corner;
+    }
+    std::vector<std::int64_t> faces;
+    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
+        faces.push_back(faceName(mould, t, faceNumbers));
     }
     std::vector<std::int32_t> cover;
     std::vector<double> shear;
@@ -36,6 +41,7 @@ std::string fibreFile(const Mould& mould, const std::vector<TriangleFibres>& all
     file.addCellArray("thickness", thickness, 1);
     file.addCellArray("cover", cover, 1);
     file.addCellArray("cell", cells, 1);
+    file.addCellArray("face", faces, 1);
     file.addCellArray("warp", warp, 3);
     file.addCellArray("weft", weft, 3);
     if (pieces != nullptr) {
@@ -53,7 +59,7 @@ std::string fibresVtp(const Scene& scene) {
     for (const TriangleFibres& fibres : all) {
         cells.push_back(cellName(*scene.measures, fibres));
     }
-    return fibreFile(*scene.mould, all, cells, nullptr);
+    return fibreFile(*scene.mould, all, cells, nullptr, scene.faceNumbers);
 }
 
 std::string piecesFibresVtp(const CoverScene& scene) {
@@ -64,7 +70,7 @@ std::string piecesFibresVtp(const CoverScene& scene) {
                                            : cellName(scene.set->pieces[at(all.pieces[t]) - 1].drape.measures,
                                                       all.fibres[t]));
     }
-    return fibreFile(*scene.surface, all.fibres, cells, &all.pieces);
+    return fibreFile(*scene.surface, all.fibres, cells, &all.pieces, scene.pieces.front().faceNumbers);
 }
 
 } // namespace tool
