@@ -449,9 +449,9 @@ class Sweep(Case):
             for line in sample.read_text().splitlines(keepends=True)
         )
         mesh = self.file("high.obj", stretched)
-        failed = self.drape(mesh, "--step", "18", "--start", "middle", expect=RUN_ENDED)
+        failed = self.drape(mesh, "--step", "17", "--start", "middle", expect=RUN_ENDED)
         self.assertIn("--sweep", failed.stderr)
-        report, _ = self.report(mesh, "--step", "18", "--sweep")
+        report, _ = self.report(mesh, "--step", "17", "--sweep")
         self.assertEqual(report["result"]["status"], 0)
 
 
