@@ -17,6 +17,7 @@ namespace {
 // In cell lengths: how far a chord may stand off a curved mould, how far beside a cell still counts as in it,
 // how far off a cell's centre may be at most, and what keeps bounds clear of rounding.
 constexpr double largestStandOff = 0.5;
+constexpr double largestAcrossEdge = 1.0; // the same for a chord across a sharp edge
 constexpr double sideMargin = 0.05;
 constexpr double farthestCentre = 2.0;
 constexpr double slack = 1e-6;
@@ -90,9 +91,20 @@ CellCover::Shape CellCover::shapeOf(const Grid& grid, const Cell& cell) const {
     return shape;
 }
 
+// The place with these shares of the second and third corner of a half.
+CellCover::Place CellCover::placeAt(const Shape& shape, std::size_t half, double second, double third) {
+    constexpr std::array<std::array<double, 2>, 4> places{{{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.0, 1.0}}};
+    const auto& [aAlong, aAcross] = places[shape.first];
+    const auto& [bAlong, bAcross] = places[(shape.first + half + 1) % 4];
+    const auto& [cAlong, cAcross] = places[(shape.first + half + 2) % 4];
+    Place place;
+    place.along = aAlong + second * (bAlong - aAlong) + third * (cAlong - aAlong);
+    place.across = aAcross + second * (bAcross - aAcross) + third * (cAcross - aAcross);
+    return place;
+}
+
 // The nearest place of a cell, taken as two triangles along its shorter diagonal.
 CellCover::Place CellCover::placeIn(const Shape& shape, const Point& p) {
-    constexpr std::array<std::array<double, 2>, 4> places{{{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.0, 1.0}}};
     Place best;
     for (const std::size_t k : {1U, 2U}) {
         const Point& a = shape.corners[0];
@@ -102,13 +114,32 @@ CellCover::Place CellCover::placeIn(const Shape& shape, const Point& p) {
         const double d = distance(p, nearest);
         if (d < best.distance) {
             // A half without area has none of its own places.
-            const double toB = finite(dot(nearest - a, shape.halves[k - 1].toSecond));
-            const double toC = finite(dot(nearest - a, shape.halves[k - 1].toThird));
-            const auto& [aAlong, aAcross] = places[shape.first];
-            const auto& [bAlong, bAcross] = places[(shape.first + k) % 4];
-            const auto& [cAlong, cAcross] = places[(shape.first + k + 1) % 4];
-            best = {d, nearest, aAlong + toB * (bAlong - aAlong) + toC * (cAlong - aAlong),
-                    aAcross + toB * (bAcross - aAcross) + toC * (cAcross - aAcross)};
+            best = placeAt(shape, k - 1, finite(dot(nearest - a, shape.halves[k - 1].toSecond)),
+                           finite(dot(nearest - a, shape.halves[k - 1].toThird)));
+            best.distance = d;
+            best.point = nearest;
+        }
+    }
+    return best;
+}
+
+// The place of a whole cell that the line through the centroid along the facet's normal meets; infinitely far
+// if there is none.
+CellCover::Place CellCover::placeAcrossEdge(const Shape& shape, const Facet& facet) const {
+    Place best;
+    const Point arm = facet.centroid - shape.corners[0];
+    const bool faces = shape.cover == Cover::whole && dot(shape.normal, facet.normal) > 0.0 &&
+                       distance(shape.centre, facet.centroid) <= farthestCentre * step_;
+    for (std::size_t k = 0; k < 2 && faces; ++k) {
+        const Half& half = shape.halves[k];
+        const double way = -dot(arm, half.height) / dot(facet.normal, half.height);
+        const Point met = arm + scale(facet.normal, way);
+        const double second = dot(met, half.toSecond);
+        const double third = dot(met, half.toThird);
+        if (second >= -slack && third >= -slack && second + third <= 1.0 + slack &&
+            std::abs(way) <= largestAcrossEdge * step_ && std::abs(way) < best.distance) {
+            best = placeAt(shape, k, second, third);
+            best.distance = std::abs(way);
         }
     }
     return best;
@@ -176,6 +207,16 @@ CellPlace CellCover::nearestOver(const Facet& facet) const {
             found = {index, shape.cover, place.along, place.across};
         }
     });
+    if (found.cover == Cover::none) {
+        nearest = std::numeric_limits<double>::infinity();
+        cubes_.around(facet.centroid, [&](std::uint32_t index) {
+            const Place place = placeAcrossEdge(shapes_[index], facet);
+            if (place.distance < nearest) {
+                nearest = place.distance;
+                found = {index, Cover::whole, place.along, place.across};
+            }
+        });
+    }
     return found;
 }
 
@@ -203,7 +244,11 @@ Cover CellCover::coverOf(const Facet& facet, Hint& hint) const {
     if (found != hint.near.end()) {
         std::rotate(hint.near.begin(), found, found + 1);
     }
-    return best;
+    const auto meets = [&](std::uint32_t index) {
+        return std::isfinite(placeAcrossEdge(shapes_[index], facet).distance);
+    };
+    return best == Cover::none && std::any_of(hint.near.begin(), hint.near.end(), meets) ? Cover::whole
+                                                                                         : best;
 }
 
 } // namespace drape::host

@@ -1,5 +1,7 @@
 // Which cells of a drape lie over a place of the mould. A cell lies over a triangle's centroid if the way
-// from the cell to the centroid runs along the triangle's normal and both face the same side.
+// from the cell to the centroid runs along the triangle's normal and both face the same side. The way from
+// the nearest place of the cell is asked first. Where a cell spans a sharp edge of the mould, that way runs
+// aslant; there the one along the normal is followed.
 #pragma once
 
 #include "host/cloth/cell_cubes.h"
@@ -30,8 +32,8 @@ public:
 
     double cellLength() const { return step_; } // the longest side of a cell on the mould
 
-    // The nearest cell that lies over the facet, a whole one before one at an edge; cover none if there isn't
-    // any.
+    // The nearest cell that lies over the facet, a whole one before one at an edge, one that does so across a
+    // sharp edge of the mould last; cover none if there isn't any.
     CellPlace nearestOver(const Facet& facet) const;
 
     // What one facet's search leaves for the next one, which is likely to lie close by.
@@ -63,7 +65,9 @@ private:
 
     static Half halfOf(const Point& a, const Point& b, const Point& c);
     Shape shapeOf(const Grid& grid, const Cell& cell) const;
+    static Place placeAt(const Shape& shape, std::size_t half, double second, double third);
     static Place placeIn(const Shape& shape, const Point& p);
+    Place placeAcrossEdge(const Shape& shape, const Facet& facet) const;
     bool canLieOver(const Shape& shape, const Facet& facet) const;
     bool liesOver(const Facet& facet, const Place& place) const;
     bool surelyLiesOver(const Shape& shape, const Facet& facet) const;

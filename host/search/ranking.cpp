@@ -5,13 +5,23 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <exception>
+#include <limits>
 
 namespace drape::host {
 namespace {
 
 // Whole drapes that cover at least this part of what the best one covers are compared by their shear.
 constexpr double nearlyAsMuch = 0.9;
+
+// Figures that differ by less are equal: rounding, as of another unit or of single precision, ranks nothing.
+constexpr double sameShear = 1e-4; // degrees
+constexpr double sameShare = 1e-6;
+
+double inStepsOf(double step, double value) {
+    return std::round(value / step);
+}
 
 } // namespace
 
@@ -52,20 +62,24 @@ bool isSingleLayer(const SweepResult& r) {
 
 void rank(std::vector<SweepResult>& results, bool byCloth) {
     double mostCovered = 0.0;
+    double mostCloth = 0.0;
     for (const SweepResult& r : results) {
         mostCovered = isWhole(r) && isSingleLayer(r) ? std::max(mostCovered, r.coveredShare) : mostCovered;
+        mostCloth = std::max(mostCloth, r.netArea);
     }
+    constexpr double least = std::numeric_limits<double>::min();
     // Each result's keys, the smaller the better, the weightiest first.
     const auto keys = [&](const SweepResult& r) {
-        const double cloth = byCloth ? -r.netArea : (isWhole(r) ? 0.0 : -r.coveredShare);
+        const double area = inStepsOf(sameShare * std::max(mostCloth, least), r.netArea);
+        const double cloth = byCloth ? -area : (isWhole(r) ? 0.0 : inStepsOf(sameShare, -r.coveredShare));
         return std::array<double, 8>{isWhole(r) ? 0.0 : 1.0,
                                      r.ran ? 0.0 : 1.0,
                                      isSingleLayer(r) ? 0.0 : 1.0,
                                      byCloth || r.coveredShare >= nearlyAsMuch * mostCovered ? 0.0 : 1.0,
                                      cloth,
-                                     r.largestShear,
-                                     r.shareBeyondLocking,
-                                     r.netArea};
+                                     inStepsOf(sameShear, r.largestShear),
+                                     inStepsOf(sameShare, r.shareBeyondLocking),
+                                     area};
     };
     std::stable_sort(results.begin(), results.end(),
                      [&](const SweepResult& a, const SweepResult& b) { return keys(a) < keys(b); });

@@ -39,8 +39,8 @@ bool isSingleLayer(const SweepResult& result);
 
 // Best first: whole drapes before those that ended with a code; cloth in one layer before cloth over cloth;
 // among them those that cover nearly as much as the best do; then by largest shear, share beyond locking and
-// net area. With `byCloth`, whole drapes go by the cloth they hold. Results of equal worth keep their
-// order.
+// net area. With `byCloth`, whole drapes go by the cloth they hold. Results of equal worth, but for rounding,
+// keep their order.
 void rank(std::vector<SweepResult>& results, bool byCloth);
 
 // Carries out `work(0)` to `work(count - 1)`, in any order and anywhere, and returns what they gave, in

@@ -295,6 +295,19 @@ Fibres = collections.namedtuple("Fibres", "cover cell shear warp weft")
 BARE = Fibres(0, 0, 0.0, [0.0] * 3, [0.0] * 3)
 
 
+def met_along(grid, k, cell, centroid, normal):
+    """Where the line through a centroid along the normal meets a cell, as it can where the cell spans a sharp edge."""
+    for half in grid.halves(cell):
+        a, b, c = (grid.position[n] for n in half)
+        upright = cross(sub(b, a), sub(c, a))
+        way = dot(sub(a, centroid), upright) / (dot(normal, upright) or math.inf)
+        met = add(centroid, scaled(normal, way))
+        shares = [dot(cross(sub(q, p), sub(met, p)), upright) / dot(upright, upright) for p, q in ((b, c), (c, a), (a, b))]
+        if min(shares) >= 0:
+            yield (1, abs(way), k, sum(s for n, s in zip(half, shares) if n in (cell[1], cell[2])),
+                   sum(s for n, s in zip(half, shares) if n in (cell[2], cell[3])))
+
+
 def fibre_map(mould, grid):
     """Per triangle of the mould what lies over its centroid: the nearest cell that does."""
     sides = [math.dist(grid.position[cell[k]], grid.position[cell[(k + 1) % 4]])
@@ -321,6 +334,10 @@ def fibre_map(mould, grid):
             beside = math.hypot(*sub(sub(centroid, at), scaled(normal, off)))
             if abs(off) <= STAND_OFF * longest and beside <= MARGIN * longest:
                 found.append((1 if grid.whole[k] else 2, away, k, along, across))
+        if not found:
+            found = [across_edge for k, cell in enumerate(grid.cells)
+                     if grid.whole[k] and math.dist(centres[k], centroid) <= 2 * longest and dot(facing[k], normal) > 0
+                     for across_edge in met_along(grid, k, cell, centroid, normal) if across_edge[1] <= longest]
         if not found:
             fibres.append(BARE)
             continue

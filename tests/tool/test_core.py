@@ -388,6 +388,22 @@ class Start(Case):
             results.append((report["result"]["nodes"], round(report["shear"]["mean"], 6)))
         self.assertEqual(results[0], results[1])
         self.assertEqual(results[1], results[2])
+        # On a flat part all candidates are as good but for rounding, which ranks none before another.
+        best = set()
+        for scale in (0.001, 1.0, 0.3):
+            points, faces = plate(8, scale)
+            report, _ = self.report(self.file("m.obj", obj((points, faces))), "--sweep", "--sweep-seeds", "4x2",
+                                    "--sweep-angles", "0,20,70", "--step", 0.37 * scale)
+            best.add(tuple(round(x / scale, 6) for x in (*report["choice"]["seed"], scale * report["choice"]["angle"])))
+        self.assertEqual(len(best), 1)
+
+    def test_cloth_lies_over_both_faces_of_a_sharp_edge(self):
+        flat, faces = plate(20, 5.0)
+        bent = [(min(x, 50), y, -max(x - 50, 0)) for x, y, _ in flat]
+        report, _ = self.report(self.file("m.obj", obj((bent, faces))), "--seed", "43,51,0", "--step", "2.5", "-o", "m.fibres.csv")
+        self.assertEqual(report["result"]["coveredShare"], 1.0)
+        rows = list(csv.DictReader((self.folder / "m.fibres.csv").read_text().splitlines()))
+        self.assertEqual({row["cover"] for row in rows if row["triangle"]} - {"2"}, {"1"})
 
     def test_slender_cells_are_warned_of(self):
         _, done = self.choice("--step", "1,1.7")
@@ -611,7 +627,8 @@ class Refusals(Case):
         curve = self.file("trim.json", "1 1 0\n2 1 0\n2 2 0\n")
         (self.folder / "folder.json").mkdir()
         (self.folder / "link.json").symlink_to(curve)
-        for code, outputs in ((OTHER, ["nowhere/x.vtp"]), (OTHER, ["plate.obj/x.vtp"]), (OTHER, ["folder.json"]),
+        os.mkfifo(self.folder / "pipe.json")
+        for code, outputs in ((OTHER, ["nowhere/x.vtp"]), (OTHER, ["plate.obj/x.vtp"]), (OTHER, ["folder.json"]), (OTHER, ["pipe.json"]),
                               (USAGE, ["trim.json"]), (USAGE, ["./folder.json/../trim.json"]), (USAGE, ["link.json"]),
                               (USAGE, ["a.png", "./a.png"]), (USAGE, ["a.bmp"]), (USAGE, [mesh])):
             outputs = [part for path in ("kept.vtp", *outputs) for part in ("-o", path)]

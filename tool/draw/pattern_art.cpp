@@ -21,7 +21,8 @@ constexpr std::size_t mostRectangles = 40000; // beyond this, neighbouring cells
 constexpr double mostFibres = 220.0;          // of one family across the page
 constexpr double textSize = 3.6;              // millimetres, as are all lengths below, before they grow
 constexpr double arrowReach = 14.0;
-constexpr Colour overlapColour{1.0, 0.55, 0.0};
+constexpr Colour overlapColour{0.90, 0.0, 0.85}; // of no shear
+constexpr double overlapRim = 0.6;
 constexpr Colour seamColour{0.0, 0.50, 0.15};
 constexpr Colour clothEdgeColour{0.0, 0.45, 0.85};
 
@@ -274,7 +275,9 @@ void drawPattern(Canvas& canvas, const Placement& page, const Scene& scene, cons
     for (const auto& polygon : scene.measures->net.overlaps) {
         painter.addPolygon(polygon);
     }
-    cairo_fill(canvas.cairo());
+    cairo_fill_preserve(canvas.cairo());
+    canvas.colour(overlapColour);
+    canvas.stroke(overlapRim * page.growth);
     drawYarns(canvas, page, scene, painter);
     drawNetLine(canvas, page, scene, painter);
     drawCutLineAndCurves(canvas, page, scene, painter);

@@ -78,14 +78,17 @@ std::string sizeText(const Scene& scene) {
            (scene.cut->allowance > 0.0 ? " + allowance " + number(scene.cut->allowance * mm) + " mm" : "");
 }
 
+std::string overlapKey(const Scene& scene) {
+    return scene.measures->net.overlapArea > 0.0 ? "Magenta: the pattern lies over itself. " : "";
+}
+
 std::string keyText(const Scene& scene, const Page& page, bool isImage) {
     const NetPattern& net = scene.measures->net;
     return (isImage                   ? std::string()
             : page.enlargement == 1.0 ? std::string("Drawn 1 : 1. ")
                                       : "Drawn " + number(page.enlargement) + " : 1. ") +
            (scene.cut->allowance > 0.0 ? "Heavy line: cut. Light line: net. " : "") +
-           (scene.curves.empty() ? "" : "Red line: transferred curve. ") +
-           (net.overlapArea > 0.0 ? "Orange: the pattern lies over itself. " : "") +
+           (scene.curves.empty() ? "" : "Red line: transferred curve. ") + overlapKey(scene) +
            (net.clothEdgeLength > 0.0 ? "Blue line: the cloth ends before the mould. " : "");
 }
 
@@ -103,9 +106,10 @@ void drawLegend(Canvas& canvas, const Page& page, const Scene& scene, const Shea
     line += 1.35 * size;
     const std::string warning = warningOf(scene);
     canvas.colour(warning.empty() ? paleInk : Colour{0.75, 0.05, 0.10});
-    canvas.textWithin(left, line, 0.85 * size, room,
-                      mouldLabel(scene) + "   " +
-                          (warning.empty() ? keyText(scene, page, canvas.isImage()) : warning));
+    canvas.textWithin(
+        left, line, 0.85 * size, room,
+        mouldLabel(scene) + "   " +
+            (warning.empty() ? keyText(scene, page, canvas.isImage()) : warning + ". " + overlapKey(scene)));
     line += 2.6 * size;
     const double bar = roundLength(std::max(0.5 * room / page.enlargement, 1e-9));
     drawScaleBar(canvas, left, line, bar * page.enlargement, bar, 0.85 * size);

@@ -61,6 +61,17 @@ const std::vector<Kind>& kinds() {
     throw std::runtime_error("cannot write " + path + ": " + std::generic_category().message(reason));
 }
 
+// A file is put in the place of what stands there, which would do away with a device or a pipe.
+void requireReplaceable(const std::string& path, const std::string& place) {
+    struct stat info {};
+    if (::stat(place.c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
+        if (S_ISDIR(info.st_mode)) {
+            fail(path, EISDIR);
+        }
+        throw std::runtime_error("cannot write " + path + ": a device or a pipe stands there, not a file");
+    }
+}
+
 // A link is followed, so that the file that it names is replaced and not the link.
 std::string finalPlace(const std::string& path) {
     std::error_code ignored;
@@ -109,10 +120,7 @@ private:
 
 void writeWhole(const std::string& path, const std::string& bytes) {
     const std::string place = finalPlace(path);
-    std::error_code ignored;
-    if (std::filesystem::is_directory(place, ignored)) {
-        fail(path, EISDIR);
-    }
+    requireReplaceable(path, place);
     const SignalsWait signalsWait;
     std::string temporary = place + ".XXXXXX";
     const int file = ::mkstemp(temporary.data());
@@ -150,9 +158,7 @@ void checkPlace(const std::string& path) {
     if (!S_ISDIR(info.st_mode)) {
         fail(path, ENOTDIR);
     }
-    if (::stat(place.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
-        fail(path, EISDIR);
-    }
+    requireReplaceable(path, place.string());
     if (::access(folder.c_str(), W_OK | X_OK) != 0) {
         fail(path, errno);
     }
