@@ -38,10 +38,11 @@ class Sweep(Case):
         whole = lambda r: r["ran"] == 1 and r["status"] == 0 and r["cells"] > 0
         single = lambda r: r["doubled_share"] <= 0.05
         most = max((r["covered_share"] for r in rows if whole(r) and single(r)), default=0.0)
+        cloth = max(r["net_area"] for r in rows) or 1.0
         wanted = sorted(rows, key=lambda r: (
             not whole(r), r["ran"] == 0, not single(r), not (by_cloth or r["covered_share"] >= 0.9 * most),
-            -r["net_area"] if by_cloth else 0.0 if whole(r) else -r["covered_share"],
-            r["largest_shear_deg"], r["share_beyond_locking"], r["net_area"]))
+            -round(r["net_area"] / cloth, 6) if by_cloth else 0.0 if whole(r) else -round(r["covered_share"], 6),
+            round(r["largest_shear_deg"], 4), round(r["share_beyond_locking"], 6), round(r["net_area"] / cloth, 6)))
         best = report["sweep"]["best"]
         self.assertEqual([e["candidate"] for e in best], [int(r["candidate"]) for r in wanted[:20]])
         for entry, row in zip(best, wanted):
