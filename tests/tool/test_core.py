@@ -400,8 +400,9 @@ class Start(Case):
     def test_cloth_lies_over_both_faces_of_a_sharp_edge(self):
         flat, faces = plate(20, 5.0)
         bent = [(min(x, 50), y, -max(x - 50, 0)) for x, y, _ in flat]
-        report, _ = self.report(self.file("m.obj", obj((bent, faces))), "--seed", "43,51,0", "--step", "2.5", "-o", "m.fibres.csv")
-        self.assertEqual(report["result"]["coveredShare"], 1.0)
+        report, _ = self.report(self.file("m.obj", obj((bent, faces))), "--seed", "43,51,0", "--angle", "7",
+                                "--step", "2.5", "-o", "m.fibres.csv")
+        self.assertGreater(report["result"]["coveredShare"], 0.9995)
         rows = list(csv.DictReader((self.folder / "m.fibres.csv").read_text().splitlines()))
         self.assertEqual({row["cover"] for row in rows if row["triangle"]} - {"2"}, {"1"})
 
@@ -636,7 +637,7 @@ class Refusals(Case):
             self.assertIn(outputs[-1].removeprefix("./"), done.stderr)
             self.assertEqual(done.stdout, "")
         self.assertEqual(sorted(p.name for p in self.folder.iterdir()),
-                         ["folder.json", "link.json", "plate.obj", "trim.json"])
+                         ["folder.json", "link.json", "pipe.json", "plate.obj", "trim.json"])
         self.assertEqual(pathlib.Path(mesh).read_text(), content)
         done = self.drape(self.file("part.STEP", "ISO-10303-21;"), expect=INPUT)
         self.assertRegex(done.stderr, "STL or OBJ|the mesher gmsh says")

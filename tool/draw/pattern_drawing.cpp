@@ -109,7 +109,7 @@ void drawLegend(Canvas& canvas, const Page& page, const Scene& scene, const Shea
     canvas.textWithin(
         left, line, 0.85 * size, room,
         mouldLabel(scene) + "   " +
-            (warning.empty() ? keyText(scene, page, canvas.isImage()) : warning + ". " + overlapKey(scene)));
+            (warning.empty() ? keyText(scene, page, canvas.isImage()) : warning + "   " + overlapKey(scene)));
     line += 2.6 * size;
     const double bar = roundLength(std::max(0.5 * room / page.enlargement, 1e-9));
     drawScaleBar(canvas, left, line, bar * page.enlargement, bar, 0.85 * size);
