@@ -20,18 +20,21 @@ namespace {
 // Half as far from the outline as from the next seed is far enough.
 constexpr double outlineWeight = 2.0;
 
+constexpr double sameRoom = 1e-6; // share of it
+
 struct Roomiest {
     std::size_t triangle = 0;
     double room = -1.0;
 };
 
-// The triangle whose corner with the least room has the most; of several the first.
+// The triangle whose corner with the least room has the most; of several that have as much, but for rounding,
+// the first.
 Roomiest roomiestOf(const TriangleMesh& mesh, const std::vector<double>& room) {
     Roomiest best;
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
         const Triangle& c = mesh.triangles[t];
         const double least = std::min({room[at(c[0])], room[at(c[1])], room[at(c[2])]});
-        if (least > best.room) {
+        if (least > (1.0 + sameRoom) * best.room) {
             best = {t, least};
         }
     }
@@ -59,7 +62,9 @@ std::vector<Point> spreadSeeds(const Surface& surface, std::size_t count) {
     Roomiest roomiest = roomiestOf(mesh, room);
     while (seeds.size() < count && seeds.size() < mesh.triangles.size()) {
         // Beyond the most room there is, distances can take nothing away.
-        take(front.distancesFrom(nearestPoint(*surface.mould, seeds.back()), roomiest.room), 1.0);
+        take(
+            front.distancesFrom(nearestPoint(*surface.mould, seeds.back()), (1.0 + sameRoom) * roomiest.room),
+            1.0);
         roomiest = roomiestOf(mesh, room);
         seeds.push_back(centreOf(mesh, roomiest.triangle));
     }
