@@ -3,7 +3,6 @@
 Environment: DRAPE, the program; DRAPE_SAMPLES, the folder of the sample moulds.
 """
 
-import csv
 import json
 import math
 import os
@@ -41,16 +40,15 @@ class ManyDrapes(unittest.TestCase):
     def test_outline_is_the_net_pattern_on_every_sample(self):
         for mould in sorted(SAMPLES.glob("*.obj")):
             with self.subTest(mould.stem), tempfile.TemporaryDirectory() as folder:
-                paths, report = drape(folder, mould.stem, endings=["dxf", "fibres.vtp", "fibres.csv"])
+                paths, report = drape(folder, mould.stem, endings=["dxf", "fibres.vtp"])
                 loops = [line["points"] for line in dxf_entities(paths["dxf"].read_text())
                          if line["layer"] in ("NET", "HOLE")]
                 net = report["pattern"]["netArea"]
                 self.assertAlmostEqual(sum(map(flat_area, loops)), net, 3)
                 # The cloth over a triangle is as much larger as it is sheared.
                 mesh = PolyData(paths["fibres.vtp"])
-                with open(paths["fibres.csv"], newline="") as table:
-                    sheared = sum(triangle_area(*(mesh.points[v] for v in corners)) / math.cos(math.radians(float(row["shear_deg"])))
-                                  for corners, row in zip(mesh.faces(), csv.DictReader(table), strict=True) if row["shear_deg"])
+                sheared = sum(triangle_area(*(mesh.points[v] for v in corners)) / math.cos(math.radians(shear))
+                              for corners, shear in zip(mesh.faces(), mesh.cell_data["shear"], strict=True))
                 if report["pattern"]["reachesEdge"]:
                     self.assertAlmostEqual(net / sheared, 1.0, delta=0.005)
 
