@@ -108,7 +108,8 @@ public:
             for (const Territory& territory : left) {
                 plan.add(territory);
             }
-            addPieces(plan, {}, mostPieces);
+            const double lost = std::max(0.0, plan.coveredShare() - best.coveredShare);
+            addPieces(plan, {}, mostPieces, std::min(1.0 - 1e-9, wanted() + lost));
             std::vector<Territory> nextLeft;
             PieceSet next = laidOut(cover_, wishes_, plan.territories(), nextLeft);
             if (!beats(next, best)) {
@@ -173,9 +174,9 @@ private:
         return territories;
     }
 
-    // Adds pieces until enough is covered or there are `most`.
-    void addPieces(CoverPlan& plan, const std::vector<PieceStart>& first, std::size_t most) {
-        while (plan.coveredShare() < wanted() && plan.territories().size() < most) {
+    // Adds pieces until `share` is covered or there are `most`.
+    void addPieces(CoverPlan& plan, const std::vector<PieceStart>& first, std::size_t most, double share) {
+        while (plan.coveredShare() < share && plan.territories().size() < most) {
             std::vector<PieceStart> starts = startsIn(plan);
             starts.insert(starts.begin(), first.begin(), first.end());
             const std::vector<Territory> found = draped(starts, plan);
@@ -197,7 +198,7 @@ private:
 
     void carryOn(CoverPlan plan, const std::vector<PieceStart>& first) {
         const bool reached = best_.coveredShare() >= wanted();
-        addPieces(plan, first, reached ? best_.territories().size() : mostPieces);
+        addPieces(plan, first, reached ? best_.territories().size() : mostPieces, wanted());
         if (best_.territories().empty() || isBetter(worthOf(plan), worthOf(best_), wanted())) {
             best_ = std::move(plan);
         }
