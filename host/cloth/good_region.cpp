@@ -132,7 +132,9 @@ private:
     bool isGood(std::int32_t cell) const {
         const Cell& c = lattice_.cells[at(cell)];
         return blocked_.count(lattice_.corner(cell)) == 0 &&
-               (!c.onSurface || (std::abs(c.shear) <= wishes_.lockingAngle && maps_[at(cell)].isConvex()));
+               (!(c.onSurface || hangsOverEdge(lattice_.grid, c)) ||
+                std::abs(c.shear) <= wishes_.lockingAngle) &&
+               (!c.onSurface || maps_[at(cell)].isConvex());
     }
 
     void takeCells() {

@@ -164,6 +164,7 @@ private:
                 return std::clamp(part, edgeEnd, 1.0 - edgeEnd);
             });
         claims_ = split.mesh;
+        added_ = split.added;
         claimOf_.clear();
         for (std::size_t t = 0; t < claims_.triangles.size(); ++t) {
             const Triangle& corners = claims_.triangles[t];
@@ -173,6 +174,16 @@ private:
                                    ? labels_[at(*known)]
                                    : second(ground().mesh.triangles[at(split.parents[t])]));
         }
+    }
+
+    // A piece's value at a vertex of the claims.
+    double valueOn(std::size_t p, std::size_t vertex) const {
+        const std::vector<double>& field = pieces_[p].field;
+        if (vertex < field.size()) {
+            return field[vertex];
+        }
+        const EdgePoint& point = added_[vertex - field.size()];
+        return (1.0 - point.part) * field[at(point.low)] + point.part * field[at(point.high)];
     }
 
     // The claim with what lies over its neighbours.
@@ -194,8 +205,10 @@ private:
         std::sort(from.begin(), from.end());
         from.erase(std::unique(from.begin(), from.end()), from.end());
         std::vector<double> field = distancesAlong(claims_, from);
-        for (double& d : field) {
-            d = 0.5 * wishes_.overlap - d;
+        // Never beyond the piece's territory.
+        for (std::size_t v = 0; v < field.size(); ++v) {
+            const double depth = 0.5 * wishes_.overlap + valueOn(p, v);
+            field[v] = std::min(0.5 * wishes_.overlap - field[v], depth);
         }
         Notes untold;
         return std::make_shared<const Mould>(mouldOf(manifoldOf(partAbove(claims_, field), untold)));
@@ -395,6 +408,7 @@ private:
     std::vector<char> closed_;         // per vertex, left bare
     std::vector<std::int32_t> labels_; // per vertex, its piece
     TriangleMesh claims_;
+    std::vector<EdgePoint> added_;      // its vertices beyond the ground's
     std::vector<std::int32_t> claimOf_; // per triangle of it
 };
 

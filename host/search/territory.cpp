@@ -155,7 +155,8 @@ Check checked(const CoverGround& cover, const Trial& trial, const std::vector<do
     for (std::size_t c = 0; c < cells.size(); ++c) {
         onSurface += cells[c].onSurface ? 1U : 0U;
         beside += cells[c].onSurface && region.cells[c] == 0 ? 1U : 0U;
-        locks = locks || (cells[c].onSurface && std::abs(cells[c].shear) > cover.good.lockingAngle);
+        locks = locks || ((cells[c].onSurface || hangsOverEdge(trial.grid, cells[c])) &&
+                          std::abs(cells[c].shear) > cover.good.lockingAngle);
     }
     Check check;
     for (std::size_t v = 0; v < field.size(); ++v) {
