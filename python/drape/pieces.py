@@ -65,6 +65,7 @@ class Cover(Sequence):
 
     @property
     def seams(self) -> list[Seam]:
+        """Where pieces meet, each as a line on the mould."""
         return [Seam(*seam) for seam in self._core.seams()]
 
     @property
@@ -79,6 +80,7 @@ class Cover(Sequence):
 
     @property
     def largest_shear(self) -> float:
+        """Degrees without sign, over the cells of all pieces."""
         return self._core.largest_shear
 
     @property

@@ -43,10 +43,12 @@ class Net(NamedTuple):
 
     @property
     def width(self) -> float:
+        """Along the warp, in the mesh's unit."""
         return self.extent[2] - self.extent[0]
 
     @property
     def height(self) -> float:
+        """Along the weft, in the mesh's unit."""
         return self.extent[3] - self.extent[1]
 
 
@@ -68,6 +70,7 @@ class Curve:
 
     @property
     def name(self) -> str:
+        """The name given to `Ply.carry`."""
         return self._core.name
 
     @property
@@ -82,6 +85,7 @@ class Curve:
 
     @property
     def length_on_pattern(self) -> float:
+        """Of all stretches together, in the mesh's unit."""
         return self._core.length_on_pattern
 
 
