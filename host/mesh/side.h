@@ -22,9 +22,9 @@ struct Side {
     Point towards{}; // unit vector for the rules `named` and `usual`
 };
 
-// Winds the triangles so that all normals point to the wanted side. Where `wanted` tells nothing of the surface as a whole, as on a closed one, the triangle `atSeed` decides.
-// The windings must agree with each other. Throws InputError (noSuchSide) if `wanted` tells nothing there
-// either.
+// Winds the triangles so that all normals point to the wanted side. Where `wanted` tells nothing of the
+// surface as a whole, as on a closed one, the triangle `atSeed` decides. The windings must agree with each
+// other. Throws InputError (noSuchSide) if `wanted` tells nothing there either.
 Side turnToSide(TriangleMesh& mesh, const std::optional<Point>& wanted, std::size_t atSeed, Notes& notes);
 
 // "towards +z", "outward", ...
