@@ -13,9 +13,9 @@
 #include "host/mesh/topology.h"
 
 #include <algorithm>
-#include <compare>
 #include <limits>
 #include <numeric>
+#include <tuple>
 
 namespace drape::host {
 
@@ -164,7 +164,10 @@ void dropMarked(TriangleMesh& mesh, const std::vector<char>& drop) {
 struct Numbered {
     Triangle corners;
     std::int32_t face, triangle; // in the file, in the mesh
-    auto operator<=>(const Numbered&) const = default;
+
+    bool operator<(const Numbered& other) const {
+        return std::tie(corners, face, triangle) < std::tie(other.corners, other.face, other.triangle);
+    }
 };
 
 // Marks those of some triangles that have the corners of another one before them in the file. Gives their
