@@ -16,7 +16,8 @@ struct Turn {
 
 // Both to within two units of the last place.
 inline Turn turnOf(double degrees) {
-    // Polynomials for at most an eighth of a turn, by the square of the angle.
+    // Minimax polynomials for at most an eighth of a turn, by the square of the angle; the coefficients are
+    // those of fdlibm's kernels (Sun Microsystems, 1993).
     const auto sineOf = [](double x) {
         const double z = x * x;
         return x + x * z *
