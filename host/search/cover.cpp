@@ -180,12 +180,12 @@ private:
             std::vector<PieceStart> starts = startsIn(plan);
             starts.insert(starts.begin(), first.begin(), first.end());
             const std::vector<Territory> found = draped(starts, plan);
-            double most_ = leastGain * ground().area;
+            double mostGain = leastGain * ground().area;
             const Territory* best = nullptr;
             for (const Territory& territory : found) {
                 const double gain = plan.gainOf(territory);
-                if (gain > most_) {
-                    most_ = gain;
+                if (gain > mostGain) {
+                    mostGain = gain;
                     best = &territory;
                 }
             }
