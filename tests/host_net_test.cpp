@@ -262,6 +262,32 @@ TEST(HostNet, AnyMouldGivesItsTrianglesAreaOverTheCosineOfTheShear) {
     }
 }
 
+// Cells cut the corner of a plate bent by a right angle. Where a row runs along the mould's edge, that stands
+// off the side of such a cell without leaving it: the cloth reaches it all the same.
+TEST(HostNet, AnEdgeThatStandsOffACellIsReached) {
+    const Surface bent = gridSurface(
+        40, 40,
+        [](int i, int j) {
+            const double x = 2.5 * i;
+            return Point{std::min(x, 50.0), 2.5 * j, std::min(0.0, 50.0 - x)};
+        },
+        everywhere);
+    // The last rows lie a rounding beyond the edge; rows right on it end the run.
+    for (const double angle : {0.0, 90.0}) {
+        const HostDrape drape = hostDrape(bent, {{43.6, 50.0 + 1.5e-13, 0.0}, 2.5, 2.5, angle, 0});
+        ASSERT_EQ(drape.grid.status, 0);
+        expectSound(drape);
+        EXPECT_TRUE(drape.net.reachesEdge());
+        for (const double y : {0.0, 100.0}) {
+            double nearest = 1e300;
+            for (const host::Point& point : drape.net.loops[0].rim) {
+                nearest = std::min(nearest, host::vec::distance(point, {50.0, y, 0.0}));
+            }
+            EXPECT_LT(nearest, 1e-9) << "the outline cuts the corner at y = " << y;
+        }
+    }
+}
+
 // A ramp that winds by `turns` around a post, `rise` higher with each turn.
 Surface ramp(double turns, double rise) {
     const int around = static_cast<int>(72 * turns);

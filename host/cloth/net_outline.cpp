@@ -192,9 +192,10 @@ private:
     void addStretch(const Cut& a, const Cut& b, int times, std::span<const SideUse> uses) {
         const std::size_t from = times > 0 ? a.knot : b.knot;
         const std::size_t to = times > 0 ? b.knot : a.knot;
-        OutlinePoint first{knots[from].flat,     knots[from].space, NetBorder::cloth, -1, 0.0,
-                           at(uses.front().cell)};
-        OutlinePoint last{knots[to].flat, knots[to].space, NetBorder::cloth, -1, 0.0, at(uses.front().cell)};
+        const std::size_t cell = at(uses.front().cell);
+        const std::size_t beside = at(uses.back().cell);
+        OutlinePoint first{knots[from].flat, knots[from].space, NetBorder::cloth, -1, 0.0, cell, beside};
+        OutlinePoint last{knots[to].flat, knots[to].space, NetBorder::cloth, -1, 0.0, cell, beside};
         const auto start = onEdge(first.space, uses);
         const auto end = onEdge(last.space, uses);
         if (start && end && onEdge(mix(first.space, last.space, 0.5), uses)) {
@@ -280,6 +281,7 @@ private:
                 NetBorder::mould,
                 place.edge,
                 place.share,
+                cell,
                 cell};
     }
 

@@ -14,6 +14,7 @@ struct OutlinePoint {
     std::int32_t edge = -1; // boundary edge that it lies on, -1 for none
     double share = 0.0;     // along that edge
     std::size_t cell = 0;   // the joined cell in which it lies
+    std::size_t beside = 0; // of a side of the cloth, the joined cell beyond it; `cell` where there is none
 };
 
 using Outline = std::vector<OutlinePoint>; // closed, the first point not repeated

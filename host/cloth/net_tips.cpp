@@ -1,6 +1,8 @@
 // A bow is small if neither the cloth's edge nor the mould's takes more than a few cells from one end to the
-// other and if both cells' maps agree on the points between; they are mixed from the one to the other along
-// the way.
+// other. A point of it that lies over one of the cells beside the cloth's edge has its place there, as where
+// the mould's edge bows into the next cell or stands off a side that cuts its corner. Elsewhere the maps of
+// the cells at both ends are carried on and have to agree; they are mixed from the one to the other along the
+// way.
 #include "host/cloth/net_tips.h"
 
 #include <cmath>
@@ -17,6 +19,7 @@ constexpr double largestTip = 2.0;   // cells of area
 constexpr double farthest = 1.25;    // cells beyond the cell whose map is carried on
 constexpr double mapsDisagree = 0.5; // cells between where two cells put the same point
 constexpr double spacing = 0.1;      // cells between points along the way
+constexpr double overRim = 1e-3;     // cells outside a cell that count as over it
 
 double between(const FlatPoint& a, const FlatPoint& b) {
     return std::hypot(b[0] - a[0], b[1] - a[1]);
@@ -35,7 +38,7 @@ public:
             return run;
         }
         Outline way = wayAlong(from, after);
-        if (way.empty() || !place(way, before.cell, after)) {
+        if (way.empty() || !place(way, run, before.cell, after)) {
             return isJog(run, after) ? asBeyond(run) : run;
         }
         tip.cell = before.cell;
@@ -82,7 +85,8 @@ private:
             const int parts = std::max(1, static_cast<int>(std::ceil(length / (spacing * step_))));
             for (int p = 0; p < parts; ++p) {
                 const double here = share + (end - share) * p / parts;
-                way.push_back({from.flat, mix(a, b, here), NetBorder::beyond, edge, here, from.cell});
+                way.push_back(
+                    {from.flat, mix(a, b, here), NetBorder::beyond, edge, here, from.cell, from.cell});
             }
             if (last) {
                 return way;
@@ -103,10 +107,29 @@ private:
         return flatIn(all_.grid, joined, {spot->u, spot->v});
     }
 
+    // The place on the pattern of a point that lies over one of the cells beside a run.
+    std::optional<FlatPoint> flatOver(const Outline& run, const Point& p) const {
+        for (const OutlinePoint& stretch : run) {
+            for (const std::size_t c : {stretch.beside, stretch.cell}) {
+                const JoinedCell& joined = all_.cloth.cells[c];
+                const auto spot = all_.cloth.mapOf(all_.grid, joined).placeOf(p);
+                if (spot && std::abs(spot->u - 0.5) <= 0.5 + overRim &&
+                    std::abs(spot->v - 0.5) <= 0.5 + overRim && std::abs(spot->height) <= step_) {
+                    return flatIn(all_.grid, joined, {spot->u, spot->v});
+                }
+            }
+        }
+        return std::nullopt;
+    }
+
     // Gives all points of the way but the first their place on the pattern; false if a map doesn't reach
     // there.
-    bool place(Outline& way, std::size_t cell, const OutlinePoint& after) const {
+    bool place(Outline& way, const Outline& run, std::size_t cell, const OutlinePoint& after) const {
         for (std::size_t k = 1; k < way.size(); ++k) {
+            if (const auto over = flatOver(run, way[k].space)) {
+                way[k].flat = *over;
+                continue;
+            }
             const double t = static_cast<double>(k) / static_cast<double>(way.size());
             const auto a = flatBeyond(cell, way[k].space);
             const auto b = flatBeyond(after.cell, way[k].space);
