@@ -9,6 +9,7 @@ const points = 64;
 const element = (id) => document.getElementById(id);
 const at = ({ x, y }) => `${x.toFixed(1)} ${y.toFixed(1)}`;
 const moveTo = (node, { x, y }) => node.setAttribute("transform", `translate(${x.toFixed(1)} ${y.toFixed(1)})`);
+const shiftTo = (node, { x, y }) => (node.style.transform = `translate(${x.toFixed(1)}px, ${y.toFixed(1)}px)`);
 const asPoint = (value, origin) => new Vector3(value[0] - origin[0], value[1] - origin[1], value[2] - origin[2]);
 
 export class Marks {
@@ -31,6 +32,7 @@ export class Marks {
             step: choice.step,
         };
         element("handle").toggleAttribute("hidden", !choice);
+        element("flat-marks").toggleAttribute("hidden", !choice);
         this.#stage.draw();
     }
 
@@ -84,8 +86,11 @@ export class Marks {
     #placeHandle() {
         const { seed, warp, weft, normal, plyAngle } = this.#pose;
         const radius = ringRadius * this.#stage.unitPerPixel(seed);
-        const place = (along, across) =>
-            this.#stage.toScreen(seed.clone().addScaledVector(warp, along * radius).addScaledVector(weft, across * radius));
+        const centre = this.#stage.toScreen(seed);
+        const place = (along, across) => {
+            const { x, y } = this.#stage.toScreen(seed.clone().addScaledVector(warp, along * radius).addScaledVector(weft, across * radius));
+            return { x: x - centre.x, y: y - centre.y };
+        };
         const ring = Array.from({ length: points }, (_, k) => {
             const turn = (2 * Math.PI * k) / points;
             return at(place(Math.cos(turn), Math.sin(turn)));
@@ -93,13 +98,12 @@ export class Marks {
         const path = `M${ring.join("L")}Z`;
         element("ring").setAttribute("d", path);
         element("ring-back").setAttribute("d", path);
-        const centre = this.#stage.toScreen(seed);
         const knob = place(1, 0);
-        element("warp-arm").setAttribute("d", `M${at(centre)}L${at(knob)}`);
-        element("weft-arm").setAttribute("d", `M${at(centre)}L${at(place(0, 1))}`);
-        for (const [id, spot] of [["knob", knob], ["knob-touch", knob], ["seed", centre], ["seed-touch", centre]]) {
-            moveTo(element(id), spot);
-        }
+        element("warp-arm").setAttribute("d", `M0 0L${at(knob)}`);
+        element("weft-arm").setAttribute("d", `M0 0L${at(place(0, 1))}`);
+        moveTo(element("knob"), knob);
+        moveTo(element("knob-touch"), knob);
+        shiftTo(element("handle"), centre);
         const label = place(1.42, 0);
         moveTo(element("angle-text"), { x: label.x, y: label.y + 4 });
         element("angle-text").textContent = `${Number(plyAngle.toFixed(1))}°`;
@@ -108,15 +112,7 @@ export class Marks {
     }
 
     #placeOnPattern() {
-        const centre = this.#stage.patternToScreen(0, 0);
-        const size = 34;
-        moveTo(element("flat-seed"), centre);
-        element("flat-warp").setAttribute(
-            "d",
-            `M${at(centre)}h${size}m-6 -4l6 4l-6 4`,
-        );
-        element("flat-weft").setAttribute("d", `M${at(centre)}v${-size}`);
-        moveTo(element("flat-warp-text"), { x: centre.x + size + 5, y: centre.y + 4 });
+        shiftTo(element("flat-marks"), this.#stage.patternToScreen(0, 0));
     }
 
     showEnd(place) {

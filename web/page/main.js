@@ -16,6 +16,7 @@ const all = (selector) => [...document.querySelectorAll(selector)];
 
 const frame = 1000 / 36; // milliseconds that a drape may take while something is dragged
 const fewestCells = 900; // of the coarser cloth that is shown then
+const readable = 100; // milliseconds; figures that change faster than the eye reads only cost frames
 const patience = 250; // milliseconds before the page says that it works
 
 const page = {
@@ -34,7 +35,8 @@ const page = {
     perCell: 0, // milliseconds that a cell takes
     sweep: null,
     sweepCsv: null,
-    counted: 0, // when the histogram was drawn
+    told: 0, // when the figures were last written while something was dragged
+    filled: 0, // and the fields
     times: [], // when the latest drapes of a drag were shown
 };
 
@@ -126,6 +128,8 @@ const drapes = new Latest(async ({ settings, dragging }) => {
         const begin = performance.now();
         const reply = await page.engine.ask("drape", { settings: asked });
         const took = performance.now() - begin;
+        // A drape that nobody sees would only take time from those that are drawn.
+        await page.stage.drawn();
         const perCell = took / Math.max(reply.report.result.cells, fewestCells);
         page.perCell = page.perCell === 0 ? perCell : Math.min(perCell, 0.5 * (page.perCell + perCell));
         reply.usualStep = settings.step ?? page.surface.steps;
@@ -149,7 +153,10 @@ function apply(settings, { dragging = false } = {}) {
     if (!dragging) {
         page.history?.commit(settings);
     }
-    showSettings();
+    if (!dragging || performance.now() - page.filled > readable) {
+        page.filled = performance.now();
+        showSettings();
+    }
     return drapes.put({ settings, dragging });
 }
 
@@ -183,14 +190,15 @@ function showDrape(reply, { dragging, coarse, took }) {
         marks.show(reply.report.choice);
     }
     marks.showEnd(reply.report.result.endedNear);
-    showFigures(reply.report, speedFigure(dragging, coarse, took));
-    if (!dragging || performance.now() - page.counted > 100) {
-        page.counted = performance.now();
+    const speed = speedFigure(dragging, coarse, took);
+    if (!dragging || performance.now() - page.told > readable) {
+        page.told = performance.now();
+        showFigures(reply.report, speed);
         showHistogram(reply.report.shear, colours, page.scale);
+        const { width, height } = reply.report.pattern;
+        element("pattern-size").textContent = `${short(width)} × ${short(height)}`;
     }
     stage.followPattern(reply.report.pattern.extent, dragging);
-    const { width, height } = reply.report.pattern;
-    element("pattern-size").textContent = `${short(width)} × ${short(height)}`;
     document.body.dataset.drapes = Number(document.body.dataset.drapes ?? 0) + 1;
     if (dragging) {
         return;
@@ -255,7 +263,7 @@ function applyTheme(theme) {
     const style = getComputedStyle(document.documentElement);
     const colour = (name) => style.getPropertyValue(`--${name}`).trim();
     page.stage?.setTheme({
-        light: colour("lit"), mould: colour("mould"), edge: colour("soft"),
+        light: colour("lit"), mould: colour("mould"), edge: colour("soft"), glow: colour("glow"), back: colour("back"),
         line: colour("net"), clothEdge: colour("alarm"), curve: colour("curve"),
     });
 }

@@ -28,6 +28,29 @@ export function colourText({ cool, hot }, { top, locking }, shear) {
     return `rgb(${list[at]} ${list[at + 1]} ${list[at + 2]})`;
 }
 
+// What is seen behind everything: light in the middle, darker towards the edges.
+export function backgroundMaterial(glow, back, spread) {
+    return new ShaderMaterial({
+        depthTest: false,
+        depthWrite: false,
+        uniforms: { glow, back, spread: { value: spread } },
+        vertexShader: `
+            varying vec2 vPlace;
+            void main() {
+                vPlace = position.xy;
+                gl_Position = vec4(position.xy, 0.0, 1.0);
+            }`,
+        fragmentShader: `
+            uniform vec3 glow, back;
+            uniform float spread;
+            varying vec2 vPlace;
+            void main() {
+                float away = length((vPlace - vec2(0.0, 0.16)) / vec2(1.8, 1.5)) * spread;
+                gl_FragColor = vec4(mix(glow, back, min(away, 1.0)), 1.0);
+            }`,
+    });
+}
+
 const lighting = `
 float shade(vec3 normal) {
     vec3 n = normalize(gl_FrontFacing ? normal : -normal);

@@ -18,9 +18,13 @@ function made(name, text, className) {
 }
 
 // Four significant digits, as the program's summary has them.
+const formats = new Map();
 export function short(value, digits = 4) {
-    const text = Number(value.toPrecision(digits));
-    return Math.abs(text) >= 1e9 ? String(text) : text.toLocaleString("en", { maximumSignificantDigits: digits, useGrouping: true });
+    const rounded = Number(value.toPrecision(digits));
+    if (!formats.has(digits)) {
+        formats.set(digits, new Intl.NumberFormat("en", { maximumSignificantDigits: digits }));
+    }
+    return Math.abs(rounded) >= 1e9 ? String(rounded) : formats.get(digits).format(rounded);
 }
 
 export function showFigures(report, speed) {

@@ -24,7 +24,7 @@ import { LineMaterial } from "three/examples/jsm/lines/LineMaterial.js";
 import { LineSegments2 } from "three/examples/jsm/lines/LineSegments2.js";
 import { LineSegmentsGeometry } from "three/examples/jsm/lines/LineSegmentsGeometry.js";
 import { acceleratedRaycast, MeshBVH } from "three-mesh-bvh";
-import { clothMaterial, colourStrip, mouldMaterial } from "./materials.js";
+import { backgroundMaterial, clothMaterial, colourStrip, mouldMaterial } from "./materials.js";
 
 Mesh.prototype.raycast = acceleratedRaycast;
 
@@ -64,7 +64,9 @@ export class Stage {
     #flatScene = new Scene();
     #part = new Group();
     #flat = new Group();
+    #boxes = {}; // of both views within the canvas, in the page's pixels
     #wanted = false;
+    #frame = Promise.resolve();
     #tree = null;
     #clothTree = false;
     #before = 0; // when the frame before was drawn
@@ -85,11 +87,11 @@ export class Stage {
         this.#renderer = new WebGLRenderer({
             canvas,
             antialias: !this.#software,
-            alpha: true,
+            alpha: false,
             powerPreference: "high-performance",
         });
         this.#renderer.setScissorTest(true);
-        this.#renderer.setClearColor(0x000000, 0);
+        this.#renderer.autoClear = false;
         this.camera = new PerspectiveCamera(28, 1, 0.1, 1000);
         this.camera.up.set(0, 0, 1);
         this.controls = orbit(this.camera, mouldElement);
@@ -107,6 +109,8 @@ export class Stage {
             locking: { value: 45 },
             top: { value: 60 },
             light: { value: new Color() },
+            glow: { value: new Color() },
+            back: { value: new Color() },
             mould: { value: new Color() },
             bias: { value: 0 },
             hover: { value: { x: 0, y: 0, z: 0, w: 0 } },
@@ -114,9 +118,25 @@ export class Stage {
         this.#scene.add(this.#part);
         this.#flatScene.add(this.#flat);
         this.#makeObjects();
-        new ResizeObserver(() => (this.#framed ? this.fit(this.#framed) : this.draw())).observe(mouldElement);
-        new ResizeObserver(() => this.draw()).observe(patternElement);
-        window.addEventListener("resize", () => this.draw());
+        new ResizeObserver(() => this.#layOut()).observe(mouldElement);
+        new ResizeObserver(() => this.#layOut()).observe(patternElement);
+        window.addEventListener("resize", () => this.#layOut());
+        this.#layOut();
+    }
+
+    // Reads the views' places, once: to ask for them in every frame would lay out the page anew each time.
+    #layOut() {
+        const whole = this.canvas.getBoundingClientRect();
+        for (const [view, element] of [["space", this.mouldElement], ["flat", this.patternElement]]) {
+            const box = element.getBoundingClientRect();
+            const { width, height } = box;
+            this.#boxes[view] = { left: box.left - whole.left, bottom: whole.bottom - box.bottom, width, height };
+        }
+        Object.assign(this.#boxes, { width: whole.width, height: whole.height });
+        if (this.#framed) {
+            this.fit(this.#framed);
+        }
+        this.draw();
     }
 
     #makeObjects() {
@@ -137,13 +157,23 @@ export class Stage {
             this.#part.add(this.lines[kind].space);
             this.#flat.add(this.lines[kind].flat);
         }
-        this.#part.add(this.mouldMesh, this.edges, this.cloth);
-        this.#flat.add(this.pattern);
+        this.#part.add(this.#background(1), this.mouldMesh, this.edges, this.cloth);
+        this.#flat.add(this.#background(0), this.pattern);
     }
 
-    setTheme({ light, mould, edge, line, clothEdge, curve }) {
-        this.shared.light.value.setStyle(light, "");
-        this.shared.mould.value.setStyle(mould, "");
+    #background(spread) {
+        const corners = new BufferGeometry();
+        corners.setAttribute("position", new BufferAttribute(new Float32Array([-1, -1, 0, 3, -1, 0, -1, 3, 0]), 3));
+        const mesh = new Mesh(corners, backgroundMaterial(this.shared.glow, this.shared.back, spread));
+        mesh.frustumCulled = false;
+        mesh.renderOrder = -1;
+        return mesh;
+    }
+
+    setTheme({ light, mould, glow, back, edge, line, clothEdge, curve }) {
+        for (const [name, value] of Object.entries({ light, mould, glow, back })) {
+            this.shared[name].value.setStyle(value, "");
+        }
         this.edges.material.color.setStyle(edge);
         for (const place of ["space", "flat"]) {
             this.lines.edge[place].material.color.setStyle(line);
@@ -230,7 +260,7 @@ export class Stage {
         } else if (up.z < 0) {
             from.z = -from.z;
         }
-        const { clientWidth: width, clientHeight: height } = this.mouldElement;
+        const { width, height } = this.#boxes.space;
         const { away, target } = this.#framing(from.normalize(), width / Math.max(height, 1));
         this.#framed = towards;
         this.controls.target.copy(target);
@@ -277,7 +307,7 @@ export class Stage {
 
     // Shows all of a pattern of this extent (low x, low y, high x, high y).
     fitPattern([lowX, lowY, highX, highY], scale) {
-        const { clientWidth: width, clientHeight: height } = this.patternElement;
+        const { width, height } = this.#boxes.flat;
         this.#untouched = true;
         if (!(highX > lowX) || width === 0) {
             return;
@@ -367,31 +397,39 @@ export class Stage {
     // Where a point (from the middle) comes to lie on the page within the view over the mould, in pixels.
     toScreen(point) {
         const place = point.clone().project(this.camera);
-        const { clientWidth: width, clientHeight: height } = this.mouldElement;
+        const { width, height } = this.#boxes.space;
         return { x: (0.5 + 0.5 * place.x) * width, y: (0.5 - 0.5 * place.y) * height, behind: place.z > 1 };
     }
 
     // The same for a place on the pattern.
     patternToScreen(x, y) {
         const place = new Vector3(x, y, 0).project(this.flatCamera);
-        const { clientWidth: width, clientHeight: height } = this.patternElement;
+        const { width, height } = this.#boxes.flat;
         return { x: (0.5 + 0.5 * place.x) * width, y: (0.5 - 0.5 * place.y) * height };
     }
 
     // Lengths in the mould's unit that a pixel shows at a point.
     unitPerPixel(point) {
         const distance = this.camera.position.distanceTo(point);
-        return (2 * distance * Math.tan((0.5 * this.camera.fov * Math.PI) / 180)) / this.mouldElement.clientHeight;
+        return (2 * distance * Math.tan((0.5 * this.camera.fov * Math.PI) / 180)) / this.#boxes.space.height;
     }
 
     draw() {
         if (!this.#wanted) {
             this.#wanted = true;
-            requestAnimationFrame(() => {
-                this.#wanted = false;
-                this.#drawNow();
+            this.#frame = new Promise((done) => {
+                requestAnimationFrame(() => {
+                    this.#wanted = false;
+                    this.#drawNow();
+                    done();
+                });
             });
         }
+    }
+
+    // Until what was last asked for is drawn.
+    drawn() {
+        return document.hidden ? Promise.resolve() : this.#frame;
     }
 
     #drawNow(resting = false) {
@@ -399,7 +437,7 @@ export class Stage {
         if (this.#software && !resting && !this.#hurried) {
             this.#restTimer = setTimeout(() => this.#drawNow(true), restAfter);
         }
-        const { clientWidth: width, clientHeight: height } = this.canvas.parentElement;
+        const { width, height } = this.#boxes;
         if (!resting) {
             this.#keepPace();
         }
@@ -411,8 +449,8 @@ export class Stage {
         }
         this.#fitCameras();
         this.beforeDraw();
-        this.#drawInto(this.mouldElement, this.#scene, this.camera, "space");
-        this.#drawInto(this.patternElement, this.#flatScene, this.flatCamera, "flat");
+        this.#drawInto("space", this.#scene, this.camera);
+        this.#drawInto("flat", this.#flatScene, this.flatCamera);
     }
 
     // Fewer pixels where frames follow each other too slowly.
@@ -433,27 +471,25 @@ export class Stage {
     }
 
     #fitCameras() {
-        const { clientWidth: width, clientHeight: height } = this.mouldElement;
+        const { space, flat } = this.#boxes;
+        const { width, height } = space;
         this.camera.aspect = width / Math.max(height, 1);
         this.camera.updateProjectionMatrix();
-        const flat = this.patternElement;
         const perPixel = this.flatPerPixel ?? 1;
-        const halfWidth = 0.5 * flat.clientWidth * perPixel;
-        const halfHeight = 0.5 * flat.clientHeight * perPixel;
+        const halfWidth = 0.5 * flat.width * perPixel;
+        const halfHeight = 0.5 * flat.height * perPixel;
         Object.assign(this.flatCamera, { left: -halfWidth, right: halfWidth, top: halfHeight, bottom: -halfHeight });
         this.flatCamera.updateProjectionMatrix();
     }
 
-    #drawInto(element, scene, camera, place) {
-        const box = element.getBoundingClientRect();
-        const whole = this.canvas.getBoundingClientRect();
-        const y = whole.bottom - box.bottom;
+    #drawInto(view, scene, camera) {
+        const { left, bottom, width, height } = this.#boxes[view];
         for (const kind of lineKinds) {
-            this.lines[kind][place].material.resolution.set(box.width, box.height);
+            this.lines[kind][view].material.resolution.set(width, height);
         }
-        this.#renderer.setViewport(box.left - whole.left, y, box.width, box.height);
-        this.#renderer.setScissor(box.left - whole.left, y, box.width, box.height);
-        this.#renderer.clear();
+        this.#renderer.setViewport(left, bottom, width, height);
+        this.#renderer.setScissor(left, bottom, width, height);
+        this.#renderer.clearDepth();
         this.#renderer.render(scene, camera);
     }
 }
