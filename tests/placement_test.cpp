@@ -243,7 +243,8 @@ struct LoneCell {
     Point node = {}; // the fourth
 
     LoneCell(const Point& h, const Point& r, const Point& e, double stepA, double stepB,
-             const Point& normalOfH, const std::vector<double>& triangle) {
+             const Point& normalOfH, const std::vector<double>& triangle, bool bounded = false,
+             double tolerance = Settings{}.tolerance) {
         Surface slope;
         slope.vertPos = triangle;
         slope.triVerts = {1, 2, 3};
@@ -251,7 +252,9 @@ struct LoneCell {
         Settings settings;
         settings.stepA = stepA;
         settings.stepB = stepB;
+        settings.tolerance = tolerance;
         PlainModel model(slope, settings);
+        EXPECT_TRUE(!bounded || model.walkBoundary());
         model.registerModel();
         const Point corners[] = {h, r, e}, normals[] = {normalOfH, {0, 0, 1}, {0, 0, 1}};
         const std::int32_t linkCount[] = {0, 1, 1}, direction[] = {0, 1, 4}, one = 1, two = 2, four = 4;
@@ -307,6 +310,24 @@ TEST(RowFilling, TurnsItsCircleByTheNormalAtTheInnerCorner) {
         EXPECT_NEAR(cell.node[0], 1.5, 1e-12);
         EXPECT_NEAR(cell.node[2], std::sqrt(0.75) * (normal[2] < 0.0 ? -1.0 : 1.0), 1e-12);
     }
+}
+
+// Beyond the edge of a wall ahead, the circle meets the wall's plane above and below at the same distance
+// from that edge: again the first counts. Just beyond its reach, but within the tolerance, it touches the
+// plane.
+TEST(RowFilling, GoesByTheSameCircleBeyondTheBoundary) {
+    const Point h = {0, 0, 0}, r = {1, 0, 0}, e = {0, 1, 0};
+    for (const double up : {1.0, -1.0}) {
+        const LoneCell cell(h, r, e, 1.0, 1.0, {0, 0, up}, {1.25, 0.25, -3, 1.25, 0.25, 3, 2.5, -1, 0}, true);
+        ASSERT_EQ(cell.status, DRAPE_OK);
+        EXPECT_NEAR(cell.node[0], 0.75, 1e-12);
+        EXPECT_NEAR(cell.node[2], -up * std::sqrt(0.375), 1e-12);
+    }
+    const LoneCell touching(h, r, e, 1.0, 1.0, {0, 0, 1}, {1.14, 0.88, -3, 1.14, 0.88, 3, 2.14, -0.12, 0},
+                            true, 0.05);
+    ASSERT_EQ(touching.status, DRAPE_OK);
+    EXPECT_NEAR(touching.node[0], 1.01, 1e-12);
+    EXPECT_NEAR(touching.node[1], 1.01, 1e-12);
 }
 
 // Nodes further apart than two sides: the circle has shrunk to its centre.
@@ -445,6 +466,29 @@ TEST(StraightStep, RunsOverTheEdgeOfTheMesh) {
     ASSERT_EQ(uzprmo(&one, &one, &none, model.work.data(), &status), 0);
     EXPECT_NEAR(model.position(2)[0], 3.4, 1e-12);
     EXPECT_NEAR(model.position(2)[1], 1.3, 1e-12);
+    EXPECT_EQ(model.triangle(2), 0);
+}
+
+// A wall ahead, just beyond the step but within the tolerance, whose edge lies to the side: the node stands
+// in the wall's plane.
+TEST(StraightStep, TouchesThePlaneBeyondTheEdgeWithinTheTolerance) {
+    Surface wall;
+    wall.vertPos = {1.02, 0.1, -3, 1.02, 0.1, 3, 1.02, 4, 0};
+    wall.triVerts = {1, 2, 3};
+    joinUp(wall);
+    Settings settings;
+    settings.tolerance = 0.05;
+    settings.warp[0] = 1.0;
+    PlainModel model(wall, settings);
+    ASSERT_TRUE(model.walkBoundary());
+    model.registerModel();
+    const double origin[3] = {0, 0, 0}, up[3] = {0, 0, 1};
+    const std::int32_t one = 1, none = 0;
+    std::int32_t status = 0;
+    ASSERT_EQ(uzprsp(origin, up, &one, &none, &none, &none, &none, &none, &status), 0);
+    ASSERT_EQ(uzprmo(&one, &one, &none, model.work.data(), &status), 0);
+    EXPECT_NEAR(model.position(2)[0], 1.02, 1e-12);
+    EXPECT_NEAR(model.position(2)[1], 0.0, 1e-12);
     EXPECT_EQ(model.triangle(2), 0);
 }
 

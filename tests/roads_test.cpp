@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
 namespace {
 
 using namespace drape_test;
@@ -71,9 +73,21 @@ Settings randomSettings(const Surface& surface, Random& random) {
     return settings;
 }
 
+// The nodes that stand on an earlier one: twins and copies, which repairs and corners leave.
+std::vector<std::int32_t> twinsIn(const Grid& grid) {
+    std::map<Point, int> met;
+    std::vector<std::int32_t> twins;
+    for (std::int32_t n = 1; n <= grid.count; ++n) {
+        const double* p = &grid.nodePos[3 * static_cast<std::size_t>(n - 1)];
+        if (met[{p[0], p[1], p[2]}]++ > 0)
+            twins.push_back(n);
+    }
+    return twins;
+}
+
 TEST(Roads, RandomSurfacesGiveTheSameBitsOnBothRoads) {
     Random random(20);
-    int finished = 0, repaired = 0, cornered = 0;
+    int finished = 0, repaired = 0, cornered = 0, cutShort = 0;
     long nodes = 0;
     for (int k = 0; k < 600; ++k) {
         const Surface surface = randomSurface(random);
@@ -83,6 +97,16 @@ TEST(Roads, RandomSurfacesGiveTheSameBitsOnBothRoads) {
         ASSERT_EQ(firstDifference(fast, plain.grid), "") << "surface " << k;
         // The run numbers its triangles anew, so what it leaves of dropped rows is looked at too.
         ASSERT_EQ(fast.nodeTri, plain.grid.nodeTri) << "surface " << k;
+        // The same where a twin is the last for which there is room.
+        for (const std::int32_t twin : twinsIn(fast)) {
+            Settings narrow = settings;
+            narrow.capacity = std::max(twin, 4);
+            const Grid cut = drape(surface, narrow), plainCut = plainRun(surface, narrow).grid;
+            ASSERT_EQ(firstDifference(cut, plainCut), "") << "surface " << k << ", twin " << twin;
+            ASSERT_EQ(cut.nodeTri, plainCut.nodeTri) << "surface " << k << ", twin " << twin;
+            if (++cutShort % 3 == 0)
+                break;
+        }
         finished += fast.status == DRAPE_OK ? 1 : 0;
         nodes += fast.count;
         for (const int count : plain.repairs)
@@ -94,6 +118,7 @@ TEST(Roads, RandomSurfacesGiveTheSameBitsOnBothRoads) {
     EXPECT_GT(finished, 200);
     EXPECT_GT(repaired, 100);
     EXPECT_GT(cornered, 50);
+    EXPECT_GT(cutShort, 100);
     EXPECT_GT(nodes, 20000);
 }
 

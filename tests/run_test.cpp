@@ -191,15 +191,16 @@ TEST(Run, FlatAndDevelopableMouldsTakeUndistortedGrids) {
 TEST(Run, NothingCarriesOverFromOneRunToTheNext) {
     const std::vector<Mould> moulds = tornMoulds();
     std::vector<std::uint64_t> digests;
+    Grid used = emptyGrid(Settings{}.capacity);
+    used.count = 7; // of a host that counts in its own way
     for (int round = 0; round < 2; ++round)
         for (std::size_t k = 0; k < moulds.size(); ++k) {
             const std::size_t m = round == 0 ? k : moulds.size() - 1 - k;
             Settings settings = seededAt(moulds[m].surface, moulds[m].seedX, moulds[m].seedY, 0.9, 25.0);
-            const std::uint64_t digest = digestOf(drape(moulds[m].surface, settings));
             if (round == 0)
-                digests.push_back(digest);
-            else
-                EXPECT_EQ(digest, digests[m]) << moulds[m].name;
+                digests.push_back(digestOf(drape(moulds[m].surface, settings)));
+            drape(moulds[m].surface, settings, used); // into what the run before left
+            EXPECT_EQ(digestOf(used), digests[m]) << moulds[m].name;
             settings.capacity = 20; // a failed run in between
             EXPECT_EQ(drape(moulds[m].surface, settings).status, DRAPE_NODES_FULL);
         }

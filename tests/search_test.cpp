@@ -1,8 +1,11 @@
-// The surface search on both roads, asked what no run happens to ask: balls, circles, directions and points
-// behind in any relation to each other. It looks inside the library, where a question can be put by itself.
+// The surface search and the crossings of a row on both roads, asked what no run happens to ask: balls,
+// circles, directions and points behind in any relation to each other, rows of any shape. It looks inside the
+// library, where a question can be put by itself.
 #include "surface/surface_search.h"
 
 #include "inner_view.h"
+#include "rows/crossing.h"
+#include "surface/boundary_chain.h"
 #include "surface/run_indices.h"
 #include "surfaces.h"
 
@@ -130,6 +133,91 @@ TEST(Search, EqualHitsAreTakenInTheOrderOfTheFlood) {
                       0);
         indices.release(status);
     }
+}
+
+// A row of nodes anywhere about a mould, each with a node behind it.
+struct AnyRow {
+    AnyRow(Random& random, double size, std::int32_t length) : record{4, 1, length} {
+        const auto nodes = 2 * static_cast<std::size_t>(length);
+        for (auto& list : links)
+            list.assign(nodes, 0);
+        const Vec3 from = within(random, size), way = within(random, 2.5);
+        const double spread = random.between(0.0, 2.5);
+        for (std::int32_t n = 1; n <= length; ++n) {
+            const Vec3 at = from + (n - 1.0) * way + spread * within(random, 1.0);
+            const Vec3 behind = at + spread * within(random, 1.0);
+            for (const Vec3& v : {at, behind}) {
+                positions.insert(positions.end(), {v.x, v.y, random.below(2) == 0 ? 0.0 : 0.2 * v.z});
+                triangles.push_back(random.below(4) > 0 ? 1 : 0);
+            }
+            // Node n of the row is number 2 n - 1, the one behind it 2 n.
+            const auto own = 2 * static_cast<std::size_t>(n - 1);
+            links[next(4)][own] = n < length ? 2 * n + 1 : 0;
+            links[opposite(4)][own] = random.below(10) > 0 ? 2 * n : 0;
+        }
+    }
+
+    void putInto(Model& into) {
+        for (std::int32_t d = 1; d <= 4; ++d)
+            into.links[d] = links[d].data();
+        into.nodePos = positions.data();
+        into.nodeTri = triangles.data();
+        into.nodeCapacity = 2 * record.length;
+    }
+
+    FrontRecord record;
+    std::vector<std::int32_t> links[5], triangles;
+    std::vector<double> positions;
+};
+
+TEST(Crossings, BothRoadsCountTheSameOnRowsOfAnyShape) {
+    Random random(10);
+    int crossed = 0;
+    for (int round = 0; round < 60; ++round) {
+        Surface surface = round % 2 == 0 ? drape_test::slitPlate(10, 0.7, 6)
+                                         : drape_test::squareMould(5.0, 6, drape_test::doubleDomeHeight(5.0));
+        shuffle(surface, random);
+        const OwnModel own;
+        model->mesh = meshOf(surface);
+        model->stepA = random.between(0.1, 2.0);
+        model->stepB = random.between(0.1, 2.0);
+        model->tolerance = round % 3 == 0 ? 0.0 : 1e-3;
+        std::vector<std::int32_t> edges(3 * static_cast<std::size_t>(surface.vertCount()));
+        std::vector<double> normals(edges.size());
+        std::int32_t status = 0;
+        ASSERT_TRUE(walkBoundary(model->mesh, surface.vertBoundary.data(), model->mesh.boundaryCount,
+                                 edges.data(), normals.data(), status));
+        model->mesh.boundaryEdges = edges.data();
+        model->mesh.boundaryNormals = normals.data();
+        std::vector<std::int32_t> innerEdges = edges;
+        const SurfaceMesh outer = model->mesh;
+        SurfaceMesh inner = outer;
+        inner.boundaryEdges = innerEdges.data();
+        RunIndices indices;
+        ASSERT_TRUE(indices.build(inner, innerEdges.data(), model->tolerance, 2.0, status));
+        for (int k = 0; k < 40; ++k) {
+            AnyRow row(random, 8.0, 1 + random.below(20));
+            row.putInto(*model);
+            std::vector<std::int32_t> counts[2];
+            std::int32_t statuses[2] = {0, 0};
+            for (const int fast : {0, 1}) {
+                counts[fast].assign(static_cast<std::size_t>(RowArrays::sizeFor(row.record.length)), -7);
+                model->mesh = fast == 1 ? inner : outer;
+                model->indices = fast == 1 ? &indices : nullptr;
+                countCrossings(row.record, RowArrays::in(counts[fast].data(), row.record.length),
+                               statuses[fast]);
+            }
+            ASSERT_EQ(statuses[0], statuses[1]) << "round " << round << " row " << k;
+            if (statuses[0] != DRAPE_OK)
+                continue;
+            ASSERT_EQ(counts[0], counts[1]) << "round " << round << " row " << k;
+            for (auto count = counts[0].begin() + row.record.length; count != counts[0].end(); ++count)
+                crossed += *count > 0 ? 1 : 0;
+        }
+        model->indices = nullptr;
+        indices.release(status);
+    }
+    EXPECT_GT(crossed, 500);
 }
 
 } // namespace

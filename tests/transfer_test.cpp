@@ -456,6 +456,28 @@ TEST(CurveTransfer, IsThatOfPlainSearchesToTheLastBit) {
     EXPECT_GT(withoutStart, 10);
 }
 
+// The one good point of a curve may come first or after any number of turns, also after those that are looked
+// ahead instead of carried out.
+TEST(StartSearch, FindsTheOnlyGoodPointHoweverLateItComes) {
+    const Grid grid = latticeWithTwins();
+    for (const int count : {64, 99, 141})
+        for (int good = 0; good < count; ++good) {
+            Curve fast;
+            for (int i = 0; i < count; ++i)
+                addPoint(fast, {i == good ? 2.5 : 4.5, 2.5 + 0.01 * i / count, 0.0}, {0.0, 0.1, 1.0 + i});
+            Curve plain = fast;
+            primeCarriedValues();
+            transfer(grid, fast);
+            primeCarriedValues();
+            PlainTransfer(grid, plain, primedFlat).run();
+            ASSERT_EQ(fast.status, count % 2 == 0 && good % 2 == 1 ? DRAPE_NO_CURVE_START : DRAPE_OK);
+            ASSERT_EQ(fast.status, plain.status) << good << " of " << count;
+            ASSERT_TRUE(sameBits(fast.flat, plain.flat)) << good << " of " << count;
+            ASSERT_TRUE(sameBits(fast.points, plain.points)) << good << " of " << count;
+            ASSERT_TRUE(sameBits(fast.directions, plain.directions)) << good << " of " << count;
+        }
+}
+
 // Arrays of exactly the promised size, so that a sanitizer sees every step beyond them.
 TEST(CurveTransfer, AnyArrayContentsEndWithAResultOrACode) {
     constexpr std::int32_t lowest = std::numeric_limits<std::int32_t>::min();

@@ -180,6 +180,54 @@ void strips(Block& block, Kind kind) {
     block.outcome(result, status);
 }
 
+// The number between `low` and `high` above which a decision comes out otherwise, to the last bit; `high` if
+// it comes out alike at both.
+template <class Decision>
+double turningPoint(double low, double high, Decision decide) {
+    const auto before = decide(low);
+    if (decide(high) == before)
+        return high;
+    for (double middle = 0.5 * (low + high); low < middle && middle < high; middle = 0.5 * (low + high))
+        (decide(middle) == before ? low : high) = middle;
+    return high;
+}
+
+// The tolerances and radii at which a place or a kind of hit changes: every bit of what they are held
+// against.
+void turningPoints(Block& block, Kind kind) {
+    const std::array<Vector, 3> t = triangle(block, kind);
+    const Vector p = vector(block, kind);
+    block.hash.add(turningPoint(0.0, 3.0, [&](double near) {
+        double distance = 0.0;
+        std::int32_t location = 0;
+        npdmpe(p.data(), t[0].data(), t[1].data(), t[2].data(), &near, &distance, &location);
+        return location;
+    }));
+    const Vector centre = vector(block, kind), axis = unitVector(block, kind);
+    const double radius = block.random.between(0.2, 4.0), near = block.oneOf({1e-9, 1e-3, 0.1});
+    const std::int32_t clip = block.below(2);
+    const auto cut = [&](double r, double tolerance) {
+        std::int32_t count = 0, kinds[2] = {0, 0}, singular = 0;
+        double hits[6];
+        npxctr(centre.data(), axis.data(), &r, t[0].data(), t[1].data(), t[2].data(), &tolerance, &clip,
+               &count, hits, kinds, &singular);
+        return std::array{count, kinds[0], kinds[1], singular};
+    };
+    block.hash.add(turningPoint(0.0, 2.0, [&](double x) { return cut(radius, x); }));
+    block.hash.add(turningPoint(0.0, 6.0, [&](double x) { return cut(x, near); }));
+    const Vector a = vector(block, kind), b = vector(block, kind), s = vector(block, kind),
+                 e = vector(block, kind), ns = unitVector(block, kind), ne = unitVector(block, kind);
+    const double turn = turningPoint(1e-9, 2.0, [&](double tolerance) {
+        std::int32_t count = 0, kinds[2] = {0, 0}, status = 0;
+        double distance[2];
+        npxseb(a.data(), b.data(), s.data(), ns.data(), e.data(), ne.data(), &tolerance, &count, distance,
+               kinds, &status);
+        return std::array{count, kinds[0], kinds[1], status};
+    });
+    block.hash.add(turn);
+    block.outcome(0, turn < 2.0 ? 1 : 0);
+}
+
 void linesAndPlanes(Block& block, Kind kind) {
     const Vector point = vector(block, kind), direction = vector(block, kind), o = vector(block, kind),
                  u = vector(block, kind), v = vector(block, kind);
@@ -264,6 +312,7 @@ void reportGeometry(Report& report) {
         blocks("three planes", 500, threePlanes, "singular");
         blocks("circle and triangle", 5000, circleCuts, "hits");
         blocks("segment and strip", 4000, strips, "status");
+        blocks("turning points", 400, turningPoints, "of strips");
         blocks("line and plane", 300, linesAndPlanes, "status");
         blocks("triangle to triangle", 400, trianglePoints, "status");
     }

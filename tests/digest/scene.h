@@ -7,6 +7,7 @@
 #include "moulds.h"
 #include "numbers.h"
 
+#include <limits>
 #include <numeric>
 
 namespace drape_digest {
@@ -17,6 +18,7 @@ struct SceneSettings {
     Kind kind = Kind::whole;
     bool tidy = false;     // whole rows, no link astray: what a step of a run would meet
     bool longRows = false; // of more nodes than any table that a step might keep in place
+    bool foreign = false;  // as a careless host may leave it: statuses, links and fronts of any value
 };
 
 inline Settings sceneSteps(Block& block, Kind kind) {
@@ -55,12 +57,15 @@ struct ScenePlan {
 
 class Scene : public PlainModel {
 public:
+    const bool foreign;
+
     Scene(Block& block, const SceneSettings& how) : Scene(block, how, ScenePlan(block, how)) {}
 
     // A row that follows its links and meets no node twice, from any node on; at most `longest` nodes.
     std::vector<std::int32_t> rowFrom(std::int32_t n, std::int32_t d, std::size_t longest) {
         std::vector<std::int32_t> row;
-        while (n >= 1 && row.size() < longest && std::find(row.begin(), row.end(), n) == row.end()) {
+        while (n >= 1 && n <= settings.capacity && row.size() < longest &&
+               std::find(row.begin(), row.end(), n) == row.end()) {
             row.push_back(n);
             n = link(nextOf(d), n);
         }
@@ -69,7 +74,24 @@ public:
     Front anyRow(Block& block) {
         const std::int32_t d = block.within(1, 4), n = anyNode(block);
         const auto length = static_cast<std::int32_t>(rowFrom(n, d, longestRow).size());
-        return {d, n, block.chance(0.7) ? length : block.within(1, length)};
+        Front row = {d, n, block.chance(0.7) ? length : block.within(1, length)};
+        if (foreign && block.chance(0.2))
+            row[DRAPE_FRONT_LENGTH] = block.oneOf({0, length + 1});
+        return row;
+    }
+    // The nodes of a front of the table, or at least its first.
+    std::vector<std::int32_t> nodesOf(const std::int32_t* record) {
+        return rowFrom(record[DRAPE_FRONT_FIRST_NODE], record[DRAPE_FRONT_DIRECTION],
+                       static_cast<std::size_t>(std::max(record[DRAPE_FRONT_LENGTH], 1)));
+    }
+    std::int32_t anyDirection(Block& block) const {
+        const std::int32_t d = block.within(1, 4);
+        return foreign && block.chance(0.3) ? block.oneOf({-1, 0, 5}) : d;
+    }
+    // Of the front table; only a foreign scene asks for one that isn't there.
+    std::int32_t anyPosition(Block& block) const {
+        const std::int32_t position = block.within(1, frontCount);
+        return foreign && block.chance(0.3) ? block.oneOf({-1, 0, frontCount + 1}) : position;
     }
     std::int32_t anyNode(Block& block) const { return block.within(1, grid.count); }
     std::int32_t anyNodeOrNot(Block& block) const {
@@ -92,7 +114,7 @@ public:
 
 private:
     Scene(Block& block, const SceneSettings& how, const ScenePlan& plan)
-        : PlainModel(plan.surface, plan.settings), longestRow(how.longRows ? 200 : 9),
+        : PlainModel(plan.surface, plan.settings), foreign(how.foreign), longestRow(how.longRows ? 200 : 9),
           onSurface(how.longRows ? 0.95 : 0.3) {
         if (!block.chance(0.8) || !walkBoundary())
             fenceIn(block, how.kind);
@@ -100,10 +122,35 @@ private:
         layNodes(block, how, plan.columns, plan.rows);
         for (int f = block.within(1, 4); f > 0 && frontCount < settings.capacity; --f)
             addFront(block);
+        if (foreign)
+            spoil(block);
     }
 
     std::size_t longestRow;
     double onSurface; // the share of nodes beside the mesh that count as on it
+
+    // Numbers that mean nothing where a step looks for a status, a link or a field of a front.
+    void spoil(Block& block) {
+        const std::int32_t room = settings.capacity, most = std::numeric_limits<std::int32_t>::max();
+        for (std::int32_t n = 1; n <= grid.count; ++n) {
+            if (block.chance(0.25))
+                status(n) = block.oneOf({1, 1, 2, 3, 7, -4, 999, most, -most - 1});
+            for (std::int32_t d = 1; d <= 4; ++d)
+                if (block.chance(0.04))
+                    link(d, n) = block.oneOf({-1, grid.count + 1, room, room + 1, most, -most - 1});
+        }
+        for (std::int32_t position = 1; position <= frontCount; ++position) {
+            std::int32_t* record = front(position);
+            if (block.chance(0.2))
+                record[DRAPE_FRONT_LENGTH] = block.oneOf({0, 0, record[DRAPE_FRONT_LENGTH] + 1});
+            if (block.chance(0.1))
+                record[DRAPE_FRONT_DIRECTION] = block.oneOf({0, 5});
+            if (block.chance(0.2))
+                record[DRAPE_FRONT_STEP_MODE] = block.oneOf({-1, 3, most});
+            if (block.chance(0.2))
+                record[DRAPE_FRONT_SIDE_FLAG] = block.oneOf({-1, 2, most});
+        }
+    }
 
     // A chain of any edges in the place of the mesh's boundary.
     void fenceIn(Block& block, Kind kind) {

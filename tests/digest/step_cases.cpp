@@ -45,8 +45,8 @@ void storeNode(Block& block, Scene& scene, Kind kind) {
                          0.9971, 0.9969});
         normal = {0, 0, aboutEdge(block, std::sqrt(length2))};
     }
-    const std::int32_t triangle = block.below(9), links = block.within(-1, 3), d1 = block.within(1, 4),
-                       d2 = block.within(1, 4), n1 = scene.anyNodeOrNot(block),
+    const std::int32_t triangle = block.below(9), links = block.within(-1, 3), d1 = scene.anyDirection(block),
+                       d2 = scene.anyDirection(block), n1 = scene.anyNodeOrNot(block),
                        n2 = scene.anyNodeOrNot(block);
     std::int32_t status = -7;
     const std::int32_t result =
@@ -62,7 +62,7 @@ void copyNode(Block& block, Scene& scene, Kind) {
 }
 
 void splitNode(Block& block, Scene& scene, Kind) {
-    const std::int32_t n = scene.anyNode(block), d = block.within(1, 4);
+    const std::int32_t n = scene.anyNode(block), d = scene.anyDirection(block);
     std::int32_t status = -7;
     const std::int32_t result = uzprdp(&n, &d, &status);
     finish(block, scene, result, status);
@@ -94,7 +94,7 @@ void frontTable(Block& block, Scene& scene, Kind) {
                 return;
             }
         } else if (scene.frontCount > 0) {
-            const std::int32_t position = block.within(1, scene.frontCount);
+            const std::int32_t position = scene.anyPosition(block);
             result = uzprrf(&position, &status);
         }
         finish(block, scene, result, status);
@@ -320,8 +320,7 @@ void tryRow(Block& block, Scene& scene, Kind) {
 // Records of defects on the front at `position`, as a table for more than one would hold them.
 List defectsOn(Block& block, Scene& scene, std::int32_t position, std::int32_t count) {
     const std::int32_t* front = scene.front(position);
-    const List row = scene.rowFrom(front[DRAPE_FRONT_FIRST_NODE], front[DRAPE_FRONT_DIRECTION],
-                                   static_cast<std::size_t>(front[DRAPE_FRONT_LENGTH]));
+    const List row = scene.nodesOf(front);
     List table(10 * DRAPE_DEFECT_FIELDS, 0);
     std::size_t at = 0;
     for (std::size_t k = 0; k < static_cast<std::size_t>(count); ++k) {
@@ -391,13 +390,14 @@ void lookForCorners(Block& block, Scene& scene, Kind) {
         const Front any = scene.anyRow(block);
         const std::int32_t back = oppositeOf(any[DRAPE_FRONT_DIRECTION]),
                            behind = scene.link(back, any[DRAPE_FRONT_FIRST_NODE]);
-        if (behind == 0 || scene.link(back, behind) == 0)
+        if (behind < 1 || behind > scene.settings.capacity || scene.link(back, behind) == 0)
             continue;
         std::copy(any.begin(), any.end(), front);
         break;
     }
     for (std::int32_t n = 1; n <= scene.grid.count; ++n)
-        scene.status(n) = block.oneOf({0, 0, 0, -1, -1, -2, -3});
+        scene.status(n) = scene.foreign ? block.oneOf({0, 0, 0, -1, -1, -2, -3, 1, -4})
+                                        : block.oneOf({0, 0, 0, -1, -1, -2, -3});
     // The row may reach beyond the front to both sides, or hold a node twice.
     List row = scene.rowFrom(front[DRAPE_FRONT_FIRST_NODE], front[DRAPE_FRONT_DIRECTION], 9);
     if (block.chance(0.3))
@@ -428,8 +428,7 @@ void openCorners(Block& block, Scene& scene, Kind) {
     for (std::int32_t k = 0; k < count; ++k) {
         const std::int32_t position = block.within(1, scene.frontCount), *front = scene.front(position),
                            d = front[DRAPE_FRONT_DIRECTION], kind = block.within(k == 0 ? 0 : 1, 7);
-        const List row = scene.rowFrom(front[DRAPE_FRONT_FIRST_NODE], d,
-                                       static_cast<std::size_t>(front[DRAPE_FRONT_LENGTH]));
+        const List row = scene.nodesOf(front);
         const std::int32_t end = kind < 4 ? row.front() : row.back(), back = scene.link(oppositeOf(d), end);
         corners.insert(corners.end(),
                        {kind < 4 ? previousOf(d) : nextOf(d), block.chance(0.9) ? back : scene.anyNode(block),
@@ -571,6 +570,15 @@ void reportSteps(Report& report) {
                                  Scene scene(block, {kind, tidy});
                                  step.run(block, scene, kind);
                              });
+        for (const Step& step : STEPS)
+            reportBlocks(report, std::string(step.name) + " foreign " + nameOf(kind), 1, step.calls / 2,
+                         [&](Block& block) {
+                             SceneSettings how{kind};
+                             how.tidy = block.chance(0.5);
+                             how.foreign = true;
+                             Scene scene(block, how);
+                             step.run(block, scene, kind);
+                         });
         for (const Step& step : LONG_STEPS)
             reportBlocks(report, std::string(step.name) + " long " + nameOf(kind), 1, step.calls,
                          [&](Block& block) {
