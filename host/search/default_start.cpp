@@ -153,17 +153,15 @@ std::vector<Point> placesAroundTheMiddle(const Mould& mould) {
     return places;
 }
 
-Point bestStart(const Surface& surface, const TrialWishes& wishes, double angle, const ForEach& forEach) {
-    const Surface coarse = coarsened(surface);
-    const std::vector<Point> places = placesAroundTheMiddle(*surface.mould);
-    std::vector<SweepResult> results(places.size());
-    const auto drape = [&](std::size_t k) { results[k] = tried(coarse, wishes, {k + 1, places[k], angle}); };
-    for (std::size_t k = 0; k < places.size() && !forEach; ++k) {
-        drape(k);
+StartSearch startSearch(const Surface& surface, double angle) {
+    StartSearch search{coarsened(surface), {}};
+    for (const Point& place : placesAroundTheMiddle(*surface.mould)) {
+        search.candidates.push_back({search.candidates.size() + 1, place, angle});
     }
-    if (forEach) {
-        forEach(places.size(), drape);
-    }
+    return search;
+}
+
+Point bestOf(std::vector<SweepResult> results, const Point& otherwise) {
     double covered = 0.0;
     for (const SweepResult& r : results) {
         covered = isWhole(r) && isSingleLayer(r) ? std::max(covered, r.coveredShare) : covered;
@@ -180,7 +178,22 @@ Point bestStart(const Surface& surface, const TrialWishes& wishes, double angle,
     };
     keepLeast(&SweepResult::shareBeyondLocking, sameShare);
     keepLeast(&SweepResult::meanShear, sameShear);
-    return results.empty() ? surface.defaultSeed : results.front().candidate.seed;
+    return results.empty() ? otherwise : results.front().candidate.seed;
+}
+
+Point bestStart(const Surface& surface, const TrialWishes& wishes, double angle, const ForEach& forEach) {
+    const StartSearch search = startSearch(surface, angle);
+    std::vector<SweepResult> results(search.candidates.size());
+    const auto drape = [&](std::size_t k) {
+        results[k] = tried(search.surface, wishes, search.candidates[k]);
+    };
+    for (std::size_t k = 0; k < results.size() && !forEach; ++k) {
+        drape(k);
+    }
+    if (forEach) {
+        forEach(results.size(), drape);
+    }
+    return bestOf(std::move(results), surface.defaultSeed);
 }
 
 } // namespace drape::host

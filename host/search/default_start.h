@@ -12,6 +12,15 @@ namespace drape::host {
 // where no place lies above or below the middle.
 std::vector<Point> placesAroundTheMiddle(const Mould& mould);
 
+// A search for the best of these in steps, for a host that shows what comes meanwhile: drapes each candidate
+// on the `surface` of the search by tried(), and takes the best of the results.
+struct StartSearch {
+    Surface surface;
+    std::vector<Candidate> candidates;
+};
+StartSearch startSearch(const Surface& surface, double angle);
+Point bestOf(std::vector<SweepResult> results, const Point& otherwise);
+
 // The best of these at `angle` (degrees): of the drapes that come to their end in one layer and cover nearly
 // as much as any, the one with the least share beyond locking, then the least mean shear; of nearly equal
 // ones the first. The surface's default seed if none comes to its end. Judged with cells about 40 across, or

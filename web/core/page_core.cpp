@@ -61,6 +61,9 @@ struct Page {
     Trial trial;
     double lockingAngle = 0.0;
     bool measured = false;
+    Surface startSurface; // of a search for a start, with the cells wished for
+    StartSearch search;
+    std::vector<SweepResult> startResults;
     std::vector<CurveResult> curves;
     // As the reply of "drape" tells.
     std::vector<double> flatLines, spaceLines, clipped, shears, curveFlat, curveSpace;
@@ -160,6 +163,8 @@ Json prepare(const Json& settings) {
     Notes notes;
     p.trial = {};
     p.measured = false;
+    p.startSurface = {};
+    p.search = {};
     p.surface = preparedSurface(p.soup, surfaceWishesOf(settings), {}, notes);
     const Mould& mould = *p.surface.mould;
     p.outlines.clear();
@@ -197,16 +202,33 @@ Point seedOf(const Json& settings) {
     return pointOf(settings, "seed").value_or(page().surface.defaultSeed);
 }
 
-// Where the program starts if nobody says, and the middle if that is elsewhere.
-Json start(const Json& settings) {
+// The search for where the program starts if nobody says, in steps: startPlaces tells how many there are,
+// each of them is draped by {place} among the settings, and bestPlace tells the best of these, and the middle
+// if that is elsewhere.
+Json startPlaces(const Json& settings) {
+    Page& p = page();
     const TrialWishes wishes = trialWishesOf(settings);
-    const Surface surface = surfaceFor(settings);
-    if (wishes.within || wishes.withinLargest) {
-        return {{"seed", surface.defaultSeed}, {"passedOver", nullptr}};
-    }
-    const Point seed = bestStart(surface, wishes, settings.value("angle", 0.0));
-    const bool moved = vec::distance(seed, surface.defaultSeed) > finestOf(surface.steps);
-    return {{"seed", seed}, {"passedOver", moved ? Json(surface.defaultSeed) : Json()}};
+    p.startSurface = surfaceFor(settings);
+    p.startResults.clear();
+    p.search = wishes.within || wishes.withinLargest
+                   ? StartSearch{}
+                   : startSearch(p.startSurface, settings.value("angle", 0.0));
+    return {{"places", p.search.candidates.size()}};
+}
+
+Json tryPlace(const Json& settings) {
+    Page& p = page();
+    p.startResults.push_back(tried(p.search.surface, trialWishesOf(settings),
+                                   p.search.candidates.at(settings.at("place").get<std::size_t>())));
+    return Json::object();
+}
+
+Json bestPlace(const Json&) {
+    Page& p = page();
+    const Point middle = p.startSurface.defaultSeed;
+    const Point seed = bestOf(p.startResults, middle);
+    const bool moved = vec::distance(seed, middle) > finestOf(p.startSurface.steps);
+    return {{"seed", seed}, {"passedOver", moved ? Json(middle) : Json()}};
 }
 
 // The lines of the net: flat and space points, what each stretch is, and where each loop ends; then the cells
@@ -473,7 +495,8 @@ using Operation = Json (*)(const Json&);
 const std::map<std::string_view, Operation>& operations() {
     static const std::map<std::string_view, Operation> table{
         {"openFile", openFile}, {"openPolygons", openPolygons},
-        {"prepare", prepare},   {"start", start},
+        {"prepare", prepare},   {"startPlaces", startPlaces},
+        {"tryPlace", tryPlace}, {"bestPlace", bestPlace},
         {"drape", drapePart},   {"candidates", candidates},
         {"try", tryCandidate},  {"rank", ranked},
         {"file", fileOf},       {"colours", colours}};

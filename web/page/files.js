@@ -2,7 +2,14 @@
 
 import { colourText } from "./materials.js";
 
-const fromBase64 = (text) => Uint8Array.from(atob(text), (letter) => letter.charCodeAt(0));
+function fromBase64(text) {
+    const letters = atob(text);
+    const bytes = new Uint8Array(letters.length);
+    for (let n = 0; n < bytes.length; ++n) {
+        bytes[n] = letters.charCodeAt(n);
+    }
+    return bytes;
+}
 
 async function unpacked(text) {
     const stream = new Blob([fromBase64(text)]).stream().pipeThrough(new DecompressionStream("gzip"));
@@ -16,18 +23,18 @@ export async function ownAssets() {
     return {
         worker: URL.createObjectURL(script),
         wasm: await unpacked(wasm),
-        samples: samples.map(({ file, title, data }) => ({ file, title, read: () => unpacked(data) })),
+        samples: samples.map(({ file, title, data }) => ({ file, title, read: async () => new Blob([await unpacked(data)]) })),
     };
 }
 
-// The part that the program has put into this page, with its settings and the results of its sweep; null without one.
-export function ownPart() {
-    const text = document.getElementById("drape-part").textContent.trim();
-    if (!text) {
-        return null;
-    }
+// The part that the program has put into this page, as text that only a worker unpacks, since it may be long; empty
+// without one.
+export const ownPart = () => document.getElementById("drape-part").textContent.trim();
+
+// The same unpacked, with its settings and the results of its sweep.
+export function unpackedPart(text) {
     const { file, points, polygons, data, settings, sweep } = JSON.parse(text);
-    return { part: { file, bytes: fromBase64(data), polygons: { points, polygons } }, settings, sweep };
+    return { file, bytes: fromBase64(data), polygons: { points, polygons }, settings, sweep };
 }
 
 export function save(name, bytes, type) {

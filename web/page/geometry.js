@@ -9,14 +9,18 @@ const cellSize = 32; // bytes, of which four int32 nodes come first
 export function mouldGeometry(positions, corners) {
     const low = [Infinity, Infinity, Infinity];
     const high = [-Infinity, -Infinity, -Infinity];
-    for (let n = 0; n < positions.length; ++n) {
-        low[n % 3] = Math.min(low[n % 3], positions[n]);
-        high[n % 3] = Math.max(high[n % 3], positions[n]);
+    for (let n = 0; n < positions.length; n += 3) {
+        for (let k = 0; k < 3; ++k) {
+            low[k] = Math.min(low[k], positions[n + k]);
+            high[k] = Math.max(high[k], positions[n + k]);
+        }
     }
     const origin = low.map((value, k) => 0.5 * (value + high[k]));
     const place = new Float32Array(positions.length);
-    for (let n = 0; n < positions.length; ++n) {
-        place[n] = positions[n] - origin[n % 3];
+    for (let n = 0; n < positions.length; n += 3) {
+        place[n] = positions[n] - origin[0];
+        place[n + 1] = positions[n + 1] - origin[1];
+        place[n + 2] = positions[n + 2] - origin[2];
     }
     const index = new Uint32Array(corners.length);
     for (let n = 0; n < corners.length; ++n) {
@@ -30,9 +34,13 @@ function normalsOf(position, index) {
     const normal = new Float32Array(position.length);
     for (let t = 0; t < index.length; t += 3) {
         const [a, b, c] = [3 * index[t], 3 * index[t + 1], 3 * index[t + 2]];
-        const u = [0, 1, 2].map((k) => position[b + k] - position[a + k]);
-        const v = [0, 1, 2].map((k) => position[c + k] - position[a + k]);
-        const n = [u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]];
+        const ux = position[b] - position[a];
+        const uy = position[b + 1] - position[a + 1];
+        const uz = position[b + 2] - position[a + 2];
+        const vx = position[c] - position[a];
+        const vy = position[c + 1] - position[a + 1];
+        const vz = position[c + 2] - position[a + 2];
+        const n = [uy * vz - uz * vy, uz * vx - ux * vz, ux * vy - uy * vx];
         for (let k = 0; k < 3; ++k) {
             normal[a + k] += n[k];
             normal[b + k] += n[k];

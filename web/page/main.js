@@ -15,6 +15,7 @@ const element = (id) => document.getElementById(id);
 const all = (selector) => [...document.querySelectorAll(selector)];
 
 const frame = 1000 / 36; // milliseconds that a drape may take while something is dragged
+const mostToWaitFor = 150000; // triangles of a mould that is shown with the best start only, not first with the middle
 const fewestCells = 900; // of the coarser cloth that is shown then
 const readable = 100; // milliseconds; figures that change faster than the eye reads only cost frames
 const patience = 250; // milliseconds before the page says that it works
@@ -25,13 +26,14 @@ const page = {
     engine: null,
     stage: null,
     marks: null,
-    part: null, // {file, bytes, polygons}
+    part: null, // {file, blob, polygons}
     prepared: null, // settings for which the worker holds the surface
+    opening: null, // the engine that reads the next part
     surface: null,
     settings: settingsFrom({}),
     history: null,
     result: null, // the latest drape
-    cells: null, // vertices of its cells by column and row
+    search: null, // for a start
     perCell: 0, // milliseconds that a cell takes
     sweep: null,
     sweepCsv: null,
@@ -58,15 +60,15 @@ let chipDepth = 0;
 // Runs `work` and says so if it takes its time.
 async function busy(text, work) {
     document.body.dataset.state = "busy";
-    ++chipDepth;
-    clearTimeout(chipTimer);
-    chipTimer = setTimeout(() => {
-        element("chip-text").textContent = text;
-        element("chip").hidden = false;
-    }, patience);
+    const before = element("chip-text").textContent;
+    element("chip-text").textContent = text;
+    if (++chipDepth === 1) {
+        chipTimer = setTimeout(() => (element("chip").hidden = false), patience);
+    }
     try {
         return await work();
     } finally {
+        element("chip-text").textContent = before;
         if (--chipDepth === 0) {
             clearTimeout(chipTimer);
             element("chip").hidden = true;
@@ -83,8 +85,13 @@ async function startEngine() {
     page.colours = await page.engine.ask("begin", { wasm: page.assets.wasm });
 }
 
-// Gives up whatever the worker does. What was shown stays.
+// Gives up what is being read or looked for, else whatever the worker does. What was shown stays.
 async function stopWork() {
+    if (page.search || page.opening) {
+        page.search = null;
+        page.opening?.stop();
+        return;
+    }
     page.engine.stop();
     drapes.clear();
     page.settings = page.history?.now ?? page.settings;
@@ -95,16 +102,19 @@ async function stopWork() {
     }
 }
 
-async function prepare(settings) {
-    const surface = await page.engine.ask("prepare", { settings, drawn: true });
+const prepare = async (settings) => showSurface(await page.engine.ask("prepare", { settings, drawn: true }), settings);
+
+function showSurface(surface, settings) {
+    const { engine } = page;
     page.prepared = settings;
     page.surface = surface;
     page.stage.setMould(surface);
+    engine.ask("searchTree").then((found) => page.engine === engine && page.prepared === settings && page.stage.setSearchTree(found), () => {});
     clearSweep();
     element("part-name").textContent = page.part.file;
     element("part-name").title = page.part.file;
     element("part-facts").textContent =
-        `${surface.triangles.toLocaleString("en")} triangles, ${surface.mould.size.map((value) => short(value, 3)).join(" × ")}`;
+        `${surface.triangles.toLocaleString("en")} triangles, ${surface.size.map((value) => short(value, 3)).join(" × ")}`;
     element("holes-row").hidden = surface.holes === 0 && !settings.fillHoles;
 }
 
@@ -150,6 +160,7 @@ const drapes = new Latest(async ({ settings, dragging }) => {
 // Makes `settings` those of the page. While something is dragged they are no step of the history yet.
 function apply(settings, { dragging = false } = {}) {
     page.settings = settings;
+    page.search = null; // for a start, which nobody waits for any more
     if (!dragging) {
         page.history?.commit(settings);
     }
@@ -203,7 +214,6 @@ function showDrape(reply, { dragging, coarse, took }) {
     if (dragging) {
         return;
     }
-    page.cells = null;
     showSummary(reply.summary);
     showNotes([...page.surface.notes, ...reply.notes, ...remarksOn(page.settings, reply.report)], reply.report);
     showEnd(reply);
@@ -270,38 +280,63 @@ function applyTheme(theme) {
 
 // ---- parts
 
-async function openPart(part, given = {}) {
-    await busy(`Reading ${part.file}`, async () => {
-        // A part that can't be opened leaves the one that was there.
-        const engine = new Engine(page.assets.worker);
-        try {
-            await engine.ask("begin", { wasm: page.assets.wasm });
-            await engine.ask("open", part);
-            page.engine.stop();
-            page.engine = engine;
-        } catch (error) {
-            engine.stop();
-            throw error;
-        }
+// A part that can't be opened leaves the one that was there.
+async function openInWorker(source) {
+    page.opening?.stop();
+    const engine = (page.opening = new Engine(page.assets.worker));
+    try {
+        await engine.ask("begin", { wasm: page.assets.wasm });
+        const { part, settings: given, sweep } = await engine.ask("open", source);
         const settings = settingsFrom(given);
-        page.part = part;
-        page.result = null;
-        page.perCell = 0;
-        await prepare(settings);
+        element("chip-text").textContent = "Preparing the surface";
+        const surface = await engine.ask("prepare", { settings, drawn: true });
+        page.search = null;
+        drapes.clear();
+        page.engine.stop();
+        Object.assign(page, { engine, part, result: null, perCell: 0 });
+        showSurface(surface, settings);
+        return { settings, sweep };
+    } catch (error) {
+        engine.stop();
+        throw error;
+    } finally {
+        page.opening = page.opening === engine ? null : page.opening;
+    }
+}
+
+// `source` holds a file, or the part that came with the page. The results of that part's sweep.
+async function openPart(source) {
+    return busy(`Reading ${source.file ?? "the part"}`, async () => {
+        const { settings, sweep } = await openInWorker(source);
+        page.stage.fit(page.surface.towards);
+        page.stage.fitPattern([0, 0, 0, 0]);
         if (page.surface.closed && !settings.within) {
             settings.within = "max"; // cloth needs an edge to end at
             page.surface.notes.push({ text: "the part is closed: the cloth ends at the edge of what drapes", weight: "change" });
         }
-        if (!settings.seed) {
-            Object.assign(settings, await page.engine.ask("start", { settings }));
-        }
         element("problem").hidden = true;
-        page.stage.fit(page.surface.towards);
-        page.stage.fitPattern([0, 0, 0, 0]);
-        page.initial = settings;
-        page.history = new History(settings);
+        const later = !settings.seed && page.surface.triangles > mostToWaitFor;
+        if (later) {
+            settings.seed = page.surface.middle;
+        } else if (!settings.seed) {
+            Object.assign(settings, await findStart(settings));
+        }
+        beginWith(settings);
         await apply(settings);
+        if (later) {
+            const found = await findStart(settings).catch(() => null);
+            if (found && page.settings === settings) {
+                beginWith({ ...settings, ...found });
+                await apply(page.initial);
+            }
+        }
+        return sweep;
     });
+}
+
+function beginWith(settings) {
+    page.initial = settings;
+    page.history = new History(settings);
 }
 
 async function openFile(file) {
@@ -312,7 +347,7 @@ async function openFile(file) {
             await apply({ ...settings, seed: settings.seed ?? page.settings.seed });
             return;
         }
-        await openPart({ file: name, bytes: new Uint8Array(await file.arrayBuffer()) });
+        await openPart({ file: name, blob: file });
     } catch (error) {
         complain(error instanceof SyntaxError ? new Error(`${name} isn't whole JSON`) : Object.assign(new Error(`can't read ${name}: ${error.message}`), { kind: error.kind }));
     }
@@ -320,13 +355,38 @@ async function openFile(file) {
 
 // ---- starts
 
+// The seed that the program would take, place by place, so that the worker stays free for drapes in between. Null once
+// the search is given up.
+async function findStart(settings) {
+    const { engine } = page;
+    const search = (page.search = {});
+    return busy("Looking for a start", async () => {
+        try {
+            const { places } = await engine.ask("startPlaces", { settings });
+            for (let place = 0; place < places; ++place) {
+                element("chip-text").textContent = `Looking for a start, place ${place + 1} of ${places}`;
+                await engine.ask("tryPlace", { settings: { ...settings, place } });
+                if (page.search !== search) {
+                    return null;
+                }
+            }
+            return await engine.ask("bestPlace", { settings });
+        } finally {
+            page.search = page.search === search ? null : page.search;
+        }
+    });
+}
+
 async function bestStart() {
     if (!page.part) {
         return;
     }
     try {
-        const { seed, passedOver } = await busy("Looking for a start", () => page.engine.ask("start", { settings: page.settings }));
-        await change({ seed, passedOver });
+        const settings = { ...page.settings };
+        const found = await findStart(settings);
+        if (found) {
+            await change(found);
+        }
     } catch (error) {
         complain(error);
     }
@@ -469,6 +529,15 @@ function letGo(event) {
     }
 }
 
+let pointed = 0; // counts the places that were asked for
+
+function hideTip() {
+    ++pointed;
+    if (!element("tip").hidden) {
+        showTip(null, null);
+    }
+}
+
 function showTip(event, cell) {
     page.stage.setHover(cell);
     const tip = element("tip");
@@ -481,16 +550,29 @@ function showTip(event, cell) {
     }
 }
 
-function hoverOver(event) {
-    if (grip || event.buttons || !page.result || drapes.busy || event.pointerType === "touch") {
-        return;
+// The cell under the pointer, which the worker finds. Of many places only the newest is asked for.
+const hover = new Latest(async ({ event, view }) => {
+    const { engine, stage } = page;
+    const asked = ++pointed;
+    const over = view === "space" && event.target.closest("#handle, #ended, button, #sweep-marks");
+    let cell = null;
+    if (!over && view === "space") {
+        const { reach, ...ray } = stage.sight(event);
+        const found = await engine.ask("cellUnder", ray);
+        cell = found.distance < reach ? found.cell : null;
+    } else if (!over) {
+        const [x, y] = stage.placeOnPattern(event);
+        const [a, b] = page.result.report.choice.step;
+        cell = (await engine.ask("cellAt", { column: Math.floor(x / a), row: Math.floor(y / b) })).cell;
     }
-    if (event.currentTarget.id === "space") {
-        const over = event.target.closest("#handle, #ended, button, #sweep-marks");
-        showTip(event, over ? null : page.stage.cellInSpace(event));
-    } else {
-        page.cells ??= page.stage.cellTable();
-        showTip(event, page.stage.cellOnPattern(event, page.cells, page.result.report.choice.step));
+    if (asked === pointed && !drapes.busy && !grip) {
+        showTip(event, cell);
+    }
+});
+
+function hoverOver(event) {
+    if (!grip && !event.buttons && page.result && !drapes.busy && !page.search && event.pointerType !== "touch") {
+        hover.put({ event, view: event.currentTarget.id }).catch(() => {});
     }
 }
 
@@ -667,7 +749,7 @@ function listenToViews() {
     element("space").addEventListener("dblclick", seedTo);
     for (const id of ["space", "flat"]) {
         element(id).addEventListener("pointermove", hoverOver);
-        element(id).addEventListener("pointerleave", (event) => showTip(event, null));
+        element(id).addEventListener("pointerleave", hideTip);
     }
     element("fit").addEventListener("click", () => page.stage.fit(page.surface?.towards));
     element("fit-pattern").addEventListener("click", () => page.result && page.stage.fitPattern(page.result.report.pattern.extent));
@@ -689,7 +771,7 @@ function listenToFiles() {
     element("samples").addEventListener("change", async ({ target }) => {
         const sample = page.assets.samples.find(({ file }) => file === target.value);
         target.value = "";
-        await openPart({ file: sample.file, bytes: await sample.read() }).catch(complain);
+        await openPart({ file: sample.file, blob: await sample.read() }).catch(complain);
     });
     window.addEventListener("dragover", (event) => {
         event.preventDefault();
@@ -754,14 +836,14 @@ async function begin() {
     showSettings();
     const own = ownPart();
     if (own) {
-        document.title = `${own.part.file} - Drape`;
-        await openPart(own.part, own.settings);
-        if (own.sweep.length > 0) {
-            await rankSweep(own.sweep, page.settings);
+        const sweep = await openPart({ packed: own });
+        document.title = `${page.part.file} - Drape`;
+        if (sweep.length > 0) {
+            await rankSweep(sweep, page.settings);
         }
     } else {
         const sample = page.assets.samples[0];
-        await openPart({ file: sample.file, bytes: await sample.read() });
+        await openPart({ file: sample.file, blob: await sample.read() });
     }
 }
 

@@ -24,6 +24,7 @@ import { LineMaterial } from "three/examples/jsm/lines/LineMaterial.js";
 import { LineSegments2 } from "three/examples/jsm/lines/LineSegments2.js";
 import { LineSegmentsGeometry } from "three/examples/jsm/lines/LineSegmentsGeometry.js";
 import { acceleratedRaycast, MeshBVH } from "three-mesh-bvh";
+import { MouldPicture } from "./mould_picture.js";
 import { backgroundMaterial, clothMaterial, colourStrip, mouldMaterial } from "./materials.js";
 
 Mesh.prototype.raycast = acceleratedRaycast;
@@ -33,6 +34,7 @@ const lineKinds = ["edge", "cloth", "curve"]; // of the pattern, where the cloth
 // Drawing without a graphics card has no smooth edges; once nothing moves, one frame with more pixels has.
 const restPixels = 2; // of the screen's, along each side
 const restAfter = 160; // milliseconds
+const soon = 12; // until to look again whether something is drawn
 
 // While something is dragged, frames that take longer than this are drawn with fewer pixels. A canvas that
 // changes its size waits for all that was drawn before, so that happens in two steps at most.
@@ -40,7 +42,17 @@ const slowFrame = 34; // milliseconds
 const fewerPixels = { 1: 0.7, 0.7: 0.5 }; // of the screen's, along each side
 const softwarePixels = 0.5; // from the start where there is no graphics card
 
-const mostForHover = 400000; // triangles of cloth for which a search tree is made to find the one under the pointer
+// A view that moves at such a pace is drawn with a coarser mould from then on, where there is one.
+const slowTurn = 50; // milliseconds
+const slowTurns = 3; // in a row
+
+function meshGeometry({ position, normal, index }) {
+    const geometry = new BufferGeometry();
+    geometry.setAttribute("position", new BufferAttribute(position, 3));
+    geometry.setAttribute("normal", new BufferAttribute(normal, 3));
+    geometry.setIndex(new BufferAttribute(index, 1));
+    return geometry;
+}
 
 function orbit(camera, element) {
     const controls = new OrbitControls(camera, element);
@@ -67,8 +79,13 @@ export class Stage {
     #boxes = {}; // of both views within the canvas, in the page's pixels
     #wanted = false;
     #frame = Promise.resolve();
-    #tree = null;
-    #clothTree = false;
+    #parts = []; // geometries of the mould's parts
+    #partMeshes = new Group();
+    #uploaded = 0; // parts that the graphics card has
+    #slow = false; // all parts take too long for a frame
+    #slowFrames = 0;
+    #moving = false; // a hand turns the view
+    #picture;
     #before = 0; // when the frame before was drawn
     #share = 1; // of the screen's pixels, along each side
     #hurried = false;
@@ -83,7 +100,7 @@ export class Stage {
         this.mouldElement = mouldElement;
         this.patternElement = patternElement;
         this.canvas = canvas;
-        this.#software = drawsInSoftware();
+        this.#software = this.#slow = drawsInSoftware();
         this.#renderer = new WebGLRenderer({
             canvas,
             antialias: !this.#software,
@@ -92,6 +109,7 @@ export class Stage {
         });
         this.#renderer.setScissorTest(true);
         this.#renderer.autoClear = false;
+        this.#renderer.debug.checkShaderErrors = false; // to ask waits until all shaders are compiled
         this.camera = new PerspectiveCamera(28, 1, 0.1, 1000);
         this.camera.up.set(0, 0, 1);
         this.controls = orbit(this.camera, mouldElement);
@@ -101,7 +119,14 @@ export class Stage {
         this.flatControls.mouseButtons = { LEFT: MOUSE.PAN, MIDDLE: MOUSE.DOLLY, RIGHT: MOUSE.PAN };
         this.flatControls.touches = { ONE: TOUCH.PAN, TWO: TOUCH.DOLLY_PAN };
         this.controls.addEventListener("change", () => this.draw());
-        this.controls.addEventListener("start", () => (this.#framed = null));
+        this.controls.addEventListener("start", () => {
+            this.#framed = null;
+            this.#moving = true;
+        });
+        this.controls.addEventListener("end", () => {
+            this.#moving = false;
+            this.draw();
+        });
         this.flatControls.addEventListener("change", () => this.draw());
         this.flatControls.addEventListener("start", () => (this.#untouched = false));
         this.shared = {
@@ -142,7 +167,11 @@ export class Stage {
     #makeObjects() {
         const fat = (width, dashed = false) =>
             new LineMaterial({ color: 0x000000, linewidth: width, dashed, dashSize: 1, gapSize: 0.7 });
-        this.mouldMesh = new Mesh(new BufferGeometry(), mouldMaterial(this.shared));
+        this.mouldMaterial = mouldMaterial({ ...this.shared, bias: { value: 0 } });
+        this.biasedMaterial = mouldMaterial(this.shared);
+        this.mouldMesh = new Mesh(new BufferGeometry(), this.mouldMaterial); // never drawn: only to be met by rays
+        this.coarse = new Mesh(new BufferGeometry(), this.biasedMaterial);
+        this.#picture = new MouldPicture(this.#renderer, this.shared.bias);
         this.edges = new LineSegments(new BufferGeometry(), new LineBasicMaterial());
         this.cloth = new Mesh(new BufferGeometry(), clothMaterial(this.shared, false));
         this.pattern = new Mesh(this.cloth.geometry, clothMaterial(this.shared, true));
@@ -157,7 +186,7 @@ export class Stage {
             this.#part.add(this.lines[kind].space);
             this.#flat.add(this.lines[kind].flat);
         }
-        this.#part.add(this.#background(1), this.mouldMesh, this.edges, this.cloth);
+        this.#part.add(this.#background(1), this.#picture.mesh, this.#partMeshes, this.coarse, this.edges, this.cloth);
         this.#flat.add(this.#background(0), this.pattern);
     }
 
@@ -183,25 +212,37 @@ export class Stage {
         this.draw();
     }
 
-    setMould({ mould, outlines, tree }) {
-        const geometry = new BufferGeometry();
-        geometry.setAttribute("position", new BufferAttribute(mould.position, 3));
-        geometry.setAttribute("normal", new BufferAttribute(mould.normal, 3));
-        geometry.setIndex(new BufferAttribute(tree.index, 1));
-        this.#tree = MeshBVH.deserialize(tree, geometry);
-        geometry.boundsTree = this.#tree;
-        this.mouldMesh.geometry.dispose();
-        this.mouldMesh.geometry = geometry;
+    setMould({ parts, coarse, outlines, origin, size }) {
+        for (const geometry of this.#parts) {
+            geometry.dispose();
+        }
+        this.#parts = parts.map(meshGeometry);
+        this.#partMeshes.clear();
+        this.#partMeshes.add(...this.#parts.map((geometry) => new Mesh(geometry, this.biasedMaterial)));
+        this.#uploaded = 0;
+        this.#picture.forget();
+        this.coarse.geometry.dispose();
+        this.coarse.geometry = coarse ? meshGeometry(coarse) : new BufferGeometry();
+        this.hasCoarse = coarse !== null;
+        this.sample = (coarse ?? parts[0]).position;
+        this.mouldMesh.geometry = new BufferGeometry();
         const edges = new BufferGeometry();
         edges.setAttribute("position", new BufferAttribute(outlines, 3));
         this.edges.geometry.dispose();
         this.edges.geometry = edges;
-        this.origin = mould.origin;
-        this.size = Math.hypot(...mould.size) || 1;
-        this.extents = mould.size;
+        this.origin = origin;
         this.shared.bias.value = 0;
         this.setCloth(null);
         this.draw();
+    }
+
+    // Lets rays find the mould.
+    setSearchTree({ position, tree }) {
+        const geometry = new BufferGeometry();
+        geometry.setAttribute("position", new BufferAttribute(position, 3));
+        geometry.setIndex(new BufferAttribute(tree.index, 1));
+        geometry.boundsTree = MeshBVH.deserialize(tree, geometry);
+        this.mouldMesh.geometry = geometry;
     }
 
     setCloth(reply) {
@@ -219,7 +260,6 @@ export class Stage {
         }
         this.cloth.geometry.dispose();
         this.cloth.geometry = this.pattern.geometry = geometry;
-        this.#clothTree = false;
         for (const kind of lineKinds) {
             for (const place of ["space", "flat"]) {
                 const line = this.lines[kind][place];
@@ -278,11 +318,10 @@ export class Stage {
         const up = new Vector3().crossVectors(from, right);
         const tall = Math.tan((0.5 * this.camera.fov * Math.PI) / 180) * 0.74;
         const wide = tall * aspect * 1.18;
-        const position = this.mouldMesh.geometry.getAttribute("position");
-        const every = Math.ceil(position.count / 4000);
+        const every = 3 * Math.ceil(this.sample.length / 12000);
         const points = [];
-        for (let n = 0; n < position.count; n += every) {
-            const point = new Vector3().fromBufferAttribute(position, n);
+        for (let n = 0; n < this.sample.length; n += every) {
+            const point = new Vector3().fromArray(this.sample, n);
             points.push([point.dot(right), point.dot(up), point.dot(from)]);
         }
         let [x, y, away] = [0, 0, 0];
@@ -343,55 +382,29 @@ export class Stage {
     }
 
     hitMould(event) {
-        if (!this.#tree) {
-            return null;
-        }
-        const [hit] = this.#ray(event, this.mouldElement, this.camera).intersectObject(this.mouldMesh);
-        return hit ? { point: hit.point, normal: hit.face.normal } : null;
+        return this.#meets(this.#ray(event, this.mouldElement, this.camera));
     }
 
-    // The cell of the cloth under a pointer over the mould.
-    cellInSpace(event) {
-        const geometry = this.cloth.geometry;
-        const count = geometry.index?.count ?? 0;
-        if (count === 0 || count > 3 * mostForHover) {
+    #meets(caster) {
+        if (!this.mouldMesh.geometry.boundsTree) {
             return null;
         }
-        if (!this.#clothTree) {
-            geometry.boundsTree = new MeshBVH(geometry, { indirect: true });
-            this.#clothTree = true;
-        }
+        const [hit] = caster.intersectObject(this.mouldMesh);
+        return hit ? { point: hit.point, normal: hit.face.normal, distance: hit.distance } : null;
+    }
+
+    // The ray under a pointer over the mould, and how far off cloth can be for the mould not to hide it.
+    sight(event) {
         const caster = this.#ray(event, this.mouldElement, this.camera);
-        const [hit] = caster.intersectObject(this.cloth);
-        const [before] = caster.intersectObject(this.mouldMesh);
-        const hidden = hit && before && before.distance + this.shared.bias.value < hit.distance;
-        return hit && !hidden ? this.#cellOfVertex(hit.face.a) : null;
+        const { origin, direction } = caster.ray;
+        const reach = (this.#meets(caster)?.distance ?? Infinity) + this.shared.bias.value;
+        return { from: origin.toArray(), along: direction.toArray(), reach };
     }
 
-    // The same over the pattern.
-    cellOnPattern(event, cells, [a, b]) {
+    // Where a pointer over the pattern points.
+    placeOnPattern(event) {
         const { origin } = this.#ray(event, this.patternElement, this.flatCamera).ray;
-        const vertex = cells?.get(`${Math.floor(origin.x / a)},${Math.floor(origin.y / b)}`);
-        return vertex === undefined ? null : this.#cellOfVertex(vertex);
-    }
-
-    #cellOfVertex(vertex) {
-        const info = this.cloth.geometry.getAttribute("info");
-        return {
-            shear: info.getX(vertex),
-            column: info.getY(vertex),
-            row: info.getZ(vertex),
-        };
-    }
-
-    // A vertex of each cell by its column and row.
-    cellTable() {
-        const info = this.cloth.geometry.getAttribute("info");
-        const table = new Map();
-        for (let n = 0; n < (info?.count ?? 0); ++n) {
-            table.set(`${info.getY(n)},${info.getZ(n)}`, n);
-        }
-        return table;
+        return [origin.x, origin.y];
     }
 
     // Where a point (from the middle) comes to lie on the page within the view over the mould, in pixels.
@@ -434,23 +447,89 @@ export class Stage {
 
     #drawNow(resting = false) {
         clearTimeout(this.#restTimer);
-        if (this.#software && !resting && !this.#hurried) {
-            this.#restTimer = setTimeout(() => this.#drawNow(true), restAfter);
+        const coarse = this.hasCoarse && this.#slow;
+        if ((this.#software || coarse) && !resting && !this.#hurried) {
+            this.#restTimer = setTimeout(() => this.#afterDrawing(() => this.#rest()), restAfter);
         }
         const { width, height } = this.#boxes;
         if (!resting) {
             this.#keepPace();
         }
-        const ratio = Math.min(window.devicePixelRatio, 2) * (resting ? restPixels : this.#share);
+        const ratio = this.#pixelsOf(resting);
         const drawn = [width, height, ratio].join();
         if (drawn !== this.#drawnSize) {
             this.#drawnSize = drawn;
             this.#renderer.setDrawingBufferSize(width, height, ratio);
         }
         this.#fitCameras();
+        this.#chooseMould();
         this.beforeDraw();
         this.#drawInto("space", this.#scene, this.camera);
         this.#drawInto("flat", this.#flatScene, this.flatCamera);
+    }
+
+    #pixelsOf(resting) {
+        return Math.min(window.devicePixelRatio, 2) * (resting && this.#software ? restPixels : this.#share);
+    }
+
+    // All parts, or their picture, or the coarser mould until either can be shown.
+    #chooseMould() {
+        const pictured = this.#slow && this.hasCoarse && this.#picture.shows(this.#view());
+        const whole = !this.hasCoarse || (!this.#slow && this.#uploaded >= this.#parts.length);
+        this.#picture.mesh.visible = pictured;
+        this.coarse.visible = !pictured && !whole;
+        this.#partMeshes.visible = !pictured && !(this.hasCoarse && this.#slow);
+        if (this.#partMeshes.visible && !whole) {
+            ++this.#uploaded; // another one with this frame
+            this.draw();
+        }
+        this.#partMeshes.children.forEach((part, n) => (part.visible = whole || n < this.#uploaded));
+    }
+
+    // What the picture of the mould depends on.
+    #view() {
+        const { width, height } = this.#boxes.space;
+        return [...this.camera.matrixWorld.elements, ...this.camera.projectionMatrix.elements, width, height,
+            this.shared.mould.value.getHex()].join();
+    }
+
+    // Calls `next` once all that was drawn so far is done. Until then a call that needs the graphics card's answer, such
+    // as one to change the canvas's size, would hold up the page.
+    #afterDrawing(next) {
+        const context = this.#renderer.getContext();
+        const fence = context.fenceSync(context.SYNC_GPU_COMMANDS_COMPLETE, 0);
+        context.flush();
+        const look = () => {
+            if (context.isContextLost() || context.getSyncParameter(fence, context.SYNC_STATUS) === context.SIGNALED) {
+                context.deleteSync(fence);
+                next();
+            } else {
+                this.#restTimer = setTimeout(look, soon);
+            }
+        };
+        this.#restTimer = setTimeout(look, soon);
+    }
+
+    // Nothing has moved for a while: the same once more with more pixels, and what of the mould was too much before.
+    #rest() {
+        this.#drawNow(true);
+        if (this.hasCoarse && this.#slow && !this.#picture.shows(this.#view())) {
+            this.#afterDrawing(() => this.#drawPart());
+        }
+    }
+
+    #drawPart() {
+        if (this.#moving || this.#hurried) {
+            return;
+        }
+        const { width, height } = this.#boxes.space;
+        const ratio = this.#pixelsOf(true);
+        this.camera.updateMatrixWorld();
+        if (this.#picture.drawPart(this.#view(), this.#parts, this.mouldMaterial, this.camera, ratio * width, ratio * height)) {
+            this.#afterDrawing(() => this.#drawNow(true));
+        } else {
+            this.#afterDrawing(() => this.#drawPart());
+        }
     }
 
     // Fewer pixels where frames follow each other too slowly.
@@ -460,6 +539,10 @@ export class Stage {
         this.#before = now;
         if (this.#hurried && took > slowFrame && took < 500) {
             this.#share = fewerPixels[this.#share] ?? this.#share;
+        }
+        if (this.#moving && this.hasCoarse && !this.#slow) {
+            this.#slowFrames = took > slowTurn ? this.#slowFrames + 1 : 0;
+            this.#slow = this.#slowFrames >= slowTurns;
         }
     }
 

@@ -1,14 +1,18 @@
 // A worker: the core with one part, and answers to the page one by one. Every message is {id, operation, ...};
 // the answer is {id, reply} or {id, error}.
 
-import { BufferAttribute, BufferGeometry } from "three";
+import { BufferAttribute, BufferGeometry, DoubleSide, Ray, Vector3 } from "three";
 import { MeshBVH } from "three-mesh-bvh";
 import { Core } from "./core.js";
 import { clothGeometry, curveLines, mouldGeometry, netLines, outlineSegments } from "./geometry.js";
+import { coarseMould, mouldParts } from "./mould_parts.js";
+import { unpackedPart } from "./files.js";
 import load from "page-core";
 
 let core;
+let mould = null; // as it is drawn
 let origin = [0, 0, 0];
+let latest = null; // the drape that is shown: {arrays, step}, and once asked for {cloth, tree} to find its cells by
 
 // Buffers of the arrays within a value, to be handed over rather than copied.
 function buffersOf(value, found = new Set()) {
@@ -20,11 +24,25 @@ function buffersOf(value, found = new Set()) {
     return found;
 }
 
-function searchTree({ position, index }) {
+function geometryOf({ position, index }) {
     const geometry = new BufferGeometry();
     geometry.setAttribute("position", new BufferAttribute(position, 3));
     geometry.setIndex(new BufferAttribute(index, 1));
-    return MeshBVH.serialize(new MeshBVH(geometry, { maxLeafSize: 8 }), { cloneBuffers: false });
+    return geometry;
+}
+
+// The latest drape with its search tree.
+function searchable() {
+    if (!latest.tree) {
+        latest.cloth = clothGeometry(core, latest.arrays, origin, latest.step);
+        latest.tree = new MeshBVH(geometryOf(latest.cloth), { indirect: true });
+    }
+    return latest;
+}
+
+function cellOfVertex({ info }, vertex) {
+    const [shear, column, row] = info.subarray(3 * vertex);
+    return { shear, column, row };
 }
 
 const operations = {
@@ -33,10 +51,20 @@ const operations = {
         return core.call("colours", {});
     },
 
-    open({ file, bytes, polygons }) {
-        return polygons
-            ? core.call("openPolygons", { file, ...polygons }, bytes)
-            : core.call("openFile", { file }, bytes);
+    // `blob` holds a file, `packed` the part that the program has put into the page. The reply's blob is a copy that
+    // stays when the file changes.
+    async open({ file, blob, packed, polygons }) {
+        const own = packed ? unpackedPart(packed) : null;
+        const bytes = own ? own.bytes : new Uint8Array(await blob.arrayBuffer());
+        const counts = own ? own.polygons : polygons;
+        const name = own ? own.file : file;
+        const kept = new Blob([bytes]);
+        if (counts) {
+            core.call("openPolygons", { file: name, ...counts }, bytes);
+        } else {
+            core.call("openFile", { file: name }, bytes);
+        }
+        return { part: { file: name, blob: kept, polygons: counts }, settings: own?.settings, sweep: own?.sweep };
     },
 
     // `drawn` unless the surface is only swept.
@@ -44,23 +72,57 @@ const operations = {
         const reply = core.call("prepare", settings);
         const { arrays } = reply;
         delete reply.arrays;
+        latest = null;
         if (drawn) {
-            const mould = mouldGeometry(core.doubles(arrays.positions), core.ints(arrays.corners));
+            mould = mouldGeometry(core.doubles(arrays.positions), core.ints(arrays.corners));
             origin = mould.origin;
-            reply.outlines = outlineSegments(core.ints(arrays.outlines), mould.position);
-            reply.tree = searchTree(mould);
-            reply.mould = mould;
+            const outlines = core.ints(arrays.outlines);
+            reply.outlines = outlineSegments(outlines, mould.position);
+            reply.parts = mouldParts(mould);
+            reply.coarse = coarseMould(mould, outlines);
+            reply.origin = mould.origin;
+            reply.size = mould.size;
         }
         return reply;
+    },
+
+    // To find the place on the mould under the pointer; apart from `prepare`, so that the mould is seen before.
+    searchTree() {
+        const { position, index } = mould;
+        mould = null;
+        const tree = MeshBVH.serialize(new MeshBVH(geometryOf({ position, index }), { maxLeafSize: 8 }), { cloneBuffers: false });
+        return { position, tree };
     },
 
     drape({ settings }) {
         const reply = core.call("drape", settings);
         const { arrays, report } = reply;
         delete reply.arrays;
+        latest = { arrays, step: report.choice.step };
         reply.cloth = clothGeometry(core, arrays, origin, report.choice.step);
         reply.net = { ...netLines(core, arrays, origin), curve: curveLines(core, arrays, origin) };
         return reply;
+    },
+
+    // The cell that a ray meets first, and how far off.
+    cellUnder({ from, along }) {
+        if (!latest) {
+            return { cell: null };
+        }
+        const { cloth, tree } = searchable();
+        const hit = tree.raycastFirst(new Ray(new Vector3(...from), new Vector3(...along)), DoubleSide);
+        return hit ? { cell: cellOfVertex(cloth, hit.face.a), distance: hit.distance } : { cell: null };
+    },
+
+    // The cell at a column and row of the pattern.
+    cellAt({ column, row }) {
+        const { info } = latest ? searchable().cloth : { info: [] };
+        for (let n = 0; n < info.length; n += 3) {
+            if (info[n + 1] === column && info[n + 2] === row) {
+                return { cell: cellOfVertex({ info }, n / 3) };
+            }
+        }
+        return { cell: null };
     },
 
     file({ settings }) {
