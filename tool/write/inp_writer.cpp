@@ -1,5 +1,6 @@
 // CalculiX knows composite sections on S6 and S8R alone, so elements of corners get nodes in the middle of
-// their sides there, numbered behind the file's. It reads no more than 20 characters of a number.
+// their sides there, numbered behind the file's. It reads no more than 20 characters of a number. Where
+// neighbours differ in thickness, as sheared cloth makes them, it ties their faces in rigid knots.
 #include "host/mesh/text.h"
 #include "tool/write/element_stack.h"
 #include "tool/write/file_numbers.h"
@@ -54,7 +55,7 @@ public:
         collect();
         for (const auto& [card, elements] : sections_) {
             const std::string name = "DRAPE_S" + std::to_string(++sectionCount_);
-            sections += "*ELSET, ELSET=" + name + "\n" + listed(elements);
+            sections += "*ELSET, ELSET=" + name + "\n" + listed(elements) + roomForKnots(elements);
             sections += "*SHELL SECTION, COMPOSITE, ELSET=" + name + card.second + "\n" + card.first;
         }
         std::string text = "** " + file_.title + "\n** " +
@@ -163,6 +164,12 @@ private:
         sections_[{layers, offset}].push_back(file_.laminate.shell.elements[e].number);
     }
 
+    // CalculiX makes room for 20 nodes to a layer of an element for each number in its section's set, and an
+    // S8R between knots takes 24; so these sets name their elements twice, which changes no set.
+    std::string roomForKnots(const std::vector<std::int64_t>& elements) const {
+        return dialect_ == InpDialect::calculix ? listed(elements) : std::string();
+    }
+
     // The file's own sets, as far as they are written. A side whose ends belong to a set belongs to it as
     // well.
     std::string setsOf(const ShellMesh& shell) const {
@@ -215,10 +222,11 @@ private:
             }
             const Elasticity& e = *cloth.elasticity;
             const auto value = [](double x) { return fileNumber(x) + ","; };
-            // Through the thickness the cloth is taken to be as across the warp.
+            // Through the thickness the cloth is as stiff as across the warp, without a Poisson's ratio: a
+            // shell is free to get thinner, but not in a knot, which would make it too stiff.
             text += "*MATERIAL, NAME=" + deckName(name) + "\n*ELASTIC, TYPE=ENGINEERING CONSTANTS\n";
-            text += value(e.e1) + value(e.e2) + value(e.e2) + value(e.nu12) + value(e.nu12) + value(e.nu12) +
-                    value(e.g12) + fileNumber(e.g13) + "\n" + fileNumber(e.g23) + "\n";
+            text += value(e.e1) + value(e.e2) + value(e.e2) + value(e.nu12) + "0.,0.," + value(e.g12) +
+                    fileNumber(e.g13) + "\n" + fileNumber(e.g23) + "\n";
             if (cloth.density && file_.inMillimetres) {
                 text += "*DENSITY\n" + fileNumber(*cloth.density * 1e-12) + "\n";
             }
