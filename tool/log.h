@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tool/advice.h"
+#include "tool/errors.h"
 
 #include <cstdio>
 #include <string>
@@ -34,7 +35,7 @@ public:
 private:
     void say(Talk least, const char* prefix, const std::string& text) const {
         if (talk_ >= least) {
-            std::fprintf(stderr, "drape: %s%s\n", prefix, text.c_str());
+            std::fprintf(stderr, "drape: %s%s\n", prefix, forTerminal(text).c_str());
         }
     }
 

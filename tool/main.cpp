@@ -324,10 +324,10 @@ int main(int argc, char** argv) {
                                                : Talk::normal);
         return run(work);
     } catch (const UsageError& error) {
-        std::cerr << "drape: " << error.what() << '\n';
+        std::cerr << "drape: " << forTerminal(error.what()) << '\n';
         return exitUsage;
     } catch (const InputError& error) {
-        std::cerr << "drape: " << wordsFor(error) << '\n';
+        std::cerr << "drape: " << forTerminal(wordsFor(error)) << '\n';
         return isOfUse(error.refusal) ? exitUsage : exitInput;
     } catch (const StatusError& error) {
         std::cerr << "drape: " << error.what() << "; " << adviceOnStatus(error.status) << '\n';
@@ -336,7 +336,7 @@ int main(int argc, char** argv) {
         std::cerr << "drape: there isn't enough memory; a larger --step or a lower --max-nodes needs less\n";
         return exitOther;
     } catch (const std::exception& error) {
-        std::cerr << "drape: " << error.what() << '\n';
+        std::cerr << "drape: " << forTerminal(error.what()) << '\n';
         return exitOther;
     }
 }

@@ -89,6 +89,14 @@ class Orders(Laminates):
         report, _ = self.laminate(mesh, plies, "--step", "1")
         self.assertEqual([p["name"] for p in report["plies"]], ["a", "x", "b", "d", "c", "top"])
         self.assertEqual([p["angle"] for p in report["plies"]], [10, 50, 20, 40, 30, 0])
+        # Names may hold what parts names, as the table or JSON quotes them.
+        names = ["core, upper", 'the "b"; end', "last"]
+        table = 'name,after\n"core, upper",\n"the ""b""; end","""core, upper"""\nlast,"""the """"b""""; end"";""core, upper"""\n'
+        pairs = json.dumps({"plies": [{"name": name, "after": names[:k]} for k, name in reversed(list(enumerate(names)))]})
+        for name, text in (("marks.csv", table), ("marks.json", pairs)):
+            report, _ = self.laminate(mesh, text, "--step", "1", layup_name=name)
+            self.assertEqual([p["name"] for p in report["plies"]], names)
+            self.assertEqual(set(report["plies"][2]["after"]), set(names[:2]))
         plies[1]["after"] = "top"
         done = self.drape(mesh, "--layup", self.file("ring.csv", layup(*plies)), expect=INPUT)
         self.assertIn("the plies follow each other in a ring: ", done.stderr)
@@ -122,6 +130,21 @@ class Orders(Laminates):
         # 64 square units of 0.25 at 1600 kg in the cubic metre, in grams.
         self.assertAlmostEqual(first["plies"][1]["drape"]["mass"], 64 * 0.25 * 1600e-6, 6)
 
+    def test_a_cloth_is_one_material(self):
+        """Cloths whose names a deck can't tell apart stay two; one cloth with two stiffnesses is refused, and an
+        earlier deck read as the mould leaves none of its sets behind."""
+        mesh = self.file("m.inp", quads(6, 4, 60, 40))
+        plies = [stiff("a", 0), stiff("b", 0, cloth="UD", E1=70e3), stiff("c", 0, cloth="ud"), stiff("d", 0, cloth="ud", E1=1e3), stiff("e", 0, E1="1.4e5")]
+        report, done = self.laminate(mesh, plies, "--start", "middle", "-o", "l.inp", expect=INPUT)
+        self.assertIn('(E1): "1000.0": the cloth has 140000.0 in line 3', done.stderr)
+        self.assertEqual([p["drape"] is None for p in report["plies"]], [False, False, False, True, False])
+        deck = (self.folder / "l.inp").read_text()
+        self.assertEqual(re.findall(r"\*MATERIAL, NAME=(\w+)\n.*\n(\d+),", deck), [("UD", "70000"), ("UD_2", "140000")])
+        _, _, layers = self.read_deck("l.inp")
+        self.assertEqual([layer[1] for layer in layers[element(0)]], ["UD_2", "UD", "UD_2", "UD_2"])
+        self.laminate(self.folder / "l.inp", plies[:1], "--start", "middle", "-o", "again.inp")
+        self.assertEqual(re.findall(r"SET=(?!DRAPE_NODES|DRAPE_ELEMENTS)(\w+)", (self.folder / "again.inp").read_text()), ["DRAPE_RIM", "SKIN", "RIM", "DRAPE_S1", "DRAPE_S1"])
+
     def test_one_bad_ply_leaves_the_others(self):
         mesh = self.file("m.obj", obj(plate(8)))
         self.file("ring.xyz", "2 2 0\n6 2 0\n6 6 0\n2 6 0\n")
@@ -131,7 +154,8 @@ class Orders(Laminates):
                            ({"step": "0"}, "(step)"), ({"thickness": "-1"}, "(thickness)"), ({"after": "none"}, 'there is no ply "none"'),
                            ({"name": "good"}, "another ply has this name"), ({"region": "no.xyz"}, "can't open the curve"), ({"pieces": "2"}, 'column 3 (pieces): "2"'),
                            ({"pieces": "cover", "seed": "4 4 0"}, "(seed)"), ({"pieces": "0.5", "region": "ring.xyz"}, "(region)"),
-                           ({"region": "out.xyz"}, "its region "), ({"locking": "95"}, "(locking)"), ({"side": "0 0 0"}, "(side)"), ({"E1": "5", "G12": ""}, "G12")):
+                           ({"region": "out.xyz"}, "its region "), ({"locking": "95"}, "(locking)"), ({"side": "0 0 0"}, "(side)"), ({"E1": "5", "G12": ""}, "G12"),
+                           ({"after": '""good'}, "(after): \"\"good\": a quote is opened and not closed")):
             with self.subTest(words):
                 report, done = self.laminate(mesh, [good, {"name": "bad", "angle": 0, **bad}, {"name": "last", "angle": 90}], "--step", "1", expect=INPUT)
                 self.assertIn(words, done.stderr)

@@ -89,7 +89,7 @@ class SolverMeshes(Case):
     def test_what_is_wrong_is_told_with_its_line(self):
         mesh = sheet()
         decks = {
-            "a.inp": (inp(mesh), [(f"\n{element(1)},", f"\n{element(1)},99,", "element 57 of type"), ("*NODE\n1000,", "*NODE\n1000,x", "isn't a finite number"),
+            "a.inp": (inp(mesh), [(f"\n{element(1)},", f"\n{element(1)},99,", "element 57 of type"), (f"\n{element(1)},", f"\n-{element(1)},", "number -57 is below 0"), ("*NODE\n1000,", "*NODE\n1000,x", "isn't a finite number"),
                                   (f"{node(3)}, ", f"{node(3)}, 1.0, 0, 0\n{node(3)}, ", "twice, at different places"), ("type=S3,", "type=S5,", "type S5"),
                                   ("*Heading", "*SYSTEM", "*SYSTEM isn't read"), ("first, 99", "77, first, 99", "names element 77"),
                                   ("*Heading\n", "*INCLUDE, INPUT=none.inp\n", "line 2: can't open")]),
@@ -101,7 +101,8 @@ class SolverMeshes(Case):
                                      (f"\n{node(0)} ", f"\n{node(0)} 1 2\n{node(0)} ", "line 11: the line has 3 values instead of 4")]),
             "b.msh": (gmsh41(mesh), [("$EndElements\n", "", "no $EndElements")]),
             "a.vtk": (vtk(mesh, "3.0", False).decode(), [("DATASET UNSTRUCTURED_GRID", "DATASET STRUCTURED_POINTS", "line 4"),
-                                                         ("CELL_TYPES ", "CELL_TYPES 9", "the file ends before"), ("POINTS ", "POINTS x", "line 5")]),
+                                                         ("CELL_TYPES ", "CELL_TYPES 9", "the file ends before"), ("POINTS ", "POINTS x", "line 5"), ("POINTS ", "PO\x1b[31m\x07INTS ", 'part "PO?[31M?INTS"'),
+                                                         ("ASCII", "ASCIIS", "line 3: the form")]),
         }
         for name, (content, faults) in decks.items():
             for before, after, words in faults:

@@ -37,6 +37,8 @@ constexpr std::array<std::string_view, 10> clothColumns{"thickness", "width", "l
 constexpr std::array<std::string_view, 10> plyColumns{"name",  "cloth",  "angle", "seed",   "step",
                                                       "pivot", "region", "side",  "pieces", "after"};
 
+constexpr std::array<std::string_view, 7> materialColumns{"density", "E1", "E2", "nu12", "G12", "G13", "G23"};
+
 bool isKnown(const std::string& name, bool ofPly) {
     const auto among = [&](const auto& names) {
         return std::find(names.begin(), names.end(), name) != names.end();
@@ -49,30 +51,54 @@ std::string placeText(const std::string& name, const Cell& cell) {
            ")";
 }
 
-// One line of a table; quoted fields may hold commas and doubled quotes.
-std::vector<std::string> fieldsOf(const std::string& line, std::size_t number) {
-    std::vector<std::string> fields(1);
-    bool quoted = false;
-    for (std::size_t k = 0; k < line.size(); ++k) {
-        const char c = line[k];
-        if (quoted && c == '"' && k + 1 < line.size() && line[k + 1] == '"') {
-            fields.back() += line[++k];
-        } else if (c == '"' && (quoted || trimmed(fields.back()).empty())) {
-            quoted = !quoted;
-        } else if (c == ',' && !quoted) {
-            fields.emplace_back();
+// Parts of a text apart by any of the marks; what stands in quotes may hold marks, and doubled quotes.
+struct Parts {
+    std::vector<std::string> texts;
+    bool quoteIsOpen = false;
+};
+
+Parts partsOf(std::string_view text, std::string_view marks) {
+    Parts parts{{""}, false};
+    for (std::size_t k = 0; k < text.size(); ++k) {
+        const char c = text[k];
+        std::string& part = parts.texts.back();
+        if (parts.quoteIsOpen && c == '"' && k + 1 < text.size() && text[k + 1] == '"') {
+            part += text[++k];
+        } else if (c == '"' && (parts.quoteIsOpen || trimmed(part).empty())) {
+            parts.quoteIsOpen = !parts.quoteIsOpen;
+        } else if (marks.find(c) != std::string_view::npos && !parts.quoteIsOpen) {
+            parts.texts.emplace_back();
         } else {
-            fields.back() += c;
+            part += c;
         }
     }
-    if (quoted) {
-        throw InputError("line " + std::to_string(number) + ", column " + std::to_string(fields.size()) +
+    for (std::string& part : parts.texts) {
+        part = std::string(trimmed(part));
+    }
+    return parts;
+}
+
+// Of a list of names, as a cell of a table holds it.
+constexpr std::string_view listMarks = ",;";
+
+std::string asListed(const std::string& name) {
+    if (name.find_first_of(",;\"") == std::string::npos) {
+        return name;
+    }
+    std::string quoted = "\"";
+    for (const char c : name) {
+        quoted += c == '"' ? "\"\"" : std::string(1, c);
+    }
+    return quoted + "\"";
+}
+
+std::vector<std::string> fieldsOf(const std::string& line, std::size_t number) {
+    Parts parts = partsOf(line, ",");
+    if (parts.quoteIsOpen) {
+        throw InputError("line " + std::to_string(number) + ", column " + std::to_string(parts.texts.size()) +
                          ": a quote is opened and not closed");
     }
-    for (std::string& field : fields) {
-        field = std::string(trimmed(field));
-    }
-    return fields;
+    return std::move(parts.texts);
 }
 
 bool isUtf8(const std::string& text) {
@@ -205,7 +231,7 @@ private:
 };
 
 // Takes a layup off the parser's events: the members of the root, the cloths by name, the plies one by one.
-// Lists of numbers or words become one text with commas.
+// Lists of numbers or words become one text with commas, as a table has them.
 class JsonLayup : public nlohmann::json_sax<nlohmann::json> {
 public:
     JsonLayup(Table& table, const Reached& reached) : table_(table), reached_(reached) {}
@@ -272,7 +298,7 @@ private:
 
     bool take(const std::string& text, std::size_t marks) {
         if (inList()) {
-            listed_ += (listed_.empty() ? "" : ",") + text;
+            listed_ += (listed_.empty() ? "" : ",") + asListed(text);
             return true;
         }
         const std::size_t back = text.size() + marks - 1;
@@ -349,6 +375,7 @@ public:
                                         : placeText(name, cell) + ": a ply has no such member");
             }
         }
+        checkMaterial();
         readCloth(ply.cloth);
         ply.angle = number("angle", false, -1e6).value_or(0.0);
         ply.seed = point("seed");
@@ -371,11 +398,13 @@ public:
 
     void readAfter(PlyWish& ply) const {
         if (const Cell* cell = find("after")) {
-            std::string text = cell->text;
-            std::replace(text.begin(), text.end(), ';', ',');
-            for (const std::string_view name : splitAt(text, ',')) {
+            const Parts names = partsOf(cell->text, listMarks);
+            if (names.quoteIsOpen) {
+                refuse("after", "a quote is opened and not closed");
+            }
+            for (const std::string& name : names.texts) {
                 if (!name.empty()) {
-                    ply.after.emplace_back(name);
+                    ply.after.push_back(name);
                 }
             }
         }
@@ -465,6 +494,22 @@ private:
         }
         ply.stepA = steps[0];
         ply.stepB = steps[1];
+    }
+
+    // Plies of one cloth are of one material, which decks have once.
+    void checkMaterial() const {
+        for (const std::string_view column : materialColumns) {
+            const std::string name(column);
+            const auto own = row_.find(name);
+            const auto shared = cloth_.find(name);
+            double values[2]{};
+            if (own != row_.end() && shared != cloth_.end() && readNumber(own->second.text, values[0]) &&
+                readNumber(shared->second.text, values[1]) && values[0] != values[1]) {
+                refuse(name, "the cloth has " + shared->second.text + " in line " +
+                                 std::to_string(shared->second.line) +
+                                 "; give another name to another cloth");
+            }
+        }
     }
 
     void readCloth(Cloth& cloth) const {

@@ -21,6 +21,9 @@ void copySet(Sets& sets, const std::string& from, const std::string& to) {
 } // namespace
 
 void ShellBuilder::addPoint(std::int64_t number, const Point& point, const DeckPlace& place) {
+    if (number < 0) {
+        failAt(place, "the node number " + std::to_string(number) + " is below 0");
+    }
     if (points_.size() >= mostEntries) {
         failAt(place, "there are too many nodes");
     }
@@ -39,6 +42,9 @@ void ShellBuilder::addPoint(std::int64_t number, const Point& point, const DeckP
 void ShellBuilder::addElement(std::int64_t number, std::size_t corners,
                               const std::vector<std::int64_t>& nodes, std::int64_t property,
                               const DeckPlace& place) {
+    if (number < 0) {
+        failAt(place, "the element number " + std::to_string(number) + " is below 0");
+    }
     if (elements_.size() >= mostEntries) {
         failAt(place, "there are too many elements");
     }

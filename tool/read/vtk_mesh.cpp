@@ -38,7 +38,8 @@ public:
 private:
     [[noreturn]] void fail(const std::string& what) const {
         const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(std::min(at_, bytes_.size()));
-        failAt({static_cast<std::size_t>(std::count(bytes_.begin(), end, '\n')), ""}, what);
+        const auto lines = static_cast<std::size_t>(std::count(bytes_.begin(), end, '\n'));
+        failAt({std::max<std::size_t>(lines, 1), ""}, what);
     }
 
     bool hasMore() const { return at_ < bytes_.size(); }

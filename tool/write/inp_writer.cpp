@@ -33,6 +33,24 @@ std::string deckName(const std::string& name) {
     return result.empty() || (result[0] >= '0' && result[0] <= '9') ? "M" + result : result.substr(0, 60);
 }
 
+// Names that decks take, each once, though theirs know neither small letters nor blanks.
+class DeckNames {
+public:
+    std::string nameFor(const std::string& name) {
+        const std::string plain = deckName(name);
+        std::string own = plain;
+        for (int k = 2; !taken_.insert(own).second; ++k) {
+            own = plain + "_" + std::to_string(k);
+        }
+        return own;
+    }
+
+private:
+    std::set<std::string> taken_;
+};
+
+constexpr std::string_view ownPrefix = "DRAPE_"; // of the sets that the deck makes itself
+
 // Sixteen numbers to a line, as decks of both kinds take.
 std::string listed(const std::vector<std::int64_t>& numbers) {
     std::string text;
@@ -47,6 +65,10 @@ public:
     InpDeck(const LaminateFile& file, InpDialect dialect) : file_(file), dialect_(dialect) {
         const auto& numbers = file.laminate.shell.pointNumbers;
         next_ = numbers.empty() ? 1 : *std::max_element(numbers.begin(), numbers.end()) + 1;
+        DeckNames names;
+        for (const auto& [name, cloth] : clothsOf(file.laminate)) {
+            materialNames_[name] = names.nameFor(name);
+        }
     }
 
     std::string bytes() {
@@ -154,7 +176,7 @@ private:
             const Cloth& cloth = file_.laminate.plies[layer.ply].wish.cloth;
             requireThickness(cloth);
             layers += fileNumber(layer.thickness) + (dialect_ == InpDialect::calculix ? ",," : ",3,") +
-                      deckName(cloth.name) + "," +
+                      materialNames_.at(cloth.name) + "," +
                       orientationOf(layer.fibres->warp, file_.laminate.frames[e].normal) + "\n";
         }
         const bool above = liesAbove(file_.laminate, e);
@@ -170,20 +192,31 @@ private:
         return dialect_ == InpDialect::calculix ? listed(elements) : std::string();
     }
 
-    // The file's own sets, as far as they are written. A side whose ends belong to a set belongs to it as
-    // well.
+    // The file's own sets, as far as they are written, but those of an earlier deck of this kind. A side
+    // whose ends belong to a set belongs to it as well.
     std::string setsOf(const ShellMesh& shell) const {
+        const auto isOurs = [](const NamedSet& set) { return deckName(set.name).starts_with(ownPrefix); };
+        DeckNames elementNames;
+        DeckNames pointNames;
         std::string text;
         for (const NamedSet& set : shell.elementSets) {
+            if (isOurs(set)) {
+                continue;
+            }
             std::vector<std::int64_t> numbers;
             for (const std::int32_t e : set.members) {
                 if (!stackOn(file_.laminate, at(e)).empty()) {
                     numbers.push_back(shell.elements[at(e)].number);
                 }
             }
-            text += numbers.empty() ? "" : "*ELSET, ELSET=" + deckName(set.name) + "\n" + listed(numbers);
+            text += numbers.empty()
+                        ? ""
+                        : "*ELSET, ELSET=" + elementNames.nameFor(set.name) + "\n" + listed(numbers);
         }
         for (const NamedSet& set : shell.pointSets) {
+            if (isOurs(set)) {
+                continue;
+            }
             const std::set<std::int32_t> members(set.members.begin(), set.members.end());
             std::vector<std::int64_t> numbers;
             for (const std::int32_t p : set.members) {
@@ -196,7 +229,8 @@ private:
                     numbers.push_back(number);
                 }
             }
-            text += numbers.empty() ? "" : "*NSET, NSET=" + deckName(set.name) + "\n" + listed(numbers);
+            text +=
+                numbers.empty() ? "" : "*NSET, NSET=" + pointNames.nameFor(set.name) + "\n" + listed(numbers);
         }
         return text;
     }
@@ -216,7 +250,7 @@ private:
         std::string text;
         for (const auto& [name, cloth] : clothsOf(file_.laminate)) {
             if (!cloth.elasticity) {
-                text += "** *MATERIAL, NAME=" + deckName(name) +
+                text += "** *MATERIAL, NAME=" + materialNames_.at(name) +
                         " is to be given: the layup names no stiffness\n";
                 continue;
             }
@@ -224,7 +258,7 @@ private:
             const auto value = [](double x) { return fileNumber(x) + ","; };
             // Through the thickness the cloth is as stiff as across the warp, without a Poisson's ratio: a
             // shell is free to get thinner, but not in a knot, which would make it too stiff.
-            text += "*MATERIAL, NAME=" + deckName(name) + "\n*ELASTIC, TYPE=ENGINEERING CONSTANTS\n";
+            text += "*MATERIAL, NAME=" + materialNames_.at(name) + "\n*ELASTIC, TYPE=ENGINEERING CONSTANTS\n";
             text += value(e.e1) + value(e.e2) + value(e.e2) + value(e.nu12) + "0.,0.," + value(e.g12) +
                     fileNumber(e.g13) + "\n" + fileNumber(e.g23) + "\n";
             if (cloth.density && file_.inMillimetres) {
@@ -243,8 +277,9 @@ private:
     InpDialect dialect_;
     std::int64_t next_ = 1; // number of the next node in the middle of a side
     std::string nodes_, orientations_;
-    std::map<std::string, std::string> elements_; // rows by type
-    std::vector<char> written_;                   // per point
+    std::map<std::string, std::string> materialNames_; // by the cloths'
+    std::map<std::string, std::string> elements_;      // rows by type
+    std::vector<char> written_;                        // per point
     std::map<std::pair<std::int32_t, std::int32_t>, std::int64_t> middles_;
     std::map<std::pair<std::int32_t, std::int32_t>, Side> sides_;
     std::map<std::string, std::string> orientationNames_; // by their axes
