@@ -5,6 +5,7 @@
 // those of its ends. A crossing is a place where the line of the segment meets such a ruling.
 #include "rows/crossing.h"
 
+#include "rows/near_edges.h"
 #include "surface/run_indices.h"
 
 #include <algorithm>
@@ -136,10 +137,12 @@ bool hitsOnStrip(const Vec3& a, const Vec3& b, const BoundaryStrip& strip, doubl
     for (std::int32_t k = 0; k < solved.count; ++k) {
         const double s = solved.parameters[k];
         roots[k].point = (1.0 - s) * strip.start + s * strip.end;
+        roots[k].kind = placeOnEdge(roots[k].point, strip, tolerance2);
+        if (roots[k].kind == 0)
+            continue;
         roots[k].normal = s * strip.endNormal + (1.0 - s) * strip.startNormal;
         devor(roots[k].normal);
-        roots[k].kind = placeOnEdge(roots[k].point, strip, tolerance2);
-        if (roots[k].kind != 0 && !reachesRuling(a, b, u, roots[k], tolerance2))
+        if (!reachesRuling(a, b, u, roots[k], tolerance2))
             roots[k].kind = 0;
     }
     for (std::int32_t k = 0; k < solved.count; ++k)
@@ -206,8 +209,17 @@ std::int32_t mergeAtVertices(const SegmentHits& hits) {
     return count;
 }
 
-bool countOnSegment(const Vec3& a, const Vec3& b, double cellStep, bool offSurface, std::int32_t& count,
-                    std::int32_t& status) {
+// All edges of the chain, where none have been gathered.
+struct WholeBoundary {
+    template <class Visit>
+    void forEachNear(const Box& box, Visit visit) const {
+        forEachBoundaryEdgeNear(box, visit);
+    }
+};
+
+template <class Edges>
+bool countOnSegment(const Edges& edges, const Vec3& a, const Vec3& b, double cellStep, bool offSurface,
+                    std::int32_t& count, std::int32_t& status) {
     status = DRAPE_OK;
     count = 0;
     const SurfaceMesh& mesh = model->mesh;
@@ -215,7 +227,7 @@ bool countOnSegment(const Vec3& a, const Vec3& b, double cellStep, bool offSurfa
     const double reach = RULING_REACH * cellStep;
     const Box box = searchBox(boxAround(a, b), cellStep, tolerance);
     SegmentHits accepted;
-    forEachBoundaryEdgeNear(box, [&](std::int32_t e) {
+    edges.forEachNear(box, [&](std::int32_t e) {
         const BoundaryEdge edge = mesh.boundaryEdge(e);
         const Vec3 p = mesh.vertex(edge.start);
         const Vec3 q = mesh.vertex(edge.end);
@@ -241,9 +253,8 @@ bool anyOffSurface(std::int32_t m, std::int32_t n) {
 // How many nodes of a row, from `n` on, are looked at together.
 constexpr std::int32_t STRETCH = 8;
 
-// Whether all cell edges of the next nodes of a row lie clear of the boundary; the boxes of single segments
-// lie within the one asked for here, so none of them would find an edge either.
-bool stretchIsClear(const FrontRecord& row, std::int32_t n, std::int32_t count, double cellStep) {
+// Holds the search boxes of all cell edges of the next nodes of a row.
+Box boxOfStretch(const FrontRecord& row, std::int32_t n, std::int32_t count, double cellStep) {
     Box box = Box::nothing();
     for (std::int32_t k = 0; k < count; ++k) {
         const std::int32_t follower = model->link(next(row.direction), n);
@@ -254,19 +265,20 @@ bool stretchIsClear(const FrontRecord& row, std::int32_t n, std::int32_t count, 
         box.include(model->positionOf(behind));
         n = follower;
     }
-    return clearOfBoundary(searchBox(box, cellStep, model->tolerance));
+    return searchBox(box, cellStep, model->tolerance);
 }
 
 // Fills entry i of the lists for node n.
-bool countAtNode(const FrontRecord& row, std::int32_t n, std::int32_t i, double cellStep,
+template <class Edges>
+bool countAtNode(const Edges& edges, const FrontRecord& row, std::int32_t n, std::int32_t i, double cellStep,
                  const RowArrays& lists, std::int32_t& status) {
     const std::int32_t follower = model->link(next(row.direction), n);
     const std::int32_t behind = model->link(opposite(row.direction), n);
     const Vec3 position = model->positionOf(n);
-    if (i + 1 < row.length && !countOnSegment(position, model->positionOf(follower), cellStep,
+    if (i + 1 < row.length && !countOnSegment(edges, position, model->positionOf(follower), cellStep,
                                               anyOffSurface(n, follower), lists.rowCrossings[i], status))
         return false;
-    return countOnSegment(model->positionOf(behind), position, cellStep, anyOffSurface(n, behind),
+    return countOnSegment(edges, model->positionOf(behind), position, cellStep, anyOffSurface(n, behind),
                           lists.backCrossings[i], status);
 }
 
@@ -276,16 +288,18 @@ bool countCrossings(const FrontRecord& row, const RowArrays& lists, std::int32_t
     status = DRAPE_OK;
     const double cellStep = model->stepAlong(row.direction);
     std::int32_t n = row.firstNode;
-    bool clear = false;
+    NearEdges near;
+    bool gathered = false;
     for (std::int32_t i = 0; i < row.length; ++i) {
         if (i % STRETCH == 0 && onFastRoad())
-            clear = stretchIsClear(row, n, std::min(STRETCH, row.length - i), cellStep);
+            gathered = near.gather(boxOfStretch(row, n, std::min(STRETCH, row.length - i), cellStep));
         lists.nodes[i] = n;
-        if (clear) {
+        if (gathered && near.empty()) {
             if (i + 1 < row.length)
                 lists.rowCrossings[i] = 0;
             lists.backCrossings[i] = 0;
-        } else if (!countAtNode(row, n, i, cellStep, lists, status)) {
+        } else if (!(gathered ? countAtNode(near, row, n, i, cellStep, lists, status)
+                              : countAtNode(WholeBoundary{}, row, n, i, cellStep, lists, status))) {
             return false;
         }
         n = model->link(next(row.direction), n);
@@ -304,7 +318,10 @@ extern "C" int32_t gzpric(const int32_t* rowRecord, int32_t* rowNodes, int32_t* 
 
 extern "C" int32_t uzprxb(const double* pointA, const double* pointB, const double* cellStep,
                           const int32_t* offSurface, int32_t* count, int32_t* status) {
-    return countOnSegment(load(pointA), load(pointB), *cellStep, *offSurface != 0, *count, *status) ? 0 : 1;
+    return countOnSegment(WholeBoundary{}, load(pointA), load(pointB), *cellStep, *offSurface != 0, *count,
+                          *status)
+               ? 0
+               : 1;
 }
 
 extern "C" int32_t npxseb(const double* pointA, const double* pointB, const double* edgeStart,

@@ -35,7 +35,7 @@ bool gatherCandidates(const Circle& circle, const std::int32_t* foundList, std::
     candidates.reset();
     bool done = true;
     if (onFastRoad()) {
-        CutQueue queue(circle, tolerance, [&](std::int32_t triangle, const CircleCut& cut) {
+        CutQueue queue(PairCutter(circle, tolerance), [&](std::int32_t triangle, const CircleCut& cut) {
             return addHits(cut, triangle, candidates, status);
         });
         for (std::int32_t k = 0; done && k < foundCount; ++k)

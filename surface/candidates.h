@@ -25,7 +25,7 @@ inline Corners cornersOf(std::int32_t triangle) {
 template <class Take>
 class CutQueue {
 public:
-    CutQueue(const Circle& circle, double tolerance, Take take) : cutter_(circle, tolerance), take_(take) {}
+    CutQueue(const PairCutter& cutter, Take take) : cutter_(cutter), take_(take) {}
 
     // False where a call of `take` was the last.
     bool add(std::int32_t triangle) {

@@ -1,7 +1,6 @@
 #include "surface/circle_pair.h"
 
 #include "drape.h"
-#include "surface/margins.h"
 
 namespace drape {
 namespace {
@@ -34,10 +33,18 @@ struct PairCutter::Triangles {
 
 // The circle's points on the lines where its plane meets the triangles'. Masks have a bit for each triangle.
 struct PairCutter::OnLine {
-    PairVec normal;    // of the triangles
-    PairVec near, far; // the points; a single one is the near one
-    unsigned one, two; // points
-    unsigned ordinary; // the triangle has a plane, clearly not parallel to the circle's
+    PairVec normal;                 // of the triangles
+    PairVec near, far;              // the points; a single one is the near one
+    unsigned nearIsRead, farIsRead; // where there are such points
+    unsigned ordinary;              // the triangle has a plane, clearly not parallel to the circle's
+
+    // Of each lane the far point where it is read, else the near one.
+    PairVec read() const {
+        const auto pick = [this](const DoublePair& n, const DoublePair& f) {
+            return pairOf(has(farIsRead, 0) ? f[0] : n[0], has(farIsRead, 1) ? f[1] : n[1]);
+        };
+        return {pick(near.x, far.x), pick(near.y, far.y), pick(near.z, far.z)};
+    }
 };
 
 // What becomes of a point without a look at corners and edges.
@@ -46,9 +53,12 @@ struct PairCutter::Clipped {
     unsigned out, in; // surely
 };
 
-PairCutter::PairCutter(const Circle& circle, double tolerance)
+// What one point meets is no matter of the other: a cut ends early only where the planes of an edge count as
+// parallel, which none do below a tolerance of one half.
+PairCutter::PairCutter(const Circle& circle, double tolerance, const ReadAhead& read)
     : circle_(circle), tolerance_(tolerance), centre_(pairOf(circle.centre, circle.centre)),
-      axis_(pairOf(circle.axis, circle.axis)) {}
+      axis_(pairOf(circle.axis, circle.axis)), forward_(pairOf(read.forward, read.forward)),
+      least_(twice(tolerance < 0.5 ? read.least : -margins::ENDLESS)) {}
 
 PairCutter::OnLine PairCutter::cutLines(const Triangles& t) const {
     OnLine line;
@@ -67,13 +77,15 @@ PairCutter::OnLine PairCutter::cutLines(const Triangles& t) const {
     const DoublePair foot2 = cadis(centre_, foot);
     const DoublePair beyond = rootOf(foot2) - radius;
     const auto touching = (tolerance > beyond) & (tolerance > -beyond);
-    line.one = maskOfPair(touching);
-    line.two = maskOfPair(beyond < DoublePair{}) & ~line.one;
+    const unsigned one = maskOfPair(touching);
+    const unsigned two = maskOfPair(beyond < DoublePair{}) & ~one;
     const PairVec half = rootOf(radius * radius - foot2) * direction;
     const PairVec before = foot - half;
     line.near = {choose(touching, foot.x, before.x), choose(touching, foot.y, before.y),
                  choose(touching, foot.z, before.z)};
     line.far = foot + half;
+    line.nearIsRead = (one | two) & ~maskOfPair(prosca(line.near - centre_, forward_) < least_);
+    line.farIsRead = two & ~maskOfPair(prosca(line.far - centre_, forward_) < least_);
     return line;
 }
 
@@ -99,8 +111,9 @@ CircleCut PairCutter::clipLane(int lane, const Corners& corners, const OnLine& l
         left.points[left.count++] = laneOf(clipped.point, lane);
         allIn = allIn && has(clipped.in, lane);
     };
-    keep(near);
-    if (has(line.two, lane))
+    if (has(line.nearIsRead, lane))
+        keep(near);
+    if (has(line.farIsRead, lane))
         keep(far);
     if (left.count == 0)
         return {};
@@ -125,10 +138,12 @@ PairCut PairCutter::cut(const Corners& first, const Corners& second) const {
         return cuts;
     const OnLine line = cutLines(t);
     const Corners* const corners[PAIR] = {&first, &second};
-    const unsigned open = met & line.ordinary & (line.one | line.two);
+    const unsigned open = met & line.ordinary & (line.nearIsRead | line.farIsRead);
     if (open != 0) {
-        const Clipped near = clip(t, line.normal, line.near);
-        const Clipped far = clip(t, line.normal, line.far);
+        // One look serves both where no triangle has two points that are read.
+        const bool single = (open & line.nearIsRead & line.farIsRead) == 0;
+        const Clipped near = clip(t, line.normal, single ? line.read() : line.near);
+        const Clipped far = single ? near : clip(t, line.normal, line.far);
         for (int lane = 0; lane < PAIR; ++lane)
             if (has(open, lane))
                 cuts.of[lane] = clipLane(lane, *corners[lane], line, near, far);

@@ -7,6 +7,7 @@
 
 #include "surface/circle_triangle.h"
 #include "surface/lanes.h"
+#include "surface/margins.h"
 
 namespace drape {
 
@@ -20,11 +21,17 @@ struct PairCut {
     CircleCut of[PAIR];
 };
 
+// Points less than `least` from the centre along `forward` aren't read.
+struct ReadAhead {
+    Vec3 forward{};
+    double least = -margins::ENDLESS;
+};
+
 class PairCutter {
 public:
-    PairCutter(const Circle& circle, double tolerance);
+    PairCutter(const Circle& circle, double tolerance, const ReadAhead& read = {});
 
-    // What cutCircle gives in mode CLIP_AFTER_SLAB_TEST, for both.
+    // What cutCircle gives in mode CLIP_AFTER_SLAB_TEST, for both, perhaps without points that aren't read.
     PairCut cut(const Corners& first, const Corners& second) const;
 
 private:
@@ -39,7 +46,8 @@ private:
 
     Circle circle_;
     double tolerance_;
-    PairVec centre_, axis_;
+    PairVec centre_, axis_, forward_;
+    DoublePair least_;
 };
 
 } // namespace drape

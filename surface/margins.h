@@ -98,6 +98,17 @@ inline double distanceBelow(double distance) {
     return distance < LARGEST_LENGTH ? distance * (1.0 - DISTANCE_SHARE) : -ENDLESS;
 }
 
+// The same from above: the snap to a corner or an edge costs no more than the tolerance.
+inline double distanceAbove(double distance, double tolerance) {
+    return distance < LARGEST_LENGTH ? distance * (1.0 + DISTANCE_SHARE) + tolerance : ENDLESS;
+}
+
+// How far from the centre of a ball, coordinate by coordinate, what is in range of it can lie, boxes being
+// widened by the slack of their triangles.
+inline double reachOfRange(double radius, double tolerance, double offset) {
+    return (radius + tolerance) * (1.0 + 2.0 * DISTANCE_SHARE) + PLACE_ROUNDING * offset;
+}
+
 // A hit of a circle on a triangle, as cutCircle computes it.
 //
 // The hit P lies on the line of two planes: P = Q -+ h d with d = axis x n at unit length, Q the point common

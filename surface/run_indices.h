@@ -61,15 +61,6 @@ void forEachBoundaryEdgeNear(const Box& box, Visit visit) {
             return;
 }
 
-// Whether it can be told without a full pass that no boundary edge overlaps `box`.
-inline bool clearOfBoundary(const Box& box) {
-    if (!onFastRoad())
-        return false;
-    bool clear = true;
-    model->indices->boundaryTree.forEachNear(box, [&](std::int32_t) { return clear = false; });
-    return clear;
-}
-
 // The first edge of the chain whose triangle is `triangle`, 0 if there is none.
 std::int32_t firstBoundaryEdgeOf(std::int32_t triangle);
 

@@ -6,6 +6,7 @@
 // nothing is found, the flood decides.
 #include "surface/surface_search.h"
 
+#include "surface/nearest_listed.h"
 #include "surface/run_indices.h"
 #include "surface/tree_search.h"
 
@@ -13,14 +14,21 @@ namespace drape {
 
 namespace {
 
+// Where the boundary fallback looks for the nearest edge.
+Vec3 placeAhead(const CircleSearch& search) {
+    Vec3 forward = search.forward;
+    devor(forward);
+    return search.centre + search.radius * forward;
+}
+
 // As much of the list as will be read: where it is known that nothing is found, it tells the boundary
 // fallback which edges are near, or else only whether there is anything in range.
-bool listTriangles(std::int32_t start, const Ball* balls, int ballCount, bool noneFound, bool listWanted,
-                   SearchScratch& scratch, std::int32_t& status) {
+bool listTriangles(std::int32_t start, const Ball* balls, int ballCount, bool noneFound,
+                   const CircleSearch& search, SearchScratch& scratch, std::int32_t& status) {
     if (!noneFound)
         return listInRange(start, balls, ballCount, scratch, status);
-    if (listWanted)
-        return listBoundaryInRange(start, balls, ballCount, scratch, status);
+    if (search.listWanted)
+        return listNearestBoundary(start, balls, ballCount, placeAhead(search), scratch, status);
     std::int32_t first = 0;
     return floodTo(Goals{nullptr, 0, true}, start, balls, ballCount, scratch, first, status);
 }
@@ -45,7 +53,7 @@ bool searchSurface(std::int32_t start, const Ball* balls, int ballCount, CircleS
         return false;
     const bool missesAll = search.missesAll || answer == TreeAnswer::nothing;
     const bool noneFound = missesAll || answer == TreeAnswer::dropped;
-    if (!listTriangles(start, balls, ballCount, noneFound, search.listWanted, scratch, status))
+    if (!listTriangles(start, balls, ballCount, noneFound, search, scratch, status))
         return false;
     if (scratch.foundCount == 0)
         return true;

@@ -14,8 +14,7 @@ struct CircleSearch {
     double radius;
     Vec3 backPoint;         // the place behind the node
     bool listWanted = true; // whether the list is read where nothing is found
-    bool missesAll =
-        false; // comes back true if the circle meets nothing in range, wherever the search starts
+    bool missesAll = false; // comes back true if nothing is found for sure, wherever the search starts
 };
 
 // Lists the triangles in range of all `ballCount` (1 or 2) balls, walking from `start` over triangles in

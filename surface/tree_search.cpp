@@ -8,88 +8,13 @@
 #include "surface/tree_search.h"
 
 #include "surface/flood.h"
+#include "surface/flood_reach.h"
 #include "surface/range.h"
 
 #include <limits>
 
 namespace drape {
 namespace {
-
-// A way to `goal`, which is listed, over vertices within a ball; each is nearer to `towards` than the one
-// before, and each two stand on a triangle that is in range for sure. False means only that there is no such
-// way.
-class Chain {
-public:
-    Chain(const SearchQuestion& question, std::int32_t goal, const Vec3& towards)
-        : question_(question), goal_(goal), towards_(towards) {}
-
-    // Whether the flood from the start, which it goes on from, would come to the goal.
-    bool exists() {
-        if (question_.start == goal_)
-            return true;
-        std::int32_t v = mesh_.vertexOf(question_.start, 0);
-        nearest_ = cadis(mesh_.vertex(v), towards_);
-        for (int k = 1; k < 3; ++k)
-            if (nearer(mesh_.vertexOf(question_.start, k)))
-                v = mesh_.vertexOf(question_.start, k);
-        constexpr int longest = 64;
-        for (int k = 0; k < longest; ++k) {
-            const Step step = stepFrom(v);
-            if (step.reached)
-                return true;
-            if (step.vertex == 0 || !clearlyInRange(step.triangle, v, step.vertex))
-                return false;
-            v = step.vertex;
-        }
-        return false;
-    }
-
-private:
-    struct Step {
-        bool reached; // the goal stands at the vertex
-        std::int32_t vertex, triangle;
-    };
-
-    // Whether a vertex is the nearest so far, and then it is.
-    bool nearer(std::int32_t v) {
-        const double distance2 = cadis(mesh_.vertex(v), towards_);
-        if (!(distance2 < nearest_))
-            return false;
-        nearest_ = distance2;
-        return true;
-    }
-
-    // To the nearest of the vertices that follow `v` in the triangles around it: all of its neighbours where
-    // the fan is closed.
-    Step stepFrom(std::int32_t v) {
-        Step step{false, 0, 0};
-        for (std::int32_t position = mesh_.fanBegin(v); position < mesh_.fanEnd(v); ++position) {
-            const std::int32_t triangle = mesh_.vertTriList[position];
-            if (triangle == goal_)
-                return {true, 0, 0};
-            const std::int32_t a = mesh_.vertexOf(triangle, 0), b = mesh_.vertexOf(triangle, 1);
-            const std::int32_t following = a == v ? b : (b == v ? mesh_.vertexOf(triangle, 2) : a);
-            if (nearer(following))
-                step = {false, following, triangle};
-        }
-        return step;
-    }
-
-    bool clearlyInRange(std::int32_t triangle, std::int32_t corner, std::int32_t other) const {
-        const Vec3 p = mesh_.vertex(corner), q = mesh_.vertex(other);
-        for (int k = 0; k < question_.ballCount; ++k)
-            if (inRangeByCorner(mesh_, triangle, p, question_.balls[k]) ||
-                inRangeByCorner(mesh_, triangle, q, question_.balls[k]))
-                return true;
-        return false;
-    }
-
-    const SurfaceMesh& mesh_ = model->mesh;
-    const SearchQuestion& question_;
-    std::int32_t goal_;
-    const Vec3& towards_;
-    double nearest_ = 0.0; // squared distance of the nearest vertex so far
-};
 
 bool isListed(const SearchQuestion& question, std::int32_t triangle) {
     return visitByBounds(triangle, question.balls, question.ballCount).list;
@@ -160,7 +85,7 @@ private:
     bool gather(std::int32_t& status) {
         scratch_.candidates.reset();
         bool done = true;
-        CutQueue queue(question_.circle, question_.tolerance(),
+        CutQueue queue(PairCutter(question_.circle, question_.tolerance(), {question_.forward, arc_.least}),
                        [&](std::int32_t triangle, const CircleCut& cut) {
                            return addHits(cut, triangle, scratch_.candidates, status);
                        });
@@ -194,7 +119,8 @@ private:
         if (ties_.count() == 1) {
             if (!isListed(question_, ties_.triangle(0)))
                 return Settled::notListed;
-            if (Chain(question_, ties_.triangle(0), ties_.point(0)).exists()) {
+            if (floodReaches(ties_.triangle(0), ties_.point(0), question_.start, question_.balls,
+                             question_.ballCount)) {
                 found = onTriangle(ties_.point(0), ties_.triangle(0));
                 return Settled::found;
             }
@@ -228,11 +154,14 @@ public:
             scratch_.candidates.reset();
             return TreeAnswer::open;
         }
-        if (scratch_.candidates.empty())
+        if (scratch_.candidates.empty() || dropsAny()) {
+            scratch_.candidates.reset();
             return TreeAnswer::nothing;
+        }
+        const bool reachable = allReachable();
         const Choice choice = choose();
         found = choice.found;
-        if (reachable_ && choice.clear)
+        if (reachable && choice.clear)
             return found.triangle != 0 ? TreeAnswer::found : TreeAnswer::dropped;
         return chooseInOrder(found, status);
     }
@@ -242,10 +171,10 @@ private:
     bool gather(std::int32_t& status) {
         bool done = true;
         scratch_.candidates.reset();
-        CutQueue queue(
-            question_.circle, question_.tolerance(), [&](std::int32_t triangle, const CircleCut& cut) {
-                return cut.count == 0 || !isListed(question_, triangle) || take(triangle, cut, status);
-            });
+        CutQueue queue(PairCutter(question_.circle, question_.tolerance()), [&](std::int32_t triangle,
+                                                                                const CircleCut& cut) {
+            return cut.count == 0 || !isListed(question_, triangle) || take(triangle, cut, status);
+        });
         model->indices->triangleTree.forEachNearCircle(
             question_.circle, [&](std::int32_t triangle) { return done = queue.add(triangle); });
         return done && queue.finish();
@@ -255,8 +184,30 @@ private:
         const std::int64_t before = scratch_.candidates.size();
         if (!addHits(cut, triangle, scratch_.candidates, status))
             return false;
-        reachable_ = reachable_ && Chain(question_, triangle, cut.points[0]).exists();
         return note(triangle, before);
+    }
+
+    // Whether no hit is kept, whichever of them are listed: all lie at one place, where the grid came from.
+    bool dropsAny() {
+        const double radius2 = question_.circle.radius * question_.circle.radius;
+        const double tolerance2 = question_.tolerance() * question_.tolerance();
+        for (const Candidate& candidate : scratch_.candidates) {
+            if (!(radius2 > cadis(candidate.point, question_.backPoint)))
+                return false;
+            for (const Candidate& other : scratch_.candidates)
+                if (!(cadis(other.point, candidate.point) < tolerance2))
+                    return false;
+        }
+        return true;
+    }
+
+    // Whether the flood comes to all of them for sure.
+    bool allReachable() const {
+        for (int k = 0; k < triangleCount_; ++k)
+            if (!floodReaches(triangles_[k], hits_[k].first, question_.start, question_.balls,
+                              question_.ballCount))
+                return false;
+        return true;
     }
 
     bool note(std::int32_t triangle, std::int64_t before) {
@@ -307,7 +258,6 @@ private:
     std::int32_t triangles_[LARGEST];
     Hits hits_[LARGEST];
     int triangleCount_ = 0;
-    bool reachable_ = true; // the flood comes to all of them for sure
 };
 
 // The tree presumes an axis of unit length.

@@ -20,7 +20,7 @@ struct SearchQuestion {
 
 enum class TreeAnswer {
     found,
-    nothing, // the circle meets no triangle that the flood could list
+    nothing, // the circle meets nothing that a flood, wherever it starts, could list and the choice keep
     dropped, // what it meets lies where the grid came from
     open,    // the flood's whole list has to tell, if `status` isn't a work-array code
 };

@@ -71,10 +71,13 @@ Range BoundedTriangle::inRange(const Ball& ball) const {
     return range == Range::unknown ? inRange(ball, ownLimits(ball)) : range;
 }
 
+double BoundedTriangle::distance(const Vec3& point) const {
+    return std::sqrt(squaredDistance(point, a_, b_, c_));
+}
+
 double BoundedTriangle::distanceBelow(const Vec3& point, double tolerance) const {
-    const double distance = std::sqrt(squaredDistance(point, a_, b_, c_));
     const double offset = margins::largestCoordinate(point);
-    return margins::distanceBelow(distance) -
+    return margins::distanceBelow(distance(point)) -
            margins::distanceSlack(TriangleShape(a_, b_, c_), offset, tolerance).sum();
 }
 

@@ -61,6 +61,9 @@ public:
                 margins::distanceSlack(TriangleShape(a_, b_, c_), ball.offset, ball.tolerance)};
     }
 
+    // The distance from a point, but for rounding.
+    double distance(const Vec3& point) const;
+
     // A lower bound of the distance from a point to the triangle, as the exact test gives it.
     double distanceBelow(const Vec3& point, double tolerance) const;
 

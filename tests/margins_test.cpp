@@ -315,9 +315,21 @@ bool sameCut(const CircleCut& a, const CircleCut& b) {
     return same;
 }
 
+// A cut without the points that aren't read.
+CircleCut readOf(const CircleCut& cut, const Vec3& centre, const ReadAhead& read) {
+    CircleCut left = cut;
+    left.count = 0;
+    for (std::int32_t k = 0; k < cut.count; ++k)
+        if (!(prosca(cut.points[k] - centre, read.forward) < read.least)) {
+            left.kinds[left.count] = cut.kinds[k];
+            left.points[left.count++] = cut.points[k];
+        }
+    return left;
+}
+
 TEST(Margins, TwoTrianglesCutAtOnceHaveTheHitsOfEach) {
     Random random(43);
-    int hits = 0;
+    int hits = 0, unread = 0;
     for (int round = 0; round < 100000; ++round) {
         const Scene scene(random);
         const Corners t = randomTriangle(scene, random), other = randomTriangle(scene, random);
@@ -334,10 +346,19 @@ TEST(Margins, TwoTrianglesCutAtOnceHaveTheHitsOfEach) {
             ASSERT_TRUE(sameCut(cuts.of[k % 2], plain) && sameCut(cuts.of[1 - k % 2], plainly(other)))
                 << "size " << scene.size << " offset " << scene.offset / scene.size << " tolerance "
                 << scene.tolerance / scene.size << " kind " << plain.kinds[0] << " " << plain.kinds[1];
+            const ReadAhead read{unitNormal(circle.axis, randomDirection(random)),
+                                 random.between(-1.0, 1.0) * radius};
+            const PairCut ahead = PairCutter(circle, scene.tolerance, read).cut(t, other);
+            const CircleCut left = readOf(plain, circle.centre, read);
+            ASSERT_TRUE(sameCut(readOf(ahead.of[0], circle.centre, read), left) &&
+                        sameCut(readOf(ahead.of[1], circle.centre, read),
+                                readOf(plainly(other), circle.centre, read)));
             hits += plain.count;
+            unread += plain.count - ahead.of[0].count;
         }
     }
     EXPECT_GT(hits, 30000);
+    EXPECT_GT(unread, 10000);
 }
 
 // Compares the tree with a cut of every triangle; gives the number of hits, -1 if it left one out.

@@ -6,6 +6,8 @@
 #include "inner_view.h"
 #include "rows/crossing.h"
 #include "surface/boundary_chain.h"
+#include "surface/nearest_listed.h"
+#include "surface/point_triangle.h"
 #include "surface/run_indices.h"
 #include "surfaces.h"
 
@@ -170,31 +172,55 @@ struct AnyRow {
     std::vector<double> positions;
 };
 
+// A mould with its boundary walked, and the indices of a run over it.
+struct BoundedScene {
+    BoundedScene(const Surface& of, double tolerance) : surface(of) {
+        model->mesh = meshOf(surface);
+        model->tolerance = tolerance;
+        edges.resize(3 * static_cast<std::size_t>(surface.vertCount()));
+        normals.resize(edges.size());
+        std::int32_t status = 0;
+        EXPECT_TRUE(walkBoundary(model->mesh, surface.vertBoundary.data(), model->mesh.boundaryCount,
+                                 edges.data(), normals.data(), status));
+        model->mesh.boundaryEdges = edges.data();
+        model->mesh.boundaryNormals = normals.data();
+        innerEdges = edges;
+        outer = inner = model->mesh;
+        inner.boundaryEdges = innerEdges.data();
+        EXPECT_TRUE(indices.build(inner, innerEdges.data(), tolerance, 2.0, status));
+    }
+    BoundedScene(const BoundedScene&) = delete;
+    ~BoundedScene() {
+        std::int32_t status = 0;
+        model->indices = nullptr;
+        indices.release(status);
+    }
+
+    void take(bool fastRoad) {
+        model->mesh = fastRoad ? inner : outer;
+        model->indices = fastRoad ? &indices : nullptr;
+    }
+
+    const OwnModel own;
+    Surface surface;
+    std::vector<std::int32_t> edges, innerEdges;
+    std::vector<double> normals;
+    SurfaceMesh outer, inner;
+    RunIndices indices;
+};
+
 TEST(Crossings, BothRoadsCountTheSameOnRowsOfAnyShape) {
     Random random(10);
     int crossed = 0;
     for (int round = 0; round < 60; ++round) {
+        // The last kind has more edges than are gathered for a stretch.
         Surface surface = round % 2 == 0 ? drape_test::slitPlate(10, 0.7, 6)
-                                         : drape_test::squareMould(5.0, 6, drape_test::doubleDomeHeight(5.0));
+                                         : drape_test::squareMould(5.0, round % 4 == 1 ? 6 : 80,
+                                                                   drape_test::doubleDomeHeight(5.0));
         shuffle(surface, random);
-        const OwnModel own;
-        model->mesh = meshOf(surface);
+        BoundedScene scene(surface, round % 3 == 0 ? 0.0 : 1e-3);
         model->stepA = random.between(0.1, 2.0);
         model->stepB = random.between(0.1, 2.0);
-        model->tolerance = round % 3 == 0 ? 0.0 : 1e-3;
-        std::vector<std::int32_t> edges(3 * static_cast<std::size_t>(surface.vertCount()));
-        std::vector<double> normals(edges.size());
-        std::int32_t status = 0;
-        ASSERT_TRUE(walkBoundary(model->mesh, surface.vertBoundary.data(), model->mesh.boundaryCount,
-                                 edges.data(), normals.data(), status));
-        model->mesh.boundaryEdges = edges.data();
-        model->mesh.boundaryNormals = normals.data();
-        std::vector<std::int32_t> innerEdges = edges;
-        const SurfaceMesh outer = model->mesh;
-        SurfaceMesh inner = outer;
-        inner.boundaryEdges = innerEdges.data();
-        RunIndices indices;
-        ASSERT_TRUE(indices.build(inner, innerEdges.data(), model->tolerance, 2.0, status));
         for (int k = 0; k < 40; ++k) {
             AnyRow row(random, 8.0, 1 + random.below(20));
             row.putInto(*model);
@@ -202,8 +228,7 @@ TEST(Crossings, BothRoadsCountTheSameOnRowsOfAnyShape) {
             std::int32_t statuses[2] = {0, 0};
             for (const int fast : {0, 1}) {
                 counts[fast].assign(static_cast<std::size_t>(RowArrays::sizeFor(row.record.length)), -7);
-                model->mesh = fast == 1 ? inner : outer;
-                model->indices = fast == 1 ? &indices : nullptr;
+                scene.take(fast == 1);
                 countCrossings(row.record, RowArrays::in(counts[fast].data(), row.record.length),
                                statuses[fast]);
             }
@@ -214,10 +239,71 @@ TEST(Crossings, BothRoadsCountTheSameOnRowsOfAnyShape) {
             for (auto count = counts[0].begin() + row.record.length; count != counts[0].end(); ++count)
                 crossed += *count > 0 ? 1 : 0;
         }
-        model->indices = nullptr;
-        indices.release(status);
     }
     EXPECT_GT(crossed, 500);
+}
+
+// What the fallback takes from a list: the first of the triangles nearest to a place, of those with a
+// boundary edge.
+std::int32_t takenFrom(const SearchScratch& scratch, const Vec3& place) {
+    std::int32_t nearest = 0;
+    double best = std::numeric_limits<double>::infinity();
+    for (std::int32_t k = 0; k < scratch.foundCount; ++k) {
+        const std::int32_t t = scratch.foundList[k];
+        const double distance = distanceToTriangle(place, model->mesh.corner(t, 0), model->mesh.corner(t, 1),
+                                                   model->mesh.corner(t, 2), model->tolerance)
+                                    .distance;
+        if (firstBoundaryEdgeOf(t) != 0 && distance < best) {
+            best = distance;
+            nearest = t;
+        }
+    }
+    return nearest;
+}
+
+TEST(Fallback, TheNearestListedTriangleIsTakenWithoutTheWholeFlood) {
+    Random random(11);
+    int taken = 0, empty = 0, bare = 0;
+    for (int round = 0; round < 60; ++round) {
+        // Teeth that hang together further back only, a slit, and a fine rim with more triangles than fit the
+        // fallback's table; on flat plates many are equally near.
+        Surface surface = round % 3 == 0   ? drape_test::toothedPlate(12, 8, 3)
+                          : round % 3 == 1 ? drape_test::slitPlate(10, 0.7, 6)
+                                           : drape_test::squareMould(5.0, 40, drape_test::level);
+        if (round % 2 == 0)
+            makeIrregular(surface, 0.2 * random.unit(), random);
+        shuffle(surface, random);
+        BoundedScene scene(surface, round % 4 == 0 ? 0.0 : round % 4 == 1 ? 0.05 : 1e-3);
+        scene.take(true);
+        const SurfaceMesh& mesh = model->mesh;
+        for (int k = 0; k < 200; ++k) {
+            const std::int32_t start = 1 + random.below(mesh.triCount);
+            const Vec3 rim = mesh.vertex(mesh.boundaryEdge(1 + random.below(mesh.boundaryCount)).start);
+            const Vec3 from = random.below(2) == 0 ? rim : mesh.corner(start, 0);
+            const margins::DistanceSlack slack =
+                random.below(4) == 0 ? margins::DistanceSlack{} : largestSlack();
+            const double radius = random.between(0.5, 1.5);
+            const Ball balls[] = {{from + 0.5 * within(random, 1.0), radius, model->tolerance, slack},
+                                  {from + 0.5 * within(random, 1.0), radius, model->tolerance, slack}};
+            const int count = 1 + random.below(2);
+            // Right above a corner all triangles around it are equally near.
+            const Vec3 place = random.below(2) == 0 ? rim + Vec3{0.0, 0.0, 0.5} : from + within(random, 1.5);
+            std::int32_t status = 0;
+            SearchScratch& scratch = scene.indices.scratch;
+            ASSERT_TRUE(listInRange(start, balls, count, scratch, status));
+            const bool none = scratch.foundCount == 0;
+            const std::int32_t whole = takenFrom(scratch, place);
+            ASSERT_TRUE(listNearestBoundary(start, balls, count, place, scratch, status));
+            ASSERT_EQ(scratch.foundCount == 0, none) << "round " << round << " question " << k;
+            ASSERT_EQ(takenFrom(scratch, place), whole) << "round " << round << " question " << k;
+            taken += whole != 0 ? 1 : 0;
+            empty += none ? 1 : 0;
+            bare += !none && whole == 0 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(taken, 2000);
+    EXPECT_GT(empty, 2000);
+    EXPECT_GT(bare, 200);
 }
 
 } // namespace
