@@ -15,6 +15,10 @@ namespace drape::host {
 
 using namespace vec;
 
+double along(const Point& place) {
+    return dot(place, {0.37, 1.0, 0.17});
+}
+
 namespace {
 
 // A direction this close to the normal (as the sine of the angle between them) says too little. One that was
@@ -24,10 +28,6 @@ constexpr double leastAskedSine = 0.1;
 constexpr double toleranceShare = 1e-3;
 constexpr double mostToleranceShare = 0.1;
 constexpr double slenderRatio = 1.6;
-
-// Distances that are equal but for rounding in a file of single precision, in square roots of the mould's
-// area.
-constexpr double equallyNear = 5e-7;
 
 // A start is moved off an edge by this share of a cell, so that rows along the edge keep clear of it by more
 // than the tolerance, or by this share of the way to its triangle's middle if that is less.
@@ -67,11 +67,6 @@ Point usualDirection(const Point& normal, Notes& notes) {
     tell(notes, NoteKind::warpUpright,
          "the surface stands square to x at the seed, so the warp was laid along y there");
     return unit(inPlane({0.0, 1.0, 0.0}, normal));
-}
-
-// How far a point lies along a fixed direction, square to no edge that people draw.
-double along(const Point& p) {
-    return dot(p, {0.37, 1.0, 0.17});
 }
 
 // A point inside a triangle that no symmetry of the mould keeps in its place.

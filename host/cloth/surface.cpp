@@ -4,6 +4,7 @@
 
 #include "host/mesh/boundary_loops.h"
 #include "host/mesh/error.h"
+#include "host/mesh/nearest_point.h"
 #include "host/mesh/patch.h"
 #include "host/mesh/pieces.h"
 #include "host/mesh/point.h"
@@ -13,6 +14,7 @@
 #include "host/mesh/text.h"
 #include "host/mesh/topology.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace drape::host {
@@ -45,13 +47,37 @@ std::vector<double> distancesToEdge(const TriangleMesh& mesh, const Mould& mould
     return distancesAlong(mesh, edge);
 }
 
+// The surface point nearest to `point`. Of several places that are equally near, as on a symmetric part, the
+// first along a fixed direction.
+SurfacePoint firstNearest(const Mould& mould, const Point& point) {
+    constexpr double onePlace = 5e-3; // square roots of the area that a place reaches out
+    const double size = std::sqrt(mould.area);
+    std::vector<SurfacePoint> near{nearestPoint(mould, point)};
+    const double reach = near.front().distance + equallyNear * size;
+    eachTriangleNear(
+        mould, point, [&] { return reach; },
+        [&](std::size_t t) {
+            const Point q =
+                nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), point);
+            if (const double away = distance(q, point); away <= reach) {
+                near.push_back({q, t, away});
+            }
+        });
+    const Point first = std::min_element(near.begin(), near.end(), [](const auto& a, const auto& b) {
+                            return along(a.position) < along(b.position);
+                        })->position;
+    std::erase_if(near, [&](const SurfacePoint& p) { return distance(p.position, first) > onePlace * size; });
+    return *std::min_element(near.begin(), near.end(),
+                             [](const auto& a, const auto& b) { return a.distance < b.distance; });
+}
+
 // The surface point nearest to the centroid, unless that lies at an edge of the surface, where a drape gets
 // nowhere: then the nearest place to it that has a few cells of room, or half of the most room there is.
 SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, const std::vector<double>& toEdge,
                       Notes& notes) {
     constexpr double cellsOfRoom = 3.0;
     const Point centroid = centroidOf(mesh);
-    const SurfacePoint nearest = nearestPoint(mould, centroid);
+    const SurfacePoint nearest = firstNearest(mould, centroid);
     const auto room = [&](std::size_t t, const Point& p) {
         const double area = mould.facets[t].area;
         double sum = 0.0;
@@ -71,10 +97,13 @@ SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, const std::v
     }
     SurfacePoint best;
     best.distance = std::numeric_limits<double>::infinity();
+    const double same = equallyNear * std::sqrt(mould.area);
     for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
         const Point here = centreOf(mesh, t);
         const double away = distance(here, centroid);
-        if (room(t, here) >= wanted && away < best.distance) {
+        const bool better = away < best.distance - same ||
+                            (away < best.distance + same && along(here) < along(best.position));
+        if (better && room(t, here) >= (1.0 - equallyNear) * wanted) {
             best = {here, t, away};
         }
     }

@@ -319,6 +319,22 @@ class Start(Case):
         middle, _ = self.report(self.file("m.obj", obj((points, faces))), "--start", "middle")
         self.assertLessEqual(told["plain"]["shear"]["mean"], middle["shear"]["mean"] + 0.25)
 
+    def test_the_middle_of_a_symmetric_part_is_one_place(self):
+        # A frame, whose middle lies in its hole: eight places are equally near to it.
+        points, faces = plate(12)
+        points = [(0.7 * (x - 6), 0.7 * (y - 6), 0.0) for x, y, _ in points]
+        centre = lambda f: [sum(points[v][k] for v in f) / 3 for k in (0, 1)]
+        faces = [f for f in faces if max(map(abs, centre(f))) > 1.4]
+        mixed = points, faces[1::3] + faces[::3] + faces[2::3]
+        scaled = lambda s: ([tuple(s * x for x in p) for p in points], faces)
+        seeds = []
+        for name, scale, file in (("mm.obj", 1.0, obj((points, faces))), ("m.obj", 1e-3, obj(scaled(1e-3))),
+                                  ("inch.obj", 1 / 25.4, obj(scaled(1 / 25.4))), ("mixed.obj", 1.0, obj(mixed)),
+                                  ("single.stl", 1.0, stl_binary(mixed)), ("small.stl", 1e-3, stl_binary(scaled(1e-3)))):
+            report, _ = self.report(self.file(name, file), "--start", "middle", "--step", repr(0.3 * scale), expect=None)
+            seeds.append([x / scale for x in report["choice"]["seed"]])
+            self.assertPoint(seeds[-1], seeds[0], 5)
+
     def test_a_seed_where_triangles_meet_gives_one_ply(self):
         flat, faces = plate(14)
         points = [(x, y, 4.0 - 0.05 * ((x - 6.3) ** 2 + 1.3 * (y - 7.1) ** 2 + 0.4 * x * math.sin(y))) for x, y, _ in flat]
