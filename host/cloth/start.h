@@ -43,8 +43,9 @@ constexpr double cellsAcross = 40.0;
 // but for rounding the one that comes first is taken, so that neither a file's unit nor its digits decide.
 double along(const Point& place);
 
-// Distances that are equal but for rounding in a file of six digits, in square roots of the mould's area.
-constexpr double equallyNear = 5e-6;
+// Distances that are equal but for rounding in a file of single precision, in square roots of the mould's
+// area.
+constexpr double equallyNear = 5e-7;
 
 // Where a drape starts that is asked to start at `point`: the nearest point of the mould, on its nearest
 // triangle. Where triangles that face differently are equally near, as on an edge or a vertex of a curved
