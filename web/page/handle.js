@@ -4,6 +4,7 @@
 import { Vector3 } from "three";
 
 const ringRadius = 58; // pixels
+const labelAway = 22; // pixels at least between the knob and the angle
 const points = 64;
 
 const element = (id) => document.getElementById(id);
@@ -104,11 +105,13 @@ export class Marks {
         moveTo(element("knob"), knob);
         moveTo(element("knob-touch"), knob);
         shiftTo(element("handle"), centre);
-        const label = place(1.42, 0);
+        const away = Math.max(Math.hypot(knob.x, knob.y), 1);
+        const beyond = Math.max(1.42, 1 + labelAway / away);
+        const label = { x: beyond * knob.x, y: beyond * knob.y };
         moveTo(element("angle-text"), { x: label.x, y: label.y + 4 });
         element("angle-text").textContent = `${Number(plyAngle.toFixed(1))}°`;
-        const away = normal.dot(this.#stage.camera.position.clone().sub(seed)) < 0;
-        element("handle").style.opacity = away ? 0.45 : 1;
+        const hidden = normal.dot(this.#stage.camera.position.clone().sub(seed)) < 0;
+        element("handle").style.opacity = hidden ? 0.45 : 1;
     }
 
     #placeOnPattern() {

@@ -241,8 +241,12 @@ function showSettings() {
         }
     };
     // Digits far below a cell are rounding.
-    const fine = 1e-4 * Math.min(...(settings.step ?? page.surface?.steps ?? [1]));
-    settings.seed?.forEach((value, k) => fill(`seed-${k}`, Math.abs(value) < fine ? 0 : Number(value.toPrecision(6))));
+    const fine = 1e-3 * Math.min(...(settings.step ?? page.surface?.steps ?? [1]));
+    const decimals = Math.min(Math.max(Math.ceil(-Math.log10(fine)), 0), 20);
+    settings.seed?.forEach((value, k) => {
+        fill(`seed-${k}`, Number(value.toFixed(decimals)));
+        element(`seed-${k}`).title = value;
+    });
     fill("angle", Number(settings.angle.toFixed(3)));
     element("angle-range").value = settings.angle;
     fill("locking", settings.locking);

@@ -81,7 +81,7 @@ function drawn(name, attributes, text) {
     return node;
 }
 
-export function showHistogram({ histogram, lockingAngle }, colours, scale) {
+export function showHistogram({ histogram, lockingAngle, largest }, colours, scale) {
     const { counts, binDegrees } = histogram;
     const last = counts.findLastIndex((count) => count > 0);
     const bins = Math.min(counts.length, Math.max(last + 1, 4));
@@ -95,7 +95,7 @@ export function showHistogram({ histogram, lockingAngle }, colours, scale) {
     const marks = [];
     for (let k = 0; k < bins; ++k) {
         const tall = ((foot - 14) * counts[k]) / most;
-        const shear = (k + 0.5) * binDegrees;
+        const shear = 0.5 * (k * binDegrees + Math.min((k + 1) * binDegrees, Math.max(largest, k * binDegrees)));
         const bar = drawn("rect", {
             x: k * each + 1, y: foot - tall, width: Math.max(each - 2, 1), height: tall, rx: 2,
             fill: colourText(colours, scale, Math.min(shear, scale.top)),

@@ -337,15 +337,15 @@ export class Stage {
         return { away, target: right.multiplyScalar(x).addScaledVector(up, y) };
     }
 
-    // Keeps a pattern in view that nobody has moved by hand, in the same scale if `sameScale`.
-    followPattern(extent, sameScale) {
+    // Keeps a pattern in view that nobody has moved by hand, never larger than before if `steady`.
+    followPattern(extent, steady) {
         if (this.#untouched) {
-            this.fitPattern(extent, sameScale ? this.flatPerPixel : undefined);
+            this.fitPattern(extent, steady ? this.flatPerPixel : 0);
         }
     }
 
-    // Shows all of a pattern of this extent (low x, low y, high x, high y).
-    fitPattern([lowX, lowY, highX, highY], scale) {
+    // Shows all of a pattern of this extent (low x, low y, high x, high y), with at least `least` units in a pixel.
+    fitPattern([lowX, lowY, highX, highY], least = 0) {
         const { width, height } = this.#boxes.flat;
         this.#untouched = true;
         if (!(highX > lowX) || width === 0) {
@@ -353,7 +353,8 @@ export class Stage {
         }
         const heading = 56; // pixels
         const margin = 18;
-        const perPixel = scale ?? Math.max(
+        const perPixel = Math.max(
+            least,
             (highX - lowX) / Math.max(width - 2 * margin, 1),
             (highY - lowY) / Math.max(height - heading - margin, 1),
         );

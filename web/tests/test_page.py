@@ -353,7 +353,7 @@ class Itself(PageTest):
         page = self.page
         page.sample("hemisphere.obj")
         for width, height, theme in ((1280, 800, "light"), (1920, 1080, "dark"), (1024, 768, "light"), (1024, 768, "dark"),
-                                     (768, 1024, "light")):
+                                     (768, 1024, "light"), (390, 844, "dark")):
             page.size(width, height, theme)
             page.settled("seed")
             self.assertEqual(page.run("return document.documentElement.dataset.theme"), theme)
@@ -361,6 +361,14 @@ class Itself(PageTest):
             wide = page.run("return ['settings', 'summary-panel'].filter((id) => {"
                             "const e = document.getElementById(id); return e.scrollWidth > e.clientWidth + 1})")
             self.assertEqual(wide, [])
+            bare = page.run("""
+                const box = (id) => document.getElementById(id).getBoundingClientRect();
+                const all = box('canvas');
+                return ['space', 'flat'].filter((id) => {
+                    const view = box(id);
+                    return view.left < all.left || view.right > all.right || view.top < all.top || view.bottom > all.bottom + 1;
+                })""")
+            self.assertEqual(bare, [], "views behind which nothing is drawn")
             page.picture(f"{width}x{height}-{theme}")
         page.size(1280, 800)
 
