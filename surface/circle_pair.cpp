@@ -5,13 +5,6 @@
 namespace drape {
 namespace {
 
-DoublePair twice(double value) {
-    return pairOf(value, value);
-}
-PairVec pairOf(const Vec3& first, const Vec3& second) {
-    return {drape::pairOf(first.x, second.x), drape::pairOf(first.y, second.y),
-            drape::pairOf(first.z, second.z)};
-}
 Vec3 laneOf(const PairVec& v, int lane) {
     return {v.x[lane], v.y[lane], v.z[lane]};
 }
@@ -56,9 +49,8 @@ struct PairCutter::Clipped {
 // What one point meets is no matter of the other: a cut ends early only where the planes of an edge count as
 // parallel, which none do below a tolerance of one half.
 PairCutter::PairCutter(const Circle& circle, double tolerance, const ReadAhead& read)
-    : circle_(circle), tolerance_(tolerance), centre_(pairOf(circle.centre, circle.centre)),
-      axis_(pairOf(circle.axis, circle.axis)), forward_(pairOf(read.forward, read.forward)),
-      least_(twice(tolerance < 0.5 ? read.least : -margins::ENDLESS)) {}
+    : circle_(circle), tolerance_(tolerance), centre_(twice(circle.centre)), axis_(twice(circle.axis)),
+      forward_(twice(read.forward)), least_(twice(tolerance < 0.5 ? read.least : -margins::ENDLESS)) {}
 
 PairCutter::OnLine PairCutter::cutLines(const Triangles& t) const {
     OnLine line;

@@ -11,8 +11,6 @@
 
 namespace drape {
 
-using PairVec = VecOf<DoublePair>;
-
 struct Corners {
     Vec3 a, b, c;
 };

@@ -21,7 +21,7 @@ struct PlainFlood {
     void mark(std::int32_t triangle, bool goOn) const { marks[triangle - 1] = goOn ? 1 : 2; }
     bool fanDone(std::int32_t) const { return false; }
     void finishFan(std::int32_t) const {}
-    static Visit visit(std::int32_t triangle, const Ball* balls, int ballCount, bool) {
+    Visit visit(std::int32_t triangle, const Ball* balls, int ballCount, bool) const {
         return visitPlainly(triangle, balls, ballCount);
     }
 };
@@ -31,13 +31,13 @@ struct RunFlood {
     std::int32_t* marks;
     std::int32_t* fansDone;
     std::int32_t stamp;
+    AnyBall anyBall;
     bool visited(std::int32_t triangle) const { return marks[triangle - 1] == stamp; }
     void mark(std::int32_t triangle, bool) const { marks[triangle - 1] = stamp; }
     bool fanDone(std::int32_t v) const { return fansDone[v - 1] == stamp; }
     void finishFan(std::int32_t v) const { fansDone[v - 1] = stamp; }
-    static Visit visit(std::int32_t triangle, const Ball* balls, int ballCount, bool isRead) {
-        return isRead ? visitByBounds(triangle, balls, ballCount)
-                      : Visit{inRangeOfAny(triangle, balls, ballCount), false};
+    Visit visit(std::int32_t triangle, const Ball* balls, int ballCount, bool isRead) const {
+        return isRead ? visitByBounds(triangle, balls, ballCount) : Visit{anyBall.reaches(triangle), false};
     }
 };
 
@@ -70,7 +70,7 @@ public:
 private:
     // Marks a triangle, lists it if it belongs there, and says if the walk goes on from it.
     bool visit(std::int32_t triangle) {
-        const Visit found = Road::visit(triangle, balls_, ballCount_, isRead(triangle));
+        const Visit found = road_.visit(triangle, balls_, ballCount_, isRead(triangle));
         road_.mark(triangle, found.goOn);
         if (found.list) {
             scratch_.foundList[scratch_.foundCount++] = triangle;
@@ -149,7 +149,7 @@ bool flood(std::int32_t start, const Ball* balls, int ballCount, Reading reading
     if (!scratch.ownedByRun())
         return flood(PlainFlood{scratch.marks}, start, balls, ballCount, reading, goals, scratch, reached,
                      status);
-    const RunFlood road{scratch.marks, scratch.fansDone, scratch.stamp};
+    const RunFlood road{scratch.marks, scratch.fansDone, scratch.stamp, AnyBall(balls, ballCount)};
     return flood(road, start, balls, ballCount, reading, goals, scratch, reached, status);
 }
 

@@ -5,6 +5,8 @@
 // their place, with the same results. A comparison gives lanes of all bits or none.
 #pragma once
 
+#include "services/vectors.h"
+
 #include <cmath>
 #include <cstdint>
 
@@ -142,6 +144,9 @@ inline DoublePair pairOf(double first, double second) {
     pair[1] = second;
     return pair;
 }
+inline DoublePair twice(double value) {
+    return pairOf(value, value);
+}
 inline DoublePair choose(const IntPair& where, const DoublePair& a, const DoublePair& b) {
 #if defined(__GNUC__) && !defined(DRAPE_PLAIN_LANES)
     return where ? a : b;
@@ -198,6 +203,15 @@ inline FloatLanes smallestOfEach(const FloatLanes (&rows)[LANES]) {
 inline FloatLanes largestOfEach(const FloatLanes (&rows)[LANES]) {
     const FloatLanes negative[LANES] = {-rows[0], -rows[1], -rows[2], -rows[3]};
     return -smallestOfEach(negative);
+}
+
+// Two vectors side by side.
+using PairVec = VecOf<DoublePair>;
+inline PairVec pairOf(const Vec3& first, const Vec3& second) {
+    return {pairOf(first.x, second.x), pairOf(first.y, second.y), pairOf(first.z, second.z)};
+}
+inline PairVec twice(const Vec3& v) {
+    return pairOf(v, v);
 }
 
 // Two pairs in single precision.

@@ -2,6 +2,7 @@
 // most of it and leave the rest to the exact distance.
 #pragma once
 
+#include "surface/lanes.h"
 #include "surface/run_indices.h"
 
 namespace drape {
@@ -17,7 +18,18 @@ Visit visitPlainly(std::int32_t triangle, const Ball* balls, int ballCount);
 // The same answer from a run's bounds.
 Visit visitByBounds(std::int32_t triangle, const Ball* balls, int ballCount);
 
-// Of that answer, only whether the walk goes on.
-bool inRangeOfAny(std::int32_t triangle, const Ball* balls, int ballCount);
+// Of that answer, only whether the walk goes on, asked of many triangles: one or two balls side by side.
+class AnyBall {
+public:
+    AnyBall(const Ball* balls, int ballCount);
+
+    bool reaches(std::int32_t triangle) const;
+
+private:
+    const Ball* balls_;
+    int ballCount_;
+    PairVec centre_;
+    DoublePair corner2_, beyond2_; // the balls' limits, or what settles nothing
+};
 
 } // namespace drape

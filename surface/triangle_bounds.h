@@ -52,6 +52,10 @@ public:
     BoundedTriangle(const SurfaceMesh& mesh, std::int32_t triangle)
         : a_(mesh.corner(triangle, 0)), b_(mesh.corner(triangle, 1)), c_(mesh.corner(triangle, 2)) {}
 
+    const Vec3& a() const { return a_; }
+    const Vec3& b() const { return b_; }
+    const Vec3& c() const { return c_; }
+
     // Whether Ball::radius + tolerance is above the distance from its centre to the triangle.
     Range inRange(const Ball& ball) const;
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "run/model.h"
-#include "surface/circle_pair.h"
+#include "surface/lanes.h"
 
 namespace drape {
 
@@ -34,9 +34,7 @@ struct TrianglePair {
 
 private:
     static PairVec corners(const SurfaceMesh& mesh, std::int32_t first, std::int32_t second, int k) {
-        const Vec3 p = mesh.corner(first, k);
-        const Vec3 q = mesh.corner(second, k);
-        return {pairOf(p.x, q.x), pairOf(p.y, q.y), pairOf(p.z, q.z)};
+        return pairOf(mesh.corner(first, k), mesh.corner(second, k));
     }
 };
 
