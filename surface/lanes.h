@@ -183,6 +183,9 @@ inline double smallerOf(double a, double b) {
 inline double largerOf(double a, double b) {
     return a > b ? a : b;
 }
+inline double choose(bool where, double a, double b) {
+    return where ? a : b;
+}
 
 // Each lane of the result is the smallest of a row.
 inline FloatLanes smallestOfEach(const FloatLanes (&rows)[LANES]) {

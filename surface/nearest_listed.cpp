@@ -39,7 +39,7 @@ public:
                     margins::largestCoordinate(box.high) < margins::LARGEST_LENGTH;
         if (done)
             model->indices->boundaryTree.forEachNear(box, [&](std::int32_t e) { return done = add(e); });
-        return done;
+        return done && bound();
     }
 
     // The nearest of them in range of all balls, several if they are equally near; none if none is in range.
@@ -72,17 +72,30 @@ private:
     };
 
     bool add(std::int32_t edge) {
-        const SurfaceMesh& mesh = model->mesh;
-        const std::int32_t triangle = mesh.boundaryEdge(edge).triangle;
+        const std::int32_t triangle = model->mesh.boundaryEdge(edge).triangle;
         if (firstBoundaryEdgeOf(triangle) != edge)
             return true;
         if (count_ == LARGEST)
             return false;
-        const double distance = BoundedTriangle(mesh, triangle).distance(place_);
-        const Near near{triangle, margins::distanceBelow(distance) - slack_.sum(),
-                        margins::distanceAbove(distance, tolerance_) + slack_.sum()};
-        near_[count_++] = near;
-        return near.above < margins::ENDLESS;
+        near_[count_++].triangle = triangle;
+        return true;
+    }
+
+    // False if a distance is no number.
+    bool bound() {
+        bool bounded = true;
+        for (int k = 0; k < count_; k += PAIR) {
+            const int last = std::min(k + 1, count_ - 1);
+            const DoublePair distances = distancesOf(place_, BoundedTriangle(model->mesh, near_[k].triangle),
+                                                     BoundedTriangle(model->mesh, near_[last].triangle));
+            for (int lane = 0; lane <= last - k; ++lane) {
+                Near& near = near_[k + lane];
+                near.below = margins::distanceBelow(distances[lane]) - slack_.sum();
+                near.above = margins::distanceAbove(distances[lane], tolerance_) + slack_.sum();
+                bounded = bounded && near.above < margins::ENDLESS;
+            }
+        }
+        return bounded;
     }
 
     // The distance as the fallback measures it.

@@ -9,41 +9,29 @@ namespace drape {
 namespace {
 
 // Squared distance from p to the segment that leaves `a` along `ab`, with `ap` from a to p.
-double squaredDistanceToEdge(const Vec3& ap, const Vec3& ab) {
-    const double along = prosca(ap, ab);
-    const double length2 = vor(ab);
-    if (along <= 0.0)
-        return vor(ap);
-    if (along >= length2)
-        return vor(ap - ab);
-    return vor(parvis(ap, ab)) / length2;
+template <class Real>
+Real squaredDistanceToEdge(const VecOf<Real>& ap, const VecOf<Real>& ab) {
+    const Real along = prosca(ap, ab);
+    const Real length2 = vor(ab);
+    return choose(along <= Real{}, vor(ap),
+                  choose(along >= length2, vor(ap - ab), vor(parvis(ap, ab)) / length2));
 }
 
 // Squared distance from a point to a triangle, by the region in which its foot lies (after Ericson, Real-Time
 // Collision Detection, 2005, section 5.1.5).
-double squaredDistance(const Vec3& p, const Vec3& a, const Vec3& b, const Vec3& c) {
-    const Vec3 ab = b - a;
-    const Vec3 bc = c - b;
-    const Vec3 ca = a - c;
-    const Vec3 ap = p - a;
-    const Vec3 bp = p - b;
-    const Vec3 cp = p - c;
-    const Vec3 normal = parvis(ab, bc);
-    const bool beyondAB = prosca(parvis(ab, ap), normal) < 0.0;
-    const bool beyondBC = prosca(parvis(bc, bp), normal) < 0.0;
-    const bool beyondCA = prosca(parvis(ca, cp), normal) < 0.0;
-    if (!beyondAB && !beyondBC && !beyondCA) {
-        const double height = prosca(ap, normal);
-        return height * height / vor(normal);
-    }
-    double nearest = std::numeric_limits<double>::infinity();
-    if (beyondAB)
-        nearest = std::min(nearest, squaredDistanceToEdge(ap, ab));
-    if (beyondBC)
-        nearest = std::min(nearest, squaredDistanceToEdge(bp, bc));
-    if (beyondCA)
-        nearest = std::min(nearest, squaredDistanceToEdge(cp, ca));
-    return nearest;
+template <class Real>
+Real squaredDistance(const VecOf<Real>& p, const VecOf<Real>& a, const VecOf<Real>& b, const VecOf<Real>& c) {
+    const VecOf<Real> ab = b - a, bc = c - b, ca = a - c;
+    const VecOf<Real> ap = p - a, bp = p - b, cp = p - c;
+    const VecOf<Real> normal = parvis(ab, bc);
+    const Real endless = std::numeric_limits<double>::infinity() + Real{};
+    const auto beyond = [&](const VecOf<Real>& edge, const VecOf<Real>& fromStart) {
+        const auto outside = prosca(parvis(edge, fromStart), normal) < Real{};
+        return choose(outside, squaredDistanceToEdge(fromStart, edge), endless);
+    };
+    const Real nearest = smallerOf(beyond(ab, ap), smallerOf(beyond(bc, bp), beyond(ca, cp)));
+    const Real height = prosca(ap, normal);
+    return choose(nearest < endless, nearest, height * height / vor(normal));
 }
 
 } // namespace
@@ -71,13 +59,14 @@ Range BoundedTriangle::inRange(const Ball& ball) const {
     return range == Range::unknown ? inRange(ball, ownLimits(ball)) : range;
 }
 
-double BoundedTriangle::distance(const Vec3& point) const {
-    return std::sqrt(squaredDistance(point, a_, b_, c_));
+DoublePair distancesOf(const Vec3& point, const BoundedTriangle& first, const BoundedTriangle& second) {
+    return rootOf(squaredDistance(twice(point), pairOf(first.a(), second.a()), pairOf(first.b(), second.b()),
+                                  pairOf(first.c(), second.c())));
 }
 
 double BoundedTriangle::distanceBelow(const Vec3& point, double tolerance) const {
     const double offset = margins::largestCoordinate(point);
-    return margins::distanceBelow(distance(point)) -
+    return margins::distanceBelow(std::sqrt(squaredDistance(point, a_, b_, c_))) -
            margins::distanceSlack(TriangleShape(a_, b_, c_), offset, tolerance).sum();
 }
 

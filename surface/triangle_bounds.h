@@ -7,6 +7,7 @@
 #include "run/model.h"
 #include "surface/flatness.h"
 
+#include "surface/lanes.h"
 #include "surface/margins.h"
 #include <algorithm>
 
@@ -65,9 +66,6 @@ public:
                 margins::distanceSlack(TriangleShape(a_, b_, c_), ball.offset, ball.tolerance)};
     }
 
-    // The distance from a point, but for rounding.
-    double distance(const Vec3& point) const;
-
     // A lower bound of the distance from a point to the triangle, as the exact test gives it.
     double distanceBelow(const Vec3& point, double tolerance) const;
 
@@ -76,6 +74,9 @@ private:
 
     Vec3 a_, b_, c_;
 };
+
+// The distances of a point from two triangles, but for rounding.
+DoublePair distancesOf(const Vec3& point, const BoundedTriangle& first, const BoundedTriangle& second);
 
 // Whether a triangle is in range for sure because `corner`, one of its corners, lies in the ball.
 inline bool inRangeByCorner(const SurfaceMesh& mesh, std::int32_t triangle, const Vec3& corner,
