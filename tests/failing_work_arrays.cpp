@@ -17,9 +17,11 @@ namespace {
 struct Block {
     void* start;
     std::int64_t bytes;
+    std::int64_t request; // by its number
 };
 
 std::map<std::int32_t, Block> blocks;
+std::vector<std::int64_t> released;
 std::int64_t bytesHeld = 0;
 std::int64_t mostBytes = 0;
 std::int32_t lastHandle = 0;
@@ -45,7 +47,7 @@ std::int32_t take(const T* base, std::int32_t count, std::int32_t& handle, std::
     if (bytes > 0)
         std::memset(block, filling, bytes);
     handle = ++lastHandle;
-    blocks[handle] = {block, static_cast<std::int64_t>(bytes)};
+    blocks[handle] = {block, static_cast<std::int64_t>(bytes), requests};
     bytesHeld += static_cast<std::int64_t>(bytes);
     mostBytes = std::max(mostBytes, bytesHeld);
     offset = static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(block) -
@@ -74,6 +76,7 @@ std::int32_t giares(const std::int32_t* handle, std::int32_t* status) {
     }
     std::free(held->second.start);
     bytesHeld -= held->second.bytes;
+    released.push_back(held->second.request);
     blocks.erase(held);
     if (++releases != failingRelease)
         return 0;
@@ -89,6 +92,7 @@ void crcmac(void* target, const std::int32_t* byteCount, const std::int32_t* fil
 namespace drape_test {
 
 void beginRequests(std::int64_t failing, unsigned char fill) {
+    released.clear();
     requests = 0;
     refused = failing;
     filling = fill;
@@ -103,6 +107,10 @@ void failRelease(std::int64_t failing) {
 
 std::int64_t releasesMade() {
     return releases;
+}
+
+const std::vector<std::int64_t>& releaseOrder() {
+    return released;
 }
 
 std::int64_t requestsMade() {

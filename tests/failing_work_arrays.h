@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 namespace drape_test {
 
@@ -15,6 +16,8 @@ constexpr std::int32_t RELEASE_FAILED = 399;
 void failRelease(std::int64_t failing);
 
 std::int64_t releasesMade();
+// The numbers of the requests whose arrays have been given back since the count began, in that order.
+const std::vector<std::int64_t>& releaseOrder();
 std::int64_t requestsMade();
 std::int64_t arraysHeld();
 std::int64_t mostBytesHeld(); // at any time since the count began

@@ -328,11 +328,15 @@ TEST(Repair, TakesTheDefectOfTheTrialRowOrElseTheSavedOne) {
         ASSERT_EQ(model.grid.count, 20);
         Defects defects{};
         const std::int32_t saved[] = {2, model.node(4, 3, 2), 0, model.node(4, 3, 3)};
-        std::copy_n(saved, 4, defects.begin());
-        std::int32_t count = 1;
+        for (std::size_t k = 0; k < 3; ++k) // one to go by, and two that stay in the table
+            std::copy_n(saved, 4, defects.begin() + static_cast<std::ptrdiff_t>(k * DRAPE_DEFECT_FIELDS));
+        const Defects given = defects;
+        std::int32_t count = 3;
         ASSERT_EQ(gzprge(&front, &count, defects.data(), &status), 0);
         EXPECT_EQ(front, 2);
         EXPECT_EQ(count, 1);
+        EXPECT_TRUE(std::equal(given.begin() + DRAPE_DEFECT_FIELDS, given.begin() + 3 * DRAPE_DEFECT_FIELDS,
+                               defects.begin() + DRAPE_DEFECT_FIELDS));
         const int p = gap ? 0 : 2; // where it was cut
         const std::int32_t n = model.node(4, 3, p), m = model.node(4, 3, p + 1);
         EXPECT_EQ(table(model),

@@ -180,18 +180,6 @@ void strips(Block& block, Kind kind) {
     block.outcome(result, status);
 }
 
-// The number between `low` and `high` above which a decision comes out otherwise, to the last bit; `high` if
-// it comes out alike at both.
-template <class Decision>
-double turningPoint(double low, double high, Decision decide) {
-    const auto before = decide(low);
-    if (decide(high) == before)
-        return high;
-    for (double middle = 0.5 * (low + high); low < middle && middle < high; middle = 0.5 * (low + high))
-        (decide(middle) == before ? low : high) = middle;
-    return high;
-}
-
 // The tolerances and radii at which a place or a kind of hit changes: every bit of what they are held
 // against.
 void turningPoints(Block& block, Kind kind) {

@@ -81,4 +81,16 @@ inline double aboutEdge(Block& block, double value) {
     return which == 0 ? value : neighbour(value, which == 1);
 }
 
+// The number between `low` and `high` above which a decision comes out otherwise, to the last bit; `high` if
+// it comes out alike at both.
+template <class Decision>
+double turningPoint(double low, double high, Decision decide) {
+    const auto before = decide(low);
+    if (decide(high) == before)
+        return high;
+    for (double middle = 0.5 * (low + high); low < middle && middle < high; middle = 0.5 * (low + high))
+        (decide(middle) == before ? low : high) = middle;
+    return high;
+}
+
 } // namespace drape_digest

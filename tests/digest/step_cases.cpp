@@ -168,6 +168,43 @@ void fallBack(Block& block, Scene& scene, Kind kind) {
     block.outcome(result, status);
 }
 
+// A circle is moved up past a lone triangle until the fallback takes the other of its two hits, or has none.
+void fallbackTurns(Block& block) {
+    Surface surface;
+    for (int k = 0; k < 9; ++k)
+        surface.vertPos.push_back(number(block, Kind::any));
+    surface.triVerts = {1, 2, 3};
+    joinUp(surface);
+    PlainModel model(surface, {});
+    const bool closed = model.walkBoundary();
+    model.registerModel();
+    const Vector from = vector(block, Kind::any), up = unitVector(block, Kind::any);
+    Vector forward{};
+    double length2 = 0.0;
+    for (std::size_t k = 0; k < 3; ++k) {
+        forward[k] = (surface.vertPos[k] + surface.vertPos[3 + k] + surface.vertPos[6 + k]) / 3.0 - from[k];
+        length2 += forward[k] * forward[k];
+    }
+    const double radius = block.random.between(0.8, 1.6) * std::sqrt(length2), tolerance = 1e-6;
+    for (double& x : forward)
+        x /= std::sqrt(length2);
+    const std::int32_t none = 0;
+    const double turn = turningPoint(-2.0, 2.0, [&](double height) {
+        Vector centre = from, point{}, normal{}, back{};
+        for (std::size_t k = 0; k < 3; ++k)
+            centre[k] += height * up[k];
+        std::int32_t status = 0;
+        const std::int32_t result = uzprpf(centre.data(), up.data(), forward.data(), &radius, back.data(),
+                                           &none, &none, &tolerance, point.data(), normal.data(), &status);
+        double above = 0.0;
+        for (std::size_t k = 0; k < 3; ++k)
+            above += (point[k] - centre[k]) * up[k];
+        return result == 1 ? status : above > 0.0 ? 1 : 2;
+    });
+    block.hash.add(turn);
+    block.outcome(closed ? 0 : 1, turn < 2.0 ? 1 : 0);
+}
+
 void stepStraight(Block& block, Scene& scene, Kind) {
     const std::int32_t n = scene.anyNode(block),
                        d = block.chance(0.95) ? block.within(1, 4) : block.oneOf({0, 5}),
@@ -589,6 +626,7 @@ void reportSteps(Report& report) {
                      [&](Block& block) { boundaryChains(block, kind); });
     }
     reportBlocks(report, "tangled boundary chain", 3, 3000, tangledChains);
+    reportBlocks(report, "turning points of the fallback", 2, 500, fallbackTurns, "found");
     reportBlocks(report, "full front table", 1, 60, fullTable);
     reportBlocks(report, "short boundary", 2, 500, shortBoundary);
     reportBlocks(report, "registration copies values", 1, 60, registration);
