@@ -10,9 +10,10 @@ import shutil
 import subprocess
 import unittest
 
+from bulk_deck import Fault, read_bulk, real
 from model import cross, dot, sub, unit
 from moulds import cup, obj, plate, uneven_sheet
-from program import DONE, INPUT, ROOT, USAGE, Case
+from program import DONE, INPUT, OTHER, ROOT, USAGE, Case
 from readers import PolyData
 from solver_meshes import element, inp, node
 
@@ -172,8 +173,11 @@ class Orders(Laminates):
                             ('{"plies": [{"name": {}}]}', "line 1"), ("[1,2]", "line 1"), ('{"cloths": {"a": {"color": 3}}, "plies": []}', "(color)")):
             with self.subTest(text):
                 self.assertIn(words, self.drape(mesh, "--layup", self.file("bad.json", text), expect=INPUT).stderr)
-        report, done = self.laminate(mesh, '{"plies": [\n {"name": "a",\n  "angle": "wide"},\n {"name": "b"}]}', "--step", "1", layup_name="l2.json", expect=INPUT)
+        broken = '{"plies": [\n {"name": "a",\n  "angle": "wide"},\n {"name": "b"},\n {"name": "c\\nGRID"},\n {"cloth": "c\\u0007"}]}'
+        report, done = self.laminate(mesh, broken, "--step", "1", layup_name="l2.json", expect=INPUT)
         self.assertIn('line 3, column 12 (angle): "wide"', report["plies"][0]["trouble"])
+        for ply, words in zip(report["plies"][2:], ("line 5, column ", "line 6, column ")):
+            self.assertIn(words, ply["trouble"])
         self.assertIsNotNone(report["plies"][1]["drape"])
         # A region keeps what lies within it, and cuts the pattern.
         report, _ = self.laminate(mesh, [good, {"name": "patch", "angle": 45, "region": "ring.xyz"}], "--step", "0.5", "--start", "middle")
@@ -248,18 +252,14 @@ class Elements(Laminates):
             for words in (f"{ply['sequence']} {ply['name']}", f"{ply['cloth']} at {ply['angle']:g}°", f"{ply['drape']['width']:.4g} mm", f"{ply['drape']['height']:.4g} mm"):
                 self.assertIn(words, " ".join(page.split()))
 
+    def bulk(self, name):
+        return read_bulk((self.folder / name).read_text())
+
     def read_bdf(self, name):
         """Per element its section and THETA, per section its layers: (material, thickness, angle)."""
-        cards = []
-        for line in (self.folder / name).read_text().splitlines():
-            fields = [line[k:k + 8].strip() for k in range(8, len(line), 8)]
-            if line.startswith("+"):
-                cards[-1][1].extend(fields)
-            elif line[:8].strip() in ("CTRIA3", "CQUAD4", "PCOMP"):
-                cards.append((line[:8].strip(), fields + [""] * (8 - len(fields)) if line.startswith("PCOMP") else fields))
-        theta = {int(f[0]): (int(f[1]), float(f[2 + int(name[5])])) for name, f in cards if name != "PCOMP"}
-        stacks = {int(f[0]): [(int(f[k]), float(f[k + 1]), float(f[k + 2])) for k in range(8, len(f) - 2, 4) if f[k]] for name, f in cards if name == "PCOMP"}
-        return theta, stacks
+        cards = self.bulk(name)
+        theta = {k: (values[2], values[-1]) for k, values in cards["element"].items()}
+        return theta, {k: [values[at:at + 3] for at in range(8, len(values), 4)] for k, values in cards["PCOMP"].items()}
 
     def test_plies_share_pictures_only_if_they_are_alike(self):
         mesh = self.file("m.obj", obj(uneven_sheet()))
@@ -275,19 +275,6 @@ class Elements(Laminates):
         self.assertEqual(a, c)
         self.assertEqual(len({a, b, d}), 3)
 
-    def bulk(self, name):
-        """Cards of bulk data: their name and their fields, without the empty ones at the end."""
-        cards = []
-        for line in (self.folder / name).read_text().splitlines():
-            if line.startswith("$"):
-                continue
-            fields = [line[k:k + 8].strip() for k in range(8, 72, 8)]
-            if line.startswith("+"):
-                cards[-1][1].extend(fields)
-            elif not line.startswith(("GRID*", "*")):
-                cards.append((line[:8].strip(), fields))
-        return cards
-
     def test_tables_of_draping_give_the_fibres_again(self):
         """Triangles and quads with numbers of their own, some wound upward and some downward."""
         points, faces = uneven_sheet()
@@ -296,13 +283,12 @@ class Elements(Laminates):
         self.laminate(self.file("m.inp", inp((points, faces))), plies, "--side", "0,0,1", "--step", "0.8", "--rosette", "1,0.5,0", "-o", "d.drape.fem",
                       "-o", "d.drape.rad", expect=None)
         cards = self.bulk("d.drape.fem")
-        real = lambda text: float(re.sub(r"(?<=[\d.])([+-])", r"e\1", text))
-        elements = {int(f[0]): (int(f[1]), real(f[2 + int(name[-1])])) for name, f in cards if name in ("CTRIA3", "CQUAD4")}
-        stacks = {int(f[0]): [int(x) for x in f[2:] if x] for name, f in cards if name == "STACK"}
-        sets = {int(f[0]): {int(x) for x in f[8:] if x} for name, f in cards if name == "SET"}
-        tables = {int(f[0]): {int(f[k + 1]): (real(f[k + 2]), real(f[k + 3])) for k in range(8, len(f), 8)} for name, f in cards if name == "DRAPE"}
-        laid = {int(f[0]): (int(f[1]), real(f[2]), real(f[3]), int(f[6]), int(f[8])) for name, f in cards if name == "PLY"}
-        self.assertEqual(set(stacks), {int(f[0]) for name, f in cards if name == "PCOMPP"})
+        elements = {k: (values[2], values[-1]) for k, values in cards["element"].items()}
+        stacks = {k: values[2:] for k, values in cards["STACK"].items()}
+        sets = {k: set(values[8:]) for k, values in cards["SET"].items()}
+        tables = {k: {values[at + 1]: values[at + 2:at + 4] for at in range(8, len(values), 8)} for k, values in cards["DRAPE"].items()}
+        laid = {k: (values[1], values[2], values[3], values[6], values[8]) for k, values in cards["PLY"].items()}
+        self.assertEqual(set(stacks), set(cards["PCOMPP"]))
         rad, ply = {}, 0
         for line in (self.folder / "d.drape.rad").read_text().splitlines():
             ply = int(line.split("/")[2]) if line.startswith("/DRAPE/") else ply
@@ -336,6 +322,50 @@ class Elements(Laminates):
             self.assertAlmostEqual(factor, float(row["thickness_factor"]), 6)
             seen.add((len(p), property_))
         self.assertEqual(len(seen), 4)
+
+    def test_bulk_decks_keep_to_their_columns(self):
+        """Every shape of element, numbers of eight digits, very small, large and negative places: the strict reader and,
+        where it's installed, the mesher find the places and the elements of the file; elements too wide are refused."""
+        flat = [(0, 0), (2, 0), (4, 0), (4, 2), (4, 4), (2, 4), (0, 4), (0, 2), (2, 2)]
+        for scale, number in ((1.0, 1), (1e-6, 99999900), (12345.678901, 4711)):
+            points = [(x * scale - 7 * scale, y * scale, 1e-3 * scale * x * y) for x, y in flat]
+            nodes = "*NODE\n" + "".join(f"{number + k}, {x!r}, {y!r}, {z!r}\n" for k, (x, y, z) in enumerate(points))
+            shapes = {"S8": [(0, 2, 4, 6, 1, 3, 5, 7)], "S6": [(0, 2, 4, 1, 3, 8), (0, 4, 6, 8, 5, 7)],
+                      "S4": [(0, 1, 8, 7), (1, 2, 3, 8), (8, 3, 4, 5), (7, 8, 5, 6)], "S3": [(0, 2, 8), (2, 4, 8), (4, 6, 8), (6, 0, 8)]}
+            for kind, faces in shapes.items():
+                with self.subTest(f"{kind} {scale}"):
+                    text = f"*ELEMENT, TYPE={kind}\n" + "".join(f"{number + 7 * k}, " + ", ".join(str(number + v) for v in f) + "\n" for k, f in enumerate(faces))
+                    plies = [stiff("a", 33.3, 1e-4 * scale, E1=1.4e11), stiff("b", -45, 0.123456789 * scale, E1=1.4e11)]
+                    self.laminate(self.file("m.inp", nodes + text), plies, "--side", "0,0,1", "--start", "middle", "--step", 0.7 * scale, "-o", "l.bdf",
+                                  "-o", "l.drape.fem", expect=None)
+                    for name in ("l.bdf", "l.drape.fem"):
+                        cards = self.bulk(name)
+                        self.assertEqual({k: list(v[3:3 + len(faces[0])]) for k, v in cards["element"].items()},
+                                         {number + 7 * k: [number + v for v in f] for k, f in enumerate(faces)})
+                        for k, (_, _, *place) in cards["GRID"].items():
+                            for got, wanted in zip(place, points[k - number], strict=True):
+                                self.assertAlmostEqual(got / scale, wanted / scale, 9)
+                        if shutil.which("gmsh") and kind in ("S3", "S4"):
+                            self.assertEqual(*self.by_mesher(name, {frozenset(points[v] for v in f) for f in faces}, scale))
+        deck = (self.folder / "l.bdf").read_text()
+        for before, after in (("CTRIA3  ", "CTRIA3 4"), ("+       ", "+      "), ("YES", "YE S"), ("MAT8           1", "MAT8           7"), ("11524.158", "11524158 "), ("GRID*   ", "GRID    ")):
+            with self.subTest(after), self.assertRaises(Fault):
+                self.assertIn(before, deck)
+                read_bulk(deck.replace(before, after, 1))
+        wide = nodes.replace("4711,", "100000000,") + "*ELEMENT, TYPE=S3\n1, 100000000, 4713, 4715\n"
+        done = self.drape(self.file("m.inp", wide), "--layup", "layup.csv", "--step", 0.7 * scale, "-o", "w.bdf", expect=OTHER)
+        self.assertIn("100000000 doesn't fit", done.stderr)
+        self.assertFalse((self.folder / "w.bdf").exists())
+
+    def by_mesher(self, name, elements, scale):
+        """The elements of a bulk deck by their places as the mesher reads them, and those wanted, in steps of 1e-9."""
+        rounded = lambda p: tuple(round(x / scale * 1e9) for x in p)
+        self.file("read.bdf", (self.folder / name).read_bytes())
+        subprocess.run(["gmsh", "read.bdf", "-0", "-save_all", "-format", "msh22", "-o", "read.msh"], cwd=self.folder, check=True, capture_output=True)
+        sections = {part.split("\n", 1)[0]: part.splitlines()[2:] for part in (self.folder / "read.msh").read_text().split("$") if not part.startswith("End")}
+        places = {line.split()[0]: rounded(map(float, line.split()[1:])) for line in sections["Nodes"]}
+        rows = [line.split() for line in sections["Elements"]]
+        return {frozenset(places[v] for v in row[3 + int(row[2]):]) for row in rows}, {frozenset(map(rounded, e)) for e in elements}
 
     def test_the_other_winding_turns_the_stack_over(self):
         for wound in (1, -1):

@@ -410,6 +410,15 @@ public:
         }
     }
 
+    // Names stand in decks and books, each within a line.
+    void checkWord(const std::string& name) const {
+        const Cell* cell = find(name);
+        if (cell != nullptr && std::any_of(cell->text.begin(), cell->text.end(),
+                                           [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; })) {
+            refuse(name, "a name is printable, within a line");
+        }
+    }
+
     const Cell* find(const std::string& name) const {
         const auto own = row_.find(name);
         if (own != row_.end()) {
@@ -570,6 +579,9 @@ std::vector<PlyWish> understood(Table table, const std::filesystem::path& folder
                 reader.refuse("name", "another ply has this name");
             }
             reader.readAfter(ply);
+            for (const char* column : {"name", "cloth"}) {
+                reader.checkWord(column);
+            }
             reader.read(ply);
         } catch (const Wrong& wrong) {
             ply.trouble = wrong.what();
