@@ -1,8 +1,13 @@
 """Meshes of solvers and meshers: places, elements with their numbers and sets come out as they stand in the file."""
 
 import math
+import pathlib
+import re
 import shutil
+import signal
 import subprocess
+import sys
+import time
 import unittest
 
 from moulds import obj, uneven_sheet
@@ -162,6 +167,74 @@ class CadFiles(Case):
         for face, radius in ((1, 50), (2, 20)):
             report, _ = self.report("a.brep", "--face", face, "--mesh-size", 3, "--step", 4)
             self.assertAlmostEqual(report["mould"]["area"] / (math.pi * radius ** 2), 1, 2)
+
+    def test_inches_are_inches(self):
+        """The sample with its unit taken as inches, which a file says by a unit of its own made from millimetres."""
+        def inch(match):
+            own, number = match.group(1), 90000 + int(match.group(1))
+            return (f"#{own} = ( CONVERSION_BASED_UNIT('INCH',#{number}2) LENGTH_UNIT() NAMED_UNIT(#{number}3) );\n"
+                    f"#{number}1 = ( LENGTH_UNIT() NAMED_UNIT(*) SI_UNIT(.MILLI.,.METRE.) );\n"
+                    f"#{number}2 = LENGTH_MEASURE_WITH_UNIT(LENGTH_MEASURE(25.4),#{number}1);\n#{number}3 = DIMENSIONAL_EXPONENTS(1.,0.,0.,0.,0.,0.,0.);")
+        tray = (ROOT / "samples" / "tray.step").read_text()
+        text, count = re.subn(r"#(\d+) = \( LENGTH_UNIT\(\) NAMED_UNIT\(\*\) SI_UNIT\(\.MILLI\.,\.METRE\.\) \);", inch, tray)
+        self.assertGreater(count, 0)
+        reports = [self.report(self.file(name, content), "--face", "1,2", "--face", "5", "--mesh-size", size)[0]["mould"]
+                   for name, content, size in (("mm.step", tray, 8), ("in.step", text, 8 * 25.4))]
+        self.assertAlmostEqual(reports[1]["area"] / reports[0]["area"] / 25.4 ** 2, 1, 4)
+        self.assertAlmostEqual(reports[1]["loops"][0]["length"] / reports[0]["loops"][0]["length"] / 25.4, 1, 4)
+
+    def mesher(self, script):
+        """A folder with a mesher that does as the script says, as the PATH."""
+        place = self.folder / "bin"
+        place.mkdir(exist_ok=True)
+        program = place / "gmsh"
+        program.write_text(f"#!{sys.executable}\nimport os, resource, signal, sys, time\n{script}\n")
+        program.chmod(0o755)
+        passing = self.folder / "passing"
+        passing.mkdir(exist_ok=True)
+        return {"PATH": str(place), "TMPDIR": str(passing)}, passing
+
+    def test_a_mesher_beyond_measure_is_stopped(self):
+        """The mesher works under an alarm and a limit of its files; whatever it does, the program tells and clears up."""
+        tray = ROOT / "samples" / "tray.step"
+        end = "0 < signal.alarm(1) <= 300 and signal.pause()"  # the alarm that was set, brought forward
+        for script, words in ((end, "found no end to it within 300 s; a larger --mesh-size"),
+                              ("open('part.msh', 'wb').truncate(1 << 40)", "beyond all measure; give a larger --mesh-size"),
+                              ("os.kill(os.getpid(), signal.SIGSEGV)", "the mesher gmsh broke off"),
+                              ("print('Error   : no such thing'); sys.exit(1)", "the mesher gmsh says: no such thing"),
+                              ("sys.exit(7)", "the mesher gmsh says: nothing"), ("pass", "finds no surfaces"),
+                              ("open('part.msh', 'w').write('$MeshFormat\\n2.2 0 8\\n')", "line 2: the section has no $EndMeshFormat"),
+                              ("open('part.msh', 'wb').write(bytes(range(256)) * 9)", "binary")):
+            with self.subTest(words):
+                # Files that are too long end the mesher by a signal, which its language passes over.
+                script = "signal.signal(signal.SIGXFSZ, signal.SIG_DFL)\n" + script
+                environment, passing = self.mesher(script)
+                done = subprocess.run([DRAPE, tray, "-o", "a.json"], capture_output=True, text=True, env=environment, cwd=self.folder, timeout=60)
+                self.assertEqual(done.returncode, INPUT, done.stderr)
+                self.assertIn(words, done.stderr)
+                self.assertEqual(list(passing.iterdir()), [])
+                self.assertFalse((self.folder / "a.json").exists())
+
+    def test_a_stop_while_the_mesher_works_leaves_nothing(self):
+        environment, passing = self.mesher("open('started', 'w').write(str(os.getpid())); time.sleep(100)")
+        for stop in (signal.SIGINT, signal.SIGTERM):
+            work = subprocess.Popen([DRAPE, ROOT / "samples" / "tray.step"], env=environment, cwd=self.folder, stderr=subprocess.DEVNULL)
+            def started():
+                numbers = [path.read_text() for path in passing.glob("*/started")]
+                return int(numbers[0]) if numbers and numbers[0] else 0
+            self.wait_for(started)
+            mesher = started()
+            work.send_signal(stop)
+            self.assertEqual(work.wait(20), -stop)
+            self.assertEqual(list(passing.iterdir()), [])
+            self.wait_for(lambda: not pathlib.Path(f"/proc/{mesher}").exists() or "Z" in pathlib.Path(f"/proc/{mesher}/stat").read_text().split(")")[1][:3])
+
+    def wait_for(self, holds):
+        for _ in range(400):
+            if holds():
+                return
+            time.sleep(0.05)
+        self.fail("it didn't come")
 
     def test_without_the_mesher(self):
         done = subprocess.run([DRAPE, ROOT / "samples" / "tray.step"], capture_output=True, text=True, env={"PATH": str(self.folder)})

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <iterator>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -204,17 +205,52 @@ void limitTo(std::size_t fileSize, bool meshes) {
     _exit(0);
 }
 
+volatile std::sig_atomic_t stoppedBy = 0; // the signal that was to end the program, while it's noted
+
+// While a mesher works, a signal that is to end the program waits until what has been made is cleared away.
+class StopsNoted {
+public:
+    explicit StopsNoted(bool wanted) : wanted_(wanted) {
+        stoppedBy = 0;
+        struct sigaction noted {};
+        noted.sa_handler = [](int signal) { stoppedBy = signal; };
+        for (std::size_t k = 0; wanted_ && k < std::size(signals); ++k) {
+            sigaction(signals[k], nullptr, &before_[k]);
+            if (before_[k].sa_handler != SIG_IGN) {
+                sigaction(signals[k], &noted, nullptr);
+            }
+        }
+    }
+    ~StopsNoted() {
+        for (std::size_t k = 0; wanted_ && k < std::size(signals); ++k) {
+            sigaction(signals[k], &before_[k], nullptr);
+        }
+        if (wanted_ && stoppedBy != 0) {
+            raise(stoppedBy);
+        }
+    }
+    StopsNoted(const StopsNoted&) = delete;
+    StopsNoted& operator=(const StopsNoted&) = delete;
+
+private:
+    static constexpr int signals[] = {SIGINT, SIGTERM, SIGHUP};
+    bool wanted_;
+    struct sigaction before_[std::size(signals)]{};
+};
+
+// Up to its end, or until the program is to stop.
 std::string readAll(int pipeEnd) {
     std::string bytes;
     char buffer[1 << 16];
-    while (true) {
+    while (stoppedBy == 0) {
         const ssize_t n = read(pipeEnd, buffer, sizeof buffer);
         if (n > 0) {
             bytes.append(buffer, static_cast<std::size_t>(n));
         } else if (n == 0 || errno != EINTR) {
-            return bytes;
+            break;
         }
     }
+    return bytes;
 }
 
 std::size_t readableSize(const std::string& path) {
@@ -267,6 +303,7 @@ private:
 
 ImportedMesh importSurface(const std::string& path, const ImportWishes& wishes) {
     const std::size_t fileSize = readableSize(path);
+    const StopsNoted stops(isCadFile(path));
     const PassingFolder folder(isCadFile(path));
     int ends[2];
     if (pipe(ends) != 0) {
@@ -281,6 +318,9 @@ ImportedMesh importSurface(const std::string& path, const ImportWishes& wishes) 
     close(ends[1]);
     const std::string bytes = child > 0 ? readAll(ends[0]) : std::string();
     close(ends[0]);
+    if (child > 0 && stoppedBy != 0) {
+        kill(child, SIGKILL);
+    }
     int status = 0;
     while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
