@@ -4,7 +4,22 @@
 
 #include "host/mesh/text.h"
 
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
 namespace tool {
+
+std::string plyTitle(const Scene& scene) {
+    constexpr std::string_view word = "ply";
+    const std::string& name = scene.ply;
+    std::string start = name.substr(0, word.size());
+    std::transform(start.begin(), start.end(), start.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const bool says = start == word && (name.size() == word.size() ||
+                                        std::isalpha(static_cast<unsigned char>(name[word.size()])) == 0);
+    return says ? name : "Ply " + name;
+}
 
 std::string sideLabel(const Scene& scene) {
     return "THIS SIDE UP: away from the mould, " + scene.side;
@@ -22,7 +37,7 @@ std::string mouldLabel(const Scene& scene) {
 }
 
 std::vector<std::string> plyLabels(const Scene& scene) {
-    return {"Ply " + scene.ply, sideLabel(scene), angleLabel(scene), mouldLabel(scene)};
+    return {plyTitle(scene), sideLabel(scene), angleLabel(scene), mouldLabel(scene)};
 }
 
 } // namespace tool

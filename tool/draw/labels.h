@@ -9,6 +9,9 @@
 
 namespace tool {
 
+// "Ply skin"; a name that says itself that it's a ply's stands alone.
+std::string plyTitle(const Scene& scene);
+
 // "THIS SIDE UP: ..."
 std::string sideLabel(const Scene& scene);
 

@@ -312,7 +312,7 @@ void drawCaption(Canvas& canvas, const Stage& stage, double height) {
                 Align::right);
     canvas.colour(ink);
     canvas.textWithin(margin, line + 3.0 * textSize, 0.85 * textSize, pageWidth - 2.0 * margin,
-                      "Ply " + stage.scene.ply + ", " + mouldLabel(stage.scene) +
+                      plyTitle(stage.scene) + ", " + mouldLabel(stage.scene) +
                           "   The cloth lies on the side " + stage.scene.side + "; " +
                           angleLabel(stage.scene));
 }

@@ -172,11 +172,15 @@ void drawYarns(Canvas& canvas, const Placement& page, const Scene& scene, Painte
         return std::max(1, static_cast<std::int32_t>(std::min(std::ceil(span / spacing), 1e6)));
     };
     std::vector<Cell> cells = scene.measures->cells;
-    for (const ClippedCell& clipped : scene.measures->net.clippedCells) {
+    const NetPattern& net = scene.measures->net;
+    for (const std::size_t whole : net.wholeCells) {
+        cells[whole].onSurface = true;
+    }
+    for (const ClippedCell& clipped : net.clippedCells) {
         cells[clipped.cell].onSurface = true;
     }
     cairo_save(canvas.cairo());
-    for (const NetLoop& loop : scene.measures->net.loops) {
+    for (const NetLoop& loop : net.loops) {
         painter.addPolygon(loop.flat);
     }
     cairo_clip(canvas.cairo());

@@ -100,7 +100,7 @@ void drawLegend(Canvas& canvas, const Page& page, const Scene& scene, const Shea
     double line = page.legendTop + size;
     canvas.colour(ink);
     canvas.textWithin(left, line, size, room,
-                      "Ply " + scene.ply + "   " + sizeText(scene) + "   " + captionOf(scene));
+                      plyTitle(scene) + "   " + sizeText(scene) + "   " + captionOf(scene));
     line += 1.45 * size;
     canvas.textWithin(left, line, 0.85 * size, room, sideLabel(scene) + "   " + angleLabel(scene));
     line += 1.35 * size;

@@ -145,15 +145,17 @@ void drawSheet(Canvas& canvas, const Scene& scene, const Tiles& tiles, const She
     canvas.textWithin(margin, tiles.paper.height - margin - 2.0, textSize, window.width,
                       "Sheet " + nameOf(row, column) + "   row " + std::to_string(row + 1) + " of " +
                           std::to_string(tiles.rows) + ", column " + std::to_string(column + 1) + " of " +
-                          std::to_string(tiles.columns) + "   ply " + scene.ply + "   this side up   1 : 1");
+                          std::to_string(tiles.columns) + "   " + plyTitle(scene) +
+                          "   this side up   1 : 1");
 }
 
-void drawMap(Canvas& canvas, const Scene& scene, const Tiles& tiles, const std::vector<std::size_t>& used) {
+void drawMap(Canvas& canvas, const Scene& scene, const Tiles& tiles, const ShearScale& scale,
+             const std::vector<std::size_t>& used) {
     const double room = tiles.paper.width - 2.0 * margin;
     double line = margin + 2.0 * textSize;
     canvas.colour(ink);
     canvas.textWithin(margin, line, 1.6 * textSize, room,
-                      "Ply " + scene.ply + " on " + counted(used.size(), "sheet", "sheets"));
+                      plyTitle(scene) + " on " + counted(used.size(), "sheet", "sheets"));
     line += 0.6 * textSize;
     const std::vector<std::string> lines{
         sideLabel(scene), angleLabel(scene), mouldLabel(scene),
@@ -167,6 +169,12 @@ void drawMap(Canvas& canvas, const Scene& scene, const Tiles& tiles, const std::
     const double bar = std::min(checkLength, roundLength(0.8 * room));
     drawScaleBar(canvas, margin, line, bar, bar, textSize);
     line += 2.0 * textSize;
+    if (!scene.measures->cells.empty()) {
+        canvas.text(margin, line + 0.9 * textSize, textSize, "shear");
+        drawColourBar(canvas, {margin + 4.0 * textSize, line, 0.4 * room, 1.2 * textSize}, scale,
+                      0.85 * textSize);
+        line += 4.0 * textSize;
+    }
     const double whole = tiles.stepX() * static_cast<double>(tiles.columns) + overlap;
     const double tall = tiles.stepY() * static_cast<double>(tiles.rows) + overlap;
     const double shrink = std::min(room / whole, (tiles.paper.height - margin - line) / tall);
@@ -212,7 +220,7 @@ void addTiledPattern(std::unique_ptr<Canvas>& canvas, const Scene& scene, const 
     }
     const ShearScale scale = shearScale(*scene.measures);
     goToPage(canvas, tiles.paper.width, tiles.paper.height);
-    drawMap(*canvas, scene, tiles, used);
+    drawMap(*canvas, scene, tiles, scale, used);
     for (const std::size_t k : used) {
         goToPage(canvas, tiles.paper.width, tiles.paper.height);
         drawSheet(*canvas, scene, tiles, scale, k / tiles.columns, k % tiles.columns);
