@@ -58,6 +58,8 @@ struct Page {
     std::string file;  // name of the part's file
     PolygonSoup soup;
     Surface surface;
+    Surface coarse; // one of fewer triangles instead, for drapes while something is dragged; can be without a
+                    // mould
     Trial trial;
     double lockingAngle = 0.0;
     bool measured = false;
@@ -117,12 +119,11 @@ Json openFile(const Json& call) {
     return {{"vertices", p.soup.points.size()}, {"faces", p.soup.polygons.size()}};
 }
 
-// {file, points, polygons}: in `bytes` three doubles per point, then for each polygon the number of its
-// corners and these, counted from 0, as int32.
-Json openPolygons(const Json& call) {
+// {points, polygons}: in `bytes` three doubles per point, then for each polygon the number of its corners and
+// these, counted from 0, as int32.
+PolygonSoup packedPolygons(const Json& call) {
     Page& p = page();
-    p.soup = {};
-    p.file = call.at("file").get<std::string>();
+    PolygonSoup soup;
     const auto points = call.at("points").get<std::size_t>();
     const auto polygons = call.at("polygons").get<std::size_t>();
     const std::size_t pointBytes = points * sizeof(Point);
@@ -139,10 +140,10 @@ Json openPolygons(const Json& call) {
     if (points > p.bytes.size() / sizeof(Point) || polygons > p.bytes.size()) {
         throw InputError("the part in this page is cut off");
     }
-    p.soup.points.resize(points);
-    std::memcpy(p.soup.points.data(), p.bytes.data(), pointBytes);
+    soup.points.resize(points);
+    std::memcpy(soup.points.data(), p.bytes.data(), pointBytes);
     for (std::size_t i = 0; i < polygons; ++i) {
-        auto& corners = p.soup.polygons.emplace_back();
+        auto& corners = soup.polygons.emplace_back();
         for (std::int32_t k = next(); k > 0; --k) {
             const std::int32_t corner = next();
             if (corner < 0 || static_cast<std::size_t>(corner) >= points) {
@@ -152,8 +153,17 @@ Json openPolygons(const Json& call) {
         }
     }
     p.bytes = {};
-    tool::requireSurface(p.soup);
-    return {{"vertices", points}, {"faces", polygons}};
+    tool::requireSurface(soup);
+    return soup;
+}
+
+// {file}, and the part as packedPolygons reads it.
+Json openPolygons(const Json& call) {
+    Page& p = page();
+    p.soup = {};
+    p.file = call.at("file").get<std::string>();
+    p.soup = packedPolygons(call);
+    return {{"vertices", p.soup.points.size()}, {"faces", p.soup.polygons.size()}};
 }
 
 // Settings of the surface. Arrays: positions (3 doubles per vertex), corners (3 int32 per triangle, from 1),
@@ -165,6 +175,7 @@ Json prepare(const Json& settings) {
     p.measured = false;
     p.startSurface = {};
     p.search = {};
+    p.coarse = {};
     p.surface = preparedSurface(p.soup, surfaceWishesOf(settings), {}, notes);
     const Mould& mould = *p.surface.mould;
     p.outlines.clear();
@@ -189,11 +200,30 @@ Json prepare(const Json& settings) {
               {"outlines", arrayOf(p.outlines)}}}};
 }
 
+// A mould of fewer triangles over the prepared surface, as packedPolygons reads it. Drapes of settings with
+// `live` are made on it.
+Json prepareCoarse(const Json& call) {
+    Page& p = page();
+    Notes notes;
+    SurfaceWishes wishes;
+    wishes.startsInMiddle = false;
+    if (p.surface.side.rule == SideRule::named || p.surface.side.rule == SideRule::usual) {
+        wishes.side = p.surface.side.towards;
+    }
+    p.coarse = preparedSurface(packedPolygons(call), wishes, {}, notes);
+    return Json::object();
+}
+
+bool isLive(const Json& settings) {
+    return settings.value("live", false);
+}
+
 // The surface with the cells that the settings ask for, else its usual ones.
 Surface surfaceFor(const Json& settings) {
-    Surface surface = page().surface;
+    const Page& p = page();
+    Surface surface = isLive(settings) && p.coarse.mould ? p.coarse : p.surface;
     const StartWishes wishes = trialWishesOf(settings).start;
-    surface.steps = wishes.stepA ? stepsFor(wishes, surface.mould->area) : page().surface.steps;
+    surface.steps = wishes.stepA ? stepsFor(wishes, p.surface.mould->area) : p.surface.steps;
     checkTolerance(wishes, surface.steps);
     return surface;
 }
@@ -377,7 +407,7 @@ Json drapePart(const Json& settings) {
     p.measured = true;
     const tool::Settings forTool = toolSettings(settings);
     std::optional<tool::GoodPart> good; // none while something is dragged
-    if (!settings.value("live", false)) {
+    if (!isLive(settings)) {
         good = tool::goodPartOf(forTool, surface, p.trial);
         if (good && forTool.keepGood) {
             p.trial = good->drape;
@@ -404,6 +434,7 @@ Json drapePart(const Json& settings) {
             {"end", ended ? tool::endOf(t) : std::string()},
             {"remedy", nameOf(text.remedy)},
             {"within", t.within ? Json(*t.within) : Json()},
+            {"coarse", isLive(settings) && p.coarse.mould},
             {"labels", tool::plyLabels(scene)},
             {"scale", {{"top", scale.top}, {"locking", scale.locking}}},
             {"notes", notesJson(notes)},
@@ -493,13 +524,19 @@ Json colours(const Json&) {
 
 using Operation = Json (*)(const Json&);
 const std::map<std::string_view, Operation>& operations() {
-    static const std::map<std::string_view, Operation> table{
-        {"openFile", openFile}, {"openPolygons", openPolygons},
-        {"prepare", prepare},   {"startPlaces", startPlaces},
-        {"tryPlace", tryPlace}, {"bestPlace", bestPlace},
-        {"drape", drapePart},   {"candidates", candidates},
-        {"try", tryCandidate},  {"rank", ranked},
-        {"file", fileOf},       {"colours", colours}};
+    static const std::map<std::string_view, Operation> table{{"openFile", openFile},
+                                                             {"openPolygons", openPolygons},
+                                                             {"prepare", prepare},
+                                                             {"prepareCoarse", prepareCoarse},
+                                                             {"startPlaces", startPlaces},
+                                                             {"tryPlace", tryPlace},
+                                                             {"bestPlace", bestPlace},
+                                                             {"drape", drapePart},
+                                                             {"candidates", candidates},
+                                                             {"try", tryCandidate},
+                                                             {"rank", ranked},
+                                                             {"file", fileOf},
+                                                             {"colours", colours}};
     return table;
 }
 

@@ -15,6 +15,7 @@ const asPoint = (value, origin) => new Vector3(value[0] - origin[0], value[1] - 
 
 export class Marks {
     #stage;
+    #waiting = 0;
     #pose = null; // seed, warp, weft, normal, rosette seen from the middle of the part
 
     constructor(stage) {
@@ -45,7 +46,7 @@ export class Marks {
             axis.addScaledVector(normal, -axis.dot(normal)).normalize();
         }
         pose.normal = normal.clone();
-        this.#stage.draw();
+        this.#placeSoon();
     }
 
     // Degrees from the rosette to where a ray meets the seed's plane.
@@ -67,7 +68,17 @@ export class Marks {
         pose.warp = pose.rosette.clone().multiplyScalar(Math.cos(radians)).addScaledVector(across, Math.sin(radians));
         pose.weft = new Vector3().crossVectors(pose.normal, pose.warp);
         pose.plyAngle = plyAngle;
-        this.#stage.draw();
+        this.#placeSoon();
+    }
+
+    // The marks alone, as nothing else has changed yet.
+    #placeSoon() {
+        if (!this.#waiting) {
+            this.#waiting = requestAnimationFrame(() => {
+                this.#waiting = 0;
+                this.place();
+            });
+        }
     }
 
     // Called before each frame: brings all marks to where they are seen.

@@ -143,7 +143,7 @@ const drapes = new Latest(async ({ settings, dragging }) => {
         const perCell = took / Math.max(reply.report.result.cells, fewestCells);
         page.perCell = page.perCell === 0 ? perCell : Math.min(perCell, 0.5 * (page.perCell + perCell));
         reply.usualStep = settings.step ?? page.surface.steps;
-        showDrape(reply, { dragging, coarse: asked.step !== settings.step, took });
+        showDrape(reply, { dragging, coarse: reply.coarse || asked.step !== settings.step, took });
     };
     try {
         await (dragging ? work() : busy("Draping", work));
@@ -184,7 +184,18 @@ function speedFigure(dragging, coarse, took) {
     const now = performance.now();
     page.times = [...page.times.filter((time) => now - time < 1000), now];
     const rate = page.times.length > 1 ? ((page.times.length - 1) * 1000) / (now - page.times[0]) : 0;
-    return [coarse ? "drapes a second, coarser" : "drapes a second", rate.toFixed(0), ""];
+    return ["drapes a second", rate.toFixed(0), coarse ? " coarser" : ""];
+}
+
+// Nothing of the part before is told beside a new one.
+function clearResult() {
+    page.marks.show(null);
+    page.marks.showEnd(null);
+    showSummary("");
+    element("ended").hidden = true;
+    for (const id of ["figures", "notes", "histogram", "pattern-size"]) {
+        element(id).replaceChildren();
+    }
 }
 
 function showDrape(reply, { dragging, coarse, took }) {
@@ -298,6 +309,7 @@ async function openInWorker(source) {
         drapes.clear();
         page.engine.stop();
         Object.assign(page, { engine, part, result: null, perCell: 0 });
+        clearResult();
         showSurface(surface, settings);
         return { settings, sweep };
     } catch (error) {

@@ -98,3 +98,19 @@ export function coarseMould({ position, normal, index, size }, outlines) {
     }
     return { position: means, normal: normals, index: new Uint32Array(corners) };
 }
+
+// A mesh as the core reads polygons: three doubles per point, seen from elsewhere than `origin`, then three corners with
+// their number before them.
+export function packedMesh({ position, index }, origin) {
+    const bytes = new Uint8Array(8 * position.length + (16 * index.length) / 3);
+    const points = new Float64Array(bytes.buffer, 0, position.length);
+    for (let n = 0; n < points.length; ++n) {
+        points[n] = position[n] + origin[n % 3];
+    }
+    const corners = new Int32Array(bytes.buffer, 8 * position.length);
+    for (let from = 0, to = 0; from < index.length; from += 3, to += 4) {
+        corners[to] = 3;
+        corners.set(index.subarray(from, from + 3), to + 1);
+    }
+    return { points: position.length / 3, polygons: index.length / 3, bytes };
+}

@@ -5,7 +5,7 @@ import { BufferAttribute, BufferGeometry, DoubleSide, Ray, Vector3 } from "three
 import { MeshBVH } from "three-mesh-bvh";
 import { Core } from "./core.js";
 import { clothGeometry, curveLines, mouldGeometry, netLines, outlineSegments } from "./geometry.js";
-import { coarseMould, mouldParts } from "./mould_parts.js";
+import { coarseMould, mouldParts, packedMesh } from "./mould_parts.js";
 import { unpackedPart } from "./files.js";
 import load from "page-core";
 
@@ -80,16 +80,27 @@ const operations = {
             reply.outlines = outlineSegments(outlines, mould.position);
             reply.parts = mouldParts(mould);
             reply.coarse = coarseMould(mould, outlines);
+            mould.coarse = reply.coarse && packedMesh(reply.coarse, origin);
             reply.origin = mould.origin;
             reply.size = mould.size;
         }
         return reply;
     },
 
-    // To find the place on the mould under the pointer; apart from `prepare`, so that the mould is seen before.
+    // To find the place on the mould under the pointer; apart from `prepare`, so that the mould is seen before. And what
+    // drapes while something is dragged are made on: where the coarser mould isn't a surface, the mould itself.
     searchTree() {
-        const { position, index } = mould;
+        const { position, index, coarse } = mould;
         mould = null;
+        try {
+            if (coarse) {
+                core.call("prepareCoarse", { points: coarse.points, polygons: coarse.polygons }, coarse.bytes);
+            }
+        } catch (error) {
+            if (error.kind === "memory") {
+                throw error;
+            }
+        }
         const tree = MeshBVH.serialize(new MeshBVH(geometryOf({ position, index }), { maxLeafSize: 8 }), { cloneBuffers: false });
         return { position, tree };
     },
