@@ -645,7 +645,7 @@ class Refusals(Case):
         (self.folder / "folder.json").mkdir()
         (self.folder / "link.json").symlink_to(curve)
         os.mkfifo(self.folder / "pipe.json")
-        for code, outputs in ((OTHER, ["nowhere/x.vtp"]), (OTHER, ["plate.obj/x.vtp"]), (OTHER, ["folder.json"]), (OTHER, ["pipe.json"]),
+        for code, outputs in ((OTHER, ["nowhere/x.vtp"]), (OTHER, ["plate.obj/x.vtp"]), (OTHER, ["folder.json"]), (OTHER, ["pipe.json"]), (OTHER, ["/proc/x.json"]),
                               (USAGE, ["trim.json"]), (USAGE, ["./folder.json/../trim.json"]), (USAGE, ["link.json"]),
                               (USAGE, ["a.png", "./a.png"]), (USAGE, ["a.bmp"]), (USAGE, [mesh])):
             outputs = [part for path in ("kept.vtp", *outputs) for part in ("-o", path)]

@@ -307,7 +307,8 @@ void drawCaption(Canvas& canvas, const Stage& stage, double height) {
     canvas.text(pageWidth - margin, line + 0.3 * textSize, textSize, captionOf(stage.scene), Align::right);
     canvas.colour(warning.empty() ? paleInk : warningColour);
     canvas.text(pageWidth - margin, line + 1.7 * textSize, 0.85 * textSize,
-                warning.empty() ? "ring: seed   heavy lines: warp (arrow) and weft through the seed"
+                warning.empty() ? "ring: seed   heavy lines: warp (arrow) and weft through the seed" +
+                                      std::string(stage.scene.curves.empty() ? "" : "   red: curve")
                                 : warning,
                 Align::right);
     canvas.colour(ink);

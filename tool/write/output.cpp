@@ -116,17 +116,25 @@ private:
     sigset_t before_{};
 };
 
+// Opens a new file beside `place`, whose name comes back in `temporary`. Signals have to wait until it's
+// gone.
+int openBeside(const std::string& path, const std::string& place, std::string& temporary) {
+    temporary = place + ".XXXXXX";
+    const int file = ::mkstemp(temporary.data());
+    if (file < 0) {
+        fail(path, errno);
+    }
+    return file;
+}
+
 } // namespace
 
 void writeWhole(const std::string& path, const std::string& bytes) {
     const std::string place = finalPlace(path);
     requireReplaceable(path, place);
     const SignalsWait signalsWait;
-    std::string temporary = place + ".XXXXXX";
-    const int file = ::mkstemp(temporary.data());
-    if (file < 0) {
-        fail(path, errno);
-    }
+    std::string temporary;
+    const int file = openBeside(path, place, temporary);
     int reason = 0;
     try {
         writeAll(file, bytes);
@@ -159,9 +167,11 @@ void checkPlace(const std::string& path) {
         fail(path, ENOTDIR);
     }
     requireReplaceable(path, place.string());
-    if (::access(folder.c_str(), W_OK | X_OK) != 0) {
-        fail(path, errno);
-    }
+    // Permissions don't tell it all: some folders take no file even from the one who may do everything.
+    const SignalsWait signalsWait;
+    std::string temporary;
+    ::close(openBeside(path, place.string(), temporary));
+    ::unlink(temporary.c_str());
 }
 
 bool isSameFile(const std::string& a, const std::string& b) {
