@@ -8,6 +8,10 @@
 #include <numeric>
 #include <vector>
 
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
 namespace {
 
 using Items = std::vector<std::int32_t>;
@@ -106,6 +110,32 @@ TEST(LevelOrdering, SuccessorsThatAreNoItemsAndNegativeCountsAreSkipped) {
 }
 
 // Would take an hour if each level cost a look at all items.
+#ifdef __linux__
+// Lists that nobody reads count where the later ones start, also when together they are longer than an int32.
+TEST(LevelOrdering, ListsThatStartBeyondWhatAnInt32Counts) {
+    if (sizeof(void*) < 8)
+        GTEST_SKIP() << "more than the address space";
+    const std::size_t longest = std::numeric_limits<std::int32_t>::max(), bytes = 4 * (longest + 2);
+    void* room =
+        mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (room == MAP_FAILED)
+        GTEST_SKIP() << "no room for the lists, though they stay empty";
+    auto* successors = static_cast<std::int32_t*>(room);
+    successors[0] = 3;
+    successors[1 + longest] = 4;
+    const std::int32_t none = 0, start = 1, count = 4;
+    const Items lengths = {1, std::numeric_limits<std::int32_t>::max(), 1, 0};
+    Items inDegree = {0, 0, 1, 1}, order(4, 0);
+    std::int32_t ordered = 0, status = 9;
+    EXPECT_EQ(gz0zorc(&none, &none, &start, &count, inDegree.data(), lengths.data(), successors, &ordered,
+                      order.data(), &status),
+              0);
+    EXPECT_EQ(order, (Items{1, 3, 4, 0}));
+    EXPECT_EQ(ordered, 3);
+    munmap(room, bytes);
+}
+#endif
+
 TEST(LevelOrdering, AMillionLevelsAndOneLevelOfAMillion) {
     constexpr std::int32_t count = 1000000;
     Graph chain, fan;

@@ -456,6 +456,27 @@ TEST(CurveTransfer, IsThatOfPlainSearchesToTheLastBit) {
     EXPECT_GT(withoutStart, 10);
 }
 
+// One coordinate beyond all bounds, at any corner of any cell: that of a cell alone, of the first, of the
+// last.
+TEST(CurveTransfer, ACornerWithoutABoundChangesNoRanking) {
+    Random random(3);
+    Grid good = flatLattice(2, 2);
+    append(good, lattice(4, 3, [](int i, int j) { return Place{3.0 + i, 1.0 * j, 0.1 * i * j}; }), 50.0);
+    for (std::size_t at = 0; at < good.nodePos.size(); ++at)
+        for (const double strange : {nan, infinity, 1e160, -1e149}) {
+            Grid grid = good;
+            grid.nodePos[at] = strange;
+            Curve fast = randomCurve(random);
+            Curve plain = fast;
+            primeCarriedValues();
+            transfer(grid, fast);
+            primeCarriedValues();
+            PlainTransfer(grid, plain, primedFlat).run();
+            ASSERT_EQ(fast.status, plain.status) << "coordinate " << at << " is " << strange;
+            ASSERT_TRUE(sameBits(fast.flat, plain.flat)) << "coordinate " << at << " is " << strange;
+        }
+}
+
 // The one good point of a curve may come first or after any number of turns, also after those that are looked
 // ahead instead of carried out.
 TEST(StartSearch, FindsTheOnlyGoodPointHoweverLateItComes) {

@@ -217,6 +217,36 @@ void stepStraight(Block& block, Scene& scene, Kind) {
     finish(block, scene, result, status);
 }
 
+// The tolerances at which a step comes down on another triangle, and the counts of crossings change.
+void stepTurns(Block& block) {
+    SceneSettings how{Kind::any};
+    how.tidy = true;
+    Scene scene(block, how);
+    const std::int32_t n = scene.anyNode(block), d = block.within(1, 4), mode = 0, count = scene.grid.count;
+    const std::int32_t linked = scene.link(d, n);
+    const double turn = turningPoint(1e-9, 0.4, [&](double tolerance) {
+        scene.settings.tolerance = tolerance;
+        scene.registerModel();
+        std::int32_t status = -7;
+        const std::int32_t result = uzprmo(&n, &d, &mode, scene.work.data(), &status);
+        const std::int32_t met = result == 1 ? -status : scene.triangle(scene.grid.count);
+        scene.grid.count = count;
+        scene.link(d, n) = linked;
+        return met;
+    });
+    block.hash.add(turn);
+    const Front row = scene.anyRow(block);
+    block.hash.add(turningPoint(1e-9, 0.4, [&](double tolerance) {
+        scene.settings.tolerance = tolerance;
+        scene.registerModel();
+        RowLists lists(lengthOf(row));
+        std::int32_t status = -7;
+        gzpric(row.data(), lists.nodes.data(), lists.across.data(), lists.back.data(), &status);
+        return std::array{lists.across, lists.back};
+    }));
+    block.outcome(0, turn < 0.4 ? 1 : 0);
+}
+
 // The first node of the new row is there; the others follow to one side or the other.
 void fillRow(Block& block, Scene& scene, Kind) {
     const std::int32_t d = block.within(1, 4), first = scene.anyNode(block);
@@ -627,6 +657,7 @@ void reportSteps(Report& report) {
     }
     reportBlocks(report, "tangled boundary chain", 3, 3000, tangledChains);
     reportBlocks(report, "turning points of the fallback", 2, 500, fallbackTurns, "found");
+    reportBlocks(report, "turning points of steps and rows", 3, 150, stepTurns, "found");
     reportBlocks(report, "full front table", 1, 60, fullTable);
     reportBlocks(report, "short boundary", 2, 500, shortBoundary);
     reportBlocks(report, "registration copies values", 1, 60, registration);
