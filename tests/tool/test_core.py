@@ -484,7 +484,7 @@ class Sweep(Case):
         mesh = self.file("high.obj", stretched)
         failed = self.drape(mesh, "--step", "17", "--start", "middle", expect=RUN_ENDED)
         self.assertIn("--sweep", failed.stderr)
-        report, _ = self.report(mesh, "--step", "17", "--sweep")
+        report, _ = self.report(mesh, "--step", "17", "--sweep-seeds", "4", "--sweep-angles", "0,30,60")
         self.assertEqual(report["result"]["status"], 0)
 
 
