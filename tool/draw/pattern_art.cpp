@@ -21,6 +21,8 @@ constexpr std::size_t mostRectangles = 40000; // beyond this, neighbouring cells
 constexpr double mostFibres = 220.0;          // of one family across the page
 constexpr double textSize = 3.6;              // millimetres, as are all lengths below, before they grow
 constexpr double arrowReach = 14.0;
+constexpr double leastForSeed = 70.0; // of a pattern below which the seed's arrows and words shrink with it
+constexpr double yarnShare = 0.08;    // of the spacing of the yarns that are drawn, at most as wide
 constexpr Colour overlapColour{0.90, 0.0, 0.85}; // of no shear
 constexpr double overlapRim = 0.6;
 constexpr Colour seamColour{0.0, 0.50, 0.15};
@@ -163,10 +165,15 @@ void drawCells(Canvas& canvas, const Placement& page, const Scene& scene, const 
     }
 }
 
+// Longer side of the net, as drawn.
+double spanOn(const Placement& page, const Scene& scene) {
+    const auto& extent = scene.measures->net.extent;
+    return page.perUnit * std::max(extent[2] - extent[0], extent[3] - extent[1]);
+}
+
 // The yarns of cells that reach over the mould's edge end with the pattern.
 void drawYarns(Canvas& canvas, const Placement& page, const Scene& scene, Painter& painter) {
-    const auto& extent = scene.measures->net.extent;
-    const double span = page.perUnit * std::max(extent[2] - extent[0], extent[3] - extent[1]) / mostFibres;
+    const double span = spanOn(page, scene) / mostFibres;
     const auto every = [&](double step) {
         const double spacing = std::max(step * page.perUnit, 1e-12);
         return std::max(1, static_cast<std::int32_t>(std::min(std::ceil(span / spacing), 1e6)));
@@ -192,7 +199,8 @@ void drawYarns(Canvas& canvas, const Placement& page, const Scene& scene, Painte
                                false);
         }
     }
-    canvas.stroke(0.12 * page.growth);
+    const double cell = page.perUnit * std::min(scene.choice->stepA, scene.choice->stepB);
+    canvas.stroke(std::min(0.12 * page.growth, yarnShare * std::max(cell, span)));
     cairo_restore(canvas.cairo());
 }
 
@@ -257,8 +265,10 @@ void drawArrow(Canvas& canvas, const FlatPoint& from, double dx, double dy) {
 
 void drawSeed(Canvas& canvas, const Placement& page, const Scene& scene) {
     const FlatPoint seed = page.place({0.0, 0.0});
-    const double reach = arrowReach * page.growth;
-    const double size = textSize * page.growth;
+    const double span = spanOn(page, scene);
+    const double growth = span > 0.0 ? std::min(page.growth, span / leastForSeed) : page.growth;
+    const double reach = arrowReach * growth;
+    const double size = textSize * growth;
     canvas.colour(ink);
     drawArrow(canvas, seed, reach, 0.0);
     drawArrow(canvas, seed, 0.0, -reach);
@@ -266,7 +276,7 @@ void drawSeed(Canvas& canvas, const Placement& page, const Scene& scene) {
     canvas.text(seed[0], seed[1] - reach - 0.4 * size, size, "weft", Align::centre);
     canvas.text(seed[0] + 0.8 * size, seed[1] + 1.6 * size, size, scene.ply);
     canvas.text(seed[0] + 0.8 * size, seed[1] + 2.9 * size, size, "this side up");
-    drawSeedMark(canvas, seed[0], seed[1], 1.6 * page.growth);
+    drawSeedMark(canvas, seed[0], seed[1], 1.6 * growth);
 }
 
 } // namespace
