@@ -1,8 +1,10 @@
-"""Drapes and frames a second while the seed is dragged, and the processor time that each thread spends on a drape, which
-doesn't hang on what else the machine does.
+"""Opens a part, turns the view and drags the seed: drapes and frames a second, the processor time that each thread spends
+on a frame, which doesn't hang on what else the machine does, and the tasks that held the page up for 50 ms or more.
 
-    python3 drag_bench.py drape.html [sample.obj]
+    python3 drag_bench.py drape.html [sample or file]
 """
+import collections
+import math
 import pathlib
 import subprocess
 import sys
@@ -10,29 +12,18 @@ import time
 
 from browser import Page
 
-SECONDS = 6
-PULL = """
-    const [x, y, seconds] = arguments;
+SECONDS = 5
+WATCH = """
+    window.long = [];
+    new PerformanceObserver((list) => list.getEntries().forEach(({duration}) => long.push(Math.round(duration))))
+        .observe({type: 'longtask'});
     window.frames = 0;
-    window.pulled = false;
-    const begin = performance.now();
-    const timer = setInterval(() => {
-        const past = (performance.now() - begin) / 1000;
-        window.dispatchEvent(new PointerEvent('pointermove', {
-            pointerId: 1, buttons: 1, bubbles: true,
-            clientX: x + 60 * Math.sin(2 * past), clientY: y + 20 * Math.sin(4 * past)}));
-        if (past > seconds) {
-            clearInterval(timer);
-            window.pulled = true;
-        }
-    }, 12);
-    const count = () => { ++window.frames; window.pulled || requestAnimationFrame(count); };
-    requestAnimationFrame(count);"""
+    (function count() { ++frames; requestAnimationFrame(count); })();"""
 
 
 def processor_time():
     """Milliseconds by process kind and thread of all browsers."""
-    used = {}
+    used = collections.Counter()
     for line in subprocess.run(["ps", "-eo", "pid,args"], capture_output=True, text=True, check=True).stdout.splitlines():
         pid, _, words = line.strip().partition(" ")
         if "--type=" not in words:
@@ -40,34 +31,71 @@ def processor_time():
         kind = words.split("--type=")[1].split()[0]
         for stat in pathlib.Path(f"/proc/{pid}/task").glob("*/stat"):
             name, fields = stat.read_text().rpartition(")")[::2]
-            ticks = sum(map(int, fields.split()[11:13]))
-            used[kind, name.partition("(")[2], stat.parent.name] = 10 * ticks
+            used[kind, name.partition("(")[2].rstrip("0123456789")] += 10 * sum(map(int, fields.split()[11:13]))
     return used
+
+
+class Bench:
+    def __init__(self, page):
+        self.page = page
+        page.run(WATCH)
+
+    def step(self, name, act):
+        page = self.page
+        page.run("long.length = 0; frames = 0")
+        drapes, used, begin = page.drapes(), processor_time(), time.monotonic()
+        act()
+        past, spent = time.monotonic() - begin, processor_time() - used
+        drapes, frames = page.drapes() - drapes, page.run("return frames")
+        print(f"{name}: {past:.1f} s, {drapes / past:.1f} drapes and {frames / past:.1f} frames a second; tasks of 50 ms or more: "
+              f"{page.run('return long') or 'none'}")
+        return spent, max(frames, 1)
+
+    def open(self, part):
+        page = self.page
+        before = page.drapes()
+        if pathlib.Path(part).exists():
+            page.choose_file(pathlib.Path(part).resolve())
+        else:
+            page.sample(part)
+        page.until(lambda: page.text("part-name") == pathlib.Path(part).name, "the mould")
+        print(f"the mould is seen after {time.monotonic() - self.begin:.1f} s")
+        page.until(lambda: page.drapes() > before, "a drape")
+        print(f"and draped after {time.monotonic() - self.begin:.1f} s")
+        page.ready()
+
+    def pull(self, x, y, wide, high):
+        begin = time.monotonic()
+        while (past := time.monotonic() - begin) < SECONDS:
+            self.page.mouse("mouseMoved", x + wide * math.sin(2 * past), y + high * math.sin(4 * past), 1)
+
+    def run(self, part):
+        page = self.page
+        if part:
+            self.begin = time.monotonic()
+            self.step("open, to the best start", lambda: self.open(part))
+        x, y = page.settled("seed")
+        page.mouse("mousePressed", x - 150, y + 150, 1)
+        self.step("turn the view", lambda: self.pull(x - 150, y + 150, 60, 20))
+        page.mouse("mouseReleased", x - 150, y + 150)
+        self.step("rest", lambda: time.sleep(3))
+        x, y = page.settled("seed")
+        page.mouse("mouseMoved", x, y)
+        page.mouse("mousePressed", x, y, 1)
+        spent, frames = self.step("drag the seed", lambda: self.pull(x, y, 60, 20))
+        print(f"the page says {page.text('figures').splitlines()[-2:]}")
+        for (kind, name), ticks in spent.most_common():
+            if ticks > 0.3 * frames:
+                print(f"{ticks / frames:6.1f} ms a frame: {kind}, {name}")
+        with page.drape():
+            page.mouse("mouseReleased", x, y)
 
 
 def main():
     page = Page(pathlib.Path("."))
     try:
         page.open(sys.argv[1])
-        if len(sys.argv) > 2:
-            page.sample(sys.argv[2])
-        x, y = page.settled("seed")
-        page.mouse("mouseMoved", x, y)
-        page.mouse("mousePressed", x, y, 1)
-        before, drapes, begin = processor_time(), page.drapes(), time.monotonic()
-        page.run(PULL, x, y, SECONDS)
-        while not page.run("return window.pulled"):
-            time.sleep(0.1)
-        past, after = time.monotonic() - begin, processor_time()
-        drapes = page.drapes() - drapes
-        print(f"{drapes / past:.1f} drapes and {page.run('return window.frames') / past:.1f} frames a second; "
-              f"the page says {page.text('figures').splitlines()[-2:]}")
-        spent = {}
-        for (kind, name, thread), ticks in after.items():
-            spent[kind, name] = spent.get((kind, name), 0) + ticks - before.get((kind, name, thread), 0)
-        for (kind, name), ticks in sorted(spent.items(), key=lambda entry: -entry[1]):
-            if ticks > 0.3 * drapes:
-                print(f"{ticks / drapes:6.1f} ms a drape: {kind}, {name}")
+        Bench(page).run(sys.argv[2] if len(sys.argv) > 2 else None)
     finally:
         page.quit()
 

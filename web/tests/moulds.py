@@ -30,14 +30,22 @@ def obj(points, faces):
     return "\n".join(lines).encode() + b"\n"
 
 
-def ply(points, faces):
-    head = (f"ply\nformat binary_little_endian 1.0\nelement vertex {len(points)}\nproperty double x\nproperty double y\n"
+def ply(points, faces, text=False):
+    head = (f"ply\nformat {'ascii' if text else 'binary_little_endian'} 1.0\nelement vertex {len(points)}\nproperty double x\nproperty double y\n"
             f"property double z\nelement face {len(faces)}\nproperty list uchar int vertex_indices\nend_header\n")
+    if text:
+        lines = [f"{x!r} {y!r} {z!r}" for x, y, z in points] + [f"3 {a} {b} {c}" for a, b, c in faces]
+        return head.encode() + "\n".join(lines).encode() + b"\n"
     return (head.encode() + b"".join(struct.pack("<3d", *p) for p in points)
             + b"".join(struct.pack("<B3i", 3, *f) for f in faces))
 
 
-def stl(points, faces):
+def stl(points, faces, text=False):
+    if text:
+        corner = "vertex {!r} {!r} {!r}".format
+        facets = ("\n".join(["facet normal 0 0 0", "outer loop", *(corner(*points[n]) for n in face), "endloop", "endfacet"])
+                  for face in faces)
+        return "\n".join(["solid dome", *facets, "endsolid dome\n"]).encode()
     pack = struct.Struct("<12fH").pack
     return (b"dome".ljust(80) + struct.pack("<I", len(faces))
             + b"".join(pack(0, 0, 0, *points[a], *points[b], *points[c], 0) for a, b, c in faces))
