@@ -11,7 +11,7 @@ import pytest
 
 import drape
 from conftest import SAMPLES
-from drape import _spread
+from drape import _core, _spread
 
 SEEDS = np.array([[0, 0, 0], [30, -20, 0], [500, 0, 0]], dtype=float)
 ANGLES = [0, 30, 77.5]
@@ -46,6 +46,35 @@ def test_tables_are_the_programs(program, tmp_path):
         ranks = [entry["candidate"] for entry in report["sweep"]["best"]]
         assert ours.ranked.candidate[: len(ranks)].tolist() == ranks
         assert ours.ply().report()["shear"] == report["shear"]
+
+
+def test_rows_of_any_kind_are_ranked_as_is_promised():
+    """Rows that no mould gives together, with figures that tie, or all but."""
+    random = np.random.default_rng(5)
+    table = np.zeros(300, dtype=_core.row_type())
+    table["candidate"] = random.permutation(300) + 1
+    table["ran"] = random.random(300) < 0.8
+    table["status"] = random.choice([0, 0, 0, 16, 23], 300)
+    table["cells"] = random.choice([0, 5, 9, 9], 300)
+    for name, steps in [("doubled_share", 0.025), ("covered_share", 0.3), ("largest_shear", 7.0), ("net_area", 40.0)]:
+        table[name] = steps * random.integers(0, 4, 300) * (1 + 1e-9 * random.integers(0, 2, 300))
+    table["share_beyond_locking"] = 0.1 * random.integers(0, 3, 300)
+    for by_cloth in (False, True):
+        whole = [bool(r["ran"]) and r["status"] == 0 and r["cells"] > 0 for r in table]
+        assert list(_core.is_whole(table)) == whole
+        single = [r["doubled_share"] <= 0.05 for r in table]
+        most = max(r["covered_share"] for r, w, s in zip(table, whole, single) if w and s)
+        cloth = max(r["net_area"] for r in table)
+
+        def key(k):
+            r, area = table[k], round(table[k]["net_area"] / cloth, 6)
+            covered = by_cloth or r["covered_share"] >= 0.9 * most
+            amount = -area if by_cloth else 0.0 if whole[k] else -round(r["covered_share"], 6)
+            shear = round(r["largest_shear"], 4), round(r["share_beyond_locking"], 6)
+            return not whole[k], not r["ran"], not single[k], not covered, amount, *shear, area
+
+        wanted = sorted(range(300), key=key)
+        assert _core.ranked(table, by_cloth)["candidate"].tolist() == table["candidate"][wanted].tolist()
 
 
 def test_rows_are_single_drapes(plate, plain):

@@ -170,16 +170,22 @@ class Sweep(Case):
         rows, _, _ = self.sweep(mesh, "--step", "1,1.1", "--sweep", "--sweep-seeds", "1", "--max-nodes", "30", expect=RUN_ENDED)
         self.assertEqual([row["angle_deg"] for row in rows], [15 * k for k in range(12)])
         # A grid lies over the two longest sides of the box around the mould: here x and y, or y and z if it stands.
-        for name, places in (("flat.obj", [(3 * x, 2 * y, 0.1 * x) for x, y, _ in points]),
-                             ("upright.obj", [(0.1 * y, 3 * x, 2 * y) for x, y, _ in points])):
+        # Columns run along the first of the two by name, be it longer or shorter.
+        for name, wide, high, places in (("flat.obj", 30, 20, [(3 * x, 2 * y, 0.1 * x) for x, y, _ in points]),
+                                         ("high.obj", 20, 30, [(2 * x, 3 * y, 0.1 * x) for x, y, _ in points]),
+                                         ("upright.obj", 30, 20, [(0.1 * y, 3 * x, 2 * y) for x, y, _ in points])):
             path = self.file(name, obj((places, faces)))
             rows, _, _ = self.sweep(path, "--step", "6", "--sweep-seeds", "3x2", "--sweep-angles", "30:75:22.5")
             self.assertEqual([row["angle_deg"] for row in rows], [30, 52.5] * 6)
             shape = model.Mould(places, faces)
             for k, row in enumerate(rows[::2]):
-                u, v = 30 * (k % 3 + 0.5) / 3, 20 * (k // 3 + 0.5) / 2
-                place, _ = shape.nearest((u, v, 0.5) if name == "flat.obj" else (0.5, u, v))
+                u, v = wide * (k % 3 + 0.5) / 3, high * (k // 3 + 0.5) / 2
+                place, _ = shape.nearest((0.5, u, v) if name == "upright.obj" else (u, v, 0.5))
                 self.assertPoint([row[f"seed_{a}"] for a in "xyz"], place, 6)
+        # There are no more places to start at than triangles.
+        few = self.file("few.obj", "v 0 0 0\nv 40 0 0\nv 40 60 0\nv 0 60 0\nf 1 2 3\nf 1 3 4\n")
+        rows, _, _ = self.sweep(few, "--step", "10", "--sweep-seeds", "9", "--sweep-angles", "0")
+        self.assertEqual(len(rows), 2)
 
     def test_parts_share_the_candidates_out(self):
         mesh = self.file("sheet.obj", obj(uneven_sheet()))

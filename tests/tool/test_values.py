@@ -154,6 +154,7 @@ class Values(Drapes):
             self.assertEqual(result["coveredShare"], 1.0)
         else:
             self.assertAlmostEqual(result["coveredShare"], cloth, delta=0.003)
+        self.assertGreaterEqual(result["doubledShare"], 0.0)
         self.assertAlmostEqual(result["doubledShare"], max(0.0, cloth - result["coveredShare"]), delta=0.01)
         self.assertEqual(result["endedNear"], list(grid.position[-1]) if name == "ended" else None)
         self.assertEqual(result["advice"][:21], "raise --max-nodes or " if name == "ended" else "")
