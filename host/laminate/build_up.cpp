@@ -1,5 +1,6 @@
 // A vertex is moved so far that the planes of the triangles around it come to lie at their thickness in the
-// mean. A triangle that leans over or shrinks to nothing by that is a fold: its corners go back by halves.
+// mean. A triangle that leans over or shrinks to nothing by that is a fold: its corners go back
+// together, so that what is held stays smooth.
 #include "host/laminate/build_up.h"
 
 #include "host/mesh/text.h"
@@ -13,7 +14,8 @@ using namespace vec;
 
 namespace {
 
-constexpr int mostRounds = 12;
+constexpr int mostRounds = 40;
+constexpr double backStep = 0.85;
 constexpr double leastCosine = 0.5; // between a triangle's normal before and after
 constexpr double leastArea = 0.1;   // of what it was
 
@@ -59,6 +61,19 @@ bool folds(const Mould& mould, const Move& move, std::size_t t) {
                                           dot(unit(square), mould.facets[t].normal) < leastCosine);
 }
 
+// Brings the corners of a triangle that folds nearer to each other in their ways, and back.
+void drawBack(const Mould& mould, std::size_t t, const std::vector<double>& before, double part,
+              std::vector<double>& way) {
+    double mean = 0.0;
+    for (std::size_t k = 0; k < 3; ++k) {
+        mean += before[at(mould.corners[3 * t + k]) - 1] / 3.0;
+    }
+    for (std::size_t k = 0; k < 3; ++k) {
+        double& own = way[at(mould.corners[3 * t + k]) - 1];
+        own = std::min(own, part * mean);
+    }
+}
+
 } // namespace
 
 Surface builtUp(const Surface& surface, const Thickness& thickness, Notes& notes) {
@@ -66,14 +81,16 @@ Surface builtUp(const Surface& surface, const Thickness& thickness, Notes& notes
     Move move = movesOf(mould, thickness);
     const std::vector<double> wanted = move.way;
     for (int round = 0; round <= mostRounds; ++round) {
-        std::vector<char> back(move.way.size(), 0);
+        const std::vector<double> before = move.way;
+        std::size_t folded = 0;
         for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
-            for (std::size_t k = 0; k < 3 && folds(mould, move, t); ++k) {
-                back[at(mould.corners[3 * t + k]) - 1] = 1;
+            if (folds(mould, {move.direction, before}, t)) {
+                ++folded;
+                drawBack(mould, t, before, round == mostRounds ? 0.0 : backStep, move.way);
             }
         }
-        for (std::size_t v = 0; v < back.size(); ++v) {
-            move.way[v] *= back[v] == 0 ? 1.0 : round == mostRounds ? 0.0 : 0.5;
+        if (folded == 0) {
+            break;
         }
     }
     std::size_t held = 0;

@@ -215,8 +215,10 @@ void drawColourBar(Canvas& canvas, const Box& box, const ShearScale& scale, doub
     canvas.stroke(0.06 * textSize);
     const double step = tickStep(scale.top);
     const bool locks = scale.locking < scale.top;
+    // Of the label of the locking angle, which is wider than it is high.
+    const double room = std::max(0.6 * step, bar.upright() ? 0.0 : 3.6 * textSize * scale.top / box.width);
     for (double angle = 0.0; angle <= scale.top + 1e-9; angle += step) {
-        if (!locks || std::abs(angle - scale.locking) > 0.6 * step) {
+        if (!locks || std::abs(angle - scale.locking) > room) {
             bar.drawTick(canvas, angle, number(angle) + "°", false, textSize);
         }
     }

@@ -38,7 +38,8 @@ void hatch(Canvas& canvas, const Box& box, double degrees) {
         canvas.stroke(0.15);
     } else {
         const double lean = box.height * std::cos(turn) / std::sin(turn);
-        for (double x = box.x - std::abs(lean); x < box.x + box.width + std::abs(lean); x += gap) {
+        const double pace = gap / std::abs(std::sin(turn)); // so that lines are a gap apart at any angle
+        for (double x = box.x - std::abs(lean); x < box.x + box.width + std::abs(lean); x += pace) {
             canvas.path({{x, box.y + box.height}, {x + lean, box.y}}, false);
         }
         canvas.stroke(0.15);
