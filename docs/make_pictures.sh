@@ -35,14 +35,19 @@ pattern() {
     keep "$work/$name.pattern.png" "$name"
 }
 
-# page NAME NUMBER: a page of the tray's ply book, which takes gmsh and pdftoppm.
-"$drape" "$root/samples/tray.step" --mesh-size 8 --layup "$root/samples/tray_layup.csv" --core 0,0,0 --quiet -o "$work/book.pdf"
+# page BOOK NAME NUMBER: a page of a ply book, which takes pdftoppm.
 page() {
-    pdftoppm -r 90 -f "$2" -l "$2" -png -singlefile "$work/book.pdf" "$work/$1"
-    keep "$work/$1.png" "$1"
+    pdftoppm -r 90 -f "$3" -l "$3" -png -singlefile "$work/$1.pdf" "$work/$2"
+    keep "$work/$2.png" "$2"
 }
-page ply_page 3
-page core_sample 7
+# The tray's book takes gmsh.
+"$drape" "$root/samples/tray.step" --mesh-size 8 --layup "$root/samples/tray_layup.csv" --core 0,0,0 --quiet -o "$work/tray.pdf"
+page tray ply_page 3
+page tray core_sample 7
+printf 'name,cloth,thickness,locking,pieces\nP1,twill,0.3,30,cover\n' > "$work/pieces.csv"
+"$drape" "$root/samples/hemisphere.obj" --layup "$work/pieces.csv" --quiet -o "$work/pieces.pdf"
+page pieces ply_in_pieces 2
+page pieces piece_page 3
 
 picture hemisphere hemisphere
 pattern hemisphere_pattern hemisphere
