@@ -14,7 +14,7 @@ from bulk_deck import Fault, read_bulk, real
 from model import cross, dot, sub, unit
 from moulds import cup, obj, plate, uneven_sheet
 from program import DONE, INPUT, OTHER, ROOT, USAGE, Case
-from readers import PolyData
+from readers import PolyData, dxf_entities
 from solver_meshes import element, inp, node
 
 STIFF = {"E1": 140e3, "E2": 9e3, "nu12": 0.3, "G12": 4.5e3}
@@ -454,8 +454,11 @@ class Pieces(Laminates):
         kit = (self.folder / "kit.dxf").read_text()
         for name in [*names, "top"]:
             self.assertIn(f"Ply {name}\n", kit)
-        seams = [e for e in kit.split("\nLWPOLYLINE\n") if "\nSEAM\n" in e]
-        self.assertGreaterEqual(len(seams), 2)  # each seam lies on two pieces
+        # Each seam lies on two pieces, there about as long as in space.
+        seams = [e["points"] for e in dxf_entities(kit) if e["layer"] == "SEAM"]
+        length = sum(math.dist(p, q) for seam in seams for p, q in zip(seam, seam[1:]))
+        self.assertAlmostEqual(length, 2 * low["cover"]["seamLength"], delta=0.16 * low["cover"]["seamLength"])
+        self.assertGreater(min(map(len, seams)), 1)
 
 
 def navier(layers, width, height, pressure):
