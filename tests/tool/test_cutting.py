@@ -95,9 +95,10 @@ class Cutting(Case):
 
     def test_what_an_allowance_does_to_the_shape_is_told(self):
         holed = without(plate(12), lambda x, y: 3 <= x <= 4 and 4 <= y <= 5)
-        report, done, loops = self.cut(holed, "--allowance", "0.6", "--seed", "8,8,0", "--step", "0.5")
-        self.assertIn("1 hole vanishes", done.stderr)
-        self.assertEqual((len(loops["HOLE"]), len(loops["CUT"]), report["cut"]["loops"]), (1, 1, 1))
+        for width in ("0.6", "0.48"):  # the hole is 1 wide; a crumb of it counts as nothing
+            report, done, loops = self.cut(holed, "--allowance", width, "--seed", "8,8,0", "--step", "0.5")
+            self.assertEqual(report["cut"]["remarks"], ["1 hole vanishes in it"])
+            self.assertEqual((len(loops["HOLE"]), len(loops["CUT"]), report["cut"]["loops"]), (1, 1, 1))
         for words in (("--allowance", "-1"), ("--allowance", "x"), ("--paper", "A5"), ("--paper", "10,10"), ("--paper", "300")):
             self.drape(self.folder / "part.obj", *words, expect=USAGE)
 

@@ -16,6 +16,7 @@ namespace {
 constexpr double largestWhole = 5e8;    // keeps products within 64 bits
 constexpr double arcShare = 1e-3;       // of the allowance: how far the rounding at corners may be off
 constexpr double closedArea = 0.1;      // of the allowance squared: a notch that is closed, and not a corner
+constexpr double leastLeft = 0.1;       // of the allowance: half the width of what is left of a hole
 constexpr double buriedLength = 6.0;    // of the allowance: along a slit whose sides run together
 constexpr double sharpestCorner = 10.0; // limit of mitres, of the allowance
 constexpr std::size_t mostSamples = 3000; // of a loop, to look for buried stretches
@@ -66,12 +67,46 @@ std::size_t holesOf(const ClipperLib::Paths& paths) {
                       [](const ClipperLib::Path& path) { return ClipperLib::Area(path) < 0.0; }));
 }
 
+// Leaves out what no one cuts: a hole of which the allowance has left a crumb.
+void dropCrumbs(ClipperLib::Paths& cut, double by) {
+    const auto isCrumb = [&](ClipperLib::Path path) {
+        if (ClipperLib::Area(path) >= 0.0) {
+            return false;
+        }
+        ClipperLib::ReversePath(path);
+        return offset({path}, -leastLeft * by, ClipperLib::jtMiter, by).empty();
+    };
+    cut.erase(std::remove_if(cut.begin(), cut.end(), isCrumb), cut.end());
+}
+
+// Holes of the net in which nothing is left to cut out.
+ClipperLib::Paths vanishedHoles(const ClipperLib::Paths& net, const ClipperLib::Paths& cut) {
+    ClipperLib::Paths vanished;
+    for (const ClipperLib::Path& hole : net) {
+        const bool isLeft = std::any_of(cut.begin(), cut.end(), [&](const ClipperLib::Path& path) {
+            return ClipperLib::Area(path) < 0.0 && ClipperLib::PointInPolygon(path.front(), hole) != 0;
+        });
+        if (ClipperLib::Area(hole) < 0.0 && !isLeft) {
+            vanished.push_back(hole);
+        }
+    }
+    return vanished;
+}
+
 // Places where going out by the allowance and back doesn't lead back: notches narrower than twice the
-// allowance.
-std::size_t closedNotches(const ClipperLib::Paths& net, const ClipperLib::Paths& cut, double by) {
+// allowance, but for holes that have vanished.
+std::size_t closedNotches(const ClipperLib::Paths& net, const ClipperLib::Paths& vanished,
+                          const ClipperLib::Paths& cut, double by) {
+    ClipperLib::Paths holes = vanished;
+    ClipperLib::ReversePaths(holes);
+    ClipperLib::Clipper solid;
+    solid.AddPaths(net, ClipperLib::ptSubject, true);
+    solid.AddPaths(holes, ClipperLib::ptSubject, true);
+    ClipperLib::Paths whole;
+    solid.Execute(ClipperLib::ctUnion, whole, ClipperLib::pftNonZero, ClipperLib::pftNonZero);
     ClipperLib::Clipper clipper;
     clipper.AddPaths(offset(cut, -by, ClipperLib::jtMiter, by), ClipperLib::ptSubject, true);
-    clipper.AddPaths(net, ClipperLib::ptClip, true);
+    clipper.AddPaths(whole, ClipperLib::ptClip, true);
     ClipperLib::Paths filled;
     clipper.Execute(ClipperLib::ctDifference, filled, ClipperLib::pftNonZero, ClipperLib::pftNonZero);
     return static_cast<std::size_t>(
@@ -123,18 +158,20 @@ std::vector<std::string> remarksOn(const NetPattern& net, const ClipperLib::Path
     const std::size_t pieces = before.size() - holes;
     const std::size_t holesLeft = holesOf(after);
     const std::size_t piecesLeft = after.size() - holesLeft;
-    const std::size_t notches = closedNotches(before, after, by);
+    const ClipperLib::Paths vanished = vanishedHoles(before, after);
+    const std::size_t notches = closedNotches(before, vanished, after, by);
     const bool slit = std::any_of(before.begin(), before.end(), [&](const ClipperLib::Path& loop) {
-        return longestBuried(loop, after, by) > buriedLength * by;
+        return std::find(vanished.begin(), vanished.end(), loop) == vanished.end() &&
+               longestBuried(loop, after, by) > buriedLength * by;
     });
-    if (holesLeft < holes) {
-        remarks.push_back(counted(holes - holesLeft, "hole vanishes", "holes vanish") + " in it");
+    if (!vanished.empty()) {
+        remarks.push_back(counted(vanished.size(), "hole vanishes", "holes vanish") + " in it");
     }
     if (piecesLeft < pieces) {
         remarks.push_back(counted(pieces, "piece runs", "pieces run") + " together into " +
                           std::to_string(piecesLeft));
     }
-    if (holesLeft > holes) {
+    if (holesLeft + vanished.size() > holes) {
         remarks.push_back("a gap between two edges becomes a hole");
     }
     if (notches > 0) {
@@ -160,7 +197,8 @@ CutLines cutLinesOf(const NetPattern& net, double allowance) {
     const Scale scale = scaleFor(net, allowance);
     const double by = allowance * scale.factor;
     const ClipperLib::Paths before = pathsOf(net, scale);
-    const ClipperLib::Paths after = offset(before, by, ClipperLib::jtRound, arcShare * by);
+    ClipperLib::Paths after = offset(before, by, ClipperLib::jtRound, arcShare * by);
+    dropCrumbs(after, by);
     lines.area = 0.0;
     lines.loops.clear();
     for (const ClipperLib::Path& path : after) {
