@@ -3,7 +3,7 @@
 
 import { Vector3 } from "three";
 import { Engine, Latest } from "./engine.js";
-import { ownAssets, ownPart, patternSvg, save } from "./files.js";
+import { ownAssets, ownPart, save } from "./files.js";
 import { Marks } from "./handle.js";
 import { colourText } from "./materials.js";
 import { adviceOn, short, showEnd, showFigures, showHistogram, showLegend, showNotes, showSummary } from "./panel.js";
@@ -653,9 +653,7 @@ function travel(way) {
 
 async function saveAs(kind) {
     const stem = page.part.file.replace(/\.[^.]*$/, "");
-    if (kind === "svg") {
-        save(`${stem}.pattern.svg`, patternSvg(page.result, page.colours), "image/svg+xml");
-    } else if (kind === "sweep") {
+    if (kind === "sweep") {
         save(`${stem}.sweep.csv`, page.sweepCsv, "text/csv");
     } else if (kind === "json") {
         const text = JSON.stringify({ ...page.result.report, settings: page.settings }, null, 2);
@@ -663,7 +661,8 @@ async function saveAs(kind) {
     } else {
         try {
             const { bytes } = await busy("Writing", () => page.engine.ask("file", { settings: { ...page.settings, kind } }));
-            save(kind === "csv" ? `${stem}.fibres.csv` : `${stem}.${kind}`, bytes, "application/octet-stream");
+            const endings = { csv: "fibres.csv", svg: "pattern.svg" };
+            save(`${stem}.${endings[kind] ?? kind}`, bytes, kind === "svg" ? "image/svg+xml" : "application/octet-stream");
         } catch (error) {
             complain(error);
         }

@@ -6,13 +6,14 @@ import { MeshBVH } from "three-mesh-bvh";
 import { Core } from "./core.js";
 import { clothGeometry, curveLines, mouldGeometry, netLines, outlineSegments } from "./geometry.js";
 import { coarseMould, mouldParts, packedMesh } from "./mould_parts.js";
-import { unpackedPart } from "./files.js";
+import { patternSvg, unpackedPart } from "./files.js";
 import load from "page-core";
 
 let core;
 let mould = null; // as it is drawn
 let origin = [0, 0, 0];
-let latest = null; // the drape that is shown: {arrays, step}, and once asked for {cloth, tree} to find its cells by
+let colours = null; // of shear
+let latest = null; // the drape that is shown: {arrays, reply without its arrays}, and once asked for {cloth, tree}
 
 // Buffers of the arrays within a value, to be handed over rather than copied.
 function buffersOf(value, found = new Set()) {
@@ -34,11 +35,13 @@ function geometryOf({ position, index }) {
 // The latest drape with its search tree.
 function searchable() {
     if (!latest.tree) {
-        latest.cloth = clothGeometry(core, latest.arrays, origin, latest.step);
+        latest.cloth = clothGeometry(core, latest.arrays, origin, latest.reply.report.choice.step);
         latest.tree = new MeshBVH(geometryOf(latest.cloth), { indirect: true });
     }
     return latest;
 }
+
+const linesOf = (arrays) => ({ ...netLines(core, arrays, origin), curve: curveLines(core, arrays, origin) });
 
 function cellOfVertex({ info }, vertex) {
     const [shear, column, row] = info.subarray(3 * vertex);
@@ -48,7 +51,8 @@ function cellOfVertex({ info }, vertex) {
 const operations = {
     async begin({ wasm }) {
         core = await Core.start(load, wasm);
-        return core.call("colours", {});
+        colours = core.call("colours", {});
+        return colours;
     },
 
     // `blob` holds a file, `packed` the part that the program has put into the page. The reply's blob is a copy that
@@ -109,10 +113,8 @@ const operations = {
         const reply = core.call("drape", settings);
         const { arrays, report } = reply;
         delete reply.arrays;
-        latest = { arrays, step: report.choice.step };
-        reply.cloth = clothGeometry(core, arrays, origin, report.choice.step);
-        reply.net = { ...netLines(core, arrays, origin), curve: curveLines(core, arrays, origin) };
-        return reply;
+        latest = { arrays, reply };
+        return { ...reply, cloth: clothGeometry(core, arrays, origin, report.choice.step), net: linesOf(arrays) };
     },
 
     // The cell that a ray meets first, and how far off.
@@ -137,6 +139,10 @@ const operations = {
     },
 
     file({ settings }) {
+        if (settings.kind === "svg") {
+            const { cloth, arrays, reply } = searchable();
+            return { bytes: new TextEncoder().encode(patternSvg({ ...reply, cloth, net: linesOf(arrays) }, colours)) };
+        }
         core.call("file", settings);
         return { bytes: core.bytes() };
     },
