@@ -97,4 +97,32 @@ TEST(InnerMesh, HoldsTheSameTrianglesAndFansInTheSameOrder) {
     }
 }
 
+// The numbers that a run writes are turned back into the caller's as far as one was ever written: by a stored
+// node, by a copy, by a row that was dropped again.
+TEST(InnerMesh, EveryTriangleOfANodeCountsAsWritten) {
+    const OwnModel own;
+    std::vector<std::int32_t> numbers(8 * 4);
+    std::vector<double> positions(3 * 4), flat(2 * 4), normals(3 * 4);
+    for (std::size_t d = 1; d <= 4; ++d)
+        model->links[d] = &numbers[4 * (d - 1)];
+    model->nodeI = &numbers[16];
+    model->nodeJ = &numbers[20];
+    model->nodeStatus = &numbers[24];
+    model->nodeTri = &numbers[28];
+    model->nodePos = positions.data();
+    model->nodeFlat = flat.data();
+    model->nodeNormal = normals.data();
+    model->nodeCapacity = 4;
+    std::int32_t count = 0, status = 0;
+    model->nodeCount = &count;
+    ASSERT_TRUE(storeNode({}, {0.0, 0.0, 1.0}, 7, 0, {}, {}, status));
+    EXPECT_EQ(model->trianglesWritten, 1);
+    ASSERT_TRUE(copyNode(1, status));
+    EXPECT_EQ(model->trianglesWritten, 2);
+    ASSERT_TRUE(storeNode({}, {0.0, 0.0, 1.0}, 8, 1, {DRAPE_DIRECTION_1, 1}, {}, status));
+    count = 1;
+    ASSERT_TRUE(copyNode(1, status));
+    EXPECT_EQ(model->trianglesWritten, 3);
+}
+
 } // namespace
