@@ -50,7 +50,9 @@ Lists predecessorsOf(const std::vector<PlyWish>& plies) {
     for (std::size_t k = 1; k <= way.size(); ++k) {
         names += " after " + plies[way[k % way.size()]].name;
     }
-    throw InputError("the plies follow each other in a ring: " + names, Refusal::unfit);
+    const std::string& place = plies[at].afterPlace;
+    throw InputError(place + (place.empty() ? "" : ": ") + "the plies follow each other in a ring: " + names,
+                     Refusal::unfit);
 }
 
 // From 1; plies that follow nothing are in level 1.

@@ -407,6 +407,7 @@ public:
                     ply.after.push_back(name);
                 }
             }
+            ply.afterPlace = placeText("after", *cell);
         }
     }
 
