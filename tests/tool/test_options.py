@@ -147,7 +147,7 @@ class Words(Case):
             with self.subTest(words):
                 self.drape(mesh, *(() if "--step" in words else ("--step", "1")), *words, expect=None)
         self.drape(mesh, "--step", "1", "--max-nodes", "4", expect=RUN_ENDED)
-        for words in (("--locking", "90.1"), ("--locking", "-0.1"), ("--tolerance", "0.101"), ("--max-nodes", "50000001"),
+        for words in (("--locking", "90.1"), ("--locking", "-0.1"), ("--tolerance", "0.101"), ("--step", "1,3", "--tolerance", "0.101"), ("--max-nodes", "50000001"),
                       ("--jobs", "4097"), ("--jobs", "1.5"), ("--seed-vertex", "1.5"), ("--seed-vertex", "50"), ("--part", "1/2"),
                       ("--sweep", "--part", "1.5/2"), ("--sweep", "--part", "2"), ("--units-mm", "-1"), ("--within", "0"),
                       ("--sweep-seeds", "1001x1000"), ("--sweep-seeds", "2", "--sweep-angles", "0:1000000:1"), ("--sweep-seeds", "0x2"), ("--sweep-seeds", "1,2"),
