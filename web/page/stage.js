@@ -42,7 +42,8 @@ const slowFrame = 34; // milliseconds
 const fewerPixels = { 1: 0.7, 0.7: 0.5 }; // of the screen's, along each side
 const softwarePixels = 0.5; // from the start where there is no graphics card
 
-// A view that moves at such a pace is drawn with a coarser mould from then on, where there is one.
+// A view that moves, or is given the mould's parts, at such a pace is drawn with a coarser mould from then on, where there
+// is one.
 const slowTurn = 50; // milliseconds
 const slowTurns = 3; // in a row
 
@@ -541,7 +542,7 @@ export class Stage {
         if (this.#hurried && took > slowFrame && took < 500) {
             this.#share = fewerPixels[this.#share] ?? this.#share;
         }
-        if (this.#moving && this.hasCoarse && !this.#slow) {
+        if ((this.#moving || this.#uploaded < this.#parts.length) && this.hasCoarse && !this.#slow) {
             this.#slowFrames = took > slowTurn ? this.#slowFrames + 1 : 0;
             this.#slow = this.#slowFrames >= slowTurns;
         }
