@@ -101,7 +101,7 @@ TEST(InnerMesh, HoldsTheSameTrianglesAndFansInTheSameOrder) {
 // node, by a copy, by a row that was dropped again.
 TEST(InnerMesh, EveryTriangleOfANodeCountsAsWritten) {
     const OwnModel own;
-    std::vector<std::int32_t> numbers(8 * 4);
+    std::vector<std::int32_t> numbers(8 * 4, 77); // so that what stands before an array would show
     std::vector<double> positions(3 * 4), flat(2 * 4), normals(3 * 4);
     for (std::size_t d = 1; d <= 4; ++d)
         model->links[d] = &numbers[4 * (d - 1)];
@@ -115,7 +115,9 @@ TEST(InnerMesh, EveryTriangleOfANodeCountsAsWritten) {
     model->nodeCapacity = 4;
     std::int32_t count = 0, status = 0;
     model->nodeCount = &count;
-    ASSERT_TRUE(storeNode({}, {0.0, 0.0, 1.0}, 7, 0, {}, {}, status));
+    ASSERT_TRUE(storeNode({}, {0.0, 0.0, 1.0}, 7, -1, {}, {}, status)); // as with no neighbour
+    EXPECT_EQ(model->nodeI[0], 0);
+    EXPECT_EQ(model->nodeJ[0], 0);
     EXPECT_EQ(model->trianglesWritten, 1);
     ASSERT_TRUE(copyNode(1, status));
     EXPECT_EQ(model->trianglesWritten, 2);
