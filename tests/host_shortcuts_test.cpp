@@ -111,19 +111,21 @@ std::vector<double> plainDistances(const host::TriangleMesh& mesh, const host::S
             open.emplace(d, v);
         }
     };
-    const auto way = [&](std::int32_t na, std::int32_t nb, std::int32_t nc) {
-        const host::Point &a = mesh.positions[host::at(na)], &b = mesh.positions[host::at(nb)],
-                          &c = mesh.positions[host::at(nc)];
-        const double da = reached[host::at(na)], db = reached[host::at(nb)];
-        const double base = distance(a, b);
-        const double alongEdges = std::min(da + distance(a, c), db + distance(b, c));
-        const double sx = (da * da - db * db + base * base) / (2.0 * base);
-        const double cx = dot(c - a, unit(b - a));
-        const double cy = std::sqrt(std::max(0.0, dot(c - a, c - a) - cx * cx));
-        const double sy = -std::sqrt(da * da - sx * sx);
-        const double crossing = sx + (cx - sx) * (-sy / (cy - sy));
-        const bool crosses = base > 0.0 && cy > 0.0 && crossing >= 0.0 && crossing <= base;
-        return crosses ? std::min(alongEdges, std::hypot(cx - sx, cy - sy)) : alongEdges;
+    const auto way = [&](std::int32_t start, std::int32_t to, std::int32_t over) {
+        const host::Point side = mesh.positions[host::at(to)] - mesh.positions[host::at(start)];
+        const host::Point base = mesh.positions[host::at(over)] - mesh.positions[host::at(start)];
+        const double d = reached[host::at(start)], other = reached[host::at(over)];
+        const double both = dot(base, side);
+        const double along = 0.5 * (d * d - other * other + dot(base, base));
+        const double offSquare = d * d * dot(base, base) - along * along;
+        const bool onBase = offSquare < 0.0 && offSquare >= -1e-12 * d * d * dot(base, base);
+        const double pointOff = onBase ? 0.0 : std::sqrt(offSquare);
+        const double cornerOff = std::sqrt(dot(side, side) * dot(base, base) - both * both);
+        const bool crosses =
+            cornerOff > 0.0 && along * cornerOff + both * pointOff >= 0.0 &&
+            (dot(base, base) - along) * cornerOff + (dot(base, base) - both) * pointOff >= 0.0;
+        const double apart = both - along, off = pointOff + cornerOff;
+        return crosses ? std::sqrt((apart * apart + off * off) / dot(base, base)) : d + length(side);
     };
     for (const std::int32_t v : mesh.triangles[from.triangle]) {
         improve(v, distance(mesh.positions[host::at(v)], from.position));
@@ -133,12 +135,10 @@ std::vector<double> plainDistances(const host::TriangleMesh& mesh, const host::S
         open.erase(open.begin());
         for (const auto& [a, b, c] : mesh.triangles) {
             if (d <= reached[host::at(v)] && (a == v || b == v || c == v)) {
-                for (const auto& [x, y, z] :
-                     {std::array{b, c, a}, std::array{c, a, b}, std::array{a, b, c}}) {
-                    if (z != v) {
-                        improve(z, way(x, y, z));
-                    }
-                }
+                const std::int32_t next = a == v ? b : b == v ? c : a;
+                const std::int32_t last = a == v ? c : b == v ? a : b;
+                improve(next, way(v, next, last));
+                improve(last, way(v, last, next));
             }
         }
     }
@@ -164,6 +164,25 @@ TEST(HostShortcuts, FrontGoesAsThePlainOne) {
                 ASSERT_EQ(front.distancesFrom(from, farthest), plainDistances(mesh, from, farthest))
                     << m << ' ' << squeeze;
             }
+        }
+    }
+}
+
+// The distances of a base's ends add up to its length then but for rounding, whichever way that falls.
+TEST(HostShortcuts, FrontFromAnEdgeGoesStraight) {
+    using namespace drape::host::vec;
+    host::TriangleMesh mesh =
+        hostMesh(squareMould(10.0, 12, [](double x, double y) { return 0.3 * x - 0.2 * y; }));
+    const host::Front front(mesh);
+    std::mt19937 random(3);
+    for (std::size_t round = 0; round < 50; ++round) {
+        const std::size_t t = random() % mesh.triangles.size();
+        const double share = 0.01 * static_cast<double>(1 + random() % 99);
+        const host::Point from = mix(mesh.corner(t, round % 3), mesh.corner(t, (round + 1) % 3U), share);
+        const std::vector<double> distances = front.distancesFrom(host::SurfacePoint{from, t, 0.0});
+        for (std::size_t v = 0; v < distances.size(); ++v) {
+            const double straight = distance(from, mesh.positions[v]);
+            ASSERT_NEAR(distances[v], straight, 0.01 * straight) << round;
         }
     }
 }

@@ -99,73 +99,55 @@ private:
     std::uint32_t free_ = none;         // the list of places that can be used again
 };
 
-// A corner of a triangle and the way to it over its base, the edge from a to b, whose ends the front has
-// reached.
-struct Way {
-    const Point& a;
-    const Point& b;
-    const Point& corner;
-    double da, db; // distances of a and b
+// A triangle as seen from one of its vertices, with its two sides there as vectors.
+struct Wedge {
+    double dot;          // of the sides
+    double crossSquare;  // of the length of their cross product
+    double fromDistance; // that the front has at the vertex
 };
 
-// Whether the way is sure to be no shorter than `reached`, told without a root or a division.
-bool isNoShorter(const Way& way, double reached) {
+// The way from the vertex to the corner at the end of one side, either along that side or across the triangle
+// from a point of the other side, which ends at a corner with the distance `other`. `side` and `base` are the
+// squares of the two sides' lengths. Gives `reached` if the way is sure to be no shorter.
+double lengthOf(const Wedge& wedge, double side, double base, double other, double reached) {
     constexpr double rounding = 1e-12;
-    const auto& [a, b, corner, da, db] = way;
-    const Point edge = b - a;
-    const double base = dot(edge, edge);
+    const double here = wedge.fromDistance;
     // No place on the base is nearer than its ends by more than a half circle over it is high.
-    const double nearer = std::min(da, db);
+    const double nearer = std::min(here, other);
     if (reached < nearer &&
         (nearer - reached) * (nearer + reached) > (0.25 + rounding) * base + rounding * nearer * nearer) {
-        return true;
+        return reached;
     }
-    const Point arm = corner - a;
-    const Point other = corner - b;
-    const double sideA = dot(arm, arm);
-    const double sideB = dot(other, other);
-    const auto isPast = [&](double d, double side) {
-        const double left = reached - d;
-        return left <= 0.0 || left * left < (1.0 - rounding) * side;
-    };
-    if (!isPast(da, sideA) || !isPast(db, sideB)) {
-        return false;
+    // The point in the triangle's plane that the two distances speak of: how far along the base it lies and
+    // the square of how far off it, in lengths of the base. There's none before the other corner is reached.
+    // A front that starts on the base begins there but for rounding.
+    const double along = 0.5 * (here * here - other * other + base);
+    const double offSquare = here * here * base - along * along;
+    if (!(offSquare >= -rounding * here * here * base && wedge.crossSquare > 0.0)) {
+        return here + std::sqrt(side);
     }
-    // Across the triangle: the corner and the point that the distances speak of lie on two sides of the base,
-    // so the square of the way is at least this.
-    const double along = dot(arm, edge);
-    const double squares = da * da + sideA;
-    const double least = (squares - reached * reached) * base - along * (da * da - db * db + base);
-    return least > rounding * (squares * base + std::abs(along) * (da * da + db * db + base));
-}
-
-double lengthOf(const Way& way) {
-    const auto& [a, b, corner, da, db] = way;
-    const double base = distance(a, b);
-    const double alongEdges = std::min(da + distance(a, corner), db + distance(b, corner));
-    if (!(base > 0.0) || da == unreached || db == unreached) {
-        return alongEdges;
+    // The square of the way from there, without what the point and the corner are off the base together.
+    const double squares = here * here + side;
+    const double least = (squares - reached * reached) * base - 2.0 * wedge.dot * along;
+    if (least > rounding * (squares * base + std::abs(wedge.dot) * (here * here + other * other + base))) {
+        return reached;
     }
-    const Point arm = corner - a;
-    const double cx = dot(arm, unit(b - a));
-    const double cy = std::sqrt(std::max(0.0, dot(arm, arm) - cx * cx));
-    const double sx = (da * da - db * db + base * base) / (2.0 * base);
-    const double square = da * da - sx * sx;
-    if (square < 0.0 || !(cy > 0.0)) {
-        return alongEdges;
+    const double pointOff = std::sqrt(std::max(0.0, offSquare));
+    const double cornerOff = std::sqrt(wedge.crossSquare);
+    const bool crossesBase = along * cornerOff + wedge.dot * pointOff >= 0.0 &&
+                             (base - along) * cornerOff + (base - wedge.dot) * pointOff >= 0.0;
+    if (!crossesBase) {
+        return here + std::sqrt(side);
     }
-    const double sy = -std::sqrt(square);
-    const double crossing = sx + (cx - sx) * (-sy / (cy - sy));
-    if (crossing < 0.0 || crossing > base) {
-        return alongEdges;
-    }
-    return std::min(alongEdges, std::hypot(cx - sx, cy - sy));
+    const double apart = wedge.dot - along;
+    const double off = pointOff + cornerOff;
+    return std::sqrt((apart * apart + off * off) / base);
 }
 
 } // namespace
 
 Front::Front(const TriangleMesh& mesh) : mesh_(mesh), start_(mesh.positions.size() + 1, 0) {
-    constexpr double layersPerEdge = 8.0;
+    constexpr double layersPerEdge = 64.0;
     double sum = 0.0;
     for (const auto& [a, b, c] : mesh.triangles) {
         ++start_[at(a)];
@@ -175,12 +157,12 @@ Front::Front(const TriangleMesh& mesh) : mesh_(mesh), start_(mesh.positions.size
     }
     layer_ = sum / (layersPerEdge * static_cast<double>(mesh.triangles.size()));
     std::partial_sum(start_.begin(), start_.end(), start_.begin());
-    sides_.resize(3 * mesh.triangles.size());
+    corners_.resize(3 * mesh.triangles.size());
     for (std::size_t t = mesh.triangles.size(); t-- > 0;) {
         const auto& [a, b, c] = mesh.triangles[t];
-        sides_[at(--start_[at(a)])] = {b, c};
-        sides_[at(--start_[at(b)])] = {~c, a};
-        sides_[at(--start_[at(c)])] = {a, b};
+        corners_[at(--start_[at(a)])] = {b, c};
+        corners_[at(--start_[at(b)])] = {c, a};
+        corners_[at(--start_[at(c)])] = {a, b};
     }
 }
 
@@ -193,13 +175,6 @@ std::vector<double> Front::run(const std::vector<Start>& starts, double farthest
             open.push({d, v});
         }
     };
-    const auto reach = [&](std::int32_t corner, std::int32_t a, std::int32_t b) {
-        const Way way{mesh_.positions[at(a)], mesh_.positions[at(b)], mesh_.positions[at(corner)],
-                      reached[at(a)], reached[at(b)]};
-        if (!isNoShorter(way, reached[at(corner)])) {
-            improve(corner, lengthOf(way));
-        }
-    };
     for (const auto& [vertex, d] : starts) {
         improve(vertex, d);
     }
@@ -209,15 +184,17 @@ std::vector<double> Front::run(const std::vector<Start>& starts, double farthest
         if (step.distance > reached[at(v)]) {
             continue;
         }
+        const Point& here = mesh_.positions[at(v)];
         for (std::int32_t k = start_[at(v)]; k < start_[at(v) + 1]; ++k) {
-            const auto& [next, last] = sides_[at(k)];
-            if (next >= 0) {
-                reach(next, last, v);
-                reach(last, v, next);
-            } else {
-                reach(last, v, ~next);
-                reach(~next, last, v);
-            }
+            const auto& [next, last] = corners_[at(k)];
+            const Point toNext = mesh_.positions[at(next)] - here;
+            const Point toLast = mesh_.positions[at(last)] - here;
+            const double nextSquare = dot(toNext, toNext);
+            const double lastSquare = dot(toLast, toLast);
+            const double both = dot(toNext, toLast);
+            const Wedge wedge{both, nextSquare * lastSquare - both * both, step.distance};
+            improve(next, lengthOf(wedge, nextSquare, lastSquare, reached[at(last)], reached[at(next)]));
+            improve(last, lengthOf(wedge, lastSquare, nextSquare, reached[at(next)], reached[at(last)]));
         }
     }
     return reached;

@@ -23,9 +23,8 @@ public:
     std::vector<double> distancesFrom(const std::vector<std::int32_t>& vertices) const;
 
 private:
-    // The other two corners of a triangle around a vertex, in the triangle's sense: 0-based, but ~next where
-    // `last` stands before it in the triangle, since the front goes to that corner first then.
-    struct Side {
+    // The other two corners of a triangle around a vertex, 0-based, in the triangle's sense.
+    struct Corners {
         std::int32_t next, last;
     };
     struct Start {
@@ -36,8 +35,8 @@ private:
     std::vector<double> run(const std::vector<Start>& starts, double farthest) const;
 
     const TriangleMesh& mesh_;
-    std::vector<std::int32_t> start_; // per vertex, entries of `sides_` before its own, and one more
-    std::vector<Side> sides_;         // of the triangles around each vertex, in their order
+    std::vector<std::int32_t> start_; // per vertex, entries of `corners_` before its own, and one more
+    std::vector<Corners> corners_;    // of the triangles around each vertex, in their order
     double layer_ = 0.0;              // width of a layer of the queue, in the mesh's unit
 };
 
