@@ -93,10 +93,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             kind < 4 ? soupFromFile(endings[kind], data + head, size - head) : soupFromBytes(bytes);
         if (!allFinite(soup) || soup.polygons.empty())
             return 0;
-        const host::TriangleMesh mesh = host::manifoldOf(host::repairedMesh(soup, weld, untold), untold);
-        host::TriangleMesh piece = host::chosenPiece(mesh, nullptr, untold);
+        host::Sheet piece =
+            host::chosenPiece(host::sheetOf(host::repairedMesh(soup, weld, untold), untold), nullptr, untold);
         if (fillHoles)
-            piece = host::withoutHoles(std::move(piece), untold);
+            piece = {host::withoutHoles(std::move(piece.mesh), untold), {}};
         const host::Mould mould = host::mouldOf(std::move(piece));
         host::requireEdge(mould);
         drapeShortly(mould);

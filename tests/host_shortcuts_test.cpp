@@ -6,6 +6,8 @@
 #include "host/cloth/cell_cover.h"
 #include "host/mesh/counting_sort.h"
 #include "host/mesh/front.h"
+#include "host/mesh/pieces.h"
+#include "host/mesh/spatial_order.h"
 #include "host/mesh/turn.h"
 #include "host/search/ranking.h"
 
@@ -166,6 +168,41 @@ TEST(HostShortcuts, FrontGoesAsThePlainOne) {
             }
         }
     }
+}
+
+// Random triangles between a few points meet by threes, touch at vertices and wind round to their back.
+TEST(HostShortcuts, NeighboursHandedOnAreThoseOfTheMesh) {
+    std::mt19937 random(7);
+    std::size_t known = 0;
+    for (int round = 0; round < 3000; ++round) {
+        host::TriangleMesh mesh;
+        const std::uint32_t points = 4 + random() % 9;
+        for (std::uint32_t p = 0; p < points; ++p) {
+            const auto coordinate = [&] { return static_cast<double>(random() % 1000); };
+            const double x = coordinate(), y = coordinate(), z = coordinate();
+            mesh.positions.push_back({x, y, z});
+        }
+        std::set<std::set<std::int32_t>> taken;
+        for (std::uint32_t k = 0; k < 2 + random() % 7; ++k) {
+            const auto corner = [&] { return static_cast<std::int32_t>(random() % points); };
+            const std::int32_t a = corner(), b = corner(), c = corner();
+            if (a != b && b != c && c != a && taken.insert({a, b, c}).second) {
+                mesh.triangles.push_back({a, b, c});
+                mesh.sourceFaces.push_back(static_cast<std::int32_t>(mesh.triangles.size()));
+            }
+        }
+        host::Notes notes;
+        host::Sheet sheet = host::chosenPiece(host::sheetOf(mesh, notes), nullptr, notes);
+        if (round % 2 == 0) {
+            host::turnOver(sheet);
+        }
+        sheet = host::inSpatialOrder(sheet);
+        if (!sheet.neighbours.empty()) {
+            EXPECT_EQ(sheet.neighbours, host::topologyOf(sheet.mesh).neighbours) << round;
+            ++known;
+        }
+    }
+    EXPECT_GT(known, 300U);
 }
 
 // The distances of a base's ends add up to its length then but for rounding, whichever way that falls.

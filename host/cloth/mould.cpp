@@ -47,18 +47,24 @@ Facet facetOf(const Point& a, const Point& b, const Point& c) {
     const Point square = cross(b - a, c - a); // to the triangle, twice as long as its area
     Facet facet;
     facet.centroid = scale(a + (b + c), 1.0 / 3.0);
-    facet.normal = unit(square);
-    facet.area = 0.5 * length(square);
+    const double twice = length(square);
+    facet.normal = twice > 0.0 ? scale(square, 1.0 / twice) : square;
+    facet.area = 0.5 * twice;
     constexpr double rounding = 1e-13; // of coordinates far from the origin
-    facet.reach =
-        std::max({distance(facet.centroid, a), distance(facet.centroid, b), distance(facet.centroid, c)}) +
-        rounding * length(facet.centroid);
+    const auto farOff = [&](const Point& p) { return dot(facet.centroid - p, facet.centroid - p); };
+    facet.reach = std::sqrt(std::max({farOff(a), farOff(b), farOff(c)})) + rounding * length(facet.centroid);
     return facet;
 }
 
 Mould mouldOf(TriangleMesh mesh) {
+    return mouldOf(Sheet{std::move(mesh), {}});
+}
+
+Mould mouldOf(Sheet sheet) {
     Mould mould;
-    Neighbours neighbours = topologyOf(mesh).neighbours;
+    TriangleMesh& mesh = sheet.mesh;
+    Neighbours neighbours =
+        sheet.neighbours.empty() ? topologyOf(mesh).neighbours : std::move(sheet.neighbours);
     mould.loops = boundaryLoops(mesh, neighbours);
     mould.edges = edgesOf(mesh, std::move(neighbours));
     Fans fans = fansOf(mesh);

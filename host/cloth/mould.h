@@ -50,7 +50,8 @@ struct Mould {
 
 Facet facetOf(const Point& a, const Point& b, const Point& c);
 
-// `mesh` must be manifold and of one piece.
+// The mesh must be manifold and of one piece.
+Mould mouldOf(Sheet sheet);
 Mould mouldOf(TriangleMesh mesh);
 
 // Throws InputError (closed) if the mould has no boundary for cloth to end at.

@@ -87,11 +87,12 @@ SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, const std::v
         }
         return sum;
     };
+    const double enough = cellsOfRoom * std::sqrt(mould.area) / cellsAcross;
     double most = 0.0;
-    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+    for (std::size_t t = 0; t < mesh.triangles.size() && 0.5 * most < enough; ++t) {
         most = std::max(most, room(t, centreOf(mesh, t)));
     }
-    const double wanted = std::min(0.5 * most, cellsOfRoom * std::sqrt(mould.area) / cellsAcross);
+    const double wanted = std::min(0.5 * most, enough);
     if (mould.loops.empty() || room(nearest.triangle, nearest.position) >= wanted) {
         return nearest;
     }
@@ -127,20 +128,21 @@ Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, co
                         Notes& notes) {
     const std::optional<Point>& seed = wishes.seed;
     Notes untold;
-    TriangleMesh mesh = repairedMesh(soup, wishes.weld, notes);
-    mesh = manifoldOf(clippedBy(std::move(mesh), wishes.clips, notes), notes);
-    Surface surface;
-    surface.mesh = chosenPiece(mesh, seed ? &*seed : nullptr, notes);
+    TriangleMesh repaired = repairedMesh(soup, wishes.weld, notes);
+    Sheet sheet = chosenPiece(sheetOf(clippedBy(std::move(repaired), wishes.clips, notes), notes),
+                              seed ? &*seed : nullptr, notes);
     if (wishes.fillHoles) {
-        surface.mesh = withoutHoles(std::move(surface.mesh), notes);
+        sheet = {withoutHoles(std::move(sheet.mesh), notes), {}};
     }
     // Sides and numbers are settled before any point is looked for, so that a file's windings leave no trace.
-    const Point place = seed ? *seed : centroidOf(surface.mesh);
-    const std::size_t atSeed = wishes.side ? nearestSurfacePoint(surface.mesh, place).triangle : 0;
-    surface.side = turnToSide(surface.mesh, wishes.side, atSeed, notes);
+    Surface surface;
+    const Point place = seed ? *seed : centroidOf(sheet.mesh);
+    const std::size_t atSeed = wishes.side ? nearestSurfacePoint(sheet.mesh, place).triangle : 0;
+    surface.side = turnToSide(sheet, wishes.side, atSeed, notes);
     // Anew, for what clips, holes and cuts have added.
-    surface.mesh = inSpatialOrder(surface.mesh);
-    surface.mould = std::make_shared<const Mould>(mouldOf(surface.mesh));
+    sheet = inSpatialOrder(sheet);
+    surface.mesh = sheet.mesh;
+    surface.mould = std::make_shared<const Mould>(mouldOf(std::move(sheet)));
     if (!seed) {
         surface.toEdge = distancesToEdge(surface.mesh, *surface.mould);
     }

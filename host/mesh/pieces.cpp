@@ -3,7 +3,6 @@
 
 #include "host/mesh/surface_point.h"
 #include "host/mesh/text.h"
-#include "host/mesh/topology.h"
 
 #include <algorithm>
 
@@ -17,11 +16,13 @@ constexpr double equallyLarge = 1e-6; // share of the area
 
 } // namespace
 
-TriangleMesh chosenPiece(const TriangleMesh& mesh, const Point* near, Notes& notes) {
-    const std::vector<std::int32_t> piece = piecesOf(mesh);
+Sheet chosenPiece(Sheet sheet, const Point* near, Notes& notes) {
+    const TriangleMesh& mesh = sheet.mesh;
+    const Neighbours found = sheet.neighbours.empty() ? topologyOf(mesh).neighbours : Neighbours{};
+    const std::vector<std::int32_t> piece = piecesOf(sheet.neighbours.empty() ? found : sheet.neighbours);
     const std::int32_t pieces = piece.empty() ? 0 : *std::max_element(piece.begin(), piece.end()) + 1;
     if (pieces <= 1) {
-        return mesh;
+        return sheet;
     }
     std::int32_t chosen = 0;
     if (near != nullptr) {
@@ -45,7 +46,7 @@ TriangleMesh chosenPiece(const TriangleMesh& mesh, const Point* near, Notes& not
          "kept the piece " + std::string(near != nullptr ? "nearest to the seed" : "of the largest area") +
              " of " + std::to_string(pieces) + " pieces: " + std::to_string(kept.triangles.size()) + " of " +
              counted(mesh.triangles.size(), "triangle", "triangles"));
-    return kept;
+    return {std::move(kept), {}};
 }
 
 } // namespace drape::host

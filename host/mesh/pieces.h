@@ -2,11 +2,11 @@
 #pragma once
 
 #include "host/mesh/note.h"
-#include "host/mesh/triangle_mesh.h"
+#include "host/mesh/topology.h"
 
 namespace drape::host {
 
 // The piece of a mesh that lies nearest to a point, or with `near` null the largest piece by area.
-TriangleMesh chosenPiece(const TriangleMesh& mesh, const Point* near, Notes& notes);
+Sheet chosenPiece(Sheet sheet, const Point* near, Notes& notes);
 
 } // namespace drape::host

@@ -201,8 +201,8 @@ void dropDoubles(TriangleMesh& mesh, Notes& notes) {
         here.clear();
         for (const std::int32_t t : fans.around(v)) {
             Triangle key = mesh.triangles[at(t)];
-            std::sort(key.begin(), key.end());
-            if (at(key[0]) == v && drop[at(t)] == 0) {
+            if (at(*std::min_element(key.begin(), key.end())) == v && drop[at(t)] == 0) {
+                std::sort(key.begin(), key.end());
                 here.push_back({key, mesh.sourceFaces[at(t)], t});
             }
         }
@@ -233,6 +233,16 @@ std::size_t longestEdge(const TriangleMesh& mesh, std::size_t t) {
 }
 
 bool isFlat(const TriangleMesh& mesh, std::size_t t) {
+    // Most are far from it, which squares tell without a root.
+    constexpr double clear = 4.0 * flatShare;
+    const Point ab = mesh.corner(t, 1) - mesh.corner(t, 0);
+    const Point ac = mesh.corner(t, 2) - mesh.corner(t, 0);
+    const Point bc = mesh.corner(t, 2) - mesh.corner(t, 1);
+    const double longest = std::max({dot(ab, ab), dot(ac, ac), dot(bc, bc)});
+    const Point square = cross(ab, ac);
+    if (dot(square, square) > clear * clear * longest * longest) {
+        return false;
+    }
     const std::size_t k = longestEdge(mesh, t);
     const double edge = distance(mesh.corner(t, k), mesh.corner(t, (k + 1) % 3));
     return !(areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2)) > 0.5 * flatShare * edge * edge);

@@ -79,7 +79,8 @@ Facing namedFacing(const TriangleMesh& mesh, const Point& mean, const Point& wan
 
 } // namespace
 
-Side turnToSide(TriangleMesh& mesh, const std::optional<Point>& wanted, std::size_t atSeed, Notes& notes) {
+Side turnToSide(Sheet& sheet, const std::optional<Point>& wanted, std::size_t atSeed, Notes& notes) {
+    const TriangleMesh& mesh = sheet.mesh;
     const Point mean = meanNormal(mesh);
     const Facing facing = wanted ? namedFacing(mesh, mean, *wanted, atSeed) : usualFacing(mesh, mean);
     if (facing.side.rule == SideRule::asWound) {
@@ -88,9 +89,7 @@ Side turnToSide(TriangleMesh& mesh, const std::optional<Point>& wanted, std::siz
              "of "
              "its faces run anticlockwise");
     } else if (facing.share < 0.0) {
-        for (Triangle& t : mesh.triangles) {
-            std::swap(t[1], t[2]);
-        }
+        turnOver(sheet);
         tell(notes, NoteKind::turnedToSide,
              "the faces look the other way in the file; the cloth lies on the side " + textOf(facing.side));
     }

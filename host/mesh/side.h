@@ -3,7 +3,7 @@
 #pragma once
 
 #include "host/mesh/note.h"
-#include "host/mesh/triangle_mesh.h"
+#include "host/mesh/topology.h"
 
 #include <optional>
 #include <string>
@@ -25,7 +25,7 @@ struct Side {
 // Winds the triangles so that all normals point to the wanted side. Where `wanted` tells nothing of the
 // surface as a whole, as on a closed one, the triangle `atSeed` decides. The windings must agree with each
 // other. Throws InputError (noSuchSide) if `wanted` tells nothing there either.
-Side turnToSide(TriangleMesh& mesh, const std::optional<Point>& wanted, std::size_t atSeed, Notes& notes);
+Side turnToSide(Sheet& sheet, const std::optional<Point>& wanted, std::size_t atSeed, Notes& notes);
 
 // "towards +z", "outward", ...
 std::string textOf(const Side& side);

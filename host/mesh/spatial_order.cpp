@@ -17,7 +17,15 @@ using namespace vec;
 namespace {
 
 constexpr std::size_t facesPerCube = 64; // where a surface runs through one, roughly
-constexpr int mostHalvings = 10;         // of the largest cube along each axis
+constexpr int mostHalvings = 10;         // of the largest cube along each axis, as 32 bits hold three numbers
+
+// The bits of a number below 1024, two zeros after each.
+std::uint32_t everyThird(std::uint32_t number) {
+    number = (number | number << 16U) & 0x030000ffU;
+    number = (number | number << 8U) & 0x0300f00fU;
+    number = (number | number << 4U) & 0x030c30c3U;
+    return (number | number << 2U) & 0x09249249U;
+}
 
 struct Frame {
     Point origin{};
@@ -32,9 +40,7 @@ struct Frame {
             const double place = dot(p - origin, axes[k]) + 0.5 * cubes;
             const auto number =
                 place > 0.0 ? static_cast<std::uint32_t>(std::min(place, cubes - 1.0)) : std::uint32_t{0};
-            for (std::uint32_t bit = 0; bit < mostHalvings; ++bit) {
-                code |= (number >> bit & 1U) << (3 * bit + k);
-            }
+            code |= everyThird(number) << k;
         }
         return code;
     }
@@ -80,9 +86,12 @@ std::vector<std::int32_t> facesInOrder(const std::vector<Face>& faces, const std
             frame.origin + scale(sum, 1.0 / static_cast<double>(std::max<std::size_t>(faces[f].size(), 1)));
         keys.push_back({frame.cubeOf(centre), static_cast<std::int32_t>(f), frame.along(centre)});
     }
-    std::sort(keys.begin(), keys.end(), [](const Key& x, const Key& y) {
+    const auto earlier = [](const Key& x, const Key& y) {
         return x.cube != y.cube ? x.cube < y.cube : x.along != y.along ? x.along < y.along : x.face < y.face;
-    });
+    };
+    if (!std::is_sorted(keys.begin(), keys.end(), earlier)) {
+        std::sort(keys.begin(), keys.end(), earlier);
+    }
     std::vector<std::int32_t> order(keys.size());
     std::transform(keys.begin(), keys.end(), order.begin(), [](const Key& key) { return key.face; });
     return order;
@@ -145,23 +154,39 @@ SpatialOrder spatialOrderOf(const PolygonSoup& soup) {
     return order;
 }
 
-TriangleMesh inSpatialOrder(const TriangleMesh& mesh) {
+Sheet inSpatialOrder(const Sheet& sheet) {
+    const TriangleMesh& mesh = sheet.mesh;
     const Frame frame = frameFor(boxOf(mesh.positions), mesh.triangles.size());
-    TriangleMesh ordered;
-    ordered.triangles.reserve(mesh.triangles.size());
-    ordered.sourceFaces.reserve(mesh.triangles.size());
+    const std::vector<std::int32_t> order = facesInOrder(mesh.triangles, mesh.positions, frame);
+    std::vector<std::int32_t> placeOf(order.size());
+    for (std::size_t t = 0; t < order.size(); ++t) {
+        placeOf[at(order[t])] = static_cast<std::int32_t>(t);
+    }
+    Sheet ordered;
+    ordered.mesh.triangles.reserve(order.size());
+    ordered.mesh.sourceFaces.reserve(order.size());
+    ordered.neighbours.reserve(sheet.neighbours.size());
     Numbers numbers(mesh.positions, frame);
-    for (const std::int32_t t : facesInOrder(mesh.triangles, mesh.positions, frame)) {
+    for (const std::int32_t t : order) {
         Triangle corners = mesh.triangles[at(t)];
         numbers.take(corners);
         for (std::int32_t& v : corners) {
             v = numbers.number[at(v)];
         }
-        std::rotate(corners.begin(), std::min_element(corners.begin(), corners.end()), corners.end());
-        ordered.triangles.push_back(corners);
-        ordered.sourceFaces.push_back(mesh.sourceFaces[at(t)]);
+        const auto lowest = std::min_element(corners.begin(), corners.end()) - corners.begin();
+        std::rotate(corners.begin(), corners.begin() + lowest, corners.end());
+        ordered.mesh.triangles.push_back(corners);
+        ordered.mesh.sourceFaces.push_back(mesh.sourceFaces[at(t)]);
+        if (!sheet.neighbours.empty()) {
+            auto beyond = sheet.neighbours[at(t)];
+            std::rotate(beyond.begin(), beyond.begin() + lowest, beyond.end());
+            for (std::int32_t& other : beyond) {
+                other = other == noTriangle ? noTriangle : placeOf[at(other)];
+            }
+            ordered.neighbours.push_back(beyond);
+        }
     }
-    ordered.positions = std::move(numbers.kept);
+    ordered.mesh.positions = std::move(numbers.kept);
     return ordered;
 }
 

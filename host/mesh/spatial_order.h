@@ -2,7 +2,7 @@
 // surface has to come with the same numbers whatever order and winding its file has, and in whatever unit.
 #pragma once
 
-#include "host/mesh/triangle_mesh.h"
+#include "host/mesh/topology.h"
 
 namespace drape::host {
 
@@ -16,6 +16,6 @@ struct SpatialOrder {
 SpatialOrder spatialOrderOf(const PolygonSoup& soup);
 
 // The same for triangles, each of which begins at its lowest vertex then; windings stay.
-TriangleMesh inSpatialOrder(const TriangleMesh& mesh);
+Sheet inSpatialOrder(const Sheet& sheet);
 
 } // namespace drape::host

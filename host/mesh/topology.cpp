@@ -13,37 +13,46 @@ namespace drape::host {
 using namespace vec;
 namespace {
 
+// A triangle's edge, told by its vertex with the higher number.
 struct EdgeUse {
-    std::int32_t low, high, triangle;
-    std::int32_t edge;
+    std::int32_t high, triangle, edge;
 };
 
-// By their low vertices, then their high ones, then their triangles. The low ones are counted, since nothing
-// is left to sort then but the few edges of each vertex, which stand in the order of their triangles already.
-std::vector<EdgeUse> sortedEdges(const TriangleMesh& mesh) {
+// All edges by their low vertices, those of vertex v from entry `start[v]` on, and of these by their high
+// ones, then their triangles.
+struct SortedEdges {
+    std::vector<std::size_t> start;
+    std::vector<EdgeUse> uses;
+};
+
+// The low ones are counted, since nothing is left to sort then but the few edges of each vertex, which stand
+// in the order of their triangles already.
+SortedEdges sortedEdges(const TriangleMesh& mesh) {
     constexpr std::ptrdiff_t few = 24;
-    std::vector<std::size_t> next(mesh.positions.size() + 1, 0);
+    SortedEdges edges;
+    auto& [start, uses] = edges;
+    start.assign(mesh.positions.size() + 1, 0);
     for (const auto& [a, b, c] : mesh.triangles) {
-        ++next[at(std::min(a, b)) + 1];
-        ++next[at(std::min(b, c)) + 1];
-        ++next[at(std::min(c, a)) + 1];
+        ++start[at(std::min(a, b))];
+        ++start[at(std::min(b, c))];
+        ++start[at(std::min(c, a))];
     }
-    std::partial_sum(next.begin(), next.end(), next.begin());
-    std::vector<EdgeUse> uses(3 * mesh.triangles.size());
-    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+    std::partial_sum(start.begin(), start.end(), start.begin());
+    uses.resize(3 * mesh.triangles.size());
+    for (std::size_t t = mesh.triangles.size(); t-- > 0;) {
         const auto put = [&](std::int32_t from, std::int32_t to, std::int32_t edge) {
             const auto [low, high] = std::minmax(from, to);
-            uses[next[at(low)]++] = {low, high, static_cast<std::int32_t>(t), edge};
+            uses[--start[at(low)]] = {high, static_cast<std::int32_t>(t), edge};
         };
         const auto& [a, b, c] = mesh.triangles[t];
-        put(a, b, 0);
-        put(b, c, 1);
         put(c, a, 2);
+        put(b, c, 1);
+        put(a, b, 0);
     }
     const auto higher = [](const EdgeUse& x, const EdgeUse& y) { return x.high < y.high; };
-    auto first = uses.begin();
-    for (std::size_t v = 0; v + 1 < next.size(); ++v) {
-        const auto last = uses.begin() + static_cast<std::ptrdiff_t>(next[v]);
+    for (std::size_t v = 0; v + 1 < start.size(); ++v) {
+        const auto first = uses.begin() + static_cast<std::ptrdiff_t>(start[v]);
+        const auto last = uses.begin() + static_cast<std::ptrdiff_t>(start[v + 1]);
         if (last - first > few) {
             std::stable_sort(first, last, higher);
         } else {
@@ -51,9 +60,8 @@ std::vector<EdgeUse> sortedEdges(const TriangleMesh& mesh) {
                 std::rotate(std::upper_bound(first, use, *use, higher), use, use + 1);
             }
         }
-        first = last;
     }
-    return uses;
+    return edges;
 }
 
 void join(Neighbours& neighbours, const EdgeUse& x, const EdgeUse& y) {
@@ -62,21 +70,22 @@ void join(Neighbours& neighbours, const EdgeUse& x, const EdgeUse& y) {
 }
 
 // Direction in which a triangle leaves its edge, square to the edge.
-Point wing(const TriangleMesh& mesh, const EdgeUse& use) {
-    const Point& from = mesh.positions[at(use.low)];
+Point wing(const TriangleMesh& mesh, std::size_t low, const EdgeUse& use) {
+    const Point& from = mesh.positions[low];
     const Point along = unit(mesh.positions[at(use.high)] - from);
     const Point out = mesh.corner(at(use.triangle), at((use.edge + 2) % 3)) - from;
     return unit(out - dot(out, along) * along);
 }
 
-void joinSmoothest(const TriangleMesh& mesh, std::vector<EdgeUse> uses, Neighbours& neighbours) {
+void joinSmoothest(const TriangleMesh& mesh, std::size_t low, std::vector<EdgeUse> uses,
+                   Neighbours& neighbours) {
     while (uses.size() > 1) {
         std::size_t bestX = 0;
         std::size_t bestY = 1;
         double best = 2.0;
         for (std::size_t x = 0; x < uses.size(); ++x) {
             for (std::size_t y = x + 1; y < uses.size(); ++y) {
-                const double cosine = dot(wing(mesh, uses[x]), wing(mesh, uses[y]));
+                const double cosine = dot(wing(mesh, low, uses[x]), wing(mesh, low, uses[y]));
                 if (cosine < best) {
                     best = cosine;
                     bestX = x;
@@ -115,8 +124,24 @@ struct Turning {
     std::size_t cut = 0;
 };
 
+bool allWindingsAgree(const TriangleMesh& mesh, const Neighbours& neighbours) {
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        for (std::size_t k = 0; k < 3; ++k) {
+            const std::int32_t u = neighbours[t][k];
+            if (u > static_cast<std::int32_t>(t) &&
+                !windingsAgree(mesh.triangles[t], k, mesh.triangles[at(u)])) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 Turning makeWindingsAgree(TriangleMesh& mesh, Neighbours& neighbours) {
     Turning result;
+    if (allWindingsAgree(mesh, neighbours)) {
+        return result;
+    }
     std::vector<char> seen(mesh.triangles.size(), 0);
     std::vector<char> turned(mesh.triangles.size(), 0);
     for (std::size_t first = 0; first < mesh.triangles.size(); ++first) {
@@ -159,51 +184,53 @@ Turning makeWindingsAgree(TriangleMesh& mesh, Neighbours& neighbours) {
     return result;
 }
 
-// Root of a corner's class; corners of one vertex are joined across the edges that their triangles share.
-std::size_t rootOf(std::vector<std::size_t>& parent, std::size_t corner) {
-    while (parent[corner] != corner) {
-        parent[corner] = parent[parent[corner]];
-        corner = parent[corner];
-    }
-    return corner;
-}
-
 std::size_t cornerAt(const Triangle& t, std::int32_t vertex) {
     return t[0] == vertex ? 0 : t[1] == vertex ? 1 : 2;
 }
 
-// Gives each fan of triangles a vertex of its own. Returns how many vertices were added.
-std::size_t splitFans(TriangleMesh& mesh, const Neighbours& neighbours) {
-    std::vector<std::size_t> parent(3 * mesh.triangles.size());
-    std::iota(parent.begin(), parent.end(), std::size_t{0});
-    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
-        for (std::size_t k = 0; k < 3; ++k) {
-            if (neighbours[t][k] == noTriangle) {
-                continue;
+// Goes round the vertex at a corner one way until the fan closes or ends, then the other way, and gives the
+// fan's corners the vertex `own`. The windings must agree. Corners are counted over all triangles.
+void markFan(TriangleMesh& mesh, const Neighbours& neighbours, std::size_t corner, std::int32_t own,
+             std::vector<char>& seen) {
+    const std::int32_t vertex = mesh.triangles[corner / 3][corner % 3];
+    const auto mark = [&](std::size_t t, std::size_t k) {
+        seen[3 * t + k] = 1;
+        mesh.triangles[t][k] = own;
+    };
+    mark(corner / 3, corner % 3);
+    for (const std::size_t side :
+         {std::size_t{0}, std::size_t{2}}) { // that leaves the vertex, that comes to it
+        std::size_t t = corner / 3;
+        std::size_t k = corner % 3;
+        while (neighbours[t][(k + side) % 3] != noTriangle) {
+            t = at(neighbours[t][(k + side) % 3]);
+            if (t == corner / 3) {
+                return;
             }
-            const std::size_t u = at(neighbours[t][k]);
-            for (const std::size_t end : {k, (k + 1) % 3}) {
-                const std::size_t other = cornerAt(mesh.triangles[u], mesh.triangles[t][end]);
-                const std::size_t x = rootOf(parent, 3 * t + end);
-                const std::size_t y = rootOf(parent, 3 * u + other);
-                parent[std::max(x, y)] = std::min(x, y);
-            }
+            k = cornerAt(mesh.triangles[t], vertex);
+            mark(t, k);
         }
     }
+}
+
+// Gives each fan of triangles a vertex of its own, the first one at a vertex the old one. Returns how many
+// vertices were added.
+std::size_t splitFans(TriangleMesh& mesh, const Neighbours& neighbours) {
     const std::size_t before = mesh.positions.size();
     std::vector<char> taken(before, 0);
-    std::vector<std::int32_t> vertexOf(parent.size(), -1);
-    for (std::size_t c = 0; c < parent.size(); ++c) {
-        const std::size_t root = rootOf(parent, c);
-        std::int32_t& vertex = mesh.triangles[c / 3][c % 3];
-        if (root == c && taken[at(vertex)] == 0) {
-            taken[at(vertex)] = 1;
-            vertexOf[c] = vertex;
-        } else if (root == c) {
-            vertexOf[c] = static_cast<std::int32_t>(mesh.positions.size());
+    std::vector<char> seen(3 * mesh.triangles.size(), 0);
+    for (std::size_t c = 0; c < seen.size(); ++c) {
+        if (seen[c] != 0) {
+            continue;
+        }
+        const std::int32_t vertex = mesh.triangles[c / 3][c % 3];
+        std::int32_t own = vertex;
+        if (taken[at(vertex)] != 0) {
+            own = static_cast<std::int32_t>(mesh.positions.size());
             mesh.positions.push_back(Point(mesh.positions[at(vertex)]));
         }
-        vertex = vertexOf[root];
+        taken[at(vertex)] = 1;
+        markFan(mesh, neighbours, c, own, seen);
     }
     return mesh.positions.size() - before;
 }
@@ -224,25 +251,28 @@ std::size_t edgeBetween(const Triangle& t, std::int32_t a, std::int32_t b) {
 Topology topologyOf(const TriangleMesh& mesh) {
     Topology topology;
     topology.neighbours.assign(mesh.triangles.size(), {noTriangle, noTriangle, noTriangle});
-    const std::vector<EdgeUse> uses = sortedEdges(mesh);
-    for (std::size_t i = 0; i < uses.size();) {
-        std::size_t end = i + 1;
-        while (end < uses.size() && uses[end].low == uses[i].low && uses[end].high == uses[i].high) {
-            ++end;
+    const auto& [start, uses] = sortedEdges(mesh);
+    for (std::size_t low = 0; low + 1 < start.size(); ++low) {
+        for (std::size_t i = start[low]; i < start[low + 1];) {
+            std::size_t end = i + 1;
+            while (end < start[low + 1] && uses[end].high == uses[i].high) {
+                ++end;
+            }
+            if (end - i == 2) {
+                join(topology.neighbours, uses[i], uses[i + 1]);
+            } else if (end - i > 2) {
+                ++topology.crowdedEdges;
+                const auto from = uses.begin() + static_cast<std::ptrdiff_t>(i);
+                joinSmoothest(mesh, low, {from, from + static_cast<std::ptrdiff_t>(end - i)},
+                              topology.neighbours);
+            }
+            i = end;
         }
-        if (end - i == 2) {
-            join(topology.neighbours, uses[i], uses[i + 1]);
-        } else if (end - i > 2) {
-            ++topology.crowdedEdges;
-            const auto from = uses.begin() + static_cast<std::ptrdiff_t>(i);
-            joinSmoothest(mesh, {from, from + static_cast<std::ptrdiff_t>(end - i)}, topology.neighbours);
-        }
-        i = end;
     }
     return topology;
 }
 
-TriangleMesh manifoldOf(TriangleMesh mesh, Notes& notes) {
+Sheet sheetOf(TriangleMesh mesh, Notes& notes) {
     Topology topology = topologyOf(mesh);
     if (topology.crowdedEdges > 0) {
         tell(notes, NoteKind::crowdedEdges,
@@ -267,12 +297,29 @@ TriangleMesh manifoldOf(TriangleMesh mesh, Notes& notes) {
              "split the surface at " + counted(split, "vertex", "vertices") +
                  " where it only touched itself");
     }
-    return mesh;
+    // Where more than two triangles meet still, or a cut lies between whole fans, who is whose neighbour
+    // hangs on the triangles' order.
+    if (topology.crowdedEdges > 0 || turning.cut > 0) {
+        topology.neighbours.clear();
+    }
+    return {std::move(mesh), std::move(topology.neighbours)};
 }
 
-std::vector<std::int32_t> piecesOf(const TriangleMesh& mesh) {
-    const Neighbours neighbours = topologyOf(mesh).neighbours;
-    std::vector<std::int32_t> piece(mesh.triangles.size(), -1);
+TriangleMesh manifoldOf(TriangleMesh mesh, Notes& notes) {
+    return sheetOf(std::move(mesh), notes).mesh;
+}
+
+void turnOver(Sheet& sheet) {
+    for (Triangle& t : sheet.mesh.triangles) {
+        std::swap(t[1], t[2]);
+    }
+    for (auto& beyond : sheet.neighbours) {
+        std::swap(beyond[0], beyond[2]);
+    }
+}
+
+std::vector<std::int32_t> piecesOf(const Neighbours& neighbours) {
+    std::vector<std::int32_t> piece(neighbours.size(), -1);
     std::vector<std::size_t> open;
     std::int32_t count = 0;
     for (std::size_t first = 0; first < piece.size(); ++first) {

@@ -23,12 +23,23 @@ Topology topologyOf(const TriangleMesh& mesh);
 // Edge of triangle `t` that joins the vertices `a` and `b`, in either sense; 3 if there is none.
 std::size_t edgeBetween(const Triangle& t, std::int32_t a, std::int32_t b);
 
+// A manifold mesh on its way through the steps of its preparation, with what is known of its neighbours, so
+// that steps which only choose, turn or number triangles don't have to find them again.
+struct Sheet {
+    TriangleMesh mesh;
+    Neighbours neighbours; // those of `topologyOf(mesh)`, or none if that has to be asked
+};
+
 // Turns triangles so that neighbours agree, with the sense that most of a piece had; splits vertices at which
 // the surface only touches itself. Afterwards every vertex has one fan, every edge one or two triangles.
+Sheet sheetOf(TriangleMesh mesh, Notes& notes);
 TriangleMesh manifoldOf(TriangleMesh mesh, Notes& notes);
 
+// Winds all triangles the other way round.
+void turnOver(Sheet& sheet);
+
 // Piece of each triangle, pieces numbered from 0 in order of their first triangle.
-std::vector<std::int32_t> piecesOf(const TriangleMesh& mesh);
+std::vector<std::int32_t> piecesOf(const Neighbours& neighbours);
 
 // The triangles with a set mark, and the vertices that they use, in their old order.
 TriangleMesh keptPart(const TriangleMesh& mesh, const std::vector<char>& keep);

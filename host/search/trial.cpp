@@ -54,7 +54,7 @@ struct Runner {
 
     Trial runWithin(const SurfacePoint& seed, const std::vector<double>& distances, double radius,
                     Notes& notes) const {
-        TriangleMesh patch = manifoldOf(patchWithin(surface.mesh, seed, distances, radius), notes);
+        Sheet patch = sheetOf(patchWithin(surface.mesh, seed, distances, radius), notes);
         Trial trial = run(std::make_shared<const Mould>(mouldOf(std::move(patch))), seed.position, notes);
         trial.within = radius;
         return trial;
