@@ -176,14 +176,14 @@ TEST(HostShortcuts, NeighboursHandedOnAreThoseOfTheMesh) {
     std::size_t known = 0;
     for (int round = 0; round < 3000; ++round) {
         host::TriangleMesh mesh;
-        const std::uint32_t points = 4 + random() % 9;
-        for (std::uint32_t p = 0; p < points; ++p) {
+        const std::size_t points = 4 + random() % 9;
+        for (std::size_t p = 0; p < points; ++p) {
             const auto coordinate = [&] { return static_cast<double>(random() % 1000); };
             const double x = coordinate(), y = coordinate(), z = coordinate();
             mesh.positions.push_back({x, y, z});
         }
         std::set<std::set<std::int32_t>> taken;
-        for (std::uint32_t k = 0; k < 2 + random() % 7; ++k) {
+        for (std::size_t k = 0, count = 2 + random() % 7; k < count; ++k) {
             const auto corner = [&] { return static_cast<std::int32_t>(random() % points); };
             const std::int32_t a = corner(), b = corner(), c = corner();
             if (a != b && b != c && c != a && taken.insert({a, b, c}).second) {

@@ -32,7 +32,8 @@ struct CurveResult {
     std::vector<CurveStretch> stretches; // in the order of the curve
 };
 
-double lengthOnMould(const CurveResult& curve); // along the cloth as it lies there
+// Sums over the stretches, in the mould's unit: along the cloth as it lies there, and flat.
+double lengthOnMould(const CurveResult& curve);
 double lengthOnPattern(const CurveResult& curve);
 
 // The cloth ends where the net pattern of `measures` does. Without directions of its own the curve is

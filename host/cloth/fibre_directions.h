@@ -6,6 +6,7 @@
 
 namespace drape::host {
 
+// `node` is 0-based, `along` and `across` run from 0 to 1.
 Point warpAtNode(const Grid& grid, std::int32_t node);
 Point weftAtNode(const Grid& grid, std::int32_t node);
 

@@ -17,9 +17,9 @@ struct Grid {
     std::int32_t count = 0;
     std::int32_t status = 0; // the library's code for the run
     std::vector<std::int32_t> link1, link2, link3, link4, i, j, nodeStatus, triangle;
-    std::vector<double> position; // 3 per node
-    std::vector<double> flat;     // 2 per node
-    std::vector<double> normal;   // 3 per node
+    std::vector<double> position; // 3 per node, in the mould's unit
+    std::vector<double> flat;     // 2 per node: along warp and weft from the seed, in the mould's unit
+    std::vector<double> normal;   // 3 per node, unit vector of the surface there
 };
 
 // A complete cell: corners c, link1[c], link4[link1[c]], link4[c] going round, 0-based nodes.

@@ -15,7 +15,7 @@ struct Ground {
     std::vector<Point> normals;          // per vertex, unit vector
     std::vector<double> areas;           // per vertex, a third of the triangles around it
     std::vector<char> nearRim;           // per vertex, whether the surface ends less than a cell away
-    double area = 0.0;
+    double area = 0.0;                   // of all, in the mesh's unit squared
 
     std::size_t vertexCount() const { return normals.size(); }
     std::span<const std::int32_t> around(std::int32_t vertex) const {

@@ -18,7 +18,7 @@ struct Measures {
     double largestTurn = 0.0;        // degrees, of a yarn within the cloth between neighbouring cells
     Point largestTurnAt{};           // where that is
     std::size_t cellsOnSurface = 0;
-    double mouldArea = 0.0;
+    double mouldArea = 0.0;    // in its unit squared
     double coveredShare = 0.0; // 0 to 1, of the mould's area under the cloth
     double doubledShare = 0.0; // area of cloth that lies over other cloth, against the mould's area
 };

@@ -39,8 +39,8 @@ struct Mould {
     std::vector<Loop> loops;        // the one walked first; none on a closed surface, which can't be draped
     std::vector<Facet> facets;      // per triangle
     std::vector<FacetGroup> groups; // of these
-    MouldEdges edges;
-    double area = 0.0; // in the mesh's unit squared
+    MouldEdges edges;               // who lies beside whom, and the edges at which the mould ends
+    double area = 0.0;              // in the mesh's unit squared
 
     std::size_t triangleCount() const { return facets.size(); }
     const Point& corner(std::size_t triangle, std::size_t k) const {
@@ -48,6 +48,7 @@ struct Mould {
     }
 };
 
+// Of the triangle with these corners, in the sense in which they are named.
 Facet facetOf(const Point& a, const Point& b, const Point& c);
 
 // The mesh must be manifold and of one piece.

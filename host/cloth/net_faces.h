@@ -35,7 +35,7 @@ Point mixedIn(const std::array<Point, 4>& corners, const FlatPoint& place);
 // A face cut up into triangles, in u and v, anticlockwise; a whole cell along its shorter diagonal.
 std::vector<std::array<FlatPoint, 3>> trianglesOf(const Grid& grid, const Cell& cell, const NetFace& face);
 
-// In space.
+// In space, in the mould's unit squared.
 double areaOf(const Grid& grid, const Cell& cell, const NetFace& face);
 
 // A stretch of a yarn, which lies along a line of the grid.

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <map>
 
@@ -328,21 +329,29 @@ public:
 
     // The same, but only until it has come to each of `wanted` that it can come to, straight at them.
     void reachOn(const std::vector<std::int32_t>& wanted) {
-        std::vector<std::int32_t> open = found_;
+        using Open =
+            std::pair<double, std::int32_t>; // the square of its distance from the wanted one, a triangle
+        std::vector<Open> open;
+        for (const std::int32_t triangle : found_) {
+            open.emplace_back(0.0, triangle);
+        }
         for (const std::int32_t triangle : wanted) {
-            const auto nearestLast = [&](std::int32_t a, std::int32_t b) {
-                return squareBetween(a, triangle) > squareBetween(b, triangle);
-            };
-            std::make_heap(open.begin(), open.end(), nearestLast);
+            if (has(triangle)) {
+                continue;
+            }
+            for (auto& [square, here] : open) {
+                square = squareBetween(here, triangle);
+            }
+            std::make_heap(open.begin(), open.end(), std::greater<>());
             while (!open.empty() && !has(triangle)) {
-                std::pop_heap(open.begin(), open.end(), nearestLast);
-                const std::int32_t here = open.back();
+                std::pop_heap(open.begin(), open.end(), std::greater<>());
+                const std::int32_t here = open.back().second;
                 open.pop_back();
                 std::size_t known = found_.size();
                 step(here, [&](const Segment& s) { return isUnder(s); });
                 for (; known < found_.size(); ++known) {
-                    open.push_back(found_[known]);
-                    std::push_heap(open.begin(), open.end(), nearestLast);
+                    open.emplace_back(squareBetween(found_[known], triangle), found_[known]);
+                    std::push_heap(open.begin(), open.end(), std::greater<>());
                 }
             }
         }

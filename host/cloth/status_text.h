@@ -29,6 +29,7 @@ struct StatusText {
     Remedy remedy = Remedy::none;
 };
 
+// Of any number; one that the library doesn't give is called unknown.
 StatusText textOfStatus(std::int32_t status);
 
 // An operation of the library that ended with a code and left nothing that could be used.

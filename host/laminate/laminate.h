@@ -83,6 +83,8 @@ struct CoreSample {
     double thickness = 0.0;
 };
 
+// At the point of the bare mould nearest to `place`; only plies that have cloth there are listed. `element`
+// is -1 on a hole that was filled.
 CoreSample coreAt(const Laminate& laminate, const Point& place);
 
 } // namespace drape::host

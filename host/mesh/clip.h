@@ -6,9 +6,12 @@
 namespace drape::host {
 
 struct Plane {
-    Point point;
-    Point normal;
+    Point point;  // any on it, in the mesh's unit
+    Point normal; // of any length above 0
 };
+
+// Triangles that the plane crosses are cut, and what is left of them keeps their source face. Empty if
+// nothing lies on that side.
 
 TriangleMesh clipped(const TriangleMesh& mesh, const Plane& plane);
 

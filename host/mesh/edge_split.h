@@ -28,7 +28,7 @@ using EdgeRule = std::function<std::optional<double>(std::int32_t low, std::int3
 // a triangle get a vertex its corners are cut off.
 SplitMesh splitEdges(const TriangleMesh& mesh, const EdgeRule& where);
 
-// The same surface with no edge longer than `longest`.
+// The same surface with no edge longer than `longest`, in the mesh's unit.
 TriangleMesh refined(TriangleMesh mesh, double longest);
 
 } // namespace drape::host

@@ -17,6 +17,7 @@ struct Fans {
     }
 };
 
+// Of any mesh; a vertex that no triangle has gets none.
 Fans fansOf(const TriangleMesh& mesh);
 
 } // namespace drape::host

@@ -10,6 +10,7 @@ class SurfaceTree {
 public:
     explicit SurfaceTree(const TriangleMesh& mesh); // `mesh` must outlive the tree
 
+    // Of triangles that are equally near, any.
     SurfacePoint nearest(const Point& point) const;
 
 private:

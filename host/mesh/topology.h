@@ -14,10 +14,11 @@ constexpr std::int32_t noTriangle = -1;
 using Neighbours = std::vector<std::array<std::int32_t, 3>>;
 
 struct Topology {
-    Neighbours neighbours;
+    Neighbours neighbours;        // 0-based
     std::size_t crowdedEdges = 0; // edges of more than two triangles
 };
 
+// Of any mesh whose triangles have three different corners each, whatever their windings.
 Topology topologyOf(const TriangleMesh& mesh);
 
 // Edge of triangle `t` that joins the vertices `a` and `b`, in either sense; 3 if there is none.
@@ -38,10 +39,11 @@ TriangleMesh manifoldOf(TriangleMesh mesh, Notes& notes);
 // Winds all triangles the other way round.
 void turnOver(Sheet& sheet);
 
-// Piece of each triangle, pieces numbered from 0 in order of their first triangle.
+// Piece of each triangle, as far as neighbours hang together, pieces numbered from 0 in order of their first
+// triangle.
 std::vector<std::int32_t> piecesOf(const Neighbours& neighbours);
 
-// The triangles with a set mark, and the vertices that they use, in their old order.
+// The triangles with a set mark, one mark per triangle, and the vertices that they use, in their old order.
 TriangleMesh keptPart(const TriangleMesh& mesh, const std::vector<char>& keep);
 
 } // namespace drape::host

@@ -19,11 +19,11 @@ struct SweepResult {
     std::int64_t cells = 0; // on the surface
     double meanShear = 0.0; // degrees, as the largest
     double largestShear = 0.0;
-    double shareBeyondLocking = 0.0;
+    double shareBeyondLocking = 0.0; // 0 to 1, as the shares below, see Measures
     double coveredShare = 0.0;
     double doubledShare = 0.0;
-    double netArea = 0.0; // of the net pattern, in the mould's unit squared
-    double netWidth = 0.0;
+    double netArea = 0.0;  // of the net pattern, in the mould's unit squared
+    double netWidth = 0.0; // along the warp, in the mould's unit, as the height along the weft
     double netHeight = 0.0;
     double within = -1.0; // radius of the patch, below 0 for the whole surface
 };
