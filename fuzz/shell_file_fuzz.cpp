@@ -16,8 +16,6 @@ namespace {
 
 namespace host = drape::host;
 
-constexpr const char* endings[] = {".inp", ".bdf", ".msh", ".vtu", ".vtk", ".csv", ".json"};
-
 void require(bool holds) {
     if (!holds)
         std::abort();
@@ -55,42 +53,48 @@ void checkPlies(std::vector<host::PlyWish> plies) {
     require(host::layingOrder(plies).size() == plies.size());
 }
 
+template <auto read>
+void shells(const std::string& path) {
+    checkShell(read(path));
+}
+
+void plies(const std::string& path) {
+    checkPlies(tool::readLayup(path));
+}
+
+struct Format {
+    const char* ending;
+    void (*check)(const std::string& path);
+};
+
+constexpr Format formats[] = {{".inp", shells<tool::readInpMesh>},
+                              {".bdf", shells<tool::readNastranMesh>},
+                              {".msh", shells<tool::readGmshMesh>},
+                              {".vtu", shells<tool::readVtuMesh>},
+                              {".vtk", shells<tool::readVtkMesh>},
+                              {".csv", plies},
+                              {".json", plies}};
+constexpr std::size_t decks = 2; // the first formats, which can include files
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0)
         return 0;
-    const std::size_t kind = data[0] % std::size(endings);
+    const std::size_t kind = data[0] % std::size(formats);
     std::string text(reinterpret_cast<const char*>(data + 1), size - 1);
     std::string upper = text;
     std::transform(upper.begin(), upper.end(), upper.begin(),
                    [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
     // A deck may include any file of the machine, such as one that never ends; the program's child is stopped
     // there by its time limit.
-    if (kind < 2 && (upper.find("INPUT") != std::string::npos || upper.find("INCLUDE") != std::string::npos))
+    if (kind < decks &&
+        (upper.find("INPUT") != std::string::npos || upper.find("INCLUDE") != std::string::npos))
         return 0;
-    const std::string path = "/tmp/drape_shell_fuzz_" + std::to_string(getpid()) + endings[kind];
+    const std::string path = "/tmp/drape_shell_fuzz_" + std::to_string(getpid()) + formats[kind].ending;
     std::ofstream(path, std::ios::binary).write(text.data(), static_cast<std::streamsize>(text.size()));
     try {
-        switch (kind) {
-        case 0:
-            checkShell(tool::readInpMesh(path));
-            break;
-        case 1:
-            checkShell(tool::readNastranMesh(path));
-            break;
-        case 2:
-            checkShell(tool::readGmshMesh(path));
-            break;
-        case 3:
-            checkShell(tool::readVtuMesh(path));
-            break;
-        case 4:
-            checkShell(tool::readVtkMesh(path));
-            break;
-        default:
-            checkPlies(tool::readLayup(path));
-        }
+        formats[kind].check(path);
     } catch (const std::exception&) {
         // Refused in words.
     }

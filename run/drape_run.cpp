@@ -148,14 +148,7 @@ extern "C" int32_t gzprp2(const double* seedPoint, const double* seedDirA, const
                           const int32_t* vertBoundary, int32_t* nodeCount, const double* tolerance,
                           const int32_t* pivotByGridLine, int32_t* status) {
     *status = DRAPE_OK;
-    SurfaceMesh mesh;
-    mesh.triCount = *triCount;
-    mesh.vertCount = *vertCount;
-    mesh.vertTriCount = *vertTriCount;
-    mesh.vertTriStart = vertTriStart;
-    mesh.vertTriList = vertTriList;
-    mesh.triVerts = triVerts;
-    mesh.vertPos = vertPos;
+    SurfaceMesh mesh{*triCount, *vertCount, *vertTriCount, vertTriStart, vertTriList, triVerts, vertPos};
     *status = checkRunInput(seedPoint, seedDirA, seedDirB, *stepA, *stepB, *tolerance, *nodeCapacity, mesh);
     if (*status != DRAPE_OK) {
         *nodeCount = 0;

@@ -188,12 +188,8 @@ extern "C" int32_t gzprel(const int32_t* vertBoundary, const void*, const int32_
                           const int32_t* vertTriList, const int32_t* triVerts, const double* vertPos,
                           int32_t* boundaryCount, int32_t* boundaryEdges, double* boundaryNormals,
                           int32_t* status) {
-    SurfaceMesh mesh;
-    mesh.vertCount = *vertCount;
-    mesh.vertTriCount = *vertTriCount;
-    mesh.vertTriStart = vertTriStart;
-    mesh.vertTriList = vertTriList;
-    mesh.triVerts = triVerts;
-    mesh.vertPos = vertPos;
+    const std::int32_t noTriCount = 0; // the walk needs none
+    const SurfaceMesh mesh{noTriCount,  *vertCount, *vertTriCount, vertTriStart,
+                           vertTriList, triVerts,   vertPos};
     return walkBoundary(mesh, vertBoundary, *boundaryCount, boundaryEdges, boundaryNormals, *status) ? 0 : 1;
 }

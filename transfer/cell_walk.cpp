@@ -40,17 +40,23 @@ struct Choice {
     bool plainNearer = false; // a cell inside the grid was nearer before any cell on its edge was taken
 };
 
+// Calls `use` with each complete one of a cell and its four neighbours, by their numbers, and its distance.
+template <class Use>
+void eachCellAround(const GridView& grid, const Vec3& p, std::int32_t cell, Use use) {
+    for (const Side side : sides) {
+        const CellCorners corners = grid.corners(cellAt(grid, cell, side));
+        if (corners.complete())
+            use(side, corners, cellDistance(grid, p, corners));
+    }
+}
+
 // The nearest of the cells on the grid's edge.
 Choice nearestEdgeCell(const GridView& grid, const Vec3& p, std::int32_t cell) {
     Choice choice;
     double best = -1.0;
-    for (const Side side : sides) {
-        const CellCorners corners = grid.corners(cellAt(grid, cell, side));
-        if (!corners.complete())
-            continue;
-        const double distance = cellDistance(grid, p, corners);
+    eachCellAround(grid, p, cell, [&](Side side, const CellCorners& corners, double distance) {
         if (!(best < 0.0 || distance < best))
-            continue;
+            return;
         if (onGridEdge(grid, corners)) {
             best = distance;
             choice.side = side;
@@ -59,7 +65,7 @@ Choice nearestEdgeCell(const GridView& grid, const Vec3& p, std::int32_t cell) {
         } else if (choice.side == centre) {
             choice.plainNearer = true;
         }
-    }
+    });
     return choice;
 }
 
@@ -67,16 +73,12 @@ Choice nearestEdgeCell(const GridView& grid, const Vec3& p, std::int32_t cell) {
 Side nearestCell(const GridView& grid, const Vec3& p, std::int32_t cell) {
     Side nearest = centre;
     double best = -1.0;
-    for (const Side side : sides) {
-        const CellCorners corners = grid.corners(cellAt(grid, cell, side));
-        if (!corners.complete())
-            continue;
-        const double distance = cellDistance(grid, p, corners);
+    eachCellAround(grid, p, cell, [&](Side side, const CellCorners&, double distance) {
         if (best < 0.0 || distance < best) {
             best = distance;
             nearest = side;
         }
-    }
+    });
     return nearest;
 }
 
