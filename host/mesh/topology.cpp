@@ -30,7 +30,8 @@ struct SortedEdges {
 SortedEdges sortedEdges(const TriangleMesh& mesh) {
     constexpr std::ptrdiff_t few = 24;
     SortedEdges edges;
-    auto& [start, uses] = edges;
+    std::vector<std::size_t>& start = edges.start;
+    std::vector<EdgeUse>& uses = edges.uses;
     start.assign(mesh.positions.size() + 1, 0);
     for (const auto& [a, b, c] : mesh.triangles) {
         ++start[at(std::min(a, b))];
