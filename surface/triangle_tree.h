@@ -188,20 +188,26 @@ private:
                 return;
         Node pending[ARITY * MAX_LEVELS];
         int depth = 0;
-        pending[depth++] = {levelCount_ - 1, true, 0};
-        while (depth > 0) {
-            const Node node = pending[--depth];
+        Node node{levelCount_ - 1, true, 0};
+        for (;;) {
             const Quad& quad = quads_[levelStart_[node.level] + node.index];
             // What the cone over a quad rules out needn't be asked below it.
             const bool coplanar = node.mayBeCoplanar && test.isNearlyCoplanar(quad.cone);
             unsigned met = test.test(quad, coplanar);
-            for (; met != 0; met &= met - 1) {
-                const std::int64_t child = ARITY * node.index + std::countr_zero(met);
-                if (node.level > 0)
-                    pending[depth++] = {node.level - 1, coplanar, child};
-                else if (!visit(static_cast<std::int32_t>(child + 1)))
-                    return;
+            const std::int64_t firstChild = ARITY * node.index;
+            if (node.level > 0 && met != 0) {
+                // The last of the children comes next.
+                for (; (met & (met - 1)) != 0; met &= met - 1)
+                    pending[depth++] = {node.level - 1, coplanar, firstChild + std::countr_zero(met)};
+                node = {node.level - 1, coplanar, firstChild + std::countr_zero(met)};
+                continue;
             }
+            for (; met != 0; met &= met - 1)
+                if (!visit(static_cast<std::int32_t>(firstChild + std::countr_zero(met) + 1)))
+                    return;
+            if (depth == 0)
+                return;
+            node = pending[--depth];
         }
     }
 
