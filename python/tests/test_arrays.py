@@ -47,6 +47,15 @@ def test_good_arrays_of_any_type_and_order_make_the_same_mould():
     assert drape.Mould(2 * SQUARE, TRIANGLES).key != plain.key
 
 
+def test_corners_that_meet_are_welded_if_asked():
+    apart = SQUARE[TRIANGLES].reshape(-1, 3)
+    for fill in (False, True):
+        welded = drape.Mould(apart, np.arange(6).reshape(2, 3), fill_holes=fill)
+        assert len(welded.vertices) == 4 and welded.area == 1.0
+        kept = drape.Mould(apart, np.arange(6).reshape(2, 3), weld=False, fill_holes=fill)
+        assert kept.area == 0.5  # a piece of two
+
+
 @pytest.mark.parametrize(
     "start, words",
     [

@@ -29,12 +29,12 @@ def ball():
 
 @pytest.fixture(scope="module")
 def pieces(ball):
-    return drape.cover(ball, share=0.97, locking=LOCKING, step=12, overlap=4)
+    return drape.cover(ball, share=0.97, angle=10, locking=LOCKING, step=12, overlap=4)
 
 
 def test_pieces_are_the_programs(program, tmp_path, pieces):
     kinds = ["vtp", "fibres.vtp", "fibres.csv", "glb", "gltf", "pdf", "dxf", "svg", "png", "json"]
-    options = ["--cover=0.97", f"--locking={LOCKING}", "--step=12", "--overlap=4", "--allowance=3"]
+    options = ["--cover=0.97", f"--locking={LOCKING}", "--angle=10", "--step=12", "--overlap=4", "--allowance=3"]
     report, files = program("hemisphere.obj", *options, outputs=[f"a.{kind}" for kind in kinds])
     assert len(pieces) == report["cover"]["count"] > 1 and pieces.covered_share == report["cover"]["coveredShare"]
     assert pieces.report()["cover"] == report["cover"]
@@ -62,6 +62,7 @@ def test_each_piece_drapes_by_itself_as_it_lies(ball, pieces):
         again = pickle.loads(pickle.dumps(piece.ply))
         assert again.positions.tobytes() == piece.ply.positions.tobytes()
         assert again.net.area == piece.ply.net.area
+        assert piece.ply.mould.drape(step=12).choice.seed == piece.ply.choice.seed  # where its cloth starts
     assert pieces.largest_shear == max(piece.ply.largest_shear for piece in pieces)
     for seam in pieces.seams:
         assert 0 <= seam.pieces[0] < seam.pieces[1] < len(pieces)
@@ -71,7 +72,7 @@ def test_each_piece_drapes_by_itself_as_it_lies(ball, pieces):
 def test_processes_find_the_same_pieces_and_a_search_can_be_ended(ball, pieces):
     context = multiprocessing.get_context("spawn")
     with ProcessPoolExecutor(2, mp_context=context) as processes:
-        other = drape.cover(ball, processes, share=0.97, locking=LOCKING, step=12, overlap=4)
+        other = drape.cover(ball, processes, share=0.97, angle=10, locking=LOCKING, step=12, overlap=4)
     assert [p.ply.positions.tobytes() for p in other] == [p.ply.positions.tobytes() for p in pieces]
     seen = []
 

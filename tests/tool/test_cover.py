@@ -119,6 +119,11 @@ class Cover(Case):
         for quad, piece in zip(cloth.faces(), cloth.cell_data["piece"], strict=True):
             corners = [cloth.points[v] for v in quad]
             middles.setdefault(int(piece), []).append([sum(c[k] for c in corners) / 4 for k in range(3)])
+        self.assertEqual(sorted({v for quad in cloth.faces() for v in quad}), list(range(len(cloth.points))))
+        mesh = PolyData(folder / "c.fibres.vtp")
+        table = [(int(row["piece"]), int(row["cell"])) for row in csv.DictReader((folder / "c.fibres.csv").read_text().splitlines())]
+        self.assertEqual(sorted(zip(mesh.cell_data["piece"], mesh.cell_data["cell"])), sorted(table))
+        self.assertTrue(all((piece > 0) == (cell > 0) for piece, cell in table))
         points, faces = corners_of(obj(cup(0.6)))
         triangles = [f for face in faces for f in [(face[0], face[k], face[k + 1]) for k in range(1, len(face) - 1)]]
         rows = list(csv.DictReader((folder / "c.fibres.csv").read_text().splitlines()))

@@ -265,6 +265,11 @@ class Elements(Laminates):
             self.assertAlmostEqual(float(c["angle_rosette_deg"]), float(row["angle_rosette_deg"]), delta=3.0)
             self.assertAlmostEqual(float(c["thickness"]), float(row["thickness"]), 2)
         self.assertIn("core      at (", done.stdout)
+        # In words from the top down, each layer with where it begins.
+        told = re.findall(r"thickness (\S+) from (\S+)\n", done.stdout)
+        self.assertEqual(told, [(f"{float(c['thickness']):.4g}", f"{float(c['bottom']):.4g}") for c in reversed(core)])
+        for below, c in zip(core, core[1:]):
+            self.assertAlmostEqual(float(c["bottom"]), float(below["bottom"]) + float(below["thickness"]), 6)
         text = subprocess.run(["pdftotext", "-layout", self.folder / "book.pdf", "-"], capture_output=True, text=True, check=True).stdout
         pages = text.split("\f")
         self.assertEqual(len([p for p in pages if p.strip()]), 5)

@@ -91,6 +91,30 @@ class SolverMeshes(Case):
         self.file("nodes.inc", nodes.replace("\n12, ", "\n12, x"))
         self.assertIn("of nodes.inc: the coordinate \"x", self.drape("part.inp", expect=INPUT).stderr)
 
+    def test_bulk_data_as_other_hands_write_it(self):
+        """Fields apart by tabs, lines of free fields that end in a mark or go on beyond eight, middles of sides given as
+        0, sets that end in a range."""
+        points = [(i + 0.1 * j, 1.5 * j, 0.0) for j in range(3) for i in range(4)]
+        quads = [(i + 4 * j, i + 1 + 4 * j, i + 5 + 4 * j, i + 4 + 4 * j) for j in range(2) for i in range(3)]
+        grid = "".join(f"GRID\t{k + 1}\t\t{x:.1f}\t{y:.1f}\t{z:.1f}\n" for k, (x, y, z) in enumerate(points))
+        free = "".join(f"GRID,{k + 1},,{x:.1f},{y:.1f},{z:.1f},,,,+G{k}\n" for k, (x, y, z) in enumerate(points))
+        corners = [[v + 1 for v in q] for q in quads]
+        tabs = "".join(f"CQUAD4\t{k + 11}\t1\t" + "\t".join(map(str, c)) + "\n" for k, c in enumerate(corners))
+        marked = "".join(f"CQUAD8,{k + 11},1,{c[0]},{c[1]},{c[2]},{c[3]},0,0,+C{k}\n+C{k},0,0\n" for k, c in enumerate(corners))
+        long = "".join(f"CQUAD8,{k + 11},1,{c[0]},{c[1]},{c[2]},{c[3]},0,0,0,0\n" for k, c in enumerate(corners))
+        wanted = {frozenset(points[v] for v in q) for q in quads}
+        for name, deck in {"tabs": grid + tabs, "marked": free + marked, "long": free + long}.items():
+            for chosen in (range(11, 17), (11, 14, 15, 16)):
+                with self.subTest(f"{name} {chosen}"):
+                    ranged = "SET,3,ELEM,LIST,11,14,THRU,16\n"
+                    words = () if len(chosen) == 6 else ("--set", "set3")
+                    places, faces, numbers = self.mould("d.bdf", "BEGIN BULK\n" + ranged + deck + "ENDDATA\n", *words)
+                    got = {}
+                    for face, number in zip(faces, numbers):
+                        got.setdefault(number, set()).update(tuple(round(x, 6) for x in places[v]) for v in face)
+                    self.assertEqual(sorted(got), list(chosen))
+                    self.assertTrue({frozenset(corners) for corners in got.values()} <= wanted)
+
     def test_what_is_wrong_is_told_with_its_line(self):
         mesh = sheet()
         decks = {
