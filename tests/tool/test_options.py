@@ -199,6 +199,14 @@ class Curves(Case):
         for (*_, u, w), (x, y) in zip(got, self.corners):
             self.assertPoint((u, w), (x - 3.1, y - 3.2), 6)
 
+    def test_each_stretch_has_its_number(self):
+        there = self.file("back.xyz", "2 -3 0\n2 2 0\n2 8 0\n4.3 8 0\n4.3 1.5 0\n4.3 -3 0\n")
+        self.carried("1 1 0\n5 1.2 0\n", "straight.xyz", "--curve", there, "--curve-clip")
+        rows = [line.split(",") for line in (self.folder / "out.curve.csv").read_text().splitlines()[1:]]
+        ends = [row for k, row in enumerate(rows) if k == 0 or row[:2] != rows[k - 1][:2]]
+        self.assertEqual([row[:2] for row in ends], [["1", "1"], ["2", "1"], ["2", "2"]])
+        self.assertTrue(all((float(row[3]) > 3) == (row[1] == "2") for row in rows if row[0] == "2"))
+
     def test_points_off_the_surface(self):
         for height, told in ((1.19, None), (1.21, "3 points of the curve trim lie more than a cell off the surface")):
             text = "".join(f"{x} {y} {height if k % 2 == 0 else 0.1}\n" for k, (x, y) in enumerate(self.corners))
