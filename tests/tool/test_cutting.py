@@ -93,6 +93,27 @@ class Cutting(Case):
         wanted = 144 - 15 + 0.5 * (48 + 10) + 6 / 4 * math.pi * 0.5 ** 2 - 2 * 0.5 ** 2
         self.assertAlmostEqual(report["cut"]["area"], wanted, delta=0.02)
 
+    def test_everything_in_the_cutting_file_has_a_name_and_an_owner(self):
+        self.cut(plate(12), "--allowance", "0.4", "--step", "0.5")
+        lines = (self.folder / "p.dxf").read_text().splitlines()
+        parts, section = [], None  # section, kind, the first value of each code
+        for code, value in zip(map(int, lines[0::2]), lines[1::2]):
+            if code == 0:
+                parts.append((section, value, {}))
+            elif parts:
+                parts[-1][2].setdefault(code, value)
+                section = value if parts[-1][1] == "SECTION" and code == 2 else section
+        names = [codes.get(5) for where, kind, codes in parts if where in ("TABLES", "BLOCKS", "ENTITIES", "OBJECTS") and 5 in codes]
+        self.assertEqual(len(names), len(set(names)))
+        (space,) = [codes[5] for _, kind, codes in parts if kind == "BLOCK_RECORD" and codes[2].upper() == "*MODEL_SPACE"]
+        drawn = [codes for where, kind, codes in parts if where == "ENTITIES" and kind not in ("SECTION", "ENDSEC")]
+        self.assertGreater(len(drawn), 4)
+        self.assertEqual({codes[330] for codes in drawn}, {space})
+        tables = {codes[2]: codes[5] for _, kind, codes in parts if kind == "TABLE"}
+        for _, kind, codes in parts:
+            if kind in tables:
+                self.assertEqual(codes[330], tables[kind], kind)
+
     def test_what_an_allowance_does_to_the_shape_is_told(self):
         holed = without(plate(12), lambda x, y: 3 <= x <= 4 and 4 <= y <= 5)
         for width in ("0.6", "0.48"):  # the hole is 1 wide; a crumb of it counts as nothing
