@@ -1,11 +1,12 @@
-// Pieces are planned one after the other. From many starts in what is bare the one that adds most is taken,
-// until enough is covered; several first pieces are carried on like that. Then pieces of the best plan are
-// given up again, one or a few side by side, and what gets bare is covered anew, with fewer if that goes.
+// Territories are collected from starts all over the surface and the best few of them chosen, which shows
+// where others are wanted: in what is bare, and around pieces that might be saved. What is found there joins
+// the collection, and the choice is made anew. Each choice that is better than those before is laid out.
 #include "host/search/cover.h"
 
 #include "host/mesh/patch.h"
 #include "host/search/cover_layout.h"
-#include "host/search/cover_plan.h"
+#include "host/search/territory_pool.h"
+#include "host/search/territory_shares.h"
 
 #include <algorithm>
 
@@ -16,18 +17,16 @@ using namespace vec;
 namespace {
 
 constexpr std::size_t firstSeeds = 24;
-constexpr std::size_t firstPieces = 3;  // that plans are made from
-constexpr double sameFirst = 0.8;       // of its area under an other one, for a first piece not to count
-constexpr std::size_t freshSeeds = 6;   // for each further piece
-constexpr std::size_t knownSeeds = 3;   // beside, of those that were tried on the whole surface
-constexpr std::size_t usualTries = 200; // after which no further change is begun
-constexpr std::size_t changesInVain = 8;
+constexpr std::size_t freshSeeds = 4;   // in what is bare, or would be without some pieces
+constexpr std::size_t usualTries = 100; // after which no further are begun
+constexpr std::size_t roundsInVain = 12;
+constexpr std::size_t mostInPool = 800;
 constexpr double nextToNothing = 2e-3; // of the area
-constexpr double leastGain = 1e-3;     // of the area, for a piece more
-constexpr std::size_t mostPieces = 99;
-constexpr int mostAdditions = 3;
-constexpr double moreShare = 2e-3; // asked for beside, as a layout can lose it
+constexpr double leastBare = 1e-3;     // of the area, to look for pieces there
+constexpr double onTop = 1e-3;         // of the area, asked for beside what layouts lose
+constexpr double mostOnTop = 1.5e-2;
 constexpr double wellInside = 0.3; // of the most room there is around a seed
+constexpr double roomBeyond = 4.0; // cells around what is bare, for pieces that fill it
 
 // Numbers that are the same on every machine.
 class Dice {
@@ -48,182 +47,176 @@ private:
     std::uint64_t state_;
 };
 
+// What a set is judged by.
+struct Worth {
+    double share = 0.0;
+    std::size_t pieces = 0;
+    double seams = 0.0;
+};
+
+bool isBetter(const Worth& a, const Worth& b, double share) {
+    if ((a.share >= share) != (b.share >= share)) {
+        return a.share >= share;
+    }
+    if (a.share < share && std::abs(a.share - b.share) > nextToNothing) {
+        return a.share > b.share;
+    }
+    return a.pieces != b.pieces ? a.pieces < b.pieces : a.seams < b.seams;
+}
+
+Worth worthOf(const PieceSet& set) {
+    return {set.coveredShare, set.pieces.size(), set.seamLength};
+}
+
 class Search {
 public:
     Search(const CoverGround& cover, const CoverWishes& wishes, const TerritorySpread& spread,
            const GoOn& heard)
         : cover_(cover), wishes_(wishes), spread_(spread), heard_(heard), dice_(1),
-          best_(cover, wishes.overlap) {}
+          pool_(cover, wishes.overlap), wanted_(std::min(1.0 - 1e-9, wishes.share + onTop)) {}
 
-    bool isStopped() const { return stopped_; }
-
-    void begin() {
-        const CoverPlan none(cover_, wishes_.overlap);
-        known_ = draped(firstStarts(), none);
-        std::vector<Territory> firsts;
-        std::vector<Territory> byArea(known_);
-        std::stable_sort(byArea.begin(), byArea.end(),
-                         [](const Territory& a, const Territory& b) { return a.area > b.area; });
-        for (const Territory& territory : byArea) {
-            if (firsts.size() < firstPieces && std::none_of(firsts.begin(), firsts.end(), [&](const auto& f) {
-                    return sharedArea(f, territory) > sameFirst * territory.area;
-                })) {
-                firsts.push_back(territory);
-            }
-        }
-        for (const Territory& first : firsts) {
-            CoverPlan plan(none);
-            plan.add(first);
-            carryOn(std::move(plan), {});
-        }
-    }
-
-    // Gives up pieces and covers anew what gets bare, as often as is usual or until it is stopped.
-    void improve(bool endless) {
+    // The best set of all that were laid out, which are the first of one sequence that doesn't hang on when
+    // it is stopped.
+    PieceSet found(bool endless) {
+        tryAll(firstStarts(), {nullptr});
         std::size_t inVain = 0;
-        while (!stopped_ && !best_.territories().empty() &&
-               (endless || (tried_ < usualTries && inVain < changesInVain))) {
-            const std::size_t count = best_.territories().size();
-            const double share = best_.coveredShare();
-            change();
-            const bool gained =
-                best_.territories().size() < count || best_.coveredShare() > share + nextToNothing;
-            inVain = gained ? 0 : inVain + 1;
-        }
-    }
-
-    // Whether a set is better than another.
-    bool beats(const PieceSet& a, const PieceSet& b) const {
-        return isBetter({a.coveredShare, a.pieces.size(), a.seamLength},
-                        {b.coveredShare, b.pieces.size(), b.seamLength}, wishes_.share);
-    }
-
-    // Lays the best plan out. What that leaves bare, as a piece may not drape as it was cut, gets further
-    // pieces beside those that are settled.
-    PieceSet laid() {
-        std::vector<Territory> left;
-        PieceSet best = laidOut(cover_, wishes_, best_.territories(), left);
-        for (int k = 0; k < mostAdditions && best.coveredShare < wishes_.share && !left.empty(); ++k) {
-            CoverPlan plan(cover_, wishes_.overlap);
-            for (const Territory& territory : left) {
-                plan.add(territory);
-            }
-            const double lost = std::max(0.0, plan.coveredShare() - best.coveredShare);
-            addPieces(plan, {}, mostPieces, std::min(1.0 - 1e-9, wanted() + lost));
-            std::vector<Territory> nextLeft;
-            PieceSet next = laidOut(cover_, wishes_, plan.territories(), nextLeft);
-            if (!beats(next, best)) {
+        do {
+            inVain = choose() ? 0 : inVain + 1;
+            if (!endless && (tried_ >= usualTries || inVain >= roundsInVain)) {
                 break;
             }
-            best = std::move(next);
-            left = std::move(nextLeft);
-        }
-        return best;
+            lookAround();
+        } while (!stopped_);
+        return std::move(best_);
     }
 
 private:
-    struct Worth {
-        double share;
-        std::size_t pieces;
-        double seams;
-    };
-
-    static bool isBetter(const Worth& a, const Worth& b, double share) {
-        if ((a.share >= share) != (b.share >= share)) {
-            return a.share >= share;
-        }
-        if (a.share < share && std::abs(a.share - b.share) > nextToNothing) {
-            return a.share > b.share;
-        }
-        return a.pieces != b.pieces ? a.pieces < b.pieces : a.seams < b.seams;
-    }
-
     const Ground& ground() const { return cover_.ground; }
     const Point& place(std::size_t v) const { return ground().mesh.positions[v]; }
-    double wanted() const { return std::min(1.0 - 1e-9, wishes_.share + moreShare); }
 
-    double sharedArea(const Territory& a, const Territory& b) const {
-        std::vector<char> inA(ground().vertexCount(), 0);
-        for (std::size_t k = 0; k < a.vertices.size(); ++k) {
-            inA[at(a.vertices[k])] = a.depths[k] > 0.0F ? 1 : 0;
-        }
-        double shared = 0.0;
-        for (std::size_t k = 0; k < b.vertices.size(); ++k) {
-            const std::size_t v = at(b.vertices[k]);
-            shared += b.depths[k] > 0.0F && inA[v] != 0 ? ground().areas[v] : 0.0;
-        }
-        return shared;
+    // Carries on from what was chosen before, and from one of the large territories after the other. True if
+    // that gives a better choice.
+    bool choose() {
+        const std::vector<std::size_t> firsts = pool_.firstOnes();
+        const bool better = take(chosen_);
+        return (!firsts.empty() && take({firsts[turn_++ % firsts.size()]})) || better;
     }
 
-    // Those that cover something, in order. None once the search is stopped.
-    std::vector<Territory> draped(const std::vector<PieceStart>& starts, const CoverPlan& plan) {
-        stopped_ =
-            stopped_ || (heard_ && !heard_({tried_, best_.territories().size(), best_.coveredShare()}));
-        std::vector<Territory> territories;
-        if (stopped_ && tried_ > 0) {
-            return territories;
+    bool take(const Chosen& from) {
+        Chosen chosen = pool_.carriedOn(from, wanted_);
+        if (chosen.empty() || chosen == chosen_) {
+            return false;
         }
-        std::vector<PieceTry> tries;
-        const std::shared_ptr<const Room> room = plan.room();
-        for (const PieceStart& start : starts) {
-            tries.push_back({start, room});
+        TerritoryShares shares = sharesOf(chosen);
+        leaveOut(chosen, shares);
+        const Worth worth{shares.coveredShare(), chosen.size(), shares.seamLength()};
+        if (!chosen_.empty() && !isBetter(worth, worth_, wanted_)) {
+            return false;
         }
-        territories = spread_(tries, [&](const PieceTry& piece) { return territoryOf(cover_, piece); });
-        tried_ += starts.size();
-        std::erase_if(territories, [](const Territory& t) { return t.vertices.empty(); });
-        return territories;
+        chosen_ = std::move(chosen);
+        worth_ = worth;
+        layOut();
+        return true;
     }
 
-    // Adds pieces until `share` is covered or there are `most`.
-    void addPieces(CoverPlan& plan, const std::vector<PieceStart>& first, std::size_t most, double share) {
-        while (plan.coveredShare() < share && plan.territories().size() < most) {
-            std::vector<PieceStart> starts = startsIn(plan);
-            starts.insert(starts.begin(), first.begin(), first.end());
-            const std::vector<Territory> found = draped(starts, plan);
-            double mostGain = leastGain * ground().area;
-            const Territory* best = nullptr;
-            for (const Territory& territory : found) {
-                const double gain = plan.gainOf(territory);
-                if (gain > mostGain) {
-                    mostGain = gain;
-                    best = &territory;
-                }
-            }
-            if (best == nullptr) {
+    TerritoryShares sharesOf(const Chosen& chosen) const {
+        return TerritoryShares(cover_, wishes_.overlap, pool_.territories(chosen));
+    }
+
+    // Leaves out pieces without which enough is covered, the one with the least share first.
+    void leaveOut(Chosen& chosen, TerritoryShares& shares) const {
+        while (chosen.size() > 1) {
+            const std::vector<double> areas = shares.areas();
+            const auto least = std::min_element(areas.begin(), areas.end());
+            Chosen fewer(chosen);
+            fewer.erase(fewer.begin() + (least - areas.begin()));
+            TerritoryShares without = sharesOf(fewer);
+            if (without.coveredShare() < std::min(wanted_, shares.coveredShare() - 1e-9)) {
                 return;
             }
-            plan.add(*best);
+            chosen = std::move(fewer);
+            shares = std::move(without);
         }
     }
 
-    void carryOn(CoverPlan plan, const std::vector<PieceStart>& first) {
-        const bool reached = best_.coveredShare() >= wanted();
-        addPieces(plan, first, reached ? best_.territories().size() : mostPieces, wanted());
-        if (best_.territories().empty() || isBetter(worthOf(plan), worthOf(best_), wanted())) {
-            best_ = std::move(plan);
+    void layOut() {
+        PieceSet set = laidOut(cover_, wishes_, pool_.territories(chosen_));
+        // What a layout loses is asked for on top.
+        const double lost = std::clamp(worth_.share - set.coveredShare, 0.0, mostOnTop);
+        wanted_ = std::min(1.0 - 1e-9, wishes_.share + lost + onTop);
+        if (best_.pieces.empty() || isBetter(worthOf(set), worthOf(best_), wishes_.share)) {
+            best_ = std::move(set);
         }
     }
 
-    static Worth worthOf(const CoverPlan& plan) {
-        return {plan.coveredShare(), plan.territories().size(), plan.seamLength()};
+    // Each start in each room. None once the search is stopped, but for the first.
+    void tryAll(const std::vector<PieceStart>& starts,
+                const std::vector<std::shared_ptr<const Room>>& rooms) {
+        stopped_ = stopped_ || (heard_ && !heard_({tried_, chosen_.size(), worth_.share}));
+        if (stopped_ && tried_ > 0) {
+            return;
+        }
+        std::vector<PieceTry> tries;
+        for (const std::shared_ptr<const Room>& room : rooms) {
+            for (const PieceStart& start : starts) {
+                tries.push_back({start, room});
+            }
+        }
+        for (Territory& territory :
+             spread_(tries, [&](const PieceTry& piece) { return territoryOf(cover_, piece); })) {
+            if (pool_.size() < mostInPool) {
+                pool_.add(std::move(territory));
+            }
+        }
+        tried_ += tries.size();
     }
 
-    void change() {
-        const std::vector<Territory>& taken = best_.territories();
-        const std::size_t first = dice_.below(taken.size());
-        std::vector<std::pair<double, std::size_t>> near;
-        for (std::size_t k = 0; k < taken.size(); ++k) {
-            near.emplace_back(distance(taken[k].start.seed, taken[first].start.seed), k);
+    // Tries pieces where the choice leaves the mould bare, or would without one or two of its pieces.
+    void lookAround() {
+        Chosen left(chosen_);
+        const bool fills = worth_.share < wanted_ && dice_.below(2) == 0;
+        if (!fills && !left.empty()) {
+            const std::size_t first = dice_.below(left.size());
+            std::vector<std::pair<double, std::size_t>> near;
+            for (std::size_t k = 0; k < left.size(); ++k) {
+                near.emplace_back(distance(pool_[left[k]].start.seed, pool_[left[first]].start.seed), k);
+            }
+            std::sort(near.begin(), near.end());
+            std::vector<std::size_t> given;
+            for (std::size_t k = 0; k < std::min(near.size(), 1 + dice_.below(3)); ++k) {
+                given.push_back(near[k].second);
+            }
+            std::sort(given.rbegin(), given.rend());
+            for (const std::size_t k : given) {
+                left.erase(left.begin() + static_cast<std::ptrdiff_t>(k));
+            }
         }
-        std::sort(near.begin(), near.end());
-        near.resize(std::min(near.size(), 1 + dice_.below(3)));
-        std::vector<std::size_t> given;
-        std::vector<PieceStart> starts;
-        for (const auto& [d, k] : near) {
-            given.push_back(k);
-            starts.push_back(taken[k].start);
+        const std::vector<char> covered = pool_.covered(left);
+        std::vector<std::int32_t> bare;
+        double area = 0.0;
+        for (std::size_t v = 0; v < covered.size(); ++v) {
+            if (covered[v] == 0) {
+                bare.push_back(static_cast<std::int32_t>(v));
+                area += ground().areas[v];
+            }
         }
-        carryOn(best_.without(given), starts);
+        if (!(area > leastBare * ground().area)) {
+            return;
+        }
+        std::vector<std::shared_ptr<const Room>> rooms{nullptr};
+        if (!left.empty()) {
+            rooms.push_back(roomAround(bare));
+        }
+        tryAll(startsIn(covered), rooms);
+    }
+
+    std::shared_ptr<const Room> roomAround(const std::vector<std::int32_t>& bare) const {
+        const double step = std::max(cover_.surface.steps[0], cover_.surface.steps[1]);
+        const std::vector<double> away = distancesAlong(ground().mesh, bare);
+        Room room(away.size());
+        std::transform(away.begin(), away.end(), room.begin(),
+                       [&](double d) { return static_cast<float>(roomBeyond * step - d); });
+        return std::make_shared<const Room>(std::move(room));
     }
 
     double anyAngle() {
@@ -266,44 +259,35 @@ private:
         return starts;
     }
 
-    // In what a plan leaves bare: where most is free around, far apart from that, anywhere, and those that
-    // did most there on the whole surface.
-    std::vector<PieceStart> startsIn(const CoverPlan& plan) {
-        const std::vector<std::int32_t>& labels = plan.labels();
+    // In what is bare: where most is bare around, far apart from that, and anywhere.
+    std::vector<PieceStart> startsIn(const std::vector<char>& covered) {
         std::vector<std::int32_t> ends;
-        for (std::size_t v = 0; v < labels.size(); ++v) {
-            if (labels[v] >= 0 || ground().nearRim[v] != 0) {
+        for (std::size_t v = 0; v < covered.size(); ++v) {
+            if (covered[v] != 0 || ground().nearRim[v] != 0) {
                 ends.push_back(static_cast<std::int32_t>(v));
             }
         }
         std::vector<PieceStart> starts;
         const std::vector<double> inside = distancesAlong(ground().mesh, ends);
         const auto deepest = std::max_element(inside.begin(), inside.end());
-        if (*deepest > 0.0) {
-            std::vector<char> open(inside.size());
-            std::vector<std::size_t> places;
-            for (std::size_t v = 0; v < open.size(); ++v) {
-                open[v] = inside[v] >= wellInside * *deepest ? 1 : 0;
-                if (open[v] != 0) {
-                    places.push_back(v);
-                }
-            }
-            const auto middle = static_cast<std::size_t>(deepest - inside.begin());
-            starts.push_back({place(middle), anyAngle()});
-            for (const std::size_t v : farApart(open, {place(middle)}, freshSeeds / 2)) {
-                starts.push_back({place(v), anyAngle()});
-            }
-            while (starts.size() < freshSeeds) {
-                starts.push_back({place(places[dice_.below(places.size())]), anyAngle()});
+        if (!(*deepest > 0.0)) {
+            return starts;
+        }
+        std::vector<char> open(inside.size());
+        std::vector<std::size_t> places;
+        for (std::size_t v = 0; v < open.size(); ++v) {
+            open[v] = inside[v] >= wellInside * *deepest ? 1 : 0;
+            if (open[v] != 0) {
+                places.push_back(v);
             }
         }
-        std::vector<std::pair<double, std::size_t>> gains;
-        for (std::size_t k = 0; k < known_.size(); ++k) {
-            gains.emplace_back(-plan.gainOf(known_[k]), k);
+        const auto middle = static_cast<std::size_t>(deepest - inside.begin());
+        starts.push_back({place(middle), anyAngle()});
+        for (const std::size_t v : farApart(open, {place(middle)}, freshSeeds / 2)) {
+            starts.push_back({place(v), anyAngle()});
         }
-        std::sort(gains.begin(), gains.end());
-        for (std::size_t k = 0; k < std::min(knownSeeds, gains.size()) && gains[k].first < 0.0; ++k) {
-            starts.push_back(known_[gains[k].second].start);
+        while (starts.size() < freshSeeds) {
+            starts.push_back({place(places[dice_.below(places.size())]), anyAngle()});
         }
         return starts;
     }
@@ -313,8 +297,12 @@ private:
     const TerritorySpread& spread_;
     const GoOn& heard_;
     Dice dice_;
-    std::vector<Territory> known_; // on the whole surface
-    CoverPlan best_;
+    TerritoryPool pool_;
+    double wanted_; // share, of a choice
+    Chosen chosen_;
+    Worth worth_; // of these
+    PieceSet best_;
+    std::size_t turn_ = 0; // among the first ones
     std::size_t tried_ = 0;
     bool stopped_ = false;
 };
@@ -324,26 +312,14 @@ private:
 PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
                    const TerritorySpread& spread, const GoOn& heard, bool endless) {
     const CoverGround cover = coverGroundOf(surface, trial, wishes.most);
-    Search search(cover, wishes, spread, heard);
-    search.begin();
-    search.improve(false);
-    PieceSet set = search.laid();
-    if (endless && !search.isStopped()) {
-        search.improve(true);
-        PieceSet later = search.laid();
-        if (search.beats(later, set)) {
-            set = std::move(later);
-        }
-    }
-    return set;
+    return Search(cover, wishes, spread, heard).found(endless);
 }
 
 PieceSet pieceFrom(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
                    const PieceStart& start) {
     const CoverGround cover = coverGroundOf(surface, trial, wishes.most);
-    const std::vector<Territory> one{territoryOf(cover, {start, nullptr})};
-    std::vector<Territory> left;
-    return one.front().vertices.empty() ? PieceSet{} : laidOut(cover, wishes, one, left);
+    const Territory one = territoryOf(cover, {start, nullptr});
+    return one.vertices.empty() ? PieceSet{} : laidOut(cover, wishes, {&one});
 }
 
 } // namespace drape::host

@@ -18,9 +18,13 @@ struct CoverWishes {
 
 struct CoverPiece {
     PieceStart start;
-    Trial drape;             // of the piece cut out of the surface, by itself; with measures
-    double claimed = 0.0;    // area of the surface that is this piece's, up to its seams
-    double seamLength = 0.0; // on the surface, to all neighbours
+    Trial drape;                        // its mould is the part of the surface under the piece; with measures
+    std::shared_ptr<const Mould> under; // what it was draped over, `drape.mould` or more; never null
+    double claimed = 0.0;               // area of the surface that is this piece's, up to its seams
+    double seamLength = 0.0;            // on the surface, to all neighbours
+
+    // Whether more was draped than the piece, which is cut out of that along its seams.
+    bool isTrimmed() const { return under != drape.mould; }
 };
 
 // Where two pieces meet.
@@ -58,8 +62,9 @@ using GoOn = std::function<bool(const CoverProgress&)>;
 
 // Each candidate is drawn from what the ones before it gave, batch by batch, so the answer is the same for
 // the same number of batches, whatever `spread` does. `heard` can be empty. The search ends by itself when it
-// gains next to nothing, unless it is `endless`; then only `heard` ends it, and what comes out is never worse
-// than what it would have ended with by itself.
+// gains next to nothing, unless it is `endless`; then only `heard` ends it. What comes out is the best of all
+// sets on the way, so more batches never give a worse one: one that covers less where not enough is covered,
+// else one of more pieces or with longer seams.
 PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
                    const TerritorySpread& spread, const GoOn& heard, bool endless);
 

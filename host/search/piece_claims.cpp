@@ -6,21 +6,8 @@
 #include <algorithm>
 
 namespace drape::host {
-namespace {
 
-TriangleMesh claimedMesh(const Mould& claims) {
-    TriangleMesh mesh;
-    mesh.positions = claims.positions;
-    for (std::size_t t = 0; t < claims.triangleCount(); ++t) {
-        mesh.triangles.push_back(
-            {claims.corners[3 * t] - 1, claims.corners[3 * t + 1] - 1, claims.corners[3 * t + 2] - 1});
-    }
-    return mesh;
-}
-
-} // namespace
-
-PieceClaims::PieceClaims(const PieceSet& set) : set_(set), mesh_(claimedMesh(*set.claims)), tree_(mesh_) {}
+PieceClaims::PieceClaims(const PieceSet& set) : set_(set), mesh_(meshOf(*set.claims)), tree_(mesh_) {}
 
 std::vector<std::vector<FlatPoint>> seamsOnPattern(const PieceSet& set, std::size_t piece) {
     const Trial& drape = set.pieces[piece].drape;

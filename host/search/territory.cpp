@@ -64,9 +64,10 @@ std::int32_t nearestVertex(const Ground& ground, const Point& point) {
 }
 
 void fill(const CoverGround& cover, const std::vector<double>& field, Territory& territory) {
-    const double step = std::max(cover.surface.steps[0], cover.surface.steps[1]);
+    const auto lowest =
+        static_cast<float>(-closeBy * std::max(cover.surface.steps[0], cover.surface.steps[1]));
     for (std::size_t v = 0; v < field.size(); ++v) {
-        if (field[v] > -closeBy * step) {
+        if (static_cast<float>(field[v]) > lowest) {
             territory.vertices.push_back(static_cast<std::int32_t>(v));
             territory.depths.push_back(static_cast<float>(field[v]));
             territory.area += field[v] > 0.0 ? cover.ground.areas[v] : 0.0;
@@ -88,8 +89,17 @@ CoverGround coverGroundOf(const Surface& surface, const TrialWishes& wishes,
 }
 
 TriangleMesh partAbove(const TriangleMesh& mesh, const std::vector<double>& field) {
+    TriangleMesh near;
+    near.positions = mesh.positions;
+    for (std::size_t t = 0; t < mesh.triangles.size(); ++t) {
+        const Triangle& corners = mesh.triangles[t];
+        if (std::any_of(corners.begin(), corners.end(), [&](std::int32_t v) { return field[at(v)] > 0.0; })) {
+            near.triangles.push_back(corners);
+            near.sourceFaces.push_back(mesh.sourceFaces[t]);
+        }
+    }
     const SplitMesh split =
-        splitEdges(mesh, [&](std::int32_t low, std::int32_t high) -> std::optional<double> {
+        splitEdges(near, [&](std::int32_t low, std::int32_t high) -> std::optional<double> {
             const double a = field[at(low)];
             const double b = field[at(high)];
             return (a > 0.0) != (b > 0.0) ? std::optional(std::clamp(a / (a - b), edgeEnd, 1.0 - edgeEnd))
@@ -179,10 +189,15 @@ double areaAbove(const Ground& ground, const std::vector<double>& field, double 
     return area;
 }
 
-// The part above 0 around the seed; null if it is next to nothing.
+// The part above 0 around the seed; null if it is next to nothing. Leaves of `field` what a territory
+// keeps of it, so that the same mould can be cut again.
 std::shared_ptr<const Mould> partAround(const CoverGround& cover, const Point& seed,
                                         std::vector<double>& field) {
     keepAround(cover.ground, seed, field);
+    const double lowest = -closeBy * std::max(cover.surface.steps[0], cover.surface.steps[1]);
+    for (double& value : field) {
+        value = static_cast<double>(static_cast<float>(std::max(value, lowest)));
+    }
     const double least = fewestCells * cover.surface.steps[0] * cover.surface.steps[1];
     return areaAbove(cover.ground, field, 0.0) < least
                ? nullptr
@@ -234,6 +249,16 @@ std::vector<double> insideOf(const GoodRegion& region, double step) {
         values[v] = std::min(values[v] - inside * step, region.rooms[v] - clearOfLimit * step);
     }
     return values;
+}
+
+std::vector<double> depthsOver(const CoverGround& cover, const Territory& territory) {
+    const auto lowest =
+        static_cast<float>(-closeBy * std::max(cover.surface.steps[0], cover.surface.steps[1]));
+    std::vector<double> field(cover.ground.vertexCount(), static_cast<double>(lowest));
+    for (std::size_t k = 0; k < territory.vertices.size(); ++k) {
+        field[at(territory.vertices[k])] = static_cast<double>(territory.depths[k]);
+    }
+    return field;
 }
 
 Territory territoryOf(const CoverGround& cover, const PieceTry& piece) {

@@ -50,6 +50,10 @@ struct Territory {
 // The same for the same try, whatever was asked before.
 Territory territoryOf(const CoverGround& cover, const PieceTry& piece);
 
+// Per vertex of the ground, how deep inside a territory it is; far outside as deep as a cell outside. What
+// `partAbove` cuts out by it is what the territory was last draped on, to the bit.
+std::vector<double> depthsOver(const CoverGround& cover, const Territory& territory);
+
 // The part of a mesh on which `field`, a value per vertex, is above 0. Where `field` is, the part hangs
 // together.
 TriangleMesh partAbove(const TriangleMesh& mesh, const std::vector<double>& field);

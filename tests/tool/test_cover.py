@@ -104,11 +104,16 @@ class Cover(Case):
             self.assertEqual(report["result"]["status"], 0)
             self.assertGreater(report["result"]["coveredShare"], 0.95)
             self.assertLessEqual(report["shear"]["largest"], LOCKING)
-            self.assertAlmostEqual(report["shear"]["largest"], told["largestShear"], 3)
-            self.assertAlmostEqual(report["pattern"]["netArea"], told["area"], 3)
+            if "cut it along" in piece.read_text().splitlines()[0]:
+                self.assertGreaterEqual(report["shear"]["largest"], told["largestShear"] - 1e-3)
+                self.assertGreater(report["pattern"]["netArea"], told["area"])
+            else:
+                self.assertAlmostEqual(report["shear"]["largest"], told["largestShear"], 3)
+                self.assertAlmostEqual(report["pattern"]["netArea"], told["area"], 3)
             self.assertAlmostEqual(report["choice"]["plyAngle"], 0.0, 6)
             lain += area_of(corners_of(piece.read_text()))
-        self.assertAlmostEqual(lain / whole, cover["coveredShare"] + cover["overlapShare"], 3)
+        self.assertGreater(lain / whole, cover["coveredShare"] + cover["overlapShare"] - 1e-3)
+        self.assertLess(cover["overlapShare"], 1e-3)
         self.assertLessEqual(cover["largestShear"], LOCKING)
         self.assertTrue(0 < cover["seamLength"] <= 0.5 * sum(p["seamLength"] for p in cover["pieces"]) * (1 + 1e-9))
 

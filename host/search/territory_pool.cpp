@@ -1,0 +1,244 @@
+// Which to take is the set cover problem, of sets that have to hang together when others are taken away from
+// them. The one that adds most is added again and again; exchanges then raise what is covered, and leaving
+// some out lowers their number.
+#include "host/search/territory_pool.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace drape::host {
+
+namespace {
+
+constexpr std::size_t firstTerritories = 4;
+constexpr double sameFirst = 0.8;        // of its area under an other one, for a first one not to count
+constexpr double leastGain = 1e-3;       // of the area, for a territory more
+constexpr double clearlyMore = 1e-4;     // of the area, for an exchange
+constexpr std::size_t mostExchanges = 4; // of each
+constexpr std::size_t triedToGive = 4;
+constexpr std::size_t mostChosen = 99;
+
+} // namespace
+
+// A set in the making. Each of it claims what those before it leave of its territory, as far as that hangs
+// together.
+class TerritoryPool::Choice {
+public:
+    Choice(const TerritoryPool& pool, double share)
+        : pool_(&pool), share_(share), owned_(pool.cover_.ground.vertexCount(), 0), seen_(owned_.size(), 0) {}
+
+    const Chosen& chosen() const { return chosen_; }
+    double share() const { return covered_ / pool_->cover_.ground.area; }
+    bool reaches() const { return share() >= share_; }
+    const std::vector<char>& owned() const { return owned_; }
+
+    void add(std::size_t number) {
+        const std::vector<std::int32_t> claim = claimOf(number);
+        covered_ += areaOf(claim);
+        for (const std::int32_t v : claim) {
+            owned_[at(v)] = 1;
+        }
+        chosen_.push_back(number);
+    }
+
+    void set(const Chosen& chosen) {
+        chosen_.clear();
+        covered_ = 0.0;
+        owned_.assign(owned_.size(), 0);
+        std::for_each(chosen.begin(), chosen.end(), [&](std::size_t k) { add(k); });
+    }
+
+    // The number in the pool that adds most, and how much.
+    std::pair<double, std::size_t> bestGain() const {
+        std::pair<double, std::size_t> best{0.0, 0};
+        for (std::size_t k = 0; k < pool_->size(); ++k) {
+            if (pool_->entries_[k].area > best.first && openArea(k) > best.first) {
+                const double gain = areaOf(claimOf(k));
+                best = gain > best.first ? std::pair(gain, k) : best;
+            }
+        }
+        return best;
+    }
+
+    double openArea(std::size_t number) const {
+        const std::vector<double>& areas = pool_->cover_.ground.areas;
+        double area = 0.0;
+        for (const std::int32_t v : pool_->entries_[number].inside) {
+            area += owned_[at(v)] == 0 ? areas[at(v)] : 0.0;
+        }
+        return area;
+    }
+
+    void fillUp() {
+        while (!reaches() && chosen_.size() < mostChosen) {
+            const auto [gain, number] = bestGain();
+            if (!(gain > leastGain * pool_->cover_.ground.area)) {
+                return;
+            }
+            add(number);
+        }
+    }
+
+    // Each for the one that covers most beside the others, as long as that covers more.
+    void exchange() {
+        std::size_t inVain = 0;
+        for (std::size_t k = 0; !reaches() && inVain < chosen_.size() && k < mostExchanges * chosen_.size();
+             ++k) {
+            const double before = share();
+            const Chosen old(chosen_);
+            Chosen others(old.begin() + 1, old.end());
+            set(others);
+            add(bestGain().second);
+            const bool better = share() > before + clearlyMore;
+            if (!better) {
+                others.push_back(old.front());
+                set(others);
+                if (share() < before - 1e-9) {
+                    set(old);
+                    return;
+                }
+            }
+            inVain = better ? 0 : inVain + 1;
+        }
+    }
+
+    // The same with one less, if that reaches the share too.
+    bool giveOneUp() {
+        std::vector<std::pair<double, std::size_t>> own;
+        for (std::size_t k = 0; k < chosen_.size(); ++k) {
+            own.emplace_back(-without(k).share(), k);
+        }
+        std::sort(own.begin(), own.end());
+        for (std::size_t k = 0; k < std::min(triedToGive, own.size()); ++k) {
+            Choice less = without(own[k].second);
+            less.exchange();
+            if (less.reaches()) {
+                *this = std::move(less);
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void improve() {
+        fillUp();
+        exchange();
+        fillUp();
+        while (reaches() && chosen_.size() > 1 && giveOneUp()) {
+        }
+    }
+
+private:
+    Choice without(std::size_t place) const {
+        Chosen others(chosen_);
+        others.erase(others.begin() + static_cast<std::ptrdiff_t>(place));
+        Choice less(*pool_, share_);
+        less.set(others);
+        return less;
+    }
+
+    double areaOf(const std::vector<std::int32_t>& vertices) const {
+        double area = 0.0;
+        for (const std::int32_t v : vertices) {
+            area += pool_->cover_.ground.areas[at(v)];
+        }
+        return area;
+    }
+
+    // The largest part that hangs together of what is open of a territory.
+    std::vector<std::int32_t> claimOf(std::size_t number) const {
+        const Ground& ground = pool_->cover_.ground;
+        const std::vector<std::int32_t>& inside = pool_->entries_[number].inside;
+        for (const std::int32_t v : inside) {
+            seen_[at(v)] = owned_[at(v)] == 0 ? 1 : 0;
+        }
+        std::vector<std::int32_t> largest;
+        double most = 0.0;
+        for (const std::int32_t first : inside) {
+            if (seen_[at(first)] == 0) {
+                continue;
+            }
+            std::vector<std::int32_t> part{first};
+            seen_[at(first)] = 0;
+            for (std::size_t k = 0; k < part.size(); ++k) {
+                for (const std::int32_t next : ground.around(part[k])) {
+                    if (seen_[at(next)] != 0) {
+                        seen_[at(next)] = 0;
+                        part.push_back(next);
+                    }
+                }
+            }
+            const double area = areaOf(part);
+            if (area > most) {
+                most = area;
+                largest = std::move(part);
+            }
+        }
+        return largest;
+    }
+
+    const TerritoryPool* pool_;
+    double share_;
+    std::vector<char> owned_;        // per vertex
+    mutable std::vector<char> seen_; // of `claimOf`; 0 between its calls
+    Chosen chosen_;
+    double covered_ = 0.0; // area
+};
+
+TerritoryPool::TerritoryPool(const CoverGround& cover, double overlap) : cover_(cover), overlap_(overlap) {}
+
+void TerritoryPool::add(Territory territory) {
+    Entry entry;
+    for (std::size_t k = 0; k < territory.vertices.size(); ++k) {
+        if (static_cast<double>(territory.depths[k]) > 0.5 * overlap_) {
+            entry.inside.push_back(territory.vertices[k]);
+            entry.area += cover_.ground.areas[at(territory.vertices[k])];
+        }
+    }
+    if (!entry.inside.empty()) {
+        entry.territory = std::move(territory);
+        entries_.push_back(std::move(entry));
+    }
+}
+
+std::vector<std::size_t> TerritoryPool::firstOnes() const {
+    std::vector<std::size_t> byArea(size());
+    std::iota(byArea.begin(), byArea.end(), std::size_t{0});
+    std::stable_sort(byArea.begin(), byArea.end(),
+                     [&](std::size_t a, std::size_t b) { return entries_[a].area > entries_[b].area; });
+    std::vector<Choice> choices;
+    std::vector<std::size_t> firsts;
+    for (const std::size_t number : byArea) {
+        if (firsts.size() < firstTerritories &&
+            std::all_of(choices.begin(), choices.end(), [&](const Choice& choice) {
+                return choice.openArea(number) > (1.0 - sameFirst) * entries_[number].area;
+            })) {
+            firsts.push_back(number);
+            choices.emplace_back(*this, 1.0).add(number);
+        }
+    }
+    return firsts;
+}
+
+Chosen TerritoryPool::carriedOn(const Chosen& chosen, double share) const {
+    Choice choice(*this, share);
+    choice.set(chosen);
+    choice.improve();
+    return choice.chosen();
+}
+
+std::vector<const Territory*> TerritoryPool::territories(const Chosen& chosen) const {
+    std::vector<const Territory*> territories;
+    for (const std::size_t number : chosen) {
+        territories.push_back(&entries_[number].territory);
+    }
+    return territories;
+}
+
+std::vector<char> TerritoryPool::covered(const Chosen& chosen) const {
+    Choice choice(*this, 1.0);
+    choice.set(chosen);
+    return choice.owned();
+}
+
+} // namespace drape::host
