@@ -92,17 +92,6 @@ Mould mouldOf(Sheet sheet) {
     return mould;
 }
 
-TriangleMesh meshOf(const Mould& mould) {
-    TriangleMesh mesh;
-    mesh.positions = mould.positions;
-    mesh.sourceFaces = mould.sourceFaces;
-    mesh.triangles.reserve(mould.triangleCount());
-    for (std::size_t c = 0; c < mould.corners.size(); c += 3) {
-        mesh.triangles.push_back({mould.corners[c] - 1, mould.corners[c + 1] - 1, mould.corners[c + 2] - 1});
-    }
-    return mesh;
-}
-
 void requireEdge(const Mould& mould) {
     if (mould.loops.empty()) {
         throw InputError("the surface is closed, and cloth needs an edge to end at", Refusal::closed);

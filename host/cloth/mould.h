@@ -55,9 +55,6 @@ Facet facetOf(const Point& a, const Point& b, const Point& c);
 Mould mouldOf(Sheet sheet);
 Mould mouldOf(TriangleMesh mesh);
 
-// Its triangles as a mesh, in their order.
-TriangleMesh meshOf(const Mould& mould);
-
 // Throws InputError (closed) if the mould has no boundary for cloth to end at.
 void requireEdge(const Mould& mould);
 

@@ -4,6 +4,7 @@
 
 #include "drape.h"
 #include "host/cloth/measure.h"
+#include "host/cloth/mould_mesh.h"
 #include "host/mesh/surface_tree.h"
 
 namespace drape::host {

@@ -2,6 +2,7 @@
 #include "host/search/piece_claims.h"
 
 #include "host/cloth/cell_cover.h"
+#include "host/cloth/mould_mesh.h"
 
 #include <algorithm>
 

@@ -2,6 +2,7 @@
 #include "python/bindings/show.h"
 #include "python/bindings/surface.h"
 
+#include "host/cloth/mould_mesh.h"
 #include "host/search/cover.h"
 #include "tool/cover_report.h"
 #include "tool/scenes.h"
@@ -114,12 +115,7 @@ py::tuple pieceOf(const HeldCover& held, std::size_t index) {
     auto mould = std::make_shared<HeldMould>();
     Surface& s = mould->surface;
     s.mould = piece.drape.mould;
-    s.mesh.positions = s.mould->positions;
-    s.mesh.sourceFaces = s.mould->sourceFaces;
-    for (std::size_t c = 0; c < s.mould->corners.size(); c += 3) {
-        const std::int32_t* corners = &s.mould->corners[c];
-        s.mesh.triangles.push_back({corners[0] - 1, corners[1] - 1, corners[2] - 1});
-    }
+    s.mesh = meshOf(*s.mould);
     s.defaultSeed = piece.drape.choice.seed;
     s.steps = held.surface->steps;
     s.side = held.surface->side;
@@ -132,7 +128,7 @@ py::tuple pieceOf(const HeldCover& held, std::size_t index) {
     ply->wishes = held.trial;
     ply->wasMeasured = true;
     return py::make_tuple(std::const_pointer_cast<const HeldMould>(mould), ply, piece.claimed,
-                          piece.seamLength);
+                          piece.seamLength, piece.isTrimmed());
 }
 
 py::list seamsOf(const py::object& self) {

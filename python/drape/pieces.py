@@ -29,7 +29,9 @@ Progress = Callable[[int, int, float], Optional[bool]]
 class Piece(NamedTuple):
     """A piece of cloth of a cover."""
 
-    ply: Ply  # its drape; `ply.mould` is the part of the surface that it was cut out for
+    # Its drape, on `ply.mould`, the part of the surface under it. One that was cut along its seams out of a
+    # larger drape can't be pickled.
+    ply: Ply
     claimed: float  # area of the surface that is this piece's, up to its seams
     seam_length: float  # on the surface, to all neighbours
 
@@ -54,8 +56,10 @@ class Cover(Sequence):
         alike = dataclasses.replace(settings, step=tuple(core.steps))
         self._pieces = []
         for index in range(core.count):
-            part, held, claimed, seam_length = core.piece(index)
-            self._pieces.append(Piece(Ply._held(Mould._of(part), alike, held), claimed, seam_length))
+            part, held, claimed, seam_length, trimmed = core.piece(index)
+            ply = Ply._held(Mould._of(part), alike, held)
+            ply._trimmed = trimmed
+            self._pieces.append(Piece(ply, claimed, seam_length))
 
     def __len__(self) -> int:
         return len(self._pieces)

@@ -1,0 +1,206 @@
+// Pieces that cover a part, on sheets small enough to know the answer: territories that overlap are shared
+// out without loss, the choice takes no more of them than it needs, and cloth that is cut out of a drape is
+// that drape's, no more and no less.
+#include "host_drape.h"
+
+#include "host/cloth/trimmed_grid.h"
+#include "host/search/cover.h"
+#include "host/search/territory_pool.h"
+#include "host/search/territory_shares.h"
+
+#include <gtest/gtest.h>
+#include <set>
+
+namespace drape_test {
+namespace {
+
+using host::at;
+using host::Point;
+using host::Territory;
+
+// `columns` by `rows` squares of 1, two triangles each.
+host::TriangleMesh sheet(std::int32_t columns, std::int32_t rows, double bend) {
+    host::TriangleMesh mesh;
+    for (std::int32_t j = 0; j <= rows; ++j) {
+        for (std::int32_t i = 0; i <= columns; ++i) {
+            const double x = i - 0.5 * columns;
+            const double y = j - 0.5 * rows;
+            mesh.positions.push_back({x, y, bend * (x * x + y * y)});
+        }
+    }
+    for (std::int32_t j = 0; j < rows; ++j) {
+        for (std::int32_t i = 0; i < columns; ++i) {
+            const std::int32_t v = j * (columns + 1) + i;
+            mesh.triangles.push_back({v, v + 1, v + columns + 2});
+            mesh.triangles.push_back({v, v + columns + 2, v + columns + 1});
+        }
+    }
+    mesh.sourceFaces.assign(mesh.triangles.size(), 1);
+    return mesh;
+}
+
+struct Part {
+    explicit Part(host::TriangleMesh mesh, double step) {
+        surface.mesh = std::move(mesh);
+        surface.mould = std::make_shared<const host::Mould>(host::mouldOf(surface.mesh));
+        surface.steps = {step, step};
+        cover = std::make_unique<host::CoverGround>(host::coverGroundOf(
+            surface, wishes,
+            {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()}));
+    }
+
+    // Of all within a box, as deep as the way to its sides.
+    Territory box(double left, double right, double low, double high) const {
+        Territory territory;
+        territory.start.seed = {0.5 * (left + right), 0.5 * (low + high), 0.0};
+        const auto& places = cover->ground.mesh.positions;
+        for (std::size_t v = 0; v < places.size(); ++v) {
+            const Point& p = places[v];
+            const double depth = std::min({p[0] - left, right - p[0], p[1] - low, high - p[1]});
+            if (depth > -surface.steps[0]) {
+                territory.vertices.push_back(static_cast<std::int32_t>(v));
+                territory.depths.push_back(static_cast<float>(depth));
+                territory.area += depth > 0.0 ? cover->ground.areas[v] : 0.0;
+            }
+        }
+        return territory;
+    }
+
+    host::Surface surface;
+    host::TrialWishes wishes;
+    std::unique_ptr<host::CoverGround> cover;
+};
+
+// How many parts each label falls into.
+std::vector<int> partsOf(const host::Ground& ground, const std::vector<std::int32_t>& labels,
+                         std::size_t count) {
+    std::vector<int> parts(count, 0);
+    std::vector<char> seen(labels.size(), 0);
+    for (std::size_t first = 0; first < labels.size(); ++first) {
+        if (labels[first] < 0 || seen[first] != 0) {
+            continue;
+        }
+        ++parts[at(labels[first])];
+        std::vector<std::int32_t> open{static_cast<std::int32_t>(first)};
+        seen[first] = 1;
+        for (std::size_t k = 0; k < open.size(); ++k) {
+            for (const std::int32_t next : ground.around(open[k])) {
+                if (seen[at(next)] == 0 && labels[at(next)] == labels[first]) {
+                    seen[at(next)] = 1;
+                    open.push_back(next);
+                }
+            }
+        }
+    }
+    return parts;
+}
+
+TEST(Cover, TwoThatOverlapMeetInTheMiddle) {
+    const Part part(sheet(20, 10, 0.0), 1.0);
+    const Territory left = part.box(-11.0, 3.25, -99.0, 99.0);
+    const Territory right = part.box(-2.25, 11.0, -99.0, 99.0);
+    const host::TerritoryShares shares(*part.cover, 0.0, {&left, &right});
+    EXPECT_NEAR(shares.coveredShare(), 1.0, 1e-12);
+    EXPECT_NEAR(shares.areas()[0], 105.0, 5.0); // up to x = 0.5
+    const auto& places = part.cover->ground.mesh.positions;
+    for (const host::Triangle& t : part.cover->ground.mesh.triangles) {
+        const std::int32_t low = std::min(t[0], t[1]);
+        const std::int32_t high = std::max(t[0], t[1]);
+        if (shares.labels()[at(low)] != shares.labels()[at(high)]) {
+            const double share = shares.lineBetween(low, high);
+            EXPECT_NEAR(host::vec::mix(places[at(low)], places[at(high)], share)[0], 0.5, 1e-6);
+        }
+    }
+}
+
+TEST(Cover, ABarAcrossAnotherLeavesBothWhole) {
+    // The upright bar is deeper in the middle and would cut the lying one in two.
+    const Part part(sheet(20, 20, 0.0), 1.0);
+    const Territory lying = part.box(-9.5, 9.5, -1.5, 1.5);
+    const Territory upright = part.box(-2.5, 2.5, -8.5, 2.5);
+    const host::TerritoryShares shares(*part.cover, 0.0, {&lying, &upright});
+    for (const int parts : partsOf(part.cover->ground, shares.labels(), 2)) {
+        EXPECT_EQ(parts, 1);
+    }
+    const double whole = lying.area + upright.area - part.box(-2.5, 2.5, -1.5, 1.5).area;
+    EXPECT_NEAR(shares.coveredShare() * part.cover->ground.area, whole, 16.0); // what sticks out on one side
+}
+
+TEST(Cover, NoMoreAreChosenThanAreNeeded) {
+    const Part part(sheet(20, 10, 0.0), 1.0);
+    host::TerritoryPool pool(*part.cover, 0.0);
+    // The greedy first would be the middle one, which needs two more.
+    pool.add(part.box(-6.2, 6.2, -99.0, 99.0));
+    pool.add(part.box(-11.0, 0.2, -99.0, 99.0));
+    pool.add(part.box(-0.2, 11.0, -99.0, 99.0));
+    pool.add(part.box(-11.0, -4.8, -99.0, 99.0));
+    const host::Chosen chosen = pool.carriedOn({0}, 0.99);
+    EXPECT_EQ(std::set<std::size_t>(chosen.begin(), chosen.end()), (std::set<std::size_t>{1, 2}));
+    EXPECT_EQ(pool.carriedOn({}, 0.99), pool.carriedOn({}, 0.99));
+}
+
+TEST(Cover, ClothCutOutOfADrapeIsThatDrapes) {
+    const HostDrape whole = hostDrape(sheet(16, 16, 0.02), {{0.1, 0.2, 0.0}, 0.7, 0.7});
+    std::vector<double> field;
+    for (const Point& p : whole.mesh.positions) {
+        field.push_back(p[0] - 0.3 * p[1] - 1.7); // beside the seed
+    }
+    const host::Mould part = host::mouldOf(host::partAbove(whole.mesh, field));
+    const host::Grid cut = host::trimmedTo(whole.grid, part, 0.7);
+    const host::Measures measures = host::measure(part, cut, 45.0);
+    EXPECT_LT(cut.count, whole.grid.count);
+    EXPECT_GT(measures.coveredShare, 0.995);
+    EXPECT_TRUE(measures.net.reachesEdge());
+    EXPECT_EQ(host::nodePosition(cut, 0), host::nodePosition(whole.grid, 0));
+    for (std::int32_t n = 0; n < cut.count; ++n) {
+        const std::int32_t right = cut.link1[at(n)];
+        if (right > 0) {
+            EXPECT_EQ(cut.link3[at(right - 1)], n + 1);
+            EXPECT_EQ(cut.i[at(right - 1)], cut.i[at(n)] + 1);
+        }
+        if (cut.triangle[at(n)] > 0) {
+            const Point p = host::nodePosition(cut, n);
+            EXPECT_GT(p[0] - 0.3 * p[1] - 1.7, -1e-6);
+        }
+    }
+    // The rest of the sheet has the rest of the pattern.
+    for (double& value : field) {
+        value = -value;
+    }
+    const host::Mould rest = host::mouldOf(host::partAbove(whole.mesh, field));
+    const host::Measures other = host::measure(rest, host::trimmedTo(whole.grid, rest, 0.7), 45.0);
+    EXPECT_NEAR(measures.net.area + other.net.area, whole.net.area, 2e-3 * whole.net.area);
+}
+
+TEST(Cover, MoreBatchesNeverGiveAWorseSet) {
+    // A bowl too deep for one ply at a locking angle of 12 degrees.
+    Part part(sheet(14, 14, 0.06), 1.0);
+    part.wishes.lockingAngle = 12.0;
+    host::CoverWishes wishes;
+    wishes.share = 0.97;
+    const host::TerritorySpread oneByOne = [](const std::vector<host::PieceTry>& tries,
+                                              const std::function<Territory(const host::PieceTry&)>& work) {
+        std::vector<Territory> found;
+        std::transform(tries.begin(), tries.end(), std::back_inserter(found), work);
+        return found;
+    };
+    double share = 0.0;
+    std::size_t pieces = 99;
+    for (const int batches : {1, 2, 4, 7}) {
+        int told = 0;
+        const host::GoOn heard = [&](const host::CoverProgress&) { return ++told <= batches; };
+        const host::PieceSet set = host::coveredBy(part.surface, part.wishes, wishes, oneByOne, heard, true);
+        ASSERT_FALSE(set.pieces.empty());
+        for (const host::CoverPiece& piece : set.pieces) {
+            EXPECT_LE(piece.drape.measures.largestShear, 12.0);
+        }
+        EXPECT_TRUE(set.coveredShare >= wishes.share || set.coveredShare >= share - 2e-3);
+        EXPECT_TRUE(share < wishes.share || set.pieces.size() <= pieces);
+        share = set.coveredShare;
+        pieces = set.pieces.size();
+    }
+    EXPECT_GT(pieces, 1U);
+}
+
+} // namespace
+} // namespace drape_test
