@@ -21,6 +21,7 @@ using namespace vec;
 
 namespace {
 
+constexpr double beyondTerritory = 0.02; // cells, that rounding may leave of a piece
 constexpr std::size_t otherSeeds = 4;
 constexpr double wellInside = 0.3; // of the most room in a piece, for other seeds
 constexpr double edgeEnd = 0.02;   // of an edge: no seam nearer to its ends
@@ -90,6 +91,25 @@ private:
         }
         const EdgePoint& point = added_[vertex - depths.size()];
         return (1.0 - point.part) * depths[at(point.low)] + point.part * depths[at(point.high)];
+    }
+
+    // What of the claim lies in the piece's territory: between two vertices of different pieces there can be
+    // a gap that neither reaches.
+    std::shared_ptr<const Mould> cutOutOfTerritory(std::size_t p) const {
+        TriangleMesh claim;
+        claim.positions = claims_.positions;
+        for (std::size_t t = 0; t < claimOf_.size(); ++t) {
+            if (claimOf_[t] == static_cast<std::int32_t>(p)) {
+                claim.triangles.push_back(claims_.triangles[t]);
+                claim.sourceFaces.push_back(claims_.sourceFaces[t]);
+            }
+        }
+        std::vector<double> field(claim.positions.size());
+        for (std::size_t v = 0; v < field.size(); ++v) {
+            field[v] = depthOn(p, v) + beyondTerritory * step_;
+        }
+        Notes untold;
+        return std::make_shared<const Mould>(mouldOf(manifoldOf(partAbove(claim, field), untold)));
     }
 
     // The claim with what lies over its neighbours.
@@ -198,10 +218,11 @@ private:
         std::transform(labels_.begin(), labels_.end(), wanted.begin(), [&](std::int32_t label) {
             return label == static_cast<std::int32_t>(p) ? 1.0 : -1.0;
         });
-        const std::shared_ptr<const Mould> part = cutOut(p);
-        if (auto piece = goodDrape(part, startsOf(p), wanted)) {
+        const std::shared_ptr<const Mould> alone = cutOut(p);
+        if (auto piece = goodDrape(alone, startsOf(p), wanted)) {
             return std::move(*piece);
         }
+        const std::shared_ptr<const Mould> part = wishes_.overlap > 0.0 ? alone : cutOutOfTerritory(p);
         CoverPiece piece;
         piece.start = starts_[p];
         piece.under = std::make_shared<const Mould>(mouldOf(partAbove(ground().mesh, shares_.depths(p))));
@@ -219,7 +240,8 @@ private:
             const CellCover cells(drape.grid, drape.measures.cells);
             CellCover::Hint hint;
             for (std::size_t t = 0; t < cover.claimOf.size(); ++t) {
-                if (cover.claimOf[t] == static_cast<std::int32_t>(p) && !drape.measures.net.reachesEdge() &&
+                if (cover.claimOf[t] == static_cast<std::int32_t>(p) &&
+                    (cover.pieces[p].isTrimmed() || !drape.measures.net.reachesEdge()) &&
                     cells.coverOf(cover.claims->facets[t], hint) == Cover::none) {
                     cover.claimOf[t] = bare;
                 }

@@ -23,8 +23,9 @@ constexpr double clearOfLimit = 0.05; // cells, as the line between vertices is 
 constexpr double mostCells = 1e6;
 constexpr int mostRounds = 8;
 constexpr int roundsOfReach = 3;
-constexpr double closeBy = 1.0;   // cells outside of a territory, where its depths still count
-constexpr double cutAround = 1.5; // cells around a place of trouble
+constexpr double closeBy = 1.0;     // cells outside of a territory, where its depths still count
+constexpr double cutAround = 1.5;   // cells around a place of trouble
+constexpr double lessAround = 0.25; // cells, of a piece that is too large by less than its cells tell
 constexpr double fewestCells = 12.0;
 constexpr double edgeEnd = 0.02;      // of an edge: no cut nearer to its ends
 constexpr double lockingMargin = 0.1; // degrees, for a drape of the same piece out of a file
@@ -261,6 +262,20 @@ std::vector<double> depthsOver(const CoverGround& cover, const Territory& territ
     return field;
 }
 
+namespace {
+
+// Whether the pattern is no wider and no longer than cloth may be.
+bool isWithinLimits(const CoverGround& cover, const Trial& trial) {
+    if (!std::isfinite(cover.good.mostAlongWarp) && !std::isfinite(cover.good.mostAlongWeft)) {
+        return true;
+    }
+    const auto extent = netPatternOf(*trial.mould, trial.grid, cellsOf(trial.grid)).extent;
+    return extent[2] - extent[0] <= cover.good.mostAlongWarp &&
+           extent[3] - extent[1] <= cover.good.mostAlongWeft;
+}
+
+} // namespace
+
 Territory territoryOf(const CoverGround& cover, const PieceTry& piece) {
     Territory territory;
     territory.start = piece.start;
@@ -279,13 +294,13 @@ Territory territoryOf(const CoverGround& cover, const PieceTry& piece) {
         for (int round = 0; round < mostRounds && mould; ++round) {
             const Trial trial = drapePart(cover, std::move(mould), piece.start);
             const Check check = checked(cover, trial, field);
-            if (check.good) {
+            if (check.good && isWithinLimits(cover, trial)) {
                 fill(cover, field, territory);
                 return territory;
             }
             const std::vector<double> reach = insideOf(check.region, step);
             for (std::size_t v = 0; v < field.size(); ++v) {
-                field[v] = std::min(field[v], reach[v]);
+                field[v] = check.good ? field[v] - lessAround * step : std::min(field[v], reach[v]);
             }
             mould = partAround(cover, piece.start.seed, field);
         }
