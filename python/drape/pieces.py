@@ -29,11 +29,10 @@ Progress = Callable[[int, int, float], Optional[bool]]
 class Piece(NamedTuple):
     """A piece of cloth of a cover."""
 
-    # Its drape, on `ply.mould`, the part of the surface under it. One that was cut along its seams out of a
-    # larger drape can't be pickled.
-    ply: Ply
+    ply: Ply  # its drape; `ply.mould` is the part of the surface under it
     claimed: float  # area of the surface that is this piece's, up to its seams
     seam_length: float  # on the surface, to all neighbours
+    trimmed: bool  # cut along its seams out of a larger drape; then `ply` can't be pickled
 
 
 class Seam(NamedTuple):
@@ -59,7 +58,7 @@ class Cover(Sequence):
             part, held, claimed, seam_length, trimmed = core.piece(index)
             ply = Ply._held(Mould._of(part), alike, held)
             ply._trimmed = trimmed
-            self._pieces.append(Piece(ply, claimed, seam_length))
+            self._pieces.append(Piece(ply, claimed, seam_length, trimmed))
 
     def __len__(self) -> int:
         return len(self._pieces)

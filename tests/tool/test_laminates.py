@@ -486,10 +486,11 @@ class Pieces(Laminates):
         kit = (self.folder / "kit.dxf").read_text()
         for name in [*names, "top"]:
             self.assertIn(f"Ply {name}\n", kit)
-        # Each seam lies on two pieces, there about as long as in space.
+        # Each seam lies on two pieces, there as long as in space but for shear: at 30 degrees a line along a cell's
+        # diagonal is longer by a factor of sqrt(1 + sin 30) or shorter by sqrt(1 - sin 30).
         seams = [e["points"] for e in dxf_entities(kit) if e["layer"] == "SEAM"]
         length = sum(math.dist(p, q) for seam in seams for p, q in zip(seam, seam[1:]))
-        self.assertAlmostEqual(length, 2 * low["cover"]["seamLength"], delta=0.16 * low["cover"]["seamLength"])
+        self.assertTrue(math.sqrt(0.5) < 2 * low["cover"]["seamLength"] / length < math.sqrt(1.5))
         self.assertGreater(min(map(len, seams)), 1)
 
 
