@@ -47,7 +47,7 @@ private:
     std::uint64_t state_;
 };
 
-// What a set is judged by.
+// What a choice is judged by, before it is laid out.
 struct Worth {
     double share = 0.0;
     std::size_t pieces = 0;
@@ -64,8 +64,17 @@ bool isBetter(const Worth& a, const Worth& b, double share) {
     return a.pieces != b.pieces ? a.pieces < b.pieces : a.seams < b.seams;
 }
 
-Worth worthOf(const PieceSet& set) {
-    return {set.coveredShare, set.pieces.size(), set.seamLength};
+// Without any tolerance, as many steps that each lose next to nothing would lose something.
+bool isBetter(const PieceSet& a, const PieceSet& b, double share) {
+    if ((a.coveredShare >= share) != (b.coveredShare >= share)) {
+        return a.coveredShare >= share;
+    }
+    if (a.coveredShare >= share && a.pieces.size() != b.pieces.size()) {
+        return a.pieces.size() < b.pieces.size();
+    }
+    return a.coveredShare != b.coveredShare     ? a.coveredShare > b.coveredShare
+           : a.pieces.size() != b.pieces.size() ? a.pieces.size() < b.pieces.size()
+                                                : a.seamLength < b.seamLength;
 }
 
 class Search {
@@ -144,7 +153,7 @@ private:
         // What a layout loses is asked for on top.
         const double lost = std::clamp(worth_.share - set.coveredShare, 0.0, mostOnTop);
         wanted_ = std::min(1.0 - 1e-9, wishes_.share + lost + onTop);
-        if (best_.pieces.empty() || isBetter(worthOf(set), worthOf(best_), wishes_.share)) {
+        if (best_.pieces.empty() || isBetter(set, best_, wishes_.share)) {
             best_ = std::move(set);
         }
     }

@@ -64,7 +64,7 @@ using GoOn = std::function<bool(const CoverProgress&)>;
 // the same number of batches, whatever `spread` does. `heard` can be empty. The search ends by itself when it
 // gains next to nothing, unless it is `endless`; then only `heard` ends it. What comes out is the best of all
 // sets on the way, so more batches never give a worse one: one that covers less where not enough is covered,
-// else one of more pieces or with longer seams.
+// else one of more pieces or, of as many, one that covers less.
 PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
                    const TerritorySpread& spread, const GoOn& heard, bool endless);
 

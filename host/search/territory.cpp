@@ -10,6 +10,7 @@
 #include "host/mesh/topology.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace drape::host {

@@ -5,6 +5,7 @@
 #include "host/search/territory_shares.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 namespace drape::host {
