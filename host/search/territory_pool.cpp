@@ -14,6 +14,7 @@ constexpr std::size_t firstTerritories = 4;
 constexpr double sameFirst = 0.8;        // of its area under an other one, for a first one not to count
 constexpr double leastGain = 1e-3;       // of the area, for a territory more
 constexpr double clearlyMore = 1e-4;     // of the area, for an exchange
+constexpr double rounding = 1e-9;        // of the area, in sums over its vertices
 constexpr std::size_t mostExchanges = 4; // of each
 constexpr std::size_t triedToGive = 4;
 constexpr std::size_t mostChosen = 99;
@@ -93,7 +94,7 @@ public:
             if (!better) {
                 others.push_back(old.front());
                 set(others);
-                if (share() < before - 1e-9) {
+                if (share() < before - rounding) {
                     set(old);
                     return;
                 }
