@@ -12,7 +12,7 @@ if [ "${1:-}" = --fuzz ]; then
     fuzz_seconds=$2
 fi
 
-ensure_packages "${TEST_PACKAGES[@]}" "${PYTHON_PACKAGES[@]}" "${CAD_PACKAGES[@]}" "${SOLVER_PACKAGES[@]}"
+ensure_packages "${TEST_PACKAGES[@]}" "${PYTHON_PACKAGES[@]}" "${CAD_PACKAGES[@]}" "${SOLVER_PACKAGES[@]}" "${WEB_PACKAGES[@]}"
 jobs=$(nproc)
 failed=0
 
