@@ -3,16 +3,15 @@
 #include "placement/boundary_fallback.h"
 
 #include "surface/circle_triangle.h"
+#include "surface/nearest_listed.h"
 #include "surface/point_triangle.h"
 #include "surface/run_indices.h"
 
 namespace drape {
 namespace {
 
-constexpr std::int32_t EDGE_TABLE_SIZE = 21;
-
 struct EdgeTable {
-    std::int32_t edges[EDGE_TABLE_SIZE];
+    std::int32_t edges[FALLBACK_TABLE_SIZE];
     std::int32_t count = 0;
 };
 
@@ -22,7 +21,7 @@ bool listBoundaryEdges(const std::int32_t* foundList, std::int32_t foundCount, E
         const std::int32_t edge = firstBoundaryEdgeOf(foundList[k]);
         if (edge == 0)
             continue;
-        if (table.count == EDGE_TABLE_SIZE)
+        if (table.count == FALLBACK_TABLE_SIZE)
             return false;
         table.edges[table.count++] = edge;
     }

@@ -75,7 +75,7 @@ private:
         const std::int32_t triangle = model->mesh.boundaryEdge(edge).triangle;
         if (firstBoundaryEdgeOf(triangle) != edge)
             return true;
-        if (count_ == LARGEST)
+        if (count_ == FALLBACK_TABLE_SIZE)
             return false;
         near_[count_++].triangle = triangle;
         return true;
@@ -122,12 +122,11 @@ private:
         return ties;
     }
 
-    static constexpr int LARGEST = 21; // room in the fallback's table
     Vec3 place_;
     double tolerance_;
     margins::DistanceSlack slack_; // of any triangle
-    Near near_[LARGEST];
-    std::int32_t ties_[LARGEST];
+    Near near_[FALLBACK_TABLE_SIZE];
+    std::int32_t ties_[FALLBACK_TABLE_SIZE];
     int count_ = 0;
 };
 

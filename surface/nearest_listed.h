@@ -9,6 +9,9 @@
 
 namespace drape {
 
+// Room in the boundary fallback's table: more listed triangles with a boundary edge are an error.
+constexpr std::int32_t FALLBACK_TABLE_SIZE = 21;
+
 // Leaves a list from which the fallback takes what it would take from the whole one: empty only if that is,
 // and of its triangles with a boundary edge the one nearest to `place` or none, if there is none. Within a
 // run. False with a work-array code.

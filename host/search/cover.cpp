@@ -21,9 +21,10 @@ constexpr std::size_t freshSeeds = 4;   // in what is bare, or would be without 
 constexpr std::size_t usualTries = 100; // after which no further are begun
 constexpr std::size_t roundsInVain = 12;
 constexpr std::size_t mostInPool = 800;
-constexpr double nextToNothing = 2e-3; // of the area
-constexpr double leastBare = 1e-3;     // of the area, to look for pieces there
-constexpr double onTop = 1e-3;         // of the area, asked for beside what layouts lose
+constexpr double nextToNothing = 2e-3;        // of the area
+constexpr double allButRounding = 1.0 - 1e-9; // of the area
+constexpr double leastBare = 1e-3;            // of the area, to look for pieces there
+constexpr double onTop = 1e-3;                // of the area, asked for beside what layouts lose
 constexpr double mostOnTop = 1.5e-2;
 constexpr double wellInside = 0.3; // of the most room there is around a seed
 constexpr double roomBeyond = 4.0; // cells around what is bare, for pieces that fill it
@@ -82,7 +83,7 @@ public:
     Search(const CoverGround& cover, const CoverWishes& wishes, const TerritorySpread& spread,
            const GoOn& heard)
         : cover_(cover), wishes_(wishes), spread_(spread), heard_(heard), dice_(1),
-          pool_(cover, wishes.overlap), wanted_(std::min(1.0 - 1e-9, wishes.share + onTop)) {}
+          pool_(cover, wishes.overlap), wanted_(std::min(allButRounding, wishes.share + onTop)) {}
 
     // The best set of all that were laid out, which are the first of one sequence that doesn't hang on when
     // it is stopped.
@@ -152,7 +153,7 @@ private:
         PieceSet set = laidOut(cover_, wishes_, pool_.territories(chosen_));
         // What a layout loses is asked for on top.
         const double lost = std::clamp(worth_.share - set.coveredShare, 0.0, mostOnTop);
-        wanted_ = std::min(1.0 - 1e-9, wishes_.share + lost + onTop);
+        wanted_ = std::min(allButRounding, wishes_.share + lost + onTop);
         if (best_.pieces.empty() || isBetter(set, best_, wishes_.share)) {
             best_ = std::move(set);
         }
@@ -180,7 +181,7 @@ private:
         tried_ += tries.size();
     }
 
-    // Tries pieces where the choice leaves the mould bare, or would without one or two of its pieces.
+    // Tries pieces where the choice leaves the mould bare, or would without one to three of its pieces.
     void lookAround() {
         Chosen left(chosen_);
         const bool fills = worth_.share < wanted_ && dice_.below(2) == 0;
