@@ -5,6 +5,7 @@
 
 #include "host/mesh/patch.h"
 #include "host/search/cover_layout.h"
+#include "host/search/ground_parts.h"
 #include "host/search/territory_pool.h"
 #include "host/search/territory_shares.h"
 
@@ -234,36 +235,13 @@ private:
         return wishes_.angle + (wishes_.freeAngles ? turn * dice_.share() : 0.0);
     }
 
-    // `count` open vertices as far as can be from each other and from `from`.
-    std::vector<std::size_t> farApart(const std::vector<char>& isOpen, const std::vector<Point>& from,
-                                      std::size_t count) const {
-        std::vector<double> room(isOpen.size());
-        for (std::size_t v = 0; v < room.size(); ++v) {
-            room[v] = isOpen[v] != 0 ? std::numeric_limits<double>::infinity() : -1.0;
-            for (const Point& point : from) {
-                room[v] = std::min(room[v], distance(place(v), point));
-            }
-        }
-        std::vector<std::size_t> found;
-        while (found.size() < count) {
-            const auto farthest = std::max_element(room.begin(), room.end());
-            if (!(*farthest > 0.0)) {
-                break;
-            }
-            found.push_back(static_cast<std::size_t>(farthest - room.begin()));
-            for (std::size_t v = 0; v < room.size(); ++v) {
-                room[v] = std::min(room[v], distance(place(v), place(found.back())));
-            }
-        }
-        return found;
-    }
-
     std::vector<PieceStart> firstStarts() {
         std::vector<PieceStart> starts{{cover_.surface.defaultSeed, anyAngle()}};
         std::vector<char> open(ground().vertexCount());
         std::transform(ground().nearRim.begin(), ground().nearRim.end(), open.begin(),
                        [](char near) { return near != 0 ? 0 : 1; });
-        for (const std::size_t v : farApart(open, {cover_.surface.defaultSeed}, firstSeeds - 1)) {
+        for (const std::size_t v :
+             farApart(ground(), open, {cover_.surface.defaultSeed}, firstSeeds - 1, 0.0)) {
             starts.push_back({place(v), anyAngle()});
         }
         return starts;
@@ -293,7 +271,7 @@ private:
         }
         const auto middle = static_cast<std::size_t>(deepest - inside.begin());
         starts.push_back({place(middle), anyAngle()});
-        for (const std::size_t v : farApart(open, {place(middle)}, freshSeeds / 2)) {
+        for (const std::size_t v : farApart(ground(), open, {place(middle)}, freshSeeds / 2, 0.0)) {
             starts.push_back({place(v), anyAngle()});
         }
         while (starts.size() < freshSeeds) {

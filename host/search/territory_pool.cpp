@@ -3,6 +3,8 @@
 // some out lowers their number.
 #include "host/search/territory_pool.h"
 
+#include "host/search/ground_parts.h"
+
 #include <algorithm>
 #include <numeric>
 
@@ -35,7 +37,7 @@ public:
 
     void add(std::size_t number) {
         const std::vector<std::int32_t> claim = claimOf(number);
-        covered_ += areaOf(claim);
+        covered_ += areaOf(pool_->cover_.ground, claim);
         for (const std::int32_t v : claim) {
             owned_[at(v)] = 1;
         }
@@ -54,7 +56,7 @@ public:
         std::pair<double, std::size_t> best{0.0, 0};
         for (std::size_t k = 0; k < pool_->size(); ++k) {
             if (pool_->entries_[k].area > best.first && openArea(k) > best.first) {
-                const double gain = areaOf(claimOf(k));
+                const double gain = areaOf(pool_->cover_.ground, claimOf(k));
                 best = gain > best.first ? std::pair(gain, k) : best;
             }
         }
@@ -138,14 +140,6 @@ private:
         return less;
     }
 
-    double areaOf(const std::vector<std::int32_t>& vertices) const {
-        double area = 0.0;
-        for (const std::int32_t v : vertices) {
-            area += pool_->cover_.ground.areas[at(v)];
-        }
-        return area;
-    }
-
     // The largest part that hangs together of what is open of a territory.
     std::vector<std::int32_t> claimOf(std::size_t number) const {
         const Ground& ground = pool_->cover_.ground;
@@ -153,29 +147,9 @@ private:
         for (const std::int32_t v : inside) {
             seen_[at(v)] = owned_[at(v)] == 0 ? 1 : 0;
         }
-        std::vector<std::int32_t> largest;
-        double most = 0.0;
-        for (const std::int32_t first : inside) {
-            if (seen_[at(first)] == 0) {
-                continue;
-            }
-            std::vector<std::int32_t> part{first};
-            seen_[at(first)] = 0;
-            for (std::size_t k = 0; k < part.size(); ++k) {
-                for (const std::int32_t next : ground.around(part[k])) {
-                    if (seen_[at(next)] != 0) {
-                        seen_[at(next)] = 0;
-                        part.push_back(next);
-                    }
-                }
-            }
-            const double area = areaOf(part);
-            if (area > most) {
-                most = area;
-                largest = std::move(part);
-            }
-        }
-        return largest;
+        std::vector<GroundPart> parts = openParts(ground, inside, seen_);
+        const auto largest = largestOf(ground, parts);
+        return largest == parts.end() ? GroundPart{} : *largest;
     }
 
     const TerritoryPool* pool_;

@@ -4,9 +4,13 @@
 // each goes ahead of all that come after it.
 #include "host/search/territory_shares.h"
 
+#include "host/search/ground_parts.h"
+
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <limits>
+#include <numeric>
 
 namespace drape::host {
 
@@ -28,27 +32,25 @@ double endOf(double from, double to) {
 TerritoryShares::TerritoryShares(const CoverGround& cover, double overlap,
                                  const std::vector<const Territory*>& territories)
     : cover_(&cover), overlap_(overlap), step_(std::max(cover.surface.steps[0], cover.surface.steps[1])),
-      labels_(cover.ground.vertexCount(), bare) {
+      labels_(cover.ground.vertexCount(), bare), isOpen_(labels_.size(), 0) {
     for (const Territory* territory : territories) {
         pieces_.emplace_back().depths = depthsOver(cover, *territory);
     }
+    label();
     giveWay();
     const double even = area();
-    std::vector<std::int32_t> labels(labels_);
-    std::vector<Piece> pieces(pieces_);
+    State before = state();
     goInOrder();
     if (area() <= even + noLoss * cover_->ground.area) {
-        labels_ = std::move(labels);
-        pieces_ = std::move(pieces);
+        restore(std::move(before));
     }
 }
 
-double TerritoryShares::areaOf(const std::vector<std::int32_t>& part) const {
-    double area = 0.0;
-    for (const std::int32_t v : part) {
-        area += cover_->ground.areas[at(v)];
-    }
-    return area;
+void TerritoryShares::limit(std::size_t p, const std::vector<double>& most) {
+    std::vector<double>& depths = pieces_[p].depths;
+    std::transform(depths.begin(), depths.end(), most.begin(), depths.begin(),
+                   [](double depth, double limit) { return std::min(depth, limit); });
+    label();
 }
 
 double TerritoryShares::area() const {
@@ -86,13 +88,49 @@ double TerritoryShares::seamLength() const {
     return length;
 }
 
+void TerritoryShares::listClaimants() {
+    for (Piece& piece : pieces_) {
+        piece.inside.clear();
+    }
+    firstClaimant_.clear();
+    claimants_.clear();
+    for (std::size_t v = 0; v < labels_.size(); ++v) {
+        firstClaimant_.push_back(claimants_.size());
+        for (std::size_t p = 0; p < pieces_.size(); ++p) {
+            if (pieces_[p].depths[v] > 0.5 * overlap_) {
+                pieces_[p].inside.push_back(static_cast<std::int32_t>(v));
+                claimants_.push_back({static_cast<std::int32_t>(p), false});
+            }
+        }
+    }
+    firstClaimant_.push_back(claimants_.size());
+}
+
+// Its number; that of all claimants if the territory can't have the vertex.
+std::size_t TerritoryShares::claimantOf(std::int32_t p, std::int32_t v) const {
+    for (std::size_t k = firstClaimant_[at(v)]; k < firstClaimant_[at(v) + 1]; ++k) {
+        if (claimants_[k].piece == p) {
+            return k;
+        }
+    }
+    return claimants_.size();
+}
+
+// Above 0 where a territory has or could have a vertex, the higher the deeper it lies.
+double TerritoryShares::valueOf(std::int32_t p, std::int32_t v) const {
+    const std::size_t k = claimantOf(p, v);
+    return k < claimants_.size() && claimants_[k].isDropped ? -step_
+                                                            : pieces_[at(p)].depths[at(v)] - 0.5 * overlap_;
+}
+
 std::int32_t TerritoryShares::deepestAt(std::size_t v) const {
     std::int32_t deepest = bare;
     double most = -std::numeric_limits<double>::infinity();
-    for (std::size_t p = 0; p < pieces_.size(); ++p) {
-        if (pieces_[p].value[v] > 0.0 && pieces_[p].value[v] + pieces_[p].ahead > most) {
-            most = pieces_[p].value[v] + pieces_[p].ahead;
-            deepest = static_cast<std::int32_t>(p);
+    for (std::size_t k = firstClaimant_[v]; k < firstClaimant_[v + 1]; ++k) {
+        const Piece& piece = pieces_[at(claimants_[k].piece)];
+        if (!claimants_[k].isDropped && piece.depths[v] + piece.ahead > most) {
+            most = piece.depths[v] + piece.ahead;
+            deepest = claimants_[k].piece;
         }
     }
     return deepest;
@@ -101,64 +139,63 @@ std::int32_t TerritoryShares::deepestAt(std::size_t v) const {
 // What a territory could have and is bare, as an area.
 double TerritoryShares::lostBy(const Piece& piece) const {
     double lost = 0.0;
-    for (std::size_t v = 0; v < labels_.size(); ++v) {
-        lost += labels_[v] == bare && piece.depths[v] > 0.5 * overlap_ ? cover_->ground.areas[v] : 0.0;
+    for (const std::int32_t v : piece.inside) {
+        lost += labels_[at(v)] == bare ? cover_->ground.areas[at(v)] : 0.0;
     }
     return lost;
 }
 
-// Of several parts of one share the largest stays, the others go to the next best.
 void TerritoryShares::label() {
-    for (Piece& piece : pieces_) {
-        piece.value = piece.depths;
-        for (double& value : piece.value) {
-            value -= 0.5 * overlap_;
+    listClaimants();
+    std::vector<std::int32_t> all(labels_.size());
+    std::iota(all.begin(), all.end(), 0);
+    labelAround(all);
+}
+
+// Shares out some vertices anew, and what can't hang together because of that.
+void TerritoryShares::labelAround(const std::vector<std::int32_t>& vertices) {
+    std::vector<std::int32_t> changed(vertices);
+    for (const std::int32_t v : changed) {
+        for (std::size_t k = firstClaimant_[at(v)]; k < firstClaimant_[at(v) + 1]; ++k) {
+            claimants_[k].isDropped = false;
         }
     }
-    for (bool changed = true; changed;) {
-        changed = false;
-        for (std::size_t v = 0; v < labels_.size(); ++v) {
-            labels_[v] = deepestAt(v);
-        }
-        std::vector<std::vector<std::vector<std::int32_t>>> parts(pieces_.size());
-        std::vector<char> seen(labels_.size(), 0);
-        for (std::size_t first = 0; first < labels_.size(); ++first) {
-            if (labels_[first] != bare && seen[first] == 0) {
-                parts[at(labels_[first])].push_back(partAt(static_cast<std::int32_t>(first), seen));
+    while (!changed.empty()) {
+        std::vector<char> isTouched(pieces_.size(), 0);
+        for (const std::int32_t v : changed) {
+            for (const std::int32_t label : {labels_[at(v)], deepestAt(at(v))}) {
+                if (label != bare) {
+                    isTouched[at(label)] = 1;
+                }
+                labels_[at(v)] = label;
             }
         }
+        changed.clear();
         for (std::size_t p = 0; p < pieces_.size(); ++p) {
-            changed = dropSmaller(p, parts[p]) || changed;
-        }
-    }
-}
-
-std::vector<std::int32_t> TerritoryShares::partAt(std::int32_t first, std::vector<char>& seen) const {
-    std::vector<std::int32_t> part{first};
-    seen[at(first)] = 1;
-    for (std::size_t k = 0; k < part.size(); ++k) {
-        for (const std::int32_t next : cover_->ground.around(part[k])) {
-            if (seen[at(next)] == 0 && labels_[at(next)] == labels_[at(first)]) {
-                seen[at(next)] = 1;
-                part.push_back(next);
+            if (isTouched[p] != 0) {
+                keepLargestPart(p, changed);
             }
         }
     }
-    return part;
 }
 
-bool TerritoryShares::dropSmaller(std::size_t p, const std::vector<std::vector<std::int32_t>>& parts) {
-    const auto largest = std::max_element(
-        parts.begin(), parts.end(), [&](const auto& a, const auto& b) { return areaOf(a) < areaOf(b); });
-    bool dropped = false;
-    for (auto part = parts.begin(); part != parts.end(); ++part) {
-        const bool goes = part != largest || areaOf(*part) < fewestCells * step_ * step_;
-        for (const std::int32_t v : *part) {
-            pieces_[p].value[at(v)] = goes ? -step_ : pieces_[p].value[at(v)];
-        }
-        dropped = dropped || goes;
+// Drops what doesn't hang together with the largest part of a share, or all of it if that is next to nothing,
+// and adds that to `dropped`.
+void TerritoryShares::keepLargestPart(std::size_t p, std::vector<std::int32_t>& dropped) {
+    const Ground& ground = cover_->ground;
+    for (const std::int32_t v : pieces_[p].inside) {
+        isOpen_[at(v)] = labels_[at(v)] == static_cast<std::int32_t>(p) ? 1 : 0;
     }
-    return dropped;
+    const std::vector<GroundPart> parts = openParts(ground, pieces_[p].inside, isOpen_);
+    const auto largest = largestOf(ground, parts);
+    for (auto part = parts.begin(); part != parts.end(); ++part) {
+        if (part != largest || areaOf(ground, *part) < fewestCells * step_ * step_) {
+            for (const std::int32_t v : *part) {
+                claimants_[claimantOf(static_cast<std::int32_t>(p), v)].isDropped = true;
+                dropped.push_back(v);
+            }
+        }
+    }
 }
 
 void TerritoryShares::goInOrder() {
@@ -169,7 +206,6 @@ void TerritoryShares::goInOrder() {
 }
 
 void TerritoryShares::giveWay() {
-    label();
     for (std::size_t moves = 0; moves < mostAhead * pieces_.size(); ++moves) {
         std::vector<std::pair<double, std::size_t>> lost;
         for (std::size_t p = 0; p < pieces_.size(); ++p) {
@@ -188,17 +224,32 @@ void TerritoryShares::giveWay() {
 // Whether less is bare if a territory goes ahead. If not, all stays as it was.
 bool TerritoryShares::goesAhead(std::size_t p) {
     const double before = area();
-    const double old = pieces_[p].ahead;
+    const State old = state();
     for (const double cells : movesAhead) {
-        pieces_[p].ahead = old + cells * step_;
-        label();
+        restore(old);
+        pieces_[p].ahead += cells * step_;
+        labelAround(pieces_[p].inside);
         if (area() > before + 0.5 * noLoss * cover_->ground.area) {
             return true;
         }
     }
-    pieces_[p].ahead = old;
-    label();
+    restore(old);
     return false;
+}
+
+TerritoryShares::State TerritoryShares::state() const {
+    State state{labels_, claimants_, {}};
+    std::transform(pieces_.begin(), pieces_.end(), std::back_inserter(state.ahead),
+                   [](const Piece& piece) { return piece.ahead; });
+    return state;
+}
+
+void TerritoryShares::restore(State state) {
+    labels_ = std::move(state.labels);
+    claimants_ = std::move(state.claimants);
+    for (std::size_t p = 0; p < pieces_.size(); ++p) {
+        pieces_[p].ahead = state.ahead[p];
+    }
 }
 
 // How much more a vertex belongs to `a` than to `b`.

@@ -14,6 +14,10 @@ public:
     TerritoryShares(const CoverGround& cover, double overlap,
                     const std::vector<const Territory*>& territories);
 
+    // Lowers how deep inside a territory places are to `most`, a value per vertex of the ground, and gives
+    // what it can't have any more to others.
+    void limit(std::size_t p, const std::vector<double>& most);
+
     // Per vertex of the ground, the territory that has it, `bare` where none can.
     const std::vector<std::int32_t>& labels() const { return labels_; }
     double coveredShare() const { return area() / cover_->ground.area; }
@@ -31,29 +35,48 @@ public:
 
 private:
     struct Piece {
-        std::vector<double> depths; // per vertex
-        std::vector<double> value;  // above 0 where it can have a vertex
-        double ahead = 0.0;         // added to that where it meets others
+        std::vector<double> depths;       // per vertex
+        std::vector<std::int32_t> inside; // vertices that it can have, rising
+        double ahead = 0.0;               // added to its depth where it meets others
+    };
+
+    // One that can have a vertex.
+    struct Claimant {
+        std::int32_t piece = bare;
+        bool isDropped = false; // as the vertex doesn't hang together with the rest of its share
+    };
+
+    // What changes when one goes ahead.
+    struct State {
+        std::vector<std::int32_t> labels;
+        std::vector<Claimant> claimants;
+        std::vector<double> ahead;
     };
 
     double area() const;
-    double areaOf(const std::vector<std::int32_t>& part) const;
+    void listClaimants();
+    std::size_t claimantOf(std::int32_t p, std::int32_t v) const;
     std::int32_t deepestAt(std::size_t v) const;
     double lostBy(const Piece& piece) const;
     void label();
-    std::vector<std::int32_t> partAt(std::int32_t first, std::vector<char>& seen) const;
-    bool dropSmaller(std::size_t p, const std::vector<std::vector<std::int32_t>>& parts);
+    void labelAround(const std::vector<std::int32_t>& vertices);
+    void keepLargestPart(std::size_t p, std::vector<std::int32_t>& dropped);
     void goInOrder();
     void giveWay();
     bool goesAhead(std::size_t p);
-    double valueOf(std::int32_t p, std::int32_t v) const { return pieces_[at(p)].value[at(v)]; }
+    State state() const;
+    void restore(State state);
+    double valueOf(std::int32_t p, std::int32_t v) const;
     double lead(std::int32_t a, std::int32_t b, std::int32_t v) const;
 
     const CoverGround* cover_;
     double overlap_;
     double step_; // the longer cell length
     std::vector<Piece> pieces_;
+    std::vector<std::size_t> firstClaimant_; // per vertex, and one more
+    std::vector<Claimant> claimants_;        // of each vertex, the lower pieces first
     std::vector<std::int32_t> labels_;
+    std::vector<char> isOpen_; // of walks; 0 between them
 };
 
 } // namespace drape::host
