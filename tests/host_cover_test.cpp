@@ -3,7 +3,6 @@
 // that drape's, no more and no less.
 #include "host_drape.h"
 
-#include "host/cloth/trimmed_grid.h"
 #include "host/search/cover.h"
 #include "host/search/territory_pool.h"
 #include "host/search/territory_shares.h"
@@ -139,57 +138,19 @@ TEST(Cover, NoMoreAreChosenThanAreNeeded) {
     EXPECT_EQ(pool.carriedOn({}, 0.99), pool.carriedOn({}, 0.99));
 }
 
-TEST(Cover, ClothCutOutOfADrapeIsThatDrapes) {
-    const HostDrape whole = hostDrape(sheet(16, 16, 0.02), {{0.1, 0.2, 0.0}, 0.7, 0.7});
-    std::vector<double> field;
-    for (const Point& p : whole.mesh.positions) {
-        field.push_back(p[0] - 0.3 * p[1] - 1.7); // beside the seed
-    }
-    const host::Mould part = host::mouldOf(host::partAbove(whole.mesh, field));
-    const host::Grid cut = host::trimmedTo(whole.grid, part, 0.7);
-    const host::Measures measures = host::measure(part, cut, 45.0);
-    EXPECT_LT(cut.count, whole.grid.count);
-    EXPECT_GT(measures.coveredShare, 0.995);
-    EXPECT_TRUE(measures.net.reachesEdge());
-    EXPECT_EQ(host::nodePosition(cut, 0), host::nodePosition(whole.grid, 0));
-    for (std::int32_t n = 0; n < cut.count; ++n) {
-        const std::int32_t right = cut.link1[at(n)];
-        if (right > 0) {
-            EXPECT_EQ(cut.link3[at(right - 1)], n + 1);
-            EXPECT_EQ(cut.i[at(right - 1)], cut.i[at(n)] + 1);
-        }
-        if (cut.triangle[at(n)] > 0) {
-            const Point p = host::nodePosition(cut, n);
-            EXPECT_GT(p[0] - 0.3 * p[1] - 1.7, -1e-6);
-        }
-    }
-    // The rest of the sheet has the rest of the pattern.
-    for (double& value : field) {
-        value = -value;
-    }
-    const host::Mould rest = host::mouldOf(host::partAbove(whole.mesh, field));
-    const host::Measures other = host::measure(rest, host::trimmedTo(whole.grid, rest, 0.7), 45.0);
-    EXPECT_NEAR(measures.net.area + other.net.area, whole.net.area, 2e-3 * whole.net.area);
-}
-
 TEST(Cover, MoreBatchesNeverGiveAWorseSet) {
     // A bowl too deep for one ply at a locking angle of 12 degrees.
     Part part(sheet(14, 14, 0.06), 1.0);
     part.wishes.lockingAngle = 12.0;
     host::CoverWishes wishes;
     wishes.share = 0.97;
-    const host::TerritorySpread oneByOne = [](const std::vector<host::PieceTry>& tries,
-                                              const std::function<Territory(const host::PieceTry&)>& work) {
-        std::vector<Territory> found;
-        std::transform(tries.begin(), tries.end(), std::back_inserter(found), work);
-        return found;
-    };
     double share = 0.0;
     std::size_t pieces = 99;
     for (const int batches : {1, 2, 4, 7}) {
         int told = 0;
         const host::GoOn heard = [&](const host::CoverProgress&) { return ++told <= batches; };
-        const host::PieceSet set = host::coveredBy(part.surface, part.wishes, wishes, oneByOne, heard, true);
+        const host::PieceSet set = host::coveredBy(part.surface, part.wishes, wishes,
+                                                   host::spreadBy(host::inTurn), host::inTurn, heard, true);
         ASSERT_FALSE(set.pieces.empty());
         for (const host::CoverPiece& piece : set.pieces) {
             EXPECT_LE(piece.drape.measures.largestShear, 12.0);

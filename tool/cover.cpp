@@ -41,26 +41,6 @@ private:
     struct sigaction before_ {};
 };
 
-TerritorySpread overThreads(int wanted) {
-    const int cores = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-    const int threads = wanted > 0 ? wanted : cores;
-    return
-        [threads](const std::vector<PieceTry>& tries, const std::function<Territory(const PieceTry&)>& work) {
-            const std::size_t count = tries.size();
-            std::vector<Territory> results(count);
-            std::atomic<std::size_t> next{0};
-            const auto drapeNext = [&] {
-                const std::size_t k = next++;
-                if (k < count) {
-                    results[k] = work(tries[k]);
-                }
-                return k < count;
-            };
-            runWorkers(std::min(threads, static_cast<int>(count)), drapeNext, nullptr);
-            return results;
-        };
-}
-
 void showProgress(const CoverProgress& progress) {
     std::fprintf(stderr, "\rdrape: %zu candidates draped; %zu %s cover %.1f %% ", progress.tried,
                  progress.pieces, progress.pieces == 1 ? "piece" : "pieces", 100.0 * progress.coveredShare);
@@ -82,7 +62,12 @@ PieceSet searched(const Settings& settings, const Surface& surface, const Log& l
         return !interrupted &&
                (!seconds || std::chrono::duration<double>(Clock::now() - begin).count() < *seconds);
     };
-    PieceSet set = coveredBy(surface, settings.trial, settings.cover.wishes, overThreads(settings.sweep.jobs),
+    const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
+    SharedThreads threads(settings.sweep.jobs > 0 ? static_cast<std::size_t>(settings.sweep.jobs) : cores);
+    const ForEach forEach = [&](std::size_t count, const std::function<void(std::size_t)>& work) {
+        threads.forEach(count, work);
+    };
+    PieceSet set = coveredBy(surface, settings.trial, settings.cover.wishes, spreadBy(forEach), forEach,
                              heard, seconds.has_value());
     if (talkative) {
         std::fprintf(stderr, "\r\033[K");

@@ -60,8 +60,7 @@ std::string coverSummary(const Settings& settings, const Surface& surface, const
                          number(m.net.area) + ", " + number(m.net.extent[2] - m.net.extent[0]) + " by " +
                          number(m.net.extent[3] - m.net.extent[1]) + ", seed " +
                          pointText(piece.drape.choice.seed) + ", angle " + number(piece.drape.angle) +
-                         ", largest shear " + fixed(m.largestShear, 1) +
-                         (piece.isTrimmed() ? ", cut out of a larger drape" : ""));
+                         ", largest shear " + fixed(m.largestShear, 1));
     }
     return text;
 }

@@ -103,12 +103,7 @@ private:
         wishes.share = *ply.pieces;
         wishes.angle = ply.angle;
         wishes.most[1] = ply.cloth.width.value_or(wishes.most[1]);
-        const TerritorySpread spread = [&](const std::vector<PieceTry>& tries, const auto& work) {
-            std::vector<Territory> results(tries.size());
-            forEach_(tries.size(), [&](std::size_t k) { results[k] = work(tries[k]); });
-            return results;
-        };
-        PieceSet set = coveredBy(surface, trial, wishes, spread, nullptr, false);
+        PieceSet set = coveredBy(surface, trial, wishes, spreadBy(forEach_), forEach_, nullptr, false);
         if (set.pieces.empty()) {
             job.trouble = "no piece was found that drapes; smaller cells (step) may";
             return;

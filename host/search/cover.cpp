@@ -82,8 +82,8 @@ bool isBetter(const PieceSet& a, const PieceSet& b, double share) {
 class Search {
 public:
     Search(const CoverGround& cover, const CoverWishes& wishes, const TerritorySpread& spread,
-           const GoOn& heard)
-        : cover_(cover), wishes_(wishes), spread_(spread), heard_(heard), dice_(1),
+           const ForEach& forEach, const GoOn& heard)
+        : cover_(cover), wishes_(wishes), spread_(spread), forEach_(forEach), heard_(heard), dice_(1),
           pool_(cover, wishes.overlap), wanted_(std::min(allButRounding, wishes.share + onTop)) {}
 
     // The best set of all that were laid out, which are the first of one sequence that doesn't hang on when
@@ -151,7 +151,7 @@ private:
     }
 
     void layOut() {
-        PieceSet set = laidOut(cover_, wishes_, pool_.territories(chosen_));
+        PieceSet set = laidOut(cover_, wishes_, pool_.territories(chosen_), forEach_);
         // What a layout loses is asked for on top.
         const double lost = std::clamp(worth_.share - set.coveredShare, 0.0, mostOnTop);
         wanted_ = std::min(allButRounding, wishes_.share + lost + onTop);
@@ -283,6 +283,7 @@ private:
     const CoverGround& cover_;
     const CoverWishes& wishes_;
     const TerritorySpread& spread_;
+    const ForEach& forEach_;
     const GoOn& heard_;
     Dice dice_;
     TerritoryPool pool_;
@@ -297,17 +298,26 @@ private:
 
 } // namespace
 
+TerritorySpread spreadBy(const ForEach& forEach) {
+    return
+        [forEach](const std::vector<PieceTry>& tries, const std::function<Territory(const PieceTry&)>& work) {
+            std::vector<Territory> results(tries.size());
+            forEach(tries.size(), [&](std::size_t k) { results[k] = work(tries[k]); });
+            return results;
+        };
+}
+
 PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
-                   const TerritorySpread& spread, const GoOn& heard, bool endless) {
+                   const TerritorySpread& spread, const ForEach& forEach, const GoOn& heard, bool endless) {
     const CoverGround cover = coverGroundOf(surface, trial, wishes.most);
-    return Search(cover, wishes, spread, heard).found(endless);
+    return Search(cover, wishes, spread, forEach, heard).found(endless);
 }
 
 PieceSet pieceFrom(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
                    const PieceStart& start) {
     const CoverGround cover = coverGroundOf(surface, trial, wishes.most);
     const Territory one = territoryOf(cover, {start, nullptr});
-    return one.vertices.empty() ? PieceSet{} : laidOut(cover, wishes, {&one});
+    return one.vertices.empty() ? PieceSet{} : laidOut(cover, wishes, {&one}, inTurn);
 }
 
 } // namespace drape::host

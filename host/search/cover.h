@@ -1,6 +1,7 @@
 // A whole surface covered with several pieces of cloth: where each starts, and where they meet.
 #pragma once
 
+#include "host/search/for_each.h"
 #include "host/search/territory.h"
 
 #include <functional>
@@ -18,13 +19,9 @@ struct CoverWishes {
 
 struct CoverPiece {
     PieceStart start;
-    Trial drape;                        // its mould is the part of the surface under the piece; with measures
-    std::shared_ptr<const Mould> under; // what it was draped over, `drape.mould` or more; never null
-    double claimed = 0.0;               // area of the surface that is this piece's, up to its seams
-    double seamLength = 0.0;            // on the surface, to all neighbours
-
-    // Whether more was draped than the piece, which is cut out of that along its seams.
-    bool isTrimmed() const { return under != drape.mould; }
+    Trial drape;             // by itself: its mould is the part of the surface under the piece; with measures
+    double claimed = 0.0;    // area of the surface that is this piece's, up to its seams
+    double seamLength = 0.0; // on the surface, to all neighbours
 };
 
 // Where two pieces meet.
@@ -50,6 +47,8 @@ struct PieceSet {
 using TerritorySpread = std::function<std::vector<Territory>(
     const std::vector<PieceTry>& tries, const std::function<Territory(const PieceTry&)>& work)>;
 
+TerritorySpread spreadBy(const ForEach& forEach);
+
 // How far the search is.
 struct CoverProgress {
     std::size_t tried = 0;     // candidates
@@ -60,13 +59,13 @@ struct CoverProgress {
 // Told of each batch of candidates; the search ends when it returns false.
 using GoOn = std::function<bool(const CoverProgress&)>;
 
-// Each candidate is drawn from what the ones before it gave, batch by batch, so the answer is the same for
-// the same number of batches, whatever `spread` does. `heard` can be empty. The search ends by itself when it
-// gains next to nothing, unless it is `endless`; then only `heard` ends it. What comes out is the best of all
-// sets on the way, so more batches never give a worse one: one that covers less where not enough is covered,
-// else one of more pieces or, of as many, one that covers less.
+// `forEach` carries out what isn't spread. Each candidate is drawn from what the ones before it gave, batch
+// by batch, so the answer is the same for the same number of batches, whatever `spread` does. `heard` can be
+// empty. The search ends by itself when it gains next to nothing, unless it is `endless`; then only `heard`
+// ends it. What comes out is the best of all sets on the way, so more batches never give a worse one: one
+// that covers less where not enough is covered, else one of more pieces or, of as many, one that covers less.
 PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
-                   const TerritorySpread& spread, const GoOn& heard, bool endless);
+                   const TerritorySpread& spread, const ForEach& forEach, const GoOn& heard, bool endless);
 
 // The good region around one start as a piece by itself; none if there is next to nothing.
 PieceSet pieceFrom(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,

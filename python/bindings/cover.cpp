@@ -105,7 +105,7 @@ std::shared_ptr<HeldCover> coverMould(const std::shared_ptr<const HeldMould>& mo
     };
     const py::gil_scoped_release unlocked;
     held->surface = mould->surfaceFor(trial, mould->surface.defaultSeed);
-    held->set = coveredBy(*held->surface, trial, held->wishes, spreadOut, goesOn, endless);
+    held->set = coveredBy(*held->surface, trial, held->wishes, spreadOut, inTurn, goesOn, endless);
     return held;
 }
 
@@ -128,7 +128,7 @@ py::tuple pieceOf(const HeldCover& held, std::size_t index) {
     ply->wishes = held.trial;
     ply->wasMeasured = true;
     return py::make_tuple(std::const_pointer_cast<const HeldMould>(mould), ply, piece.claimed,
-                          piece.seamLength, piece.isTrimmed());
+                          piece.seamLength);
 }
 
 py::list seamsOf(const py::object& self) {

@@ -223,8 +223,6 @@ class Ply:
         ply._start = (settings, seed, angle)
         return ply
 
-    _trimmed = False  # cut out of a larger drape
-
     @classmethod
     def _held(cls, mould: Mould, settings: Settings, core: Any) -> Ply:
         """One that was draped already, from its own seed."""
@@ -236,8 +234,6 @@ class Ply:
 
     def __reduce__(self) -> tuple[Any, ...]:
         """A pickle holds the mould and the start; whoever loads it drapes again and has the same bits."""
-        if self._trimmed:
-            raise TypeError("a piece that was cut out of a larger drape can't be pickled; its arrays can")
         return Ply._run, (self.mould, *self._start)
 
     @property

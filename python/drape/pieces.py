@@ -32,7 +32,6 @@ class Piece(NamedTuple):
     ply: Ply  # its drape; `ply.mould` is the part of the surface under it
     claimed: float  # area of the surface that is this piece's, up to its seams
     seam_length: float  # on the surface, to all neighbours
-    trimmed: bool  # cut along its seams out of a larger drape; then `ply` can't be pickled
 
 
 class Seam(NamedTuple):
@@ -55,10 +54,9 @@ class Cover(Sequence):
         alike = dataclasses.replace(settings, step=tuple(core.steps))
         self._pieces = []
         for index in range(core.count):
-            part, held, claimed, seam_length, trimmed = core.piece(index)
+            part, held, claimed, seam_length = core.piece(index)
             ply = Ply._held(Mould._of(part), alike, held)
-            ply._trimmed = trimmed
-            self._pieces.append(Piece(ply, claimed, seam_length, trimmed))
+            self._pieces.append(Piece(ply, claimed, seam_length))
 
     def __len__(self) -> int:
         return len(self._pieces)

@@ -59,10 +59,6 @@ def test_each_piece_drapes_by_itself_as_it_lies(ball, pieces):
     for number, piece in enumerate(pieces):
         assert piece.ply.status == 0 and piece.ply.largest_shear <= LOCKING
         assert np.isclose(areas[on_top == number].sum(), piece.claimed)
-        if piece.trimmed:
-            with pytest.raises(TypeError):
-                pickle.dumps(piece.ply)
-            continue
         again = pickle.loads(pickle.dumps(piece.ply))
         assert again.positions.tobytes() == piece.ply.positions.tobytes()
         assert again.net.area == piece.ply.net.area

@@ -29,14 +29,13 @@ Point sideOf(const Mould& mould, const Choice& choice) {
 
 std::string pieceObj(const CoverScene& scene, std::size_t piece) {
     const CoverPiece& made = scene.set->pieces[piece];
-    const Mould& mould = *made.under;
+    const Mould& mould = *made.drape.mould;
     const Choice& c = made.drape.choice;
     std::string text =
         "# piece " + std::to_string(piece + 1) + " of " + std::to_string(scene.set->pieces.size()) +
-        (made.isTrimmed() ? "; cut it along its seams out of what is draped with" : "; drape it again with") +
-        "\n# --seed=" + exactly(c.seed) + " --rosette=" + exactly(c.rosette) + " --warp=" + exactly(c.warp) +
-        " --step=" + fileNumber(c.stepA, exact) + "," + fileNumber(c.stepB, exact) +
-        " --tolerance=" + fileNumber(c.tolerance, exact) +
+        "; drape it again with\n# --seed=" + exactly(c.seed) + " --rosette=" + exactly(c.rosette) +
+        " --warp=" + exactly(c.warp) + " --step=" + fileNumber(c.stepA, exact) + "," +
+        fileNumber(c.stepB, exact) + " --tolerance=" + fileNumber(c.tolerance, exact) +
         " --pivot=" + (c.pivotByGridLine ? "grid" : "shear") + " --side=" + exactly(sideOf(mould, c)) + "\n";
     for (const Point& p : mould.positions) {
         text += "v " + fileNumber(p[0], exact) + " " + fileNumber(p[1], exact) + " " +
