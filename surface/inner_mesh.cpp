@@ -1,7 +1,8 @@
 // Renumbering: vertices along the curve, triangles by the first of their vertices on it.
 //
-// What the caller holds may stand in any order, and is many times larger than a cache. So it is read from
-// front to back only; whatever has to be looked up or written out of order lies in tables of one number each.
+// What the caller holds may stand in any order, and is many times larger than a cache. So its triangles are
+// read from front to back, with what they look up in tables of one number each, and its fans are asked for
+// before they are read.
 #include "surface/inner_mesh.h"
 
 #include "surface/vertex_order.h"
@@ -79,15 +80,32 @@ void numberTriangles(const Mover* movers, std::int32_t triCount, std::int32_t* g
     }
 }
 
-void placeFans(SurfaceMesh outer, const std::int32_t* innerVertices, const std::int32_t* innerTriangles,
+// Asks for an entry that is read later; it needn't exist.
+void prefetch([[maybe_unused]] const std::int32_t* table, [[maybe_unused]] std::int64_t entry) {
+#if defined(__GNUC__)
+    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(table) +
+                                                     static_cast<std::uintptr_t>(entry) * sizeof(*table)));
+#endif
+}
+
+// In the new order, where the triangles around one vertex were just looked up for the last ones. The fans of
+// the caller's are all over its lists, so each is asked for some time before it is read, and its start some
+// time before that.
+void placeFans(SurfaceMesh outer, const PlacedVertex* order, const std::int32_t* innerTriangles,
                std::int32_t* fanStarts, std::int32_t* fans) {
-    for (std::int32_t v = 1; v <= outer.vertCount; ++v)
-        fanStarts[innerVertices[v - 1] - 1] = outer.fanEnd(v) - outer.fanBegin(v);
-    startsFromSizes(fanStarts, outer.vertCount);
-    for (std::int32_t v = 1; v <= outer.vertCount; ++v) {
-        std::int32_t* fan = fans + fanStarts[innerVertices[v - 1] - 1];
-        for (std::int32_t position = outer.fanBegin(v); position < outer.fanEnd(v); ++position)
-            *fan++ = innerTriangles[outer.vertTriList[position] - 1];
+    constexpr std::int64_t fanAhead = 16, startAhead = 32; // vertices
+    const std::int64_t last = std::int64_t{outer.vertCount} - 1;
+    std::int32_t size = 0;
+    for (std::int64_t k = 0; k <= last; ++k) {
+        prefetch(outer.vertTriStart, order[std::min(k + startAhead, last)].vertex() - 1);
+        const std::int32_t next = outer.fanBegin(order[std::min(k + fanAhead, last)].vertex());
+        prefetch(outer.vertTriList, next);
+        prefetch(outer.vertTriList, std::int64_t{next} + 5); // most fans have six triangles
+        fanStarts[k] = size;
+        const std::int32_t v = order[k].vertex();
+        const std::int32_t end = outer.fanEnd(v);
+        for (std::int32_t position = outer.fanBegin(v); position < end; ++position)
+            fans[size++] = innerTriangles[outer.vertTriList[position] - 1];
     }
 }
 
@@ -119,7 +137,7 @@ bool InnerMesh::build(const SurfaceMesh& outer, std::int32_t* innerTriangles, st
     startsFromSizes(groups, outer.vertCount);
     moveNear(outer, triVerts_.data(), groups, movers);
     numberTriangles(movers, outer.triCount, groups, innerTriangles, triVerts_.data(), outerTriangles_.data());
-    placeFans(outer, innerVertices, innerTriangles, fanStarts_.data(), fans_.data());
+    placeFans(outer, order, innerTriangles, fanStarts_.data(), fans_.data());
     mesh_ = outer;
     mesh_.vertPos = positions_.data();
     mesh_.triVerts = triVerts_.data();

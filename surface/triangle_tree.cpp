@@ -12,6 +12,7 @@ namespace drape {
 namespace {
 
 constexpr float ENDLESS = std::numeric_limits<float>::infinity();
+constexpr unsigned ALL_BELOW = 0xffffu; // triangles below four leaves
 
 // For bounds that have to stay on their side, as with single numbers: the share is above twice what a number
 // loses that is brought to single precision.
@@ -83,27 +84,34 @@ TriangleTree::Cone TriangleTree::Cone::around(const Part* parts, int count) {
     return around(middle, turn, spread);
 }
 
-TriangleTree::Cone TriangleTree::Cone::around(FloatLanes (&normals)[3], unsigned present) {
+TriangleTree::Cone TriangleTree::Cone::around(FloatLanes (&normals)[ARITY][3], unsigned present) {
     if (present == 0)
         return ofNothing();
     const int first = firstOf(present);
-    for (int lane = 0; lane < LANES; ++lane)
+    const auto component = [&](int lane, int c) { return normals[lane / LANES][c][lane % LANES]; };
+    for (int lane = 0; present != ALL_BELOW && lane < ARITY * LANES; ++lane)
         for (int c = 0; c < 3; ++c)
             if ((present >> lane & 1u) == 0)
-                normals[c][lane] = normals[c][first];
-    const auto along = [&](float x, float y, float z) {
-        return x * normals[0] + y * normals[1] + z * normals[2];
+                normals[lane / LANES][c][lane % LANES] = component(first, c);
+    const auto along = [&](float x, float y, float z, const FloatLanes(&leaf)[3]) {
+        return x * leaf[0] + y * leaf[1] + z * leaf[2];
     };
-    const IntLanes forward = along(normals[0][first], normals[1][first], normals[2][first]) >= FloatLanes{};
-    const auto sum = [&](const FloatLanes& v) {
-        const FloatLanes turned = choose(forward, v, -v);
-        return double{turned[0]} + double{turned[1]} + double{turned[2]} + double{turned[3]};
-    };
-    Vec3 middle{sum(normals[0]), sum(normals[1]), sum(normals[2])};
+    const float axis[3] = {component(first, 0), component(first, 1), component(first, 2)};
+    FloatLanes sums[3] = {};
+    for (const auto& leaf : normals) {
+        const IntLanes forward = along(axis[0], axis[1], axis[2], leaf) >= FloatLanes{};
+        for (int c = 0; c < 3; ++c)
+            sums[c] += choose(forward, leaf[c], -leaf[c]);
+    }
+    const auto sum = [](const FloatLanes& v) { return double{v[0] + v[1]} + double{v[2] + v[3]}; };
+    Vec3 middle{sum(sums[0]), sum(sums[1]), sum(sums[2])};
     devor(middle);
-    const FloatLanes cosines =
-        along(static_cast<float>(middle.x), static_cast<float>(middle.y), static_cast<float>(middle.z));
-    const FloatLanes turns = largerOf(cosines, -cosines);
+    FloatLanes turns = FloatLanes{} + 2.0f;
+    for (const auto& leaf : normals) {
+        const FloatLanes cosines = along(static_cast<float>(middle.x), static_cast<float>(middle.y),
+                                         static_cast<float>(middle.z), leaf);
+        turns = smallerOf(turns, largerOf(cosines, -cosines));
+    }
     const double turn = std::min(std::min(turns[0], turns[1]), std::min(turns[2], turns[3]));
     // Single precision loses less than that on the cosines.
     return around(middle, turn - 0.5 * margins::SINGLE_SLACK, margins::COPLANAR_COSINE);
@@ -137,8 +145,8 @@ public:
         : tree_(tree), mesh_(mesh), tolerance_(tolerance), reach_(reach), extent_(extent) {}
 
     void run() {
-        for (std::int64_t node = 0; node < tree_.levelSize_[0] && tree_.usable(); ++node)
-            fillLeaf(node);
+        for (std::int64_t node = 0; node < tree_.levelSize_[0] && tree_.usable(); node += ARITY)
+            fillLeaves(node);
         for (int level = 1; level < tree_.levelCount_; ++level)
             for (std::int64_t node = 0; node < tree_.levelSize_[level]; ++node)
                 fillUpperQuad(level, node);
@@ -150,7 +158,7 @@ public:
 private:
     struct Leaf {
         Quad& quad;
-        FloatLanes normals[3];
+        FloatLanes (&normals)[3];
         unsigned boxed;  // lanes that have their box
         unsigned normal; // and those that have a normal
     };
@@ -173,8 +181,20 @@ private:
         unsigned bounded; // a bit for each of the two
     };
 
-    void fillLeaf(std::int64_t node) {
-        Leaf leaf{tree_.quads_[node], {}, 0, 0};
+    // Up to four leaves with the same parent, and its cone.
+    void fillLeaves(std::int64_t firstLeaf) {
+        const std::int64_t end = std::min(firstLeaf + ARITY, tree_.levelSize_[0]);
+        FloatLanes normals[ARITY][3] = {};
+        unsigned present = 0;
+        for (std::int64_t node = firstLeaf; node < end; ++node)
+            present |= fillLeaf(node, normals[node - firstLeaf]) << LANES * (node - firstLeaf);
+        if (tree_.levelCount_ > 1)
+            tree_.cones_[firstLeaf / ARITY] = Cone::around(normals, present);
+    }
+
+    // The mask of the lanes that have a normal.
+    unsigned fillLeaf(std::int64_t node, FloatLanes (&normals)[3]) {
+        Leaf leaf{tree_.quads_[node], normals, 0, 0};
         const auto first = static_cast<std::int32_t>(ARITY * node + 1);
         const std::int32_t last = tree_.triCount_;
         putPairs({*this, first, std::min(first + 1, last)},
@@ -185,7 +205,7 @@ private:
         for (int lane = 0; leaf.boxed != all && lane < ARITY; ++lane)
             if ((leaf.boxed >> lane & 1u) == 0)
                 putAlone(first + lane, leaf, lane);
-        leaf.quad.cone = Cone::around(leaf.normals, leaf.normal);
+        return leaf.normal;
     }
 
     void putPairs(const BoundedPair& p, const BoundedPair& q, Leaf& leaf) {
@@ -256,12 +276,18 @@ private:
             quad.low[k] = smallestOfEach(low);
             quad.high[k] = largestOfEach(high);
         }
+        if (level > 1)
+            tree_.cones_[tree_.coneStart(level) + node] =
+                coneOver(tree_.cones_ + tree_.coneStart(level - 1) + ARITY * node, present);
+    }
+
+    static Cone coneOver(const Cone* children, int present) {
         Cone::Part parts[ARITY];
         int partCount = 0;
-        for (int lane = 0; lane < present; ++lane)
-            if (!children[lane].cone.holdsNothing())
-                parts[partCount++] = children[lane].cone.asPart();
-        quad.cone = Cone::around(parts, partCount);
+        for (int k = 0; k < present; ++k)
+            if (!children[k].holdsNothing())
+                parts[partCount++] = children[k].asPart();
+        return Cone::around(parts, partCount);
     }
 
     TriangleTree& tree_;
@@ -285,10 +311,13 @@ bool TriangleTree::build(const SurfaceMesh& mesh, double tolerance, double reach
         !(tolerance < margins::LARGEST_SINGLE))
         return true;
     layOutLevels(mesh.triCount);
-    constexpr std::int64_t words = sizeof(Quad) / sizeof(std::int32_t);
-    if (!quadBlock_.take((levelStart_[levelCount_ - 1] + 1) * words, status))
+    constexpr std::int64_t quadWords = sizeof(Quad) / sizeof(std::int32_t);
+    constexpr std::int64_t coneWords = sizeof(Cone) / sizeof(std::int32_t);
+    const std::int64_t quads = levelStart_[levelCount_ - 1] + 1;
+    if (!quadBlock_.take(quads * quadWords + (quads - levelSize_[0]) * coneWords, status))
         return false;
     quads_ = reinterpret_cast<Quad*>(quadBlock_.data());
+    cones_ = reinterpret_cast<Cone*>(quadBlock_.data() + quads * quadWords);
     Builder(*this, mesh, tolerance, reach, margins::sizeOf(size)).run();
     return true;
 }

@@ -4,8 +4,7 @@
 // Triangles are numbered along a space-filling curve, so boxes over runs of numbers make the tree. A box
 // holds every place where the exact cut could report a hit on its triangles, so a search goes to the few
 // triangles at the place in question and leaves out nothing. Where triangles lie nearly in the circle's plane
-// their hits may be anywhere on the disc, so a cone of normals goes with the boxes and tells where that can
-// be.
+// their hits may be anywhere on the disc, so cones of normals go with the boxes and tell where that can be.
 #pragma once
 
 #include "run/model.h"
@@ -22,7 +21,7 @@ namespace drape {
 
 class TriangleTree {
 public:
-    // Takes 37 bytes per triangle. `reach` bounds the radius of all circles. False with a work-array code.
+    // Takes 34 bytes per triangle. `reach` bounds the radius of all circles. False with a work-array code.
     bool build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status);
     void release(std::int32_t& status) { quadBlock_.release(status); }
 
@@ -78,19 +77,19 @@ private:
             double cosine;
         };
         static Cone around(const Part* parts, int count);
-        // Around the unit normals in the lanes of a mask; fills up the others.
-        static Cone around(FloatLanes (&normals)[3], unsigned present);
+        // Around the unit normals of the triangles below four leaves, a lane each, where the mask has a bit;
+        // fills up the other lanes.
+        static Cone around(FloatLanes (&normals)[ARITY][3], unsigned present);
         static Cone around(const Vec3& middle, double turn, double spread);
         static Cone ofNothing() { return {{0.0f, 0.0f, 0.0f}, 2.0f}; }
         bool holdsNothing() const { return limit > 1.0f; }
         Part asPart() const { return {{axis[0], axis[1], axis[2]}, limit}; }
     };
 
-    // The boxes of four children side by side, so that one pass tests them all, and a cone over all of them;
-    // a missing child's box is inside out and meets nothing.
+    // The boxes of four children side by side, so that one pass tests them all; a missing child's box is
+    // inside out and meets nothing.
     struct Quad {
         FloatLanes low[3], high[3];
-        Cone cone;
     };
     struct Node {
         int level; // 0 has triangles for children
@@ -191,8 +190,9 @@ private:
         Node node{levelCount_ - 1, true, 0};
         for (;;) {
             const Quad& quad = quads_[levelStart_[node.level] + node.index];
-            // What the cone over a quad rules out needn't be asked below it.
-            const bool coplanar = node.mayBeCoplanar && test.isNearlyCoplanar(quad.cone);
+            // What a cone rules out needn't be asked below it, and leaves have none.
+            const bool coplanar =
+                node.mayBeCoplanar && (node.level == 0 || test.isNearlyCoplanar(coneOf(node)));
             unsigned met = test.test(quad, coplanar);
             const std::int64_t firstChild = ARITY * node.index;
             if (node.level > 0 && met != 0) {
@@ -213,6 +213,10 @@ private:
 
     class Builder;
 
+    // Over all triangles below a node that is no leaf.
+    const Cone& coneOf(const Node& node) const { return cones_[coneStart(node.level) + node.index]; }
+    std::int64_t coneStart(int level) const { return levelStart_[level] - levelSize_[0]; }
+
     void layOutLevels(std::int64_t triangles);
     void addNeedle(std::int32_t triangle);
 
@@ -224,6 +228,7 @@ private:
     std::int32_t needles_[MAX_NEEDLES] = {};
     std::int32_t needleCount_ = 0;
     Quad* quads_ = nullptr;
+    Cone* cones_ = nullptr; // behind the quads
     WorkArray<std::int32_t> quadBlock_;
 };
 
