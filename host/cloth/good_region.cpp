@@ -1,7 +1,8 @@
-// Cells are taken from the seed outward. Then the mould is walked from the seed, vertex by vertex, each
-// finding its place on the cloth from its neighbour's; so every vertex lies under one layer, and where cloth
-// comes together that has come different ways, neighbours lie far apart on the pattern and the cells there
-// are given up. The distance from where the region ends is worked out on the nodes.
+// Cells are taken from the seed outward, one for each place of the pattern. Then the mould is walked from the
+// seed, vertex by vertex, each finding its place on the cloth from its neighbour's; so every vertex lies
+// under one layer, and where cloth comes together that has come different ways, neighbours lie far apart on
+// the pattern and the cells there are given up. The distance from where the region ends is worked out on the
+// nodes.
 #include "host/cloth/good_region.h"
 
 #include "drape.h"
@@ -87,8 +88,8 @@ private:
     std::vector<std::int32_t> cellAt_; // per node
 };
 
-// Lower corners, as grid coordinates from the seed, of cells that aren't to be had.
-using BlockedCells = std::set<std::array<std::int32_t, 2>>;
+// Lower corners of cells as grid coordinates from the seed, which are places on the pattern.
+using PatternCells = std::set<std::array<std::int32_t, 2>>;
 
 struct Place {
     std::int32_t cell = none;
@@ -118,6 +119,7 @@ public:
         region.depths = depths();
         region.rooms = rooms();
         region.trouble = std::move(trouble_);
+        region.doubles = doubles_;
         return region;
     }
 
@@ -145,6 +147,8 @@ private:
         }
         std::vector<std::int32_t> open;
         std::vector<char> seen(taken_.size(), 0);
+        PatternCells under;
+        doubles_ = 0;
         const auto offer = [&](std::int32_t cell) {
             if (cell != none && seen[at(cell)] == 0 && touchesMould(cell)) {
                 seen[at(cell)] = 1;
@@ -159,7 +163,10 @@ private:
         offer(below < 0 ? none : lattice_.cellAt(grid.link3[at(below)] - 1));
         for (std::size_t next = 0; next < open.size(); ++next) {
             const std::int32_t cell = open[next];
-            if (!isGood(cell)) {
+            const bool isDouble =
+                lattice_.cells[at(cell)].onSurface && !under.insert(lattice_.corner(cell)).second;
+            doubles_ += isDouble ? 1U : 0U;
+            if (isDouble || !isGood(cell)) {
                 trouble_.push_back(cellCentre(grid, lattice_.cells[at(cell)]));
                 continue;
             }
@@ -468,7 +475,8 @@ private:
     const Lattice& lattice_;
     const GoodWishes& wishes_;
     const std::vector<double>& within_;
-    BlockedCells blocked_;
+    PatternCells blocked_;       // that aren't to be had
+    std::size_t doubles_ = 0;    // cells on the mould where the pattern has one already
     std::vector<CellMap> maps_;  // per cell
     std::vector<char> taken_;    // per cell
     std::vector<Place> places_;  // per vertex of the ground

@@ -1,6 +1,6 @@
-// The part of a drape that is good cloth: grown from the seed cell by cell, within locking and in one layer.
-// Draped alone, cloth behind a place that was cut away comes out a little different, so a piece made of the
-// region is draped again before it counts.
+// The part of a drape that is good cloth: grown from the seed cell by cell, within locking and in one layer,
+// on the mould and on the flat pattern. Draped alone, cloth behind a place that was cut away comes out a
+// little different, so a piece made of the region is draped again before it counts.
 #pragma once
 
 #include "host/cloth/grid.h"
@@ -24,6 +24,7 @@ struct GoodRegion {
     std::vector<double> depths;
     std::vector<double> rooms; // per vertex, how far along the cloth it is from where the cloth isn't wide or
                                // long enough any more; below 0 beyond, infinite without such a limit
+    std::size_t doubles = 0;   // cells next to it, on the mould, under which the pattern is taken already
     std::vector<Point> trouble; // middles of the cells next to the region that keep it from going on
 };
 

@@ -3,7 +3,8 @@
 #include "host/search/cover_claims.h"
 
 #include "host/mesh/patch.h"
-#include "host/mesh/topology.h"
+#include "host/mesh/pieces.h"
+#include "host/mesh/spatial_order.h"
 
 #include <algorithm>
 #include <optional>
@@ -71,7 +72,7 @@ std::vector<double> CoverClaims::reachOf(std::size_t p, double beyond, const Fie
     return reach;
 }
 
-TriangleMesh CoverClaims::partUnder(std::size_t p, double beyond, const std::vector<double>& reach) const {
+Sheet CoverClaims::partUnder(std::size_t p, double beyond, const std::vector<double>& reach) const {
     TriangleMesh from;
     from.positions = mesh_.positions;
     for (std::size_t t = 0; t < pieces_.size(); ++t) {
@@ -81,7 +82,8 @@ TriangleMesh CoverClaims::partUnder(std::size_t p, double beyond, const std::vec
         }
     }
     Notes untold;
-    return manifoldOf(partAbove(from, reach), untold);
+    Sheet part = sheetOf(partAbove(from, reach), untold);
+    return part.mesh.triangles.empty() ? part : inSpatialOrder(chosenPiece(std::move(part), nullptr, untold));
 }
 
 void CoverClaims::leave(std::size_t p, const Field& limit) {

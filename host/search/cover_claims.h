@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/mesh/edge_split.h"
+#include "host/mesh/topology.h"
 #include "host/search/territory_shares.h"
 
 namespace drape::host {
@@ -23,8 +24,9 @@ public:
     // Without `beyond` what isn't claimed can be above 0 too.
     std::vector<double> reachOf(std::size_t p, double beyond, const Field& limit) const;
 
-    // The part under a piece, of which `reach` is the above; none if that is next to nothing.
-    TriangleMesh partUnder(std::size_t p, double beyond, const std::vector<double>& reach) const;
+    // The part under a piece, of which `reach` is the above, as a file of it is read: one that hangs
+    // together, numbered by place, so that it drapes to the same bits. None if there is none.
+    Sheet partUnder(std::size_t p, double beyond, const std::vector<double>& reach) const;
 
     // Leaves bare what a piece claims where `limit` isn't above 0.
     void leave(std::size_t p, const Field& limit);

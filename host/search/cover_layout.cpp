@@ -26,7 +26,9 @@ constexpr int roundsOfCuttingOff = 8; // after which a piece that isn't good by 
 constexpr std::size_t mostStarts = 4;
 constexpr double wellInside = 0.3;   // of the most room in a piece, for other seeds
 constexpr double smallLoss = 0.02;   // of a piece, for which no other start is tried
+constexpr double nearlyAll = 0.985;  // of a piece under its cloth, if what is bare can be cut off
 constexpr double besideExtent = 1.5; // cells between a pattern's outline and the vertices under its cloth
+constexpr double sameArea = 1e-6;    // of a piece
 constexpr double infinite = std::numeric_limits<double>::infinity();
 constexpr std::int32_t bare = TerritoryShares::bare;
 
@@ -131,8 +133,8 @@ private:
             wanted[v] = isOwn(p, v) && reach[v] > 0.0 ? 1.0 : -1.0;
             now.lies[v] = reach[v] > 0.0 && (beyond_ > 0.0 || isOwn(p, v)) ? 1 : 0;
         }
-        TriangleMesh part = claims_.partUnder(p, beyond_, reach);
-        if (std::find(wanted.begin(), wanted.end(), 1.0) != wanted.end() && !part.triangles.empty()) {
+        Sheet part = claims_.partUnder(p, beyond_, reach);
+        if (std::find(wanted.begin(), wanted.end(), 1.0) != wanted.end() && !part.mesh.triangles.empty()) {
             now.mould = std::make_shared<const Mould>(mouldOf(std::move(part)));
         }
         const Attempt& before = attempts_[p];
@@ -156,12 +158,15 @@ private:
             if (check.good) {
                 trial.measures = measure(*attempt.mould, trial.grid, cover_.wishes.lockingAngle);
                 const std::optional<GoodWishes> less = lessThan(trial.measures.net);
-                if (!less) {
+                if (!less && (trial.measures.coveredShare > nearlyAll ||
+                              keptBy(attempt, insideOf(check.region, step_)) == 1.0)) {
                     attempt.start = start;
                     attempt.drape = std::move(trial);
                     return true;
                 }
-                check.region = goodRegionOf(ground(), trial.grid, trial.measures.cells, *less, wanted);
+                if (less) {
+                    check.region = goodRegionOf(ground(), trial.grid, trial.measures.cells, *less, wanted);
+                }
             }
             takeIfBetter(attempt, start, insideOf(check.region, step_));
         } catch (const InputError&) {
@@ -180,19 +185,25 @@ private:
         return along > 0.0 || across > 0.0 ? std::optional(less) : std::nullopt;
     }
 
+    // The share of the vertices on the mould at which a field is above 0.
+    double keptBy(const Attempt& attempt, const Field& inside) const {
+        double all = 0.0;
+        double lost = 0.0;
+        for (std::size_t v = 0; v < inside.size(); ++v) {
+            all += attempt.lies[v] != 0 ? ground().areas[v] : 0.0;
+            lost += attempt.lies[v] != 0 && !(inside[v] > 0.0) ? ground().areas[v] : 0.0;
+        }
+        return 1.0 - lost / all;
+    }
+
     // Off the mould, next to it, a limit is the mean of the vertices beside, so that it says nothing about
     // the seam there.
     void takeIfBetter(Attempt& attempt, const PieceStart& start, Field inside) const {
-        double all = 0.0;
-        double kept = 0.0;
-        for (std::size_t v = 0; v < inside.size(); ++v) {
-            all += attempt.lies[v] != 0 ? ground().areas[v] : 0.0;
-            kept += attempt.lies[v] != 0 && inside[v] > 0.0 ? ground().areas[v] : 0.0;
-        }
-        if (!attempt.limit.empty() && kept <= attempt.kept * all) {
+        const double kept = keptBy(attempt, inside);
+        if (!attempt.limit.empty() && kept <= attempt.kept) {
             return;
         }
-        attempt.kept = kept / all;
+        attempt.kept = kept;
         attempt.start = start;
         attempt.limit.assign(inside.size(), infinite);
         for (std::size_t v = 0; v < inside.size(); ++v) {
@@ -250,14 +261,23 @@ private:
         return cover;
     }
 
-    // A claim holds where cloth of the piece lies, judged as the cover of any drape is.
+    // A claim holds where cloth of the piece lies, judged as the cover of any drape is, if there is a doubt.
     static void leaveBare(PieceSet& cover) {
+        std::vector<double> areas(cover.pieces.size(), 0.0);
+        for (std::size_t t = 0; t < cover.claimOf.size(); ++t) {
+            if (cover.claimOf[t] != bare) {
+                areas[at(cover.claimOf[t])] += cover.claims->facets[t].area;
+            }
+        }
         for (std::size_t p = 0; p < cover.pieces.size(); ++p) {
             const Trial& drape = cover.pieces[p].drape;
+            if (drape.measures.net.reachesEdge() && areas[p] <= (1.0 + sameArea) * drape.mould->area) {
+                continue;
+            }
             const CellCover cells(drape.grid, drape.measures.cells);
             CellCover::Hint hint;
             for (std::size_t t = 0; t < cover.claimOf.size(); ++t) {
-                if (cover.claimOf[t] == static_cast<std::int32_t>(p) && !drape.measures.net.reachesEdge() &&
+                if (cover.claimOf[t] == static_cast<std::int32_t>(p) &&
                     cells.coverOf(cover.claims->facets[t], hint) == Cover::none) {
                     cover.claimOf[t] = bare;
                 }

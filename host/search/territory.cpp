@@ -175,7 +175,7 @@ Check checked(const CoverGround& cover, const Trial& trial, const std::vector<do
         tooLarge = tooLarge || (field[v] > 0.0 && region.rooms[v] < -slack);
     }
     check.good = !tooLarge && trial.grid.status == DRAPE_OK && !locks && onSurface > 0 &&
-                 bare <= mostBare * trial.choice.stepA * trial.choice.stepB &&
+                 region.doubles == 0 && bare <= mostBare * trial.choice.stepA * trial.choice.stepB &&
                  static_cast<double>(beside) <= mostDoubles * static_cast<double>(onSurface);
     check.region = std::move(region);
     return check;
