@@ -114,25 +114,26 @@ void placeFans(SurfaceMesh outer, const PlacedVertex* order, const std::int32_t*
 bool InnerMesh::takeArrays(const SurfaceMesh& outer, std::int32_t& status) {
     return positions_.take(3 * std::int64_t{outer.vertCount}, status) &&
            triVerts_.take(3 * std::int64_t{outer.triCount}, status) &&
-           fanStarts_.take(outer.vertCount, status) &&
-           fans_.take(std::max<std::int64_t>(outer.vertTriCount, 4 * std::int64_t{outer.triCount}), status) &&
+           fanStarts_.take(outer.vertCount, status) && fans_.take(outer.vertTriCount, status) &&
            outerTriangles_.take(outer.triCount, status);
 }
 
-bool InnerMesh::build(const SurfaceMesh& outer, std::int32_t* innerTriangles, std::int32_t* innerVertices,
-                      std::int32_t& status) {
-    static_assert(sizeof(PlacedVertex) == sizeof(double));
-    WorkArray<double> ordered, spare;
-    if (!takeArrays(outer, status) || !ordered.take(outer.vertCount, status) ||
-        !spare.take(outer.vertCount, status))
-        return false;
-    auto* order = reinterpret_cast<PlacedVertex*>(ordered.data());
-    if (!orderVertices(outer, order, reinterpret_cast<PlacedVertex*>(spare.data()), status))
+// The order of the vertices, behind it what its sort needs and later the movers.
+std::int64_t InnerMesh::workRoom(const SurfaceMesh& outer) {
+    static_assert(sizeof(PlacedVertex) == sizeof(double) && sizeof(Mover) == 2 * sizeof(double));
+    return outer.vertCount + std::max<std::int64_t>(outer.vertCount, 2 * std::int64_t{outer.triCount});
+}
+
+bool InnerMesh::build(const SurfaceMesh& outer, double* work, std::int32_t* innerTriangles,
+                      std::int32_t* innerVertices, std::int32_t& status) {
+    auto* order = reinterpret_cast<PlacedVertex*>(work);
+    double* behind = work + outer.vertCount;
+    if (!takeArrays(outer, status) ||
+        !orderVertices(outer, order, reinterpret_cast<PlacedVertex*>(behind), status))
         return false;
     placeVertices(outer, order, innerVertices, positions_.data());
-    // The fans come last, and their tables serve before that.
-    std::int32_t* groups = fanStarts_.data();
-    auto* movers = reinterpret_cast<Mover*>(fans_.data());
+    std::int32_t* groups = fanStarts_.data(); // until the fans come, last
+    auto* movers = reinterpret_cast<Mover*>(behind);
     renumberCorners(outer, innerVertices, triVerts_.data(), groups);
     startsFromSizes(groups, outer.vertCount);
     moveNear(outer, triVerts_.data(), groups, movers);
@@ -144,9 +145,7 @@ bool InnerMesh::build(const SurfaceMesh& outer, std::int32_t* innerTriangles, st
     mesh_.vertTriStart = fanStarts_.data();
     mesh_.vertTriList = fans_.data();
     mesh_.vertTriCount = outer.vertTriCount - outer.fanBegin(1);
-    ordered.release(status);
-    spare.release(status);
-    return status == DRAPE_OK;
+    return true;
 }
 
 void InnerMesh::release(std::int32_t& status) {

@@ -14,11 +14,12 @@ namespace drape {
 
 class InnerMesh {
 public:
-    // Keeps 46 bytes per triangle of a usual mesh, and 8 more while it builds. `innerTriangles` and
-    // `innerVertices`, with room for one number per triangle and vertex of the caller's, become the new
+    // Keeps 42 bytes per triangle of a usual mesh. `work` has room for workRoom() doubles. `innerTriangles`
+    // and `innerVertices`, with room for one number per triangle and vertex of the caller's, become the new
     // numbers by the old. False with a work-array code.
-    bool build(const SurfaceMesh& outer, std::int32_t* innerTriangles, std::int32_t* innerVertices,
-               std::int32_t& status);
+    bool build(const SurfaceMesh& outer, double* work, std::int32_t* innerTriangles,
+               std::int32_t* innerVertices, std::int32_t& status);
+    static std::int64_t workRoom(const SurfaceMesh& outer);
     void release(std::int32_t& status);
 
     // With the boundary of `outer`, whose chain keeps the caller's numbers.

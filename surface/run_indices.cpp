@@ -3,11 +3,13 @@
 
 namespace drape {
 
-// The marks serve as tables of the new numbers before they serve as marks.
+// The marks serve as tables of the new numbers before they serve as marks, and the tree's room as work room
+// before the tree: memory that is touched for the first time costs more than what is done there.
 bool RunIndices::renumber(SurfaceMesh& mesh, std::int32_t* boundaryEdges, std::int32_t& status) {
     if (!foundList_.take(mesh.triCount, status) || !marks_.take(mesh.triCount, status) ||
         !fansDone_.take(mesh.vertCount, status) ||
-        !innerMesh.build(mesh, marks_.data(), fansDone_.data(), status))
+        !triangleTree.take(mesh.triCount, InnerMesh::workRoom(mesh), status) ||
+        !innerMesh.build(mesh, triangleTree.room(), marks_.data(), fansDone_.data(), status))
         return false;
     const std::int32_t* innerTriangles = marks_.data();
     const std::int32_t* innerVertices = fansDone_.data();
@@ -29,8 +31,10 @@ bool RunIndices::renumber(SurfaceMesh& mesh, std::int32_t* boundaryEdges, std::i
 
 bool RunIndices::build(SurfaceMesh& mesh, std::int32_t* boundaryEdges, double tolerance, double reach,
                        std::int32_t& status) {
-    return renumber(mesh, boundaryEdges, status) && triangleTree.build(mesh, tolerance, reach, status) &&
-           boundaryTree.build(mesh, tolerance, status);
+    if (!renumber(mesh, boundaryEdges, status))
+        return false;
+    triangleTree.build(mesh, tolerance, reach);
+    return boundaryTree.build(mesh, tolerance, status);
 }
 
 void RunIndices::release(std::int32_t& status) {

@@ -297,8 +297,20 @@ private:
     bool anyUnbounded_ = false;
 };
 
-bool TriangleTree::build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status) {
-    triCount_ = mesh.triCount;
+bool TriangleTree::take(std::int32_t triCount, std::int64_t leastRoom, std::int32_t& status) {
+    triCount_ = triCount;
+    layOutLevels(triCount);
+    constexpr std::int64_t quadSize = sizeof(Quad) / sizeof(double), coneSize = sizeof(Cone) / sizeof(double);
+    const std::int64_t quads = levelStart_[levelCount_ - 1] + 1;
+    const std::int64_t cones = quads - levelSize_[0];
+    if (!block_.take(std::max(quads * quadSize + cones * coneSize, leastRoom), status))
+        return false;
+    quads_ = reinterpret_cast<Quad*>(block_.data());
+    cones_ = reinterpret_cast<Cone*>(block_.data() + quads * quadSize);
+    return true;
+}
+
+void TriangleTree::build(const SurfaceMesh& mesh, double tolerance, double reach) {
     Box extent = Box::nothing();
     for (std::int32_t v = 1; v <= mesh.vertCount; ++v)
         extent.include(mesh.vertex(v));
@@ -309,17 +321,9 @@ bool TriangleTree::build(const SurfaceMesh& mesh, double tolerance, double reach
     if (!(offset < margins::LARGEST_SINGLE) || !(largest > 1.0 / margins::LARGEST_SINGLE) ||
         !(reach < margins::LARGEST_SINGLE) || !(reach > 1.0 / margins::LARGEST_SINGLE) ||
         !(tolerance < margins::LARGEST_SINGLE))
-        return true;
-    layOutLevels(mesh.triCount);
-    constexpr std::int64_t quadWords = sizeof(Quad) / sizeof(std::int32_t);
-    constexpr std::int64_t coneWords = sizeof(Cone) / sizeof(std::int32_t);
-    const std::int64_t quads = levelStart_[levelCount_ - 1] + 1;
-    if (!quadBlock_.take(quads * quadWords + (quads - levelSize_[0]) * coneWords, status))
-        return false;
-    quads_ = reinterpret_cast<Quad*>(quadBlock_.data());
-    cones_ = reinterpret_cast<Cone*>(quadBlock_.data() + quads * quadWords);
-    Builder(*this, mesh, tolerance, reach, margins::sizeOf(size)).run();
-    return true;
+        levelCount_ = 0;
+    else
+        Builder(*this, mesh, tolerance, reach, margins::sizeOf(size)).run();
 }
 
 } // namespace drape

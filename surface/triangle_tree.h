@@ -21,9 +21,14 @@ namespace drape {
 
 class TriangleTree {
 public:
-    // Takes 34 bytes per triangle. `reach` bounds the radius of all circles. False with a work-array code.
-    bool build(const SurfaceMesh& mesh, double tolerance, double reach, std::int32_t& status);
-    void release(std::int32_t& status) { quadBlock_.release(status); }
+    // Takes room for a tree over so many triangles, 34 bytes each, or for `leastRoom` doubles if that is
+    // more. False with a work-array code. Until the tree is built there, the room may serve for anything.
+    bool take(std::int32_t triCount, std::int64_t leastRoom, std::int32_t& status);
+    double* room() const { return block_.data(); }
+
+    // In the room taken for as many triangles. `reach` bounds the radius of all circles.
+    void build(const SurfaceMesh& mesh, double tolerance, double reach);
+    void release(std::int32_t& status) { block_.release(status); }
 
     // False if the mesh can't be bounded: too many needles, or coordinates out of all proportion.
     bool usable() const { return levelCount_ > 0; }
@@ -227,9 +232,9 @@ private:
     std::int64_t levelSize_[MAX_LEVELS] = {};
     std::int32_t needles_[MAX_NEEDLES] = {};
     std::int32_t needleCount_ = 0;
-    Quad* quads_ = nullptr;
+    WorkArray<double> block_;
+    Quad* quads_ = nullptr; // there
     Cone* cones_ = nullptr; // behind the quads
-    WorkArray<std::int32_t> quadBlock_;
 };
 
 } // namespace drape

@@ -75,7 +75,8 @@ TEST(InnerMesh, HoldsTheSameTrianglesAndFansInTheSameOrder) {
             vertices(static_cast<std::size_t>(outer.vertCount));
         InnerMesh inner;
         std::int32_t status = 0;
-        ASSERT_TRUE(inner.build(outer, triangles.data(), vertices.data(), status));
+        std::vector<double> work(static_cast<std::size_t>(InnerMesh::workRoom(outer)));
+        ASSERT_TRUE(inner.build(outer, work.data(), triangles.data(), vertices.data(), status));
         const SurfaceMesh& mesh = inner.mesh();
         for (std::int32_t t = 1; t <= outer.triCount; ++t) {
             const std::int32_t renumbered = triangles[static_cast<std::size_t>(t - 1)];

@@ -166,6 +166,14 @@ Vec3 pointNear(const Corners& t, const Scene& scene, Random& random) {
     }
 }
 
+bool built(TriangleTree& tree, const SurfaceMesh& mesh, double tolerance, double reach,
+           std::int32_t& status) {
+    if (!tree.take(mesh.triCount, 0, status))
+        return false;
+    tree.build(mesh, tolerance, reach);
+    return true;
+}
+
 TEST(Margins, BoundsSettleARangeAsTheExactDistanceDoes) {
     Random random(41);
     int settled = 0, open = 0;
@@ -178,7 +186,7 @@ TEST(Margins, BoundsSettleARangeAsTheExactDistanceDoes) {
         const SurfaceMesh& mesh = soup.finished();
         TriangleTree tree;
         std::int32_t status = 0;
-        ASSERT_TRUE(tree.build(mesh, scene.tolerance, scene.size, status));
+        ASSERT_TRUE(built(tree, mesh, scene.tolerance, scene.size, status));
         for (std::int32_t t = 1; t <= count; ++t)
             for (int k = 0; k < 96 / count; ++k) {
                 const Vec3 p = pointNear(soup.triangle(t), scene, random);
@@ -392,7 +400,7 @@ TEST(Margins, TheTreeOfTrianglesLeavesOutNothingThatACircleHits) {
         const double reach = scene.size * power(random, random.below(4) == 0 ? -8.0 : -2.0, 2.0);
         TriangleTree tree;
         std::int32_t status = 0;
-        ASSERT_TRUE(tree.build(soup.finished(), scene.tolerance, reach, status));
+        ASSERT_TRUE(built(tree, soup.finished(), scene.tolerance, reach, status));
         for (int k = 0; k < 10 && tree.usable(); ++k) {
             const double radius = random.below(2) == 0 ? reach : reach * random.unit();
             const Circle circle =
@@ -421,7 +429,7 @@ TEST(Margins, TheTreeOfTrianglesLeavesOutNothingThatTheForwardArcHits) {
         const double reach = scene.size * power(random, random.below(4) == 0 ? -8.0 : -2.0, 2.0);
         TriangleTree tree;
         std::int32_t status = 0;
-        ASSERT_TRUE(tree.build(soup.finished(), scene.tolerance, reach, status));
+        ASSERT_TRUE(built(tree, soup.finished(), scene.tolerance, reach, status));
         for (int k = 0; k < 20 && tree.usable(); ++k) {
             const Corners aim = soup.triangle(1 + random.below(count));
             const Circle circle = circleThrough(aim, scene, reach, random);
@@ -480,7 +488,7 @@ TEST(Margins, TheTreeOfTrianglesLeavesOutNothingThatIsNearAPoint) {
         }
         TriangleTree tree;
         std::int32_t status = 0;
-        ASSERT_TRUE(tree.build(soup.finished(), scene.tolerance, scene.size, status));
+        ASSERT_TRUE(built(tree, soup.finished(), scene.tolerance, scene.size, status));
         for (int k = 0; k < 20; ++k) {
             const Vec3 p = k == 0 ? power(random, 10.0, 80.0) * randomVector(random)
                                   : pointNear(soup.triangle(1 + random.below(count)), scene, random);
@@ -538,7 +546,7 @@ TEST(Margins, TheTreeOfTrianglesLeavesOutNothingOnAWallInTheCirclesPlane) {
             scene.size * (random.below(2) == 0 ? random.between(0.5, 6.0) : power(random, -4.0, 0.0));
         TriangleTree tree;
         std::int32_t status = 0;
-        ASSERT_TRUE(tree.build(soup.finished(), 0.0, reach, status));
+        ASSERT_TRUE(built(tree, soup.finished(), 0.0, reach, status));
         for (int k = 0; k < 12 && tree.usable(); ++k) {
             const int among = random.below(2) == 0 ? side : 1; // anywhere, or at the last triangles
             const int i = side - 1 - random.below(among), j = side - 1 - random.below(among);
