@@ -4,8 +4,10 @@
 // of the shear over it.
 #include "host_drape.h"
 
+#include "host/cloth/area_by_shear.h"
 #include "host/cloth/fibre_map.h"
 #include "host/cloth/net_faces.h"
+#include "host/mesh/edge_split.h"
 #include "host/mesh/repair.h"
 
 #include <gtest/gtest.h>
@@ -238,6 +240,8 @@ TEST(HostNet, ARolledMouldFallsShortByTheChordsAlone) {
         lost[k] = 1.0 - drape.net.area / area;
         // An arc of half angle a is longer than its chord by a * a / 6.
         EXPECT_NEAR(lost[k], step * step / (24.0 * radius * radius), 0.35 * lost[k]);
+        const double byShear = host::areaByShear(drape.mould, drape.grid, drape.measures);
+        EXPECT_NEAR(host::chordError(drape.measures, byShear).value_or(9.0), -lost[k], 0.02 * lost[k]);
         EXPECT_NEAR(drape.net.extent[3] - drape.net.extent[1], 16.0, 1e-3);
     }
     EXPECT_NEAR(lost[0] / lost[1], 4.0, 1.0);
@@ -258,8 +262,36 @@ TEST(HostNet, AnyMouldGivesItsTrianglesAreaOverTheCosineOfTheShear) {
             expectSound(drape);
             EXPECT_LT(drape.net.clothEdgeLength, 0.05 * drape.net.loops[0].length);
             EXPECT_NEAR(drape.net.area, shearedArea(drape), 0.01 * drape.net.area);
+            const double byShear = host::areaByShear(drape.mould, drape.grid, drape.measures);
+            EXPECT_NEAR(byShear, shearedArea(drape), 1e-3 * byShear);
+            EXPECT_NEAR(host::chordError(drape.measures, byShear).value_or(9.0), 0.0, 0.01);
+        }
+        // A run that is given up has triangles at its rim that are bare in part.
+        for (const std::int32_t nodes : {300, 500, 900}) {
+            SCOPED_TRACE(std::string(name) + ", nodes " + std::to_string(nodes));
+            const HostDrape drape = hostDrape(surface, {{0.4, 0.7, 12.0}, 0.5, 0.5, 20.0, nodes});
+            EXPECT_NE(drape.grid.status, 0);
+            const double byShear = host::areaByShear(drape.mould, drape.grid, drape.measures);
+            EXPECT_NEAR(host::chordError(drape.measures, byShear).value_or(9.0), 0.0, 0.01);
         }
     }
+}
+
+// One shear for a large flat triangle over which the shear changes isn't enough; its pieces have their own.
+TEST(HostNet, LargeTrianglesTakeTheShearOfTheirPieces) {
+    host::TriangleMesh roof; // four faces
+    roof.positions = {{-12, -12, 2}, {12, -12, 2}, {12, 12, 2}, {-12, 12, 2}, {0, 0, 8}};
+    roof.triangles = {{0, 1, 4}, {1, 2, 4}, {2, 3, 4}, {3, 0, 4}};
+    roof.sourceFaces = {1, 2, 3, 4};
+    std::array<double, 2> areas{};
+    for (const std::size_t k : {0U, 1U}) {
+        const HostDrape drape =
+            hostDrape(k == 0 ? roof : host::refined(roof, 0.6), {{0.3, -2.2, 7.0}, 0.5, 0.5, 0.0, 0});
+        areas[k] = host::areaByShear(drape.mould, drape.grid, drape.measures);
+        EXPECT_GT(drape.measures.largestShear, 10.0);
+        EXPECT_NEAR(host::chordError(drape.measures, areas[k]).value_or(9.0), 0.0, 0.015);
+    }
+    EXPECT_NEAR(areas[0], areas[1], 2e-3 * areas[1]);
 }
 
 // Cells cut the corner of a plate bent by a right angle. Where a row runs along the mould's edge, that stands

@@ -1,5 +1,6 @@
 // The program `drape`: a mould and a choice of start in, a drape, its pattern and its measures out.
 #include "drape.h"
+#include "host/cloth/area_by_shear.h"
 #include "host/cloth/curve.h"
 #include "host/cloth/surface.h"
 #include "host/mesh/text.h"
@@ -138,6 +139,16 @@ void warnOfPoorCloth(const Work& work, const Trial& trial) {
         work.log.warn("the cloth covers only " + number(100.0 * m.coveredShare, 2) +
                       " % of the mould; another seed may reach the rest (--seed, --sweep)" +
                       (trial.mould->loops.size() > 1 ? ", and --fill-holes lets it run on over holes" : ""));
+    }
+}
+
+void warnOfChords(const Work& work, const Story& story) {
+    const auto error = chordError(story.trial.measures, story.areaByShear.value_or(0.0));
+    if (error && *error < -mostChordLoss) {
+        work.log.warn("the net area is " + number(-100.0 * *error, 2) +
+                      " % less than the mould's area over the cosine of the shear: the cells' straight sides "
+                      "cut across its bends; half the step (--step " +
+                      number(0.5 * story.trial.choice.stepA) + ") leaves a half to a quarter of that");
     }
 }
 
@@ -289,13 +300,15 @@ int run(Work& work) {
                       work.settings.sweep.wanted ? &ranked : nullptr,
                       seconds,
                       good ? &*good : nullptr,
-                      passedOver};
+                      passedOver,
+                      areaByShear(*trial.mould, trial.grid, trial.measures)};
     if (!work.settings.quiet) {
         std::cout << summaryOf(story) << std::flush;
     }
     work.log.detail("the run took " + number(trial.seconds, 3) + " s, everything " + number(seconds, 3) +
                     " s");
     warnOfPoorCloth(work, trial);
+    warnOfChords(work, story);
     warnOfPattern(work, trial, cut);
     writeOutputs(work, story, drawn);
     if (trial.grid.status == DRAPE_OK) {

@@ -96,8 +96,8 @@ Json shearJson(const Measures& measures) {
             {"histogram", {{"binDegrees", histogramBin}, {"counts", counts}}}};
 }
 
-Json patternJson(const Measures& measures) {
-    const NetPattern& net = measures.net;
+Json patternJson(const Story& story) {
+    const NetPattern& net = story.trial.measures.net;
     const auto& e = net.extent;
     Json loops = Json::array();
     for (const NetLoop& loop : net.loops) {
@@ -110,6 +110,7 @@ Json patternJson(const Measures& measures) {
             {"reachesEdge", net.reachesEdge()},
             {"clothEdgeLength", net.clothEdgeLength},
             {"overlapArea", net.overlapArea},
+            {"areaByShear", story.areaByShear ? Json(*story.areaByShear) : Json()},
             {"loops", loops}};
 }
 
@@ -277,7 +278,7 @@ std::string jsonOf(const Story& story) {
                 {"choice", choiceJson(story.trial)},
                 {"result", resultJson(story.trial)},
                 {"shear", shearJson(story.trial.measures)},
-                {"pattern", patternJson(story.trial.measures)},
+                {"pattern", patternJson(story)},
                 {"cut", cutJson(story.cut)},
                 {"good", goodJson(story.good)},
                 {"curves", curvesJson(story.curves)},

@@ -23,8 +23,9 @@ struct Story {
     std::span<const CurveResult> curves;
     const std::vector<SweepResult>* ranked = nullptr; // null without a sweep
     double wallSeconds = 0.0;
-    const GoodPart* good = nullptr;       // null where the drape is good all over
-    std::optional<Point> passedOver = {}; // the middle, where the start was found beside it
+    const GoodPart* good = nullptr;         // null where the drape is good all over
+    std::optional<Point> passedOver = {};   // the middle, where the start was found beside it
+    std::optional<double> areaByShear = {}; // see host/cloth/area_by_shear.h; nothing where it wasn't asked
 };
 
 std::string summaryOf(const Story& story);

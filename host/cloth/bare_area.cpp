@@ -57,11 +57,12 @@ public:
         }
     }
 
-    double sum() {
-        double bare = 0.0;
+    std::vector<double> ofTriangles() {
+        std::vector<double> bare;
+        bare.reserve(mould_.triangleCount());
         for (std::size_t t = 0; t < mould_.triangleCount(); ++t) {
             const auto corner = [&](std::size_t k) { return mould_.corner(t, k); };
-            bare += ofPiece({corner(0), corner(1), corner(2)}, mould_.facets[t]);
+            bare.push_back(ofPiece({corner(0), corner(1), corner(2)}, mould_.facets[t]));
         }
         return bare;
     }
@@ -195,9 +196,9 @@ private:
 
 } // namespace
 
-double bareArea(const Mould& mould, const Grid& grid, const Measures& measures,
-                const std::vector<NetFace>& faces) {
-    return BareArea(mould, grid, measures, faces).sum();
+std::vector<double> bareAreas(const Mould& mould, const Grid& grid, const Measures& measures,
+                              const std::vector<NetFace>& faces) {
+    return BareArea(mould, grid, measures, faces).ofTriangles();
 }
 
 } // namespace drape::host

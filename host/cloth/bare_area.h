@@ -5,8 +5,8 @@
 
 namespace drape::host {
 
-// In the mould's unit squared. `faces` are those of `measures`.
-double bareArea(const Mould& mould, const Grid& grid, const Measures& measures,
-                const std::vector<NetFace>& faces);
+// Per triangle of the mould, in its unit squared. `faces` are those of `measures`.
+std::vector<double> bareAreas(const Mould& mould, const Grid& grid, const Measures& measures,
+                              const std::vector<NetFace>& faces);
 
 } // namespace drape::host

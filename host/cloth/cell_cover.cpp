@@ -244,11 +244,16 @@ Cover CellCover::coverOf(const Facet& facet, Hint& hint) const {
     if (found != hint.near.end()) {
         std::rotate(hint.near.begin(), found, found + 1);
     }
-    const auto meets = [&](std::uint32_t index) {
-        return std::isfinite(placeAcrossEdge(shapes_[index], facet).distance);
-    };
-    return best == Cover::none && std::any_of(hint.near.begin(), hint.near.end(), meets) ? Cover::whole
-                                                                                         : best;
+    if (best == Cover::none) {
+        const auto across = std::find_if(hint.near.begin(), hint.near.end(), [&](std::uint32_t index) {
+            return std::isfinite(placeAcrossEdge(shapes_[index], facet).distance);
+        });
+        if (across != hint.near.end()) {
+            hint.cell = *across;
+            return Cover::whole;
+        }
+    }
+    return best;
 }
 
 } // namespace drape::host

@@ -44,7 +44,7 @@ public:
         bool known = false;
     };
 
-    // The cover alone.
+    // The cover alone, and in the hint a cell that lies over the facet, not always the nearest.
     Cover coverOf(const Facet& facet, Hint& hint) const;
 
 private:

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <numbers>
+#include <numeric>
 
 namespace drape::host {
 
@@ -83,7 +84,11 @@ void countTurns(const Grid& grid, Measures& sums) {
 // mould has no room for lies over other cloth.
 void shareOut(const Mould& mould, const Grid& grid, Measures& sums) {
     const std::vector<NetFace> faces = netFaces(grid, sums);
-    const double bare = sums.net.reachesEdge() ? 0.0 : bareArea(mould, grid, sums, faces);
+    double bare = 0.0;
+    if (!sums.net.reachesEdge()) {
+        const std::vector<double> ofTriangles = bareAreas(mould, grid, sums, faces);
+        bare = std::accumulate(ofTriangles.begin(), ofTriangles.end(), 0.0);
+    }
     const double covered = std::max(0.0, sums.mouldArea - bare);
     double cloth = 0.0;
     for (const NetFace& face : faces) {

@@ -3,6 +3,7 @@
 #include "python/bindings/surface.h"
 
 #include "drape.h"
+#include "host/cloth/area_by_shear.h"
 #include "host/cloth/curve.h"
 #include "host/cloth/fibre_map.h"
 #include "host/cloth/net_pattern.h"
@@ -164,7 +165,10 @@ struct Shown {
     Shown(const HeldPly& ply, const Show& show)
         : settings(settingsOf(ply, show)), curves(show.carried()),
           cut(tool::cutLinesOf(ply.measured().measures.net, show.allowance)),
-          story{settings, ply.trial, cut, curves, nullptr, ply.trial.seconds, ply.good(), ply.passedOver},
+          story{
+              settings,   ply.trial,      cut,
+              curves,     nullptr,        ply.trial.seconds,
+              ply.good(), ply.passedOver, areaByShear(*ply.trial.mould, ply.trial.grid, ply.trial.measures)},
           report(tool::jsonOf(story)) {}
 
     tool::Settings settings;

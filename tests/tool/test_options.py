@@ -87,6 +87,18 @@ class Words(Case):
             self.assertEqual("slender" in said, told is not None, step)
             self.assertIn(told or "", said)
 
+    def test_cells_too_large_for_the_bends(self):
+        points, faces = plate(60)
+        waves = [(x, y, 2.0 * math.sin(0.4 * x)) for x, y, _ in points]
+        path = self.file("m.obj", obj((waves, faces)))
+        for step, told in (("0.5", False), ("3", True)):
+            report, done = self.report(path, "--seed", "29.1,30.2,-2", "--angle", "20", "--step", step)
+            net, asked = report["pattern"]["netArea"], report["pattern"]["areaByShear"]
+            self.assertAlmostEqual(asked / report["mould"]["area"], 1.0, 3)  # it can be rolled flat
+            self.assertEqual(1.0 - net / asked > 0.01, told)
+            self.assertEqual(f"the net area is {100 * (1 - net / asked):.2g} % less" in done.stderr, told, done.stderr)
+            self.assertEqual("--step 1.5" in done.stderr, told)
+
     def test_poor_cover_and_doubled_cloth(self):
         points, faces = plate(20)
         # A neck between two rooms: cloth of this step ends in front of it.

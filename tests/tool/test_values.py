@@ -194,6 +194,7 @@ class Values(Drapes):
         # A triangle counts as a whole here, so what the cloth doesn't cover to the edge is judged roughly.
         sheared = model.sheared_area(drape.mould, drape.map)
         self.assertAlmostEqual(pattern["netArea"] / sheared, 1.0, delta=0.03 if pattern["reachesEdge"] else 0.1)
+        self.assertAlmostEqual(pattern["areaByShear"] / sheared, 1.0, delta=0.01 if pattern["reachesEdge"] else 0.1)
         self.assertEqual(pattern["reachesEdge"], pattern["clothEdgeLength"] == 0.0)
         if pattern["reachesEdge"]:
             self.assertEqual(len(pattern["loops"]), len(drape.mould.loops()))

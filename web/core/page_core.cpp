@@ -2,6 +2,7 @@
 // a file comes in, bytes; it leaves JSON and, where a file goes out, bytes. Arrays go by address: the reply
 // names them under "arrays" as [address, elements], to be read before the next call.
 #include "drape.h"
+#include "host/cloth/area_by_shear.h"
 #include "host/cloth/curve.h"
 #include "host/cloth/net_faces.h"
 #include "host/cloth/status_text.h"
@@ -425,7 +426,9 @@ Json drapePart(const Json& settings) {
                             nullptr,
                             t.seconds,
                             good ? &*good : nullptr,
-                            pointOf(settings, "passedOver")};
+                            pointOf(settings, "passedOver"),
+                            isLive(settings) ? std::nullopt
+                                             : std::optional(areaByShear(*t.mould, t.grid, t.measures))};
     const tool::ShearScale scale = tool::shearScale(t.measures);
     Json report = Json::parse(tool::jsonOf(story));
     const tool::Scene scene = sceneOf(forTool, cut);
@@ -489,7 +492,8 @@ Json fileOf(const Json& settings) {
     const tool::CutLines cut = tool::netLinesOf(t.measures.net);
     const tool::Settings forTool = toolSettings(settings);
     tool::Scene scene = sceneOf(forTool, cut);
-    scene.reportJson = tool::jsonOf({forTool, t, cut, p.curves, nullptr, t.seconds});
+    scene.reportJson = tool::jsonOf({forTool, t, cut, p.curves, nullptr, t.seconds, nullptr, std::nullopt,
+                                     areaByShear(*t.mould, t.grid, t.measures)});
     const std::map<std::string, std::function<std::string()>> kinds{
         {"dxf",
          [&] {
