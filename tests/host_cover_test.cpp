@@ -146,6 +146,7 @@ TEST(Cover, MoreBatchesNeverGiveAWorseSet) {
     wishes.share = 0.97;
     double share = 0.0;
     std::size_t pieces = 99;
+    double seams = 0.0;
     for (const int batches : {1, 2, 4, 7}) {
         int told = 0;
         const host::GoOn heard = [&](const host::CoverProgress&) { return ++told <= batches; };
@@ -155,14 +156,16 @@ TEST(Cover, MoreBatchesNeverGiveAWorseSet) {
         for (const host::CoverPiece& piece : set.pieces) {
             EXPECT_LE(piece.drape.measures.largestShear, 12.0);
         }
-        if (share < wishes.share || set.pieces.size() == pieces) {
+        if (share < wishes.share) {
             EXPECT_GE(set.coveredShare, share);
         } else {
-            EXPECT_LT(set.pieces.size(), pieces);
             EXPECT_GE(set.coveredShare, wishes.share);
+            EXPECT_LE(set.pieces.size(), pieces);
+            EXPECT_TRUE(set.pieces.size() < pieces || set.seamLength <= seams);
         }
         share = set.coveredShare;
         pieces = set.pieces.size();
+        seams = set.seamLength;
     }
     EXPECT_GT(pieces, 1U);
 }

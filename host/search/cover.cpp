@@ -10,6 +10,7 @@
 #include "host/search/territory_shares.h"
 
 #include <algorithm>
+#include <set>
 
 namespace drape::host {
 
@@ -18,14 +19,14 @@ using namespace vec;
 namespace {
 
 constexpr std::size_t firstSeeds = 24;
-constexpr std::size_t freshSeeds = 4;   // in what is bare, or would be without some pieces
-constexpr std::size_t usualTries = 100; // after which no further are begun
+constexpr std::size_t freshSeeds = 4;    // in what is bare, or would be without some pieces
+constexpr std::size_t usualTries = 100;  // after which no further are begun
+constexpr std::size_t triesInNeed = 250; // the same where not enough is covered
 constexpr std::size_t roundsInVain = 12;
 constexpr std::size_t mostInPool = 800;
-constexpr double nextToNothing = 2e-3;        // of the area
-constexpr double allButRounding = 1.0 - 1e-9; // of the area
-constexpr double leastBare = 1e-3;            // of the area, to look for pieces there
-constexpr double onTop = 1e-3;                // of the area, asked for beside what layouts lose
+constexpr double allButRounding = 1e-9; // of the area
+constexpr double leastBare = 1e-3;      // of the area, to look for pieces there
+constexpr double onTop = 1e-3;          // of the area, asked for beside what layouts lose
 constexpr double mostOnTop = 1.5e-2;
 constexpr double wellInside = 0.3; // of the most room there is around a seed
 constexpr double roomBeyond = 4.0; // cells around what is bare, for pieces that fill it
@@ -49,34 +50,24 @@ private:
     std::uint64_t state_;
 };
 
-// What a choice is judged by, before it is laid out.
+// What a choice is judged by, before it is laid out and after.
 struct Worth {
     double share = 0.0;
     std::size_t pieces = 0;
     double seams = 0.0;
 };
 
+// Enough covered, then few pieces, then short seams; where not enough is covered, most covered. Without any
+// tolerance, as many steps that each lose next to nothing would lose something.
 bool isBetter(const Worth& a, const Worth& b, double share) {
-    if ((a.share >= share) != (b.share >= share)) {
-        return a.share >= share;
-    }
-    if (a.share < share && std::abs(a.share - b.share) > nextToNothing) {
-        return a.share > b.share;
+    if (a.share < share || b.share < share) {
+        return a.share != b.share ? a.share > b.share : a.pieces < b.pieces;
     }
     return a.pieces != b.pieces ? a.pieces < b.pieces : a.seams < b.seams;
 }
 
-// Without any tolerance, as many steps that each lose next to nothing would lose something.
-bool isBetter(const PieceSet& a, const PieceSet& b, double share) {
-    if ((a.coveredShare >= share) != (b.coveredShare >= share)) {
-        return a.coveredShare >= share;
-    }
-    if (a.coveredShare >= share && a.pieces.size() != b.pieces.size()) {
-        return a.pieces.size() < b.pieces.size();
-    }
-    return a.coveredShare != b.coveredShare     ? a.coveredShare > b.coveredShare
-           : a.pieces.size() != b.pieces.size() ? a.pieces.size() < b.pieces.size()
-                                                : a.seamLength < b.seamLength;
+Worth worthOf(const PieceSet& set) {
+    return {set.coveredShare, set.pieces.size(), set.seamLength};
 }
 
 class Search {
@@ -84,7 +75,7 @@ public:
     Search(const CoverGround& cover, const CoverWishes& wishes, const TerritorySpread& spread,
            const ForEach& forEach, const GoOn& heard)
         : cover_(cover), wishes_(wishes), spread_(spread), forEach_(forEach), heard_(heard), dice_(1),
-          pool_(cover, wishes.overlap), wanted_(std::min(allButRounding, wishes.share + onTop)) {}
+          pool_(cover, wishes.overlap), wanted_(std::min(1.0 - allButRounding, wishes.share + onTop)) {}
 
     // The best set of all that were laid out, which are the first of one sequence that doesn't hang on when
     // it is stopped.
@@ -93,7 +84,8 @@ public:
         std::size_t inVain = 0;
         do {
             inVain = choose() ? 0 : inVain + 1;
-            if (!endless && (tried_ >= usualTries || inVain >= roundsInVain)) {
+            const std::size_t enough = best_.coveredShare < wishes_.share ? triesInNeed : usualTries;
+            if (!endless && (tried_ >= enough || inVain >= roundsInVain)) {
                 break;
             }
             lookAround();
@@ -105,29 +97,28 @@ private:
     const Ground& ground() const { return cover_.ground; }
     const Point& place(std::size_t v) const { return ground().mesh.positions[v]; }
 
-    // Carries on from what was chosen before, and from one of the large territories after the other. True if
-    // that gives a better choice.
+    // Carries on from the best, from what was left of it, and from one of the large territories after the
+    // other. True if that gives a better set.
     bool choose() {
         const std::vector<std::size_t> firsts = pool_.firstOnes();
-        const bool better = take(chosen_);
+        bool better = take(chosen_);
+        better = (!left_.empty() && take(left_)) || better;
         return (!firsts.empty() && take({firsts[turn_++ % firsts.size()]})) || better;
     }
 
     bool take(const Chosen& from) {
         Chosen chosen = pool_.carriedOn(from, wanted_);
-        if (chosen.empty() || chosen == chosen_) {
+        if (chosen.empty()) {
             return false;
         }
         TerritoryShares shares = sharesOf(chosen);
         leaveOut(chosen, shares);
-        const Worth worth{shares.coveredShare(), chosen.size(), shares.seamLength()};
-        if (!chosen_.empty() && !isBetter(worth, worth_, wanted_)) {
-            return false;
-        }
-        chosen_ = std::move(chosen);
-        worth_ = worth;
-        layOut();
-        return true;
+        const Worth hoped{shares.coveredShare() - lost_, chosen.size(), shares.seamLength()};
+        Chosen known(chosen);
+        std::sort(known.begin(), known.end());
+        return (best_.pieces.empty() ||
+                isBetter(hoped, {best_.coveredShare, chosen_.size(), seams_}, wishes_.share)) &&
+               laidOut_.insert(std::move(known)).second && layOut(chosen, shares);
     }
 
     TerritoryShares sharesOf(const Chosen& chosen) const {
@@ -142,7 +133,7 @@ private:
             Chosen fewer(chosen);
             fewer.erase(fewer.begin() + (least - areas.begin()));
             TerritoryShares without = sharesOf(fewer);
-            if (without.coveredShare() < std::min(wanted_, shares.coveredShare() - 1e-9)) {
+            if (without.coveredShare() < std::min(wanted_, shares.coveredShare() - allButRounding)) {
                 return;
             }
             chosen = std::move(fewer);
@@ -150,20 +141,34 @@ private:
         }
     }
 
-    void layOut() {
-        PieceSet set = laidOut(cover_, wishes_, pool_.territories(chosen_), forEach_);
-        // What a layout loses is asked for on top.
-        const double lost = std::clamp(worth_.share - set.coveredShare, 0.0, mostOnTop);
-        wanted_ = std::min(allButRounding, wishes_.share + lost + onTop);
-        if (best_.pieces.empty() || isBetter(set, best_, wishes_.share)) {
-            best_ = std::move(set);
+    // True if that gives a better set.
+    bool layOut(const Chosen& chosen, const TerritoryShares& shares) {
+        LaidOut result = laidOut(cover_, wishes_, pool_.territories(chosen), forEach_);
+        if (getenv("DBGL"))
+            fprintf(stderr,
+                    "tries %zu est %.4f x%zu seams %.2f -> %.4f x%zu seams %.2f lost %.4f wanted %.4f\n",
+                    tried_, shares.coveredShare(), chosen.size(), shares.seamLength(),
+                    result.set.coveredShare, result.set.pieces.size(), result.set.seamLength, lost_, wanted_);
+        // What layouts lose is asked for on top.
+        const double lost = std::clamp(shares.coveredShare() - result.set.coveredShare, 0.0, mostOnTop);
+        lost_ = best_.pieces.empty() ? lost : 0.5 * (lost_ + lost);
+        wanted_ = std::min(1.0 - allButRounding, wishes_.share + lost_ + onTop);
+        if (!best_.pieces.empty() && !isBetter(worthOf(result.set), worthOf(best_), wishes_.share)) {
+            return false;
         }
+        best_ = std::move(result.set);
+        seams_ = shares.seamLength();
+        chosen_.clear();
+        for (const std::size_t k : result.territories) {
+            chosen_.push_back(chosen[k]);
+        }
+        return true;
     }
 
     // Each start in each room. None once the search is stopped, but for the first.
     void tryAll(const std::vector<PieceStart>& starts,
                 const std::vector<std::shared_ptr<const Room>>& rooms) {
-        stopped_ = stopped_ || (heard_ && !heard_({tried_, chosen_.size(), worth_.share}));
+        stopped_ = stopped_ || (heard_ && !heard_({tried_, best_.pieces.size(), best_.coveredShare}));
         if (stopped_ && tried_ > 0) {
             return;
         }
@@ -182,27 +187,20 @@ private:
         tried_ += tries.size();
     }
 
-    // Tries pieces where the choice leaves the mould bare, or would without one to three of its pieces.
+    // Tries pieces where the best set leaves the mould bare, or would without one to three of its pieces.
     void lookAround() {
-        Chosen left(chosen_);
-        const bool fills = worth_.share < wanted_ && dice_.below(2) == 0;
-        if (!fills && !left.empty()) {
-            const std::size_t first = dice_.below(left.size());
-            std::vector<std::pair<double, std::size_t>> near;
-            for (std::size_t k = 0; k < left.size(); ++k) {
-                near.emplace_back(distance(pool_[left[k]].start.seed, pool_[left[first]].start.seed), k);
-            }
-            std::sort(near.begin(), near.end());
-            std::vector<std::size_t> given;
-            for (std::size_t k = 0; k < std::min(near.size(), 1 + dice_.below(3)); ++k) {
-                given.push_back(near[k].second);
-            }
-            std::sort(given.rbegin(), given.rend());
-            for (const std::size_t k : given) {
-                left.erase(left.begin() + static_cast<std::ptrdiff_t>(k));
+        std::vector<char> given(chosen_.size(), 0);
+        const bool fills = best_.coveredShare < wishes_.share && dice_.below(2) == 0;
+        if (!fills && !chosen_.empty()) {
+            giveNeighbours(given);
+        }
+        left_.clear();
+        for (std::size_t k = 0; k < chosen_.size(); ++k) {
+            if (given[k] == 0) {
+                left_.push_back(chosen_[k]);
             }
         }
-        const std::vector<char> covered = pool_.covered(left);
+        const std::vector<char> covered = coveredWithout(given);
         std::vector<std::int32_t> bare;
         double area = 0.0;
         for (std::size_t v = 0; v < covered.size(); ++v) {
@@ -215,10 +213,38 @@ private:
             return;
         }
         std::vector<std::shared_ptr<const Room>> rooms{nullptr};
-        if (!left.empty()) {
+        if (!left_.empty()) {
             rooms.push_back(roomAround(bare));
         }
         tryAll(startsIn(covered), rooms);
+    }
+
+    // Marks one piece and up to two that start next to it.
+    void giveNeighbours(std::vector<char>& given) {
+        const std::size_t first = dice_.below(chosen_.size());
+        std::vector<std::pair<double, std::size_t>> near;
+        for (std::size_t k = 0; k < chosen_.size(); ++k) {
+            near.emplace_back(distance(pool_[chosen_[k]].start.seed, pool_[chosen_[first]].start.seed), k);
+        }
+        std::sort(near.begin(), near.end());
+        const std::size_t count = std::min(near.size(), 1 + dice_.below(3));
+        for (std::size_t k = 0; k < count; ++k) {
+            given[near[k].second] = 1;
+        }
+    }
+
+    // Per vertex of the ground, 1 where the best set without some of its pieces lies.
+    std::vector<char> coveredWithout(const std::vector<char>& given) const {
+        std::vector<char> covered(ground().vertexCount(), 0);
+        for (std::size_t t = 0; t < best_.claimOf.size(); ++t) {
+            for (std::size_t k = 0; k < 3 && best_.claimOf[t] >= 0; ++k) {
+                const auto v = at(best_.claims->corners[3 * t + k] - 1);
+                if (v < covered.size() && given[at(best_.claimOf[t])] == 0) {
+                    covered[v] = 1;
+                }
+            }
+        }
+        return covered;
     }
 
     std::shared_ptr<const Room> roomAround(const std::vector<std::int32_t>& bare) const {
@@ -287,11 +313,14 @@ private:
     const GoOn& heard_;
     Dice dice_;
     TerritoryPool pool_;
-    double wanted_; // share, of a choice
-    Chosen chosen_;
-    Worth worth_; // of these
+    double wanted_;     // share, of a choice
+    double lost_ = 0.0; // share, of what was chosen, when it was laid out
     PieceSet best_;
-    std::size_t turn_ = 0; // among the first ones
+    Chosen chosen_;            // of its pieces
+    double seams_ = 0.0;       // their length, as told before they were laid out
+    Chosen left_;              // when some were taken away to look around there
+    std::set<Chosen> laidOut_; // rising
+    std::size_t turn_ = 0;     // among the first ones
     std::size_t tried_ = 0;
     bool stopped_ = false;
 };
@@ -317,7 +346,7 @@ PieceSet pieceFrom(const Surface& surface, const TrialWishes& trial, const Cover
                    const PieceStart& start) {
     const CoverGround cover = coverGroundOf(surface, trial, wishes.most);
     const Territory one = territoryOf(cover, {start, nullptr});
-    return one.vertices.empty() ? PieceSet{} : laidOut(cover, wishes, {&one}, inTurn);
+    return one.vertices.empty() ? PieceSet{} : laidOut(cover, wishes, {&one}, inTurn).set;
 }
 
 } // namespace drape::host

@@ -53,17 +53,17 @@ TerritorySpread spreadBy(const ForEach& forEach);
 struct CoverProgress {
     std::size_t tried = 0;     // candidates
     std::size_t pieces = 0;    // of the best set so far
-    double coveredShare = 0.0; // by it, before its seams are drawn
+    double coveredShare = 0.0; // by it
 };
 
 // Told of each batch of candidates; the search ends when it returns false.
 using GoOn = std::function<bool(const CoverProgress&)>;
 
-// `forEach` carries out what isn't spread. Each candidate is drawn from what the ones before it gave, batch
-// by batch, so the answer is the same for the same number of batches, whatever `spread` does. `heard` can be
+// `forEach` carries out what isn't spread. Each candidate is drawn from what the ones before it gave, batch by
+// batch, so the answer is the same for the same number of batches, whatever `spread` does. `heard` can be
 // empty. The search ends by itself when it gains next to nothing, unless it is `endless`; then only `heard`
 // ends it. What comes out is the best of all sets on the way, so more batches never give a worse one: one
-// that covers less where not enough is covered, else one of more pieces or, of as many, one that covers less.
+// that covers less where not enough is covered, else one of more pieces or, of as many, with longer seams.
 PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
                    const TerritorySpread& spread, const ForEach& forEach, const GoOn& heard, bool endless);
 

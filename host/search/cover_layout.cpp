@@ -55,7 +55,7 @@ public:
         }
     }
 
-    PieceSet settled() {
+    LaidOut settled() {
         for (int round = 0; round < roundsOfGiving && !areGood(); ++round) {
             giveAway();
         }
@@ -65,7 +65,7 @@ public:
                 claims_.leave(p, limits_[p]);
             }
         }
-        return pieceSet();
+        return result();
     }
 
 private:
@@ -158,8 +158,9 @@ private:
             if (check.good) {
                 trial.measures = measure(*attempt.mould, trial.grid, cover_.wishes.lockingAngle);
                 const std::optional<GoodWishes> less = lessThan(trial.measures.net);
-                if (!less && (trial.measures.coveredShare > nearlyAll ||
-                              keptBy(attempt, insideOf(check.region, step_)) == 1.0)) {
+                if (!less && trial.measures.doubledShare <= mostDoubled &&
+                    (trial.measures.coveredShare > nearlyAll ||
+                     keptBy(attempt, insideOf(check.region, step_)) == 1.0)) {
                     attempt.start = start;
                     attempt.drape = std::move(trial);
                     return true;
@@ -242,13 +243,15 @@ private:
         return starts;
     }
 
-    PieceSet pieceSet() {
-        PieceSet cover;
+    LaidOut result() {
+        LaidOut result;
+        PieceSet& cover = result.set;
         std::vector<std::int32_t> numbers(attempts_.size(), bare);
         for (std::size_t p = 0; p < attempts_.size(); ++p) {
             if (attempts_[p].drape) {
                 numbers[p] = static_cast<std::int32_t>(cover.pieces.size());
                 cover.pieces.push_back({attempts_[p].start, std::move(*attempts_[p].drape)});
+                result.territories.push_back(p);
             }
         }
         const Neighbours neighbours = topologyOf(claims_.mesh()).neighbours;
@@ -258,7 +261,7 @@ private:
         }
         addUp(cover);
         addSeams(cover, neighbours);
-        return cover;
+        return result;
     }
 
     // A claim holds where cloth of the piece lies, judged as the cover of any drape is, if there is a doubt.
@@ -321,8 +324,8 @@ private:
 
 } // namespace
 
-PieceSet laidOut(const CoverGround& cover, const CoverWishes& wishes,
-                 const std::vector<const Territory*>& territories, const ForEach& forEach) {
+LaidOut laidOut(const CoverGround& cover, const CoverWishes& wishes,
+                const std::vector<const Territory*>& territories, const ForEach& forEach) {
     return Layout(cover, wishes, territories, forEach).settled();
 }
 

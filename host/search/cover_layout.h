@@ -7,9 +7,13 @@
 
 namespace drape::host {
 
-// The pieces, each draped by itself, with their seams. A territory of which too little is left to be a piece
-// is gone.
-PieceSet laidOut(const CoverGround& cover, const CoverWishes& wishes,
-                 const std::vector<const Territory*>& territories, const ForEach& forEach);
+struct LaidOut {
+    PieceSet set;                         // the pieces, each draped by itself, with their seams
+    std::vector<std::size_t> territories; // of each piece; one of which too little is left has none
+};
+
+// The claims' first vertices are the ground's.
+LaidOut laidOut(const CoverGround& cover, const CoverWishes& wishes,
+                const std::vector<const Territory*>& territories, const ForEach& forEach);
 
 } // namespace drape::host

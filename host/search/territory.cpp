@@ -31,7 +31,8 @@ constexpr double fewestCells = 12.0;
 constexpr double edgeEnd = 0.02;      // of an edge: no cut nearer to its ends
 constexpr double lockingMargin = 0.1; // degrees, for a drape of the same piece out of a file
 constexpr double mostBare = 2.0;      // cells: the corners of a mould that look out between cells
-constexpr double mostDoubles = 0.02;  // of the cells, beside the region
+constexpr double shareBeside = 0.02;  // of the cells may lie beside the region,
+constexpr double fewBeside = 2.0;     // or so many
 constexpr double poleShare = 0.02;    // of a closed surface, taken away to give it an edge
 
 // A closed surface without what lies farthest from the seed, so that cloth has an edge to end at.
@@ -174,9 +175,10 @@ Check checked(const CoverGround& cover, const Trial& trial, const std::vector<do
     for (std::size_t v = 0; v < field.size(); ++v) {
         tooLarge = tooLarge || (field[v] > 0.0 && region.rooms[v] < -slack);
     }
-    check.good = !tooLarge && trial.grid.status == DRAPE_OK && !locks && onSurface > 0 &&
-                 region.doubles == 0 && bare <= mostBare * trial.choice.stepA * trial.choice.stepB &&
-                 static_cast<double>(beside) <= mostDoubles * static_cast<double>(onSurface);
+    check.good =
+        !tooLarge && trial.grid.status == DRAPE_OK && !locks && onSurface > 0 && region.doubles == 0 &&
+        bare <= mostBare * trial.choice.stepA * trial.choice.stepB &&
+        static_cast<double>(beside) <= std::max(fewBeside, shareBeside * static_cast<double>(onSurface));
     check.region = std::move(region);
     return check;
 }

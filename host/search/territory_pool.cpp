@@ -33,7 +33,6 @@ public:
     const Chosen& chosen() const { return chosen_; }
     double share() const { return covered_ / pool_->cover_.ground.area; }
     bool reaches() const { return share() >= share_; }
-    const std::vector<char>& owned() const { return owned_; }
 
     void add(std::size_t number) {
         const std::vector<std::int32_t> claim = claimOf(number);
@@ -208,12 +207,6 @@ std::vector<const Territory*> TerritoryPool::territories(const Chosen& chosen) c
         territories.push_back(&entries_[number].territory);
     }
     return territories;
-}
-
-std::vector<char> TerritoryPool::covered(const Chosen& chosen) const {
-    Choice choice(*this, 1.0);
-    choice.set(chosen);
-    return choice.owned();
 }
 
 } // namespace drape::host

@@ -27,8 +27,6 @@ public:
 
     // The territories of a choice, as long as none is added.
     std::vector<const Territory*> territories(const Chosen& chosen) const;
-    // Per vertex of the ground, 1 where one of them claims it.
-    std::vector<char> covered(const Chosen& chosen) const;
 
 private:
     struct Entry {
