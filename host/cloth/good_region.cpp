@@ -184,7 +184,7 @@ private:
         for (const std::size_t axis : {0U, 1U}) {
             const double most = withinLimit * (axis == 0 ? wishes_.mostAlongWarp : wishes_.mostAlongWeft);
             std::vector<std::pair<double, double>> places; // along the axis, with their areas
-            for (std::size_t v = 0; v < places_.size(); ++v) {
+            for (std::size_t v = 0; v < places_.size() && std::isfinite(most); ++v) {
                 if (places_[v].cell != none && within_[v] > 0.0) {
                     places.emplace_back(flatOf(places_[v])[axis], ground_.areas[v]);
                 }
@@ -333,6 +333,10 @@ private:
     bool tear() {
         bool torn = false;
         const double slack = stretchSlack * std::max(lattice_.stepA, lattice_.stepB);
+        std::vector<std::array<double, 2>> flat(places_.size());
+        for (std::size_t v = 0; v < flat.size(); ++v) {
+            flat[v] = places_[v].cell != none ? flatOf(places_[v]) : std::array<double, 2>{};
+        }
         for (std::int32_t v = 0; v < static_cast<std::int32_t>(ground_.vertexCount()); ++v) {
             for (const std::int32_t w : ground_.around(v)) {
                 const Place& a = places_[at(v)];
@@ -340,8 +344,11 @@ private:
                 if (w < v || a.cell == none || b.cell == none) {
                     continue;
                 }
-                const auto fa = flatOf(a);
-                const auto fb = flatOf(b);
+                const auto& fa = flat[at(v)];
+                const auto& fb = flat[at(w)];
+                if (std::max(std::abs(fa[0] - fb[0]), std::abs(fa[1] - fb[1])) < 0.5 * slack) {
+                    continue; // as nearly all are
+                }
                 const double edge = distance(ground_.mesh.positions[at(v)], ground_.mesh.positions[at(w)]);
                 if (std::hypot(fa[0] - fb[0], fa[1] - fb[1]) > mostStretch * edge + slack) {
                     const bool first = std::hypot(fa[0], fa[1]) > std::hypot(fb[0], fb[1]);
@@ -387,6 +394,9 @@ private:
             const auto here = nodeFlat(lattice_.grid, node);
             for (const std::int32_t c : cellsOf[at(node)]) {
                 for (const std::int32_t other : lattice_.cells[at(c)].nodes) {
+                    if (depths[at(other)] <= d) {
+                        continue;
+                    }
                     const auto there = nodeFlat(lattice_.grid, other);
                     const double further = d + std::hypot(there[0] - here[0], there[1] - here[1]);
                     if (further < depths[at(other)]) {

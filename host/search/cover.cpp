@@ -144,11 +144,6 @@ private:
     // True if that gives a better set.
     bool layOut(const Chosen& chosen, const TerritoryShares& shares) {
         LaidOut result = laidOut(cover_, wishes_, pool_.territories(chosen), forEach_);
-        if (getenv("DBGL"))
-            fprintf(stderr,
-                    "tries %zu est %.4f x%zu seams %.2f -> %.4f x%zu seams %.2f lost %.4f wanted %.4f\n",
-                    tried_, shares.coveredShare(), chosen.size(), shares.seamLength(),
-                    result.set.coveredShare, result.set.pieces.size(), result.set.seamLength, lost_, wanted_);
         // What layouts lose is asked for on top.
         const double lost = std::clamp(shares.coveredShare() - result.set.coveredShare, 0.0, mostOnTop);
         lost_ = best_.pieces.empty() ? lost : 0.5 * (lost_ + lost);

@@ -50,14 +50,20 @@ public:
         std::for_each(chosen.begin(), chosen.end(), [&](std::size_t k) { add(k); });
     }
 
-    // The number in the pool that adds most, and how much.
+    // The number in the pool that adds most, and how much. What is open of a territory bounds what it adds.
     std::pair<double, std::size_t> bestGain() const {
-        std::pair<double, std::size_t> best{0.0, 0};
+        std::vector<std::pair<double, std::size_t>> byBound;
         for (std::size_t k = 0; k < pool_->size(); ++k) {
-            if (pool_->entries_[k].area > best.first && openArea(k) > best.first) {
-                const double gain = areaOf(pool_->cover_.ground, claimOf(k));
-                best = gain > best.first ? std::pair(gain, k) : best;
+            byBound.emplace_back(-openArea(k), k);
+        }
+        std::sort(byBound.begin(), byBound.end());
+        std::pair<double, std::size_t> best{0.0, 0};
+        for (const auto& [bound, k] : byBound) {
+            if (-bound <= best.first) {
+                break;
             }
+            const double gain = areaOf(pool_->cover_.ground, claimOf(k));
+            best = gain > best.first ? std::pair(gain, k) : best;
         }
         return best;
     }
