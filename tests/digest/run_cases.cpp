@@ -42,6 +42,22 @@ Surface slit(Block& block) {
     return slitPlate(12, width, block.within(4, 9));
 }
 
+// Triangles many times larger than cells, so that neither the corners of a triangle nor the end of a slit lie
+// within a cell of what is near to it in space.
+Surface coarse(Block& block) {
+    const int size = block.within(3, 5), depth = block.within(1, size - 1);
+    Surface surface = slitPlate(size, block.oneOf({0.004, 0.02, 0.1, 0.4}), depth);
+    const double along = block.oneOf({3.0, 5.0, 8.0}), across = block.oneOf({3.0, 5.0, 8.0}),
+                 bend = block.random.between(-0.02, 0.02);
+    for (std::size_t v = 0; v < surface.vertPos.size(); v += 3) {
+        double* at = &surface.vertPos[v];
+        at[2] = bend * (at[0] * at[0] + at[1] * at[1]);
+        at[0] *= across;
+        at[1] *= along;
+    }
+    return surface;
+}
+
 Surface toothed(Block& block) {
     const int rows = block.within(6, 11), depth = block.within(2, 5);
     const double edge = block.oneOf({1.0, 0.5, 0.3});
@@ -270,6 +286,7 @@ std::vector<Family> families() {
          true,
          10,
          {209, 475, 602, 608, 676, 692, 845, 941, 1007, 1008, 1069, 1685, 1902, 2046, 2230, 2764, 2934}},
+        {"coarse", coarse, false, 8, {}},
         {"toothed", toothed, false, 12, {49,   521,  685,  736,  782,  786,  906,  954,  980,
                                          1028, 1064, 1077, 1151, 1301, 1357, 1407, 1428, 1601,
                                          1710, 1950, 1977, 2014, 2024, 2169, 2208, 2563}},

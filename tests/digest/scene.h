@@ -58,6 +58,7 @@ struct ScenePlan {
 class Scene : public PlainModel {
 public:
     const bool foreign;
+    bool strayRows = false; // rows of a direction that is none
 
     Scene(Block& block, const SceneSettings& how) : Scene(block, how, ScenePlan(block, how)) {}
 
@@ -77,6 +78,8 @@ public:
         Front row = {d, n, block.chance(0.7) ? length : block.within(1, length)};
         if (foreign && block.chance(0.2))
             row[DRAPE_FRONT_LENGTH] = block.oneOf({0, length + 1});
+        if (strayRows)
+            row[DRAPE_FRONT_DIRECTION] = block.oneOf({-1, 0, 5, 6});
         return row;
     }
     // The nodes of a front of the table, or at least its first.

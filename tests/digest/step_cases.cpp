@@ -625,6 +625,9 @@ constexpr Step LONG_STEPS[] = {
     {"classify a row", 80, classify},          {"extend a front", 80, extend},
     {"detect a defect", 40, detect},           {"cut at gaps", 40, cutAtGaps},
     {"cut a row into fronts", 80, segmentRow}, {"look for corners", 60, lookForCorners}};
+constexpr Step STRAY_STEPS[] = {{"row crossings", 100, rowCrossings},
+                                {"classify a row", 100, classify},
+                                {"cut a row into fronts", 100, segmentRow}};
 
 } // namespace
 
@@ -650,6 +653,13 @@ void reportSteps(Report& report) {
             reportBlocks(report, std::string(step.name) + " long " + nameOf(kind), 1, step.calls,
                          [&](Block& block) {
                              Scene scene(block, {kind, true, true});
+                             step.run(block, scene, kind);
+                         });
+        for (const Step& step : STRAY_STEPS)
+            reportBlocks(report, std::string(step.name) + " in no direction " + nameOf(kind), 1, step.calls,
+                         [&](Block& block) {
+                             Scene scene(block, {kind, true});
+                             scene.strayRows = true;
                              step.run(block, scene, kind);
                          });
         reportBlocks(report, std::string("boundary chain ") + nameOf(kind), 4, 400,
