@@ -30,6 +30,7 @@ std::vector<double> drapeKey(const PlyWish& ply) {
     key.insert(key.end(), {seed[0], seed[1], seed[2], ply.seed ? 1.0 : 0.0, ply.angle,
                            ply.pivotByGridLine ? (*ply.pivotByGridLine ? 1.0 : 0.0) : 2.0,
                            ply.cloth.lockingAngle.value_or(-1.0), ply.pieces.value_or(0.0),
+                           static_cast<double>(ply.mostPieces.value_or(0)),
                            ply.pieces ? ply.cloth.width.value_or(0.0) : 0.0});
     return key;
 }
@@ -101,6 +102,7 @@ private:
     void cover(const PlyWish& ply, const Surface& surface, const TrialWishes& trial, Job& job) const {
         CoverWishes wishes = wishes_.cover;
         wishes.share = *ply.pieces;
+        wishes.mostPieces = ply.mostPieces.value_or(wishes.mostPieces);
         wishes.angle = ply.angle;
         wishes.most[1] = ply.cloth.width.value_or(wishes.most[1]);
         PieceSet set = coveredBy(surface, trial, wishes, spreadBy(forEach_), forEach_, nullptr, false);
@@ -109,9 +111,11 @@ private:
             return;
         }
         if (set.coveredShare < wishes.share) {
+            const std::string covered = " cover " + number(100.0 * set.coveredShare, 4) + " % of the ";
             tell(job.notes, NoteKind::coverShort,
-                 "its pieces cover " + number(100.0 * set.coveredShare, 4) + " % of the " +
-                     number(100.0 * wishes.share, 4) + " % asked for");
+                 ply.mostPieces ? counted(set.pieces.size(), "piece", "pieces") + " of at most " +
+                                      std::to_string(*ply.mostPieces) + covered + "mould"
+                                : "its pieces" + covered + number(100.0 * wishes.share, 4) + " % asked for");
         }
         job.pieces = std::make_shared<const PieceSet>(std::move(set));
     }
@@ -213,16 +217,24 @@ Thickness thicknessOver(const Mould& mould, const std::vector<double>& onElement
     return thickness;
 }
 
+// Whether a surface of the laminate's elements faces the same way as those of plies that name no side.
+bool facesOwnSide(const Mould& mould, const Laminate& laminate) {
+    const auto facets = facetsOf(mould, laminate.shell.elements.size());
+    double alike = 0.0;
+    for (std::size_t e = 0; e < facets.size(); ++e) {
+        alike += facets[e].area * dot(facets[e].normal, laminate.facets[e].normal);
+    }
+    return alike >= 0.0;
+}
+
 // Each ply on those below it. A ply on the other side begins on the bare mould there.
 void layOnEachOther(Laminate& laminate, const Layer& layer, const RegionCurves& regions, Notes& notes) {
-    std::map<Point, std::vector<double>> below; // thickness per element, by side
+    std::map<bool, std::vector<double>> below; // thickness per element, on the own side and the other
     std::map<std::vector<double>, Surface> bare;
     for (LaidPly& ply : laminate.plies) {
         if (!ply.wish.trouble.empty()) {
             continue;
         }
-        auto& thickness = below[ply.wish.side.value_or(Point{})];
-        thickness.resize(laminate.shell.elements.size(), 0.0);
         Job job;
         try {
             const auto key = surfaceKey(ply.wish);
@@ -230,18 +242,20 @@ void layOnEachOther(Laminate& laminate, const Layer& layer, const RegionCurves& 
             if (bare.count(key) == 0) {
                 bare.emplace(key, layer.surfaceFor(ply.wish, bare.empty() ? notes : untold));
             }
-            const Surface surface =
-                builtUp(bare.at(key), thicknessOver(*bare.at(key).mould, thickness), job.notes);
+            const Mould& mould = *bare.at(key).mould;
+            auto& thickness = below[facesOwnSide(mould, laminate)];
+            thickness.resize(laminate.shell.elements.size(), 0.0);
+            const Surface surface = builtUp(bare.at(key), thicknessOver(mould, thickness), job.notes);
             layer.drape(ply.wish, surface, job);
             takeDrape(ply, job);
             ply.notes = job.notes;
             takeRegion(ply, surface, regions);
             takeFibres(ply, laminate, facetsOf(*surface.mould, laminate.shell.elements.size()));
+            for (std::size_t e = 0; e < thickness.size(); ++e) {
+                thickness[e] += ply.thicknessOn(e);
+            }
         } catch (const InputError& error) {
             ply.trouble = error.what();
-        }
-        for (std::size_t e = 0; e < thickness.size(); ++e) {
-            thickness[e] += ply.thicknessOn(e);
         }
     }
 }

@@ -32,7 +32,8 @@ struct PlyWish {
     std::optional<double> stepA, stepB;
     std::optional<bool> pivotByGridLine;
     std::optional<double> pieces; // share of the mould that as many pieces as it takes cover; else one piece
-    std::string region;           // names a closed curve, outside of which the ply is cut off; empty for none
+    std::optional<std::size_t> mostPieces; // of those
+    std::string region; // names a closed curve, outside of which the ply is cut off; empty for none
     std::vector<std::string> after; // names of plies that lie below it
     std::string afterPlace;         // where that stands in the layup's file, for messages; may be empty
     std::string trouble;            // what is wrong with the wish itself; such a ply isn't draped

@@ -125,7 +125,8 @@ private:
         return TerritoryShares(cover_, wishes_.overlap, pool_.territories(chosen));
     }
 
-    // Leaves out pieces without which enough is covered, the one with the least share first.
+    // Leaves out pieces that are too many or without which enough is covered, the one with the least share
+    // first.
     void leaveOut(Chosen& chosen, TerritoryShares& shares) const {
         while (chosen.size() > 1) {
             const std::vector<double> areas = shares.areas();
@@ -133,7 +134,8 @@ private:
             Chosen fewer(chosen);
             fewer.erase(fewer.begin() + (least - areas.begin()));
             TerritoryShares without = sharesOf(fewer);
-            if (without.coveredShare() < std::min(wanted_, shares.coveredShare() - allButRounding)) {
+            if (chosen.size() <= wishes_.mostPieces &&
+                without.coveredShare() < std::min(wanted_, shares.coveredShare() - allButRounding)) {
                 return;
             }
             chosen = std::move(fewer);

@@ -15,6 +15,7 @@ struct CoverWishes {
     double overlap = 0.0;    // of neighbours, in the mould's unit
     std::array<double, 2> most{std::numeric_limits<double>::infinity(),
                                std::numeric_limits<double>::infinity()}; // extents along warp and weft
+    std::size_t mostPieces = std::numeric_limits<std::size_t>::max(); // 1 or more; they cover what they can
 };
 
 struct CoverPiece {

@@ -47,6 +47,19 @@ class PolyData:
         return [tuple(self.polygons["connectivity"][a:b]) for a, b in zip(ends, ends[1:])]
 
 
+class UnstructuredGrid(PolyData):
+    """A VTK unstructured grid with its arrays decoded."""
+
+    def __init__(self, path):
+        piece = ET.parse(path).getroot().find("UnstructuredGrid/Piece")
+        self.points = self.rows(piece.find("Points/DataArray"))
+        self.polygons = {a.get("Name"): self.flat(a) for a in piece.find("Cells")}
+        self.cell_data = {a.get("Name"): self.rows(a) for a in piece.find("CellData")}
+        self.shown = (piece.find("CellData").get("GlobalIds"), piece.find("CellData").get("Scalars"))
+        counts = (int(piece.get("NumberOfPoints")), int(piece.get("NumberOfCells")))
+        assert counts == (len(self.points), len(self.polygons["types"]))
+
+
 class Gltf:
     """A glTF file, text or binary, with its accessors decoded."""
 

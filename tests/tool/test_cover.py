@@ -14,11 +14,12 @@ import tempfile
 import time
 import unittest
 
+from model import flat_area, shear_scale
 from moulds import cup, obj, plate
 from program import DONE, DRAPE, USAGE, Case
-from readers import PolyData
+from readers import PolyData, dxf_entities
 
-LOCKING = 30.0
+LOCKING, MM, ALLOWANCE = 30.0, 20.0, 0.05
 
 
 def ball(around=28, rings=16):
@@ -61,12 +62,13 @@ def area_of(mesh):
 
 
 class Cover(Case):
+    WORDS = (0.97, "--step", "0.17,0.14", "--angle", 25, "--rosette", "1,0.2,0.1", "--pivot", "shear")
     DRAWINGS = ["c.png", "c.svg", "c.pdf", "c.dxf", "c.gltf", "c.fibres.vtp"]
 
     def cover(self, mesh, *words, drawings=()):
         path = self.file("m.obj", obj(mesh))
         outputs = ["c.json", "c.vtp", "c.fibres.csv", "c.pieces.obj", *drawings]
-        self.drape(path, "--cover", *words, "--locking", LOCKING, *(w for o in outputs for w in ("-o", o)))
+        self.said = self.drape(path, "--cover", *words, "--locking", LOCKING, *(w for o in outputs for w in ("-o", o))).stdout
         report = json.loads((self.folder / "c.json").read_text())
         pieces = sorted(self.folder.glob("c.piece*.obj"), key=lambda p: int(re.findall(r"\d+", p.name)[0]))
         self.assertEqual(len(pieces), report["cover"]["count"])
@@ -80,8 +82,9 @@ class Cover(Case):
             cls.addClassCleanup(folder.cleanup)
             case = cls()
             case.folder = pathlib.Path(folder.name)
-            words = (0.97, "--step", 0.17, "--name", "skin", "-j", 2)
+            words = (*cls.WORDS, "--name", "skin", "--units-mm", MM, "--allowance", ALLOWANCE, "-j", 2)
             cls.once = *case.cover(cup(0.6), *words, drawings=cls.DRAWINGS), case.folder
+            cls.said = case.said
         return cls.once
 
     def redrape(self, piece):
@@ -106,12 +109,69 @@ class Cover(Case):
             self.assertLessEqual(report["shear"]["largest"], LOCKING)
             self.assertAlmostEqual(report["shear"]["largest"], told["largestShear"], 3)
             self.assertAlmostEqual(report["pattern"]["netArea"], told["area"], 3)
-            self.assertAlmostEqual(report["choice"]["plyAngle"], 0.0, 6)
+            choice = report["choice"]
+            self.assertAlmostEqual(choice["plyAngle"], 25.0, 6)
+            self.assertEqual((choice["step"], choice["pivot"], choice["seed"], told["angle"]), ([0.17, 0.14], "shear", told["seed"], 25.0))
             lain += area_of(corners_of(piece.read_text()))
         self.assertGreater(lain / whole, cover["coveredShare"] + cover["overlapShare"] - 1e-3)
         self.assertLess(cover["overlapShare"], 1e-3)
         self.assertLessEqual(cover["largestShear"], LOCKING)
         self.assertTrue(0 < cover["seamLength"] <= 0.5 * sum(p["seamLength"] for p in cover["pieces"]) * (1 + 1e-9))
+
+    def test_figures_are_those_of_the_files(self):
+        cover, pieces, folder = self.dome()
+        report = json.loads((folder / "c.json").read_text())
+        points, faces = cup(0.6)
+        whole = area_of((points, faces))
+        self.assertEqual((report["mould"]["triangles"], report["input"]), (len(faces), {"file": str(folder / "m.obj"), "millimetresPerUnit": MM}))
+        self.assertAlmostEqual(report["mould"]["area"], whole, 9)
+        cloth = PolyData(folder / "c.vtp")
+        shear = {}
+        for piece, angle, lies in zip(*(cloth.cell_data[k] for k in ("piece", "shear", "onSurface"))):
+            shear[piece] = max(shear.get(piece, 0.0), abs(angle) * lies)
+        nets, cuts, seeds = [], [], []
+        for line in dxf_entities((folder / "c.dxf").read_text()):
+            if line["layer"] == "CUT" and (not cuts or nets[-1]):
+                nets.append([])
+                cuts.append([])
+            for layer, lists in (("NET", nets), ("HOLE", nets), ("CUT", cuts)):
+                if line["layer"] == layer:
+                    self.assertTrue(line["closed"])
+                    lists[-1].append(line["points"])
+            seeds += line["points"] if line["layer"] == "SEED" else []
+        lines = self.said.splitlines()
+        shares, gap = [], 0.1 * max(max(p[0] for loop in own for p in loop) - min(p[0] for loop in own for p in loop) for own in cuts)
+        number = lambda x: f"{x:.4g}"
+        for k, told in enumerate(cover["pieces"]):
+            x, y = seeds[k]
+            self.assertAlmostEqual(told["area"], sum(map(flat_area, nets[k])) / MM ** 2, 6)
+            box = [f(p[i] - seeds[k][i] for loop in nets[k] for p in loop) / MM for f in (min, max) for i in (0, 1)]
+            self.assertPoint(told["extent"], box, 6)
+            self.assertAlmostEqual(told["largestShear"], shear[k + 1], 7)
+            self.assertEqual(y, 0.0)
+            left, right = (f(p[0] for loop in cuts[k] for p in loop) for f in (min, max))
+            self.assertAlmostEqual(left, min(p[0] for loop in nets[k] for p in loop) - MM * ALLOWANCE, delta=0.01)
+            if k > 0:
+                self.assertAlmostEqual(left - before, gap, 6)
+            before = right
+            (share,) = re.findall(rf"piece {k + 1}   ([\d.]+) % of the mould, net area {number(told['area'])}, {number(box[2] - box[0])} by {number(box[3] - box[1])}, "
+                                  rf"seed \(.*\), angle 25, largest shear {told['largestShear']:.1f}$", lines[5 + k])
+            shares.append(float(share))
+            self.assertAlmostEqual(shares[-1], 100 * area_of(corners_of(pieces[k].read_text())) / whole, delta=0.051)
+        self.assertEqual(seeds[0], [0.0, 0.0])
+        self.assertAlmostEqual(sum(shares), 100 * cover["coveredShare"], delta=0.051 * len(shares))
+        self.assertAlmostEqual(sum(p["seamLength"] for p in cover["pieces"]), 2 * cover["seamLength"], 6)
+        self.assertEqual(max(shear.values()), cover["largestShear"])
+        self.assertEqual(lines[:4], [
+            f"mould     {folder / 'm.obj'}: {len(faces)} triangles, area {number(whole)}", "cloth     cells 0.17 by 0.14, all pieces at 25 degrees from the rosette",
+            f"cover     {cover['count']} pieces cover {100 * cover['coveredShare']:.1f} % of it; {100 * cover['overlapShare']:.1f} % lies under more than one",
+            f"shear     largest {cover['largestShear']:.1f} degrees, locking at 30"])
+        self.assertRegex(lines[4], rf"^seams     \d+ seams?, {number(cover['seamLength'])} long together$")
+        scene = json.loads((folder / "c.gltf").read_text())
+        self.assertEqual(scene["extras"], {"shearScaleTop": shear_scale(cover["largestShear"], LOCKING)[0], "lockingAngle": LOCKING})
+        for node in scene["nodes"]:
+            self.assertPoint(node["extras"]["origin"], cover["pieces"][0]["seed"])
+            self.assertEqual(node["scale"], [MM / 1000] * 3)
 
     def test_every_place_lies_under_the_piece_that_claims_it(self):
         folder = self.dome()[2]
@@ -120,7 +180,9 @@ class Cover(Case):
         for quad, piece in zip(cloth.faces(), cloth.cell_data["piece"], strict=True):
             corners = [cloth.points[v] for v in quad]
             middles.setdefault(int(piece), []).append([sum(c[k] for c in corners) / 4 for k in range(3)])
-        self.assertEqual(sorted({v for quad in cloth.faces() for v in quad}), list(range(len(cloth.points))))
+        for quad, piece, cell in zip(cloth.faces(), cloth.cell_data["piece"], cloth.cell_data["cell"], strict=True):
+            self.assertEqual({cloth.point_data["piece"][v] for v in quad}, {piece})
+            self.assertEqual(cloth.point_data["node"][quad[0]], cell)
         mesh = PolyData(folder / "c.fibres.vtp")
         table = [(int(row["piece"]), int(row["cell"])) for row in csv.DictReader((folder / "c.fibres.csv").read_text().splitlines())]
         self.assertEqual(sorted(zip(mesh.cell_data["piece"], mesh.cell_data["cell"])), sorted(table))
@@ -130,6 +192,7 @@ class Cover(Case):
         rows = list(csv.DictReader((folder / "c.fibres.csv").read_text().splitlines()))
         self.assertEqual(len(rows), len(triangles))
         claimed = 0.0
+        named = {(piece, cell): k for k, (piece, cell) in enumerate(zip(cloth.cell_data["piece"], cloth.cell_data["cell"]))}
         self.assertEqual([int(row["face"]) for row in rows], list(range(1, len(triangles) + 1)))
         for row, triangle in zip(rows, triangles):
             if int(row["piece"]):
@@ -137,10 +200,17 @@ class Cover(Case):
                 nearest = min(math.dist(centre, m) for m in middles[int(row["piece"])])
                 self.assertLess(nearest, 0.17)
                 claimed += area(*(points[v] for v in triangle))
+                cell = named[int(row["piece"]), int(row["cell"])]
+                shear = cloth.cell_data["shear"][cell]
+                self.assertPoint([float(row["shear_deg"]), float(row["thickness"])], [shear, 1 / math.cos(math.radians(shear))], 6)
+                for kind in ("warp", "weft"):
+                    self.assertGreater(sum(float(row[f"{kind}_{x}"]) * y for x, y in zip("xyz", cloth.cell_data[kind][cell])), 0.9)
+            else:
+                self.assertEqual([float(row[name]) for name in row if name not in ("triangle", "face")], [0, 0, 0, 1, *[0] * 6, 0])
         self.assertGreater(claimed / area_of(cup(0.6)), 0.9)
 
     def test_the_same_answer_twice_on_any_number_of_cores(self):
-        self.assertEqual(self.dome()[0], self.cover(cup(0.6), 0.97, "--step", 0.17, "-j", 1)[0])
+        self.assertEqual(self.dome()[0], self.cover(cup(0.6), *self.WORDS, "-j", 1)[0])
 
     def test_a_closed_surface(self):
         cover, pieces = self.cover(ball(20, 12), 0.95, "--step", 0.25, "--free-angles")
@@ -161,10 +231,13 @@ class Cover(Case):
 
     def test_neighbours_overlap_as_asked(self):
         butt = self.dome()[0]
-        lapped = self.cover(cup(0.6), 0.97, "--step", 0.17, "--overlap", 0.1)[0]
+        lapped = self.cover(cup(0.6), *self.WORDS, "--overlap", 0.1)[0]
         self.assertLess(butt["overlapShare"], 0.02)
         expected = 0.1 * lapped["seamLength"] / area_of(cup(0.6))
         self.assertAlmostEqual(lapped["overlapShare"], expected, delta=0.5 * expected + 0.01)
+        # What a piece has up to its seams is its own alone.
+        shares = [float(share) for share in re.findall(r"piece \d+   ([\d.]+) %", self.said)]
+        self.assertAlmostEqual(sum(shares), 100 * lapped["coveredShare"], delta=0.051 * len(shares))
 
     def test_drawings(self):
         cover, _, folder = self.dome()
@@ -201,10 +274,11 @@ class Cover(Case):
 
 
 def bump(n=24):
-    """A wavy sheet with a steep bump, on which a cloth folds."""
+    """A wavy sheet with a small hole and a steep bump, on which a cloth folds."""
     places = [(-3 + 6 * i / n, -3 + 6 * j / n) for j in range(n + 1) for i in range(n + 1)]
     heights = [2.5 * math.exp(-x * x - 1.3 * y * y) + 0.3 * math.sin(2 * x + y) for x, y in places]
-    return [(x, y, z) for (x, y), z in zip(places, heights)], plate(n)[1]
+    hole = 2 * (4 + n * (n - 5))
+    return [(x, y, z) for (x, y), z in zip(places, heights)], [f for k, f in enumerate(plate(n)[1]) if k // 2 * 2 != hole]
 
 
 class GoodRegion(Case):
@@ -222,6 +296,11 @@ class GoodRegion(Case):
         self.assertEqual((whole["good"]["kept"], kept["good"]["kept"]), (False, True))
         self.assertAlmostEqual(kept["mould"]["area"], whole["good"]["area"])
         self.assertAlmostEqual(whole["good"]["area"] / whole["mould"]["area"], whole["good"]["share"], 2)
+        self.assertEqual(whole["good"], {**kept["good"], "kept": False})
+        self.assertEqual(kept["good"]["outlineLength"], kept["mould"]["loops"][0]["length"])
+        self.assertAlmostEqual(kept["good"]["largestShear"], kept["shear"]["largest"], 9)
+        good = kept["good"]
+        self.assertIn(f"good      {100 * good['share']:.1f} % of the mould around the seed, with an outline of {good['outlineLength']:.4g}, is within locking", done.stdout)
 
     def test_a_drape_that_is_good_all_over_has_no_region_to_tell(self):
         report, done = self.report(self.file("m.obj", obj(plate(6))))

@@ -173,7 +173,7 @@ class Orders(Laminates):
         good = {"name": "good", "angle": 0}
         for bad, words in (({"angle": "x"}, 'line 4, column 2 (angle): "x": that isn\'t a finite number'), ({"seed": "1 2"}, "(seed)"), ({"pivot": "row"}, "(pivot)"),
                            ({"step": "0"}, "(step)"), ({"thickness": "-1"}, "(thickness)"), ({"after": "none"}, 'there is no ply "none"'),
-                           ({"name": "good"}, "another ply has this name"), ({"region": "no.xyz"}, "can't open the curve"), ({"pieces": "2"}, 'column 3 (pieces): "2"'),
+                           ({"name": "good"}, "another ply has this name"), ({"region": "no.xyz"}, "can't open the curve"), ({"pieces": "2.5"}, 'column 3 (pieces): "2.5"'), ({"pieces": "0"}, '(pieces): "0"'),
                            ({"pieces": "cover", "seed": "4 4 0"}, "(seed)"), ({"pieces": "0.5", "region": "ring.xyz"}, "(region)"),
                            ({"region": "out.xyz"}, "its region "), ({"locking": "95"}, "(locking)"), ({"side": "0 0 0"}, "(side)"), ({"E1": "5", "G12": ""}, "G12"),
                            ({"after": '""good'}, "(after): \"\"good\": a quote is opened and not closed")):
@@ -430,9 +430,49 @@ class Elements(Laminates):
         report, done = self.laminate("m.obj", [{**p, "thickness": 8.0} for p in plies], "--build-up", "--start", "middle", "--step", "2", "--side", "0,0,-1", expect=None)
         self.assertIn("more than the radius of the mould there", done.stderr)
 
+    def test_plies_lie_on_what_is_below_them_there(self):
+        """Patches side by side, one over parts of both, and plies on the other side of a plate: at each node, but for the
+        steps as wide as an element, a ply lies as high as the plies that were laid there before it are thick."""
+        patches = {"left.xyz": (1, 5, 1, 7), "right.xyz": (5, 9, 1, 7), "both.xyz": (3, 7, 3, 10)}
+        for name, (west, east, south, north) in patches.items():
+            self.file(name, f"{west} {south} 0\n{east} {south} 0\n{east} {north} 0\n{west} {north} 0\n")
+        order = [("a", 0.4, "left.xyz", 1), ("b", 0.7, "right.xyz", 1), ("c", 0.25, "both.xyz", 1), ("under", 0.3, "", -1), ("d", 0.1, "", 1), ("e", 0.2, "", 1),
+                 ("lower", 0.6, "", -1), ("f", 0.5, "left.xyz", 1)]
+        sides = {"e": "0 0 3", "under": "0 0 -1", "lower": "0.1 0 -2"}  # those that say nothing lie on the plate's own side
+        plies = [{"name": n, "angle": 15 * k, "thickness": t, "region": r, "side": sides.get(n, "")} for k, (n, t, r, _) in enumerate(order)]
+        report, _ = self.laminate(self.file("m.obj", obj(plate(24, 0.5))), plies, "--build-up", "--start", "middle", "--step", "0.7,0.9", "-o", "l.vtp", "-o", "l.vtu")
+        self.assertEqual([(p["name"], p["trouble"]) for p in report["plies"]], [(n, None) for n, *_ in order])
+        lies = lambda region, x, y: not region or patches[region][0] < x < patches[region][1] and patches[region][2] < y < patches[region][3]
+        beside = lambda region, x, y: region and any(abs(x - e) < 0.51 for e in patches[region][:2]) or region and any(abs(y - e) < 0.51 for e in patches[region][2:])
+        cloth, looked = PolyData(self.folder / "l.vtp"), set()
+        for (x, y, z), k, t in zip(cloth.points, cloth.point_data["piece"], cloth.point_data["triangle"]):
+            below = [(thick, region) for _, thick, region, side in order[:k - 1] if side == order[k - 1][3]]
+            if t and not any(beside(region, x, y) for _, region in below):
+                there = tuple(thick for thick, region in below if lies(region, x, y))
+                self.assertAlmostEqual(z, order[k - 1][3] * sum(there), delta=0.002, msg=(k, x, y))
+                looked.add((k, there))
+        self.assertGreater(len(looked), 14)
+        for row in self.rows():
+            cell, half = divmod(int(row["element"]) - 1, 2)
+            x, y = cell % 24 / 2 + (2 - half) / 6, cell // 24 / 2 + (1 + half) / 6
+            self.assertTrue(lies(order[int(row["sequence"]) - 1][2], x, y))
+        self.assertEqual(len(self.rows()), 1152 * 4 + 8 * (24 + 24 + 28 + 24))
+
 
 class Pieces(Laminates):
     """A dome that one ply can't take, with a ply in pieces below one that ends early."""
+
+    def test_no_more_pieces_than_asked_for(self):
+        plies = [{"name": n, "pieces": n, "width": 3} for n in ("2", "3", "cover", "1")]
+        report, done = self.laminate(self.file("m.obj", obj(plate(10))), plies, "--step", "1", "--start", "middle")
+        two, three, all_ = (p["cover"] for p in report["plies"][:3])
+        self.assertEqual([len(two["pieces"]), len(three["pieces"]), report["plies"][3]["cover"]], [2, 3, None])
+        self.assertGreater(len(all_["pieces"]), 3)
+        for cover, most in ((two, 2), (three, 3)):
+            self.assertTrue(0.7 * 0.3 * most < cover["coveredShare"] <= 0.3 * most + 1e-9)
+            self.assertTrue(all(p["height"] <= 3 + 1e-9 for p in cover["pieces"]))
+            self.assertIn(f"ply {most}: {most} pieces of at most {most} cover {100 * cover['coveredShare']:.4g} % of the mould", done.stderr)
+        self.assertGreater(all_["coveredShare"], three["coveredShare"])
 
     def test_each_piece_goes_where_it_lies(self):
         mould = cup(0.6, 40, 16, 16)

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -18,6 +19,7 @@ namespace {
 
 constexpr std::size_t mostPlies = 100000;
 constexpr double usualShare = 0.99; // of the mould, covered by pieces
+constexpr double mostPieces = 1000;
 
 struct Cell {
     std::string text;
@@ -474,16 +476,24 @@ private:
         if (cell == nullptr || cell->text == "1") {
             return;
         }
-        double share = usualShare;
-        if (cell->text != "cover" && (!readNumber(cell->text, share) || !(share > 0.0 && share < 1.0))) {
-            refuse("pieces", "give 1, or cover, or the share to be covered, above 0 and below 1");
+        double number = usualShare;
+        const bool isNumber = cell->text != "cover";
+        const bool isRead = !isNumber || readNumber(cell->text, number);
+        const bool isCount = isRead && number > 1.0 && number <= mostPieces && number == std::floor(number);
+        if (!isCount && !(isRead && number > 0.0 && number < 1.0)) {
+            refuse("pieces",
+                   "give cover, the share to be covered, above 0 and below 1, or the most pieces, 1 to " +
+                       std::to_string(static_cast<int>(mostPieces)));
         }
         for (const char* other : {"seed", "region"}) {
             if (find(other) != nullptr) {
                 refuse(other, "a ply in several pieces finds its starts by itself and isn't cut off");
             }
         }
-        ply.pieces = share;
+        ply.pieces = isCount ? usualShare : number;
+        if (isCount) {
+            ply.mostPieces = static_cast<std::size_t>(number);
+        }
     }
 
     void readStep(PlyWish& ply) const {
