@@ -436,8 +436,8 @@ class Elements(Laminates):
         patches = {"left.xyz": (1, 5, 1, 7), "right.xyz": (5, 9, 1, 7), "both.xyz": (3, 7, 3, 10)}
         for name, (west, east, south, north) in patches.items():
             self.file(name, f"{west} {south} 0\n{east} {south} 0\n{east} {north} 0\n{west} {north} 0\n")
-        order = [("a", 0.4, "left.xyz", 1), ("b", 0.7, "right.xyz", 1), ("c", 0.25, "both.xyz", 1), ("under", 0.3, "", -1), ("d", 0.1, "", 1), ("e", 0.2, "", 1),
-                 ("lower", 0.6, "", -1), ("f", 0.5, "left.xyz", 1)]
+        order = [("a", 0.04, "left.xyz", 1), ("b", 0.07, "right.xyz", 1), ("c", 0.025, "both.xyz", 1), ("under", 0.03, "", -1), ("d", 0.01, "", 1), ("e", 0.02, "", 1),
+                 ("lower", 0.06, "", -1), ("f", 0.05, "left.xyz", 1)]
         sides = {"e": "0 0 3", "under": "0 0 -1", "lower": "0.1 0 -2"}  # those that say nothing lie on the plate's own side
         plies = [{"name": n, "angle": 15 * k, "thickness": t, "region": r, "side": sides.get(n, "")} for k, (n, t, r, _) in enumerate(order)]
         report, _ = self.laminate(self.file("m.obj", obj(plate(24, 0.5))), plies, "--build-up", "--start", "middle", "--step", "0.7,0.9", "-o", "l.vtp", "-o", "l.vtu")
