@@ -1,9 +1,10 @@
 // Pieces that cover a part, on sheets small enough to know the answer: territories that overlap are shared
-// out without loss, the choice takes no more of them than it needs, and cloth that is cut out of a drape is
-// that drape's, no more and no less.
+// out without loss, the choice takes no more of them than it needs, and each piece is what its part of the
+// surface drapes to.
 #include "host_drape.h"
 
 #include "host/search/cover.h"
+#include "host/search/cover_claims.h"
 #include "host/search/territory_pool.h"
 #include "host/search/territory_shares.h"
 
@@ -123,6 +124,72 @@ TEST(Cover, ABarAcrossAnotherLeavesBothWhole) {
     }
     const double whole = lying.area + upright.area - part.box(-2.5, 2.5, -1.5, 1.5).area;
     EXPECT_NEAR(shares.coveredShare() * part.cover->ground.area, whole, 16.0); // what sticks out on one side
+}
+
+TEST(Cover, WhatATerritoryCannotHaveGoesToItsNeighbour) {
+    const Part part(sheet(20, 10, 0.0), 1.0);
+    const Territory left = part.box(-11.0, 3.0, -99.0, 99.0);
+    const Territory right = part.box(-5.5, 11.0, -99.0, 99.0);
+    host::TerritoryShares shares(*part.cover, 0.0, {&left, &right});
+    const auto& places = part.cover->ground.mesh.positions;
+    std::vector<double> most;
+    for (const Point& p : places) {
+        most.push_back(-7.5 - p[0]);
+    }
+    shares.limit(0, most);
+    for (std::size_t v = 0; v < places.size(); ++v) {
+        const double x = places[v][0];
+        EXPECT_EQ(shares.labels()[v], x < -7.5 ? 0 : x > -5.5 ? 1 : -1) << x;
+    }
+    // The claims are cut along the ends of both.
+    host::CoverClaims claims(part.cover->ground, shares);
+    const host::TriangleMesh& mesh = claims.mesh();
+    double bare = 0.0;
+    for (std::size_t t = 0; t < claims.pieces().size(); ++t) {
+        bare += claims.pieces()[t] < 0
+                    ? host::vec::areaOf(mesh.corner(t, 0), mesh.corner(t, 1), mesh.corner(t, 2))
+                    : 0.0;
+    }
+    EXPECT_NEAR(bare, 20.0, 0.25);
+    // What else a piece can't have is cut off its claim, and that of its neighbour stays as it is.
+    std::vector<double> less;
+    for (const Point& p : places) {
+        less.push_back(-8.25 - p[0]);
+    }
+    const host::Sheet cut = claims.partUnder(0, 0.0, claims.reachOf(0, 0.0, less));
+    EXPECT_NEAR(host::mouldOf(cut).area, 17.5, 0.25);
+    const host::Sheet before = claims.partUnder(1, 0.0, claims.reachOf(1, 0.0, {}));
+    claims.leave(0, less);
+    const host::Sheet after = claims.partUnder(1, 0.0, claims.reachOf(1, 0.0, {}));
+    EXPECT_EQ(after.mesh.positions, before.mesh.positions);
+    EXPECT_EQ(after.mesh.triangles, before.mesh.triangles);
+    EXPECT_NEAR(host::mouldOf(claims.partUnder(0, 0.0, claims.reachOf(0, 0.0, {}))).area, 17.5, 0.25);
+}
+
+TEST(Cover, PiecesDrapeByThemselvesToWhatTheyAre) {
+    Part part(sheet(14, 14, 0.06), 1.0);
+    part.wishes.lockingAngle = 12.0;
+    host::CoverWishes wishes;
+    wishes.share = 0.97;
+    const host::PieceSet set = host::coveredBy(part.surface, part.wishes, wishes,
+                                               host::spreadBy(host::inTurn), host::inTurn, nullptr, false);
+    ASSERT_GT(set.pieces.size(), 1U);
+    EXPECT_GE(set.coveredShare, wishes.share);
+    double claimed = 0.0;
+    double lain = 0.0;
+    for (const host::CoverPiece& piece : set.pieces) {
+        host::Surface alone(part.surface);
+        alone.mould = piece.drape.mould;
+        host::Notes notes;
+        const host::Trial again =
+            host::drapeFrom(alone, part.wishes, piece.drape.choice.seed, piece.start.angle, notes);
+        EXPECT_EQ(again.grid.position, piece.drape.grid.position);
+        EXPECT_LE(again.measures.largestShear, 12.0);
+        claimed += piece.claimed;
+        lain += piece.drape.mould->area * again.measures.coveredShare;
+    }
+    EXPECT_NEAR(claimed / part.surface.mould->area, set.coveredShare, 1e-9);
+    EXPECT_NEAR(claimed, lain, 1e-2 * claimed); // butt joints
 }
 
 TEST(Cover, NoMoreAreChosenThanAreNeeded) {
