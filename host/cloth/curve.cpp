@@ -44,10 +44,6 @@ struct Ray {
 constexpr double reachOfCells = 1.5;
 constexpr double farBeyond = 4.0; // shares of a cell's sides at which nothing of the pattern can lie
 
-double flatDistance(const FlatPoint& a, const FlatPoint& b) {
-    return std::hypot(a[0] - b[0], a[1] - b[1]);
-}
-
 bool isInside(const std::vector<FlatPoint>& polygon, const FlatPoint& p) {
     bool inside = false;
     for (std::size_t k = 0; k < polygon.size(); ++k) {

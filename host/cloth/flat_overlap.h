@@ -1,12 +1,11 @@
 // Where polygons of the plane lie, and where they lie over each other.
 #pragma once
 
-#include <array>
+#include "host/cloth/flat_point.h"
+
 #include <vector>
 
 namespace drape::host {
-
-using FlatPoint = std::array<double, 2>; // along warp and weft
 
 // The area that lies in at least two of the shapes, as trapezoids with two level sides. A shape is a set of
 // closed polygons, the first point not repeated, solid to the left of each.

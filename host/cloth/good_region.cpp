@@ -8,6 +8,7 @@
 #include "drape.h"
 #include "host/cloth/cell_cubes.h"
 #include "host/cloth/cell_map.h"
+#include "host/cloth/flat_point.h"
 #include "host/mesh/point.h"
 
 #include <algorithm>
@@ -350,8 +351,8 @@ private:
                     continue; // as nearly all are
                 }
                 const double edge = distance(ground_.mesh.positions[at(v)], ground_.mesh.positions[at(w)]);
-                if (std::hypot(fa[0] - fb[0], fa[1] - fb[1]) > mostStretch * edge + slack) {
-                    const bool first = std::hypot(fa[0], fa[1]) > std::hypot(fb[0], fb[1]);
+                if (flatDistance(fa, fb) > mostStretch * edge + slack) {
+                    const bool first = flatDistance(fa, {}) > flatDistance(fb, {});
                     blocked_.insert(lattice_.corner(first ? a.cell : b.cell));
                     torn = true;
                 }
@@ -398,7 +399,7 @@ private:
                         continue;
                     }
                     const auto there = nodeFlat(lattice_.grid, other);
-                    const double further = d + std::hypot(there[0] - here[0], there[1] - here[1]);
+                    const double further = d + flatDistance(here, there);
                     if (further < depths[at(other)]) {
                         depths[at(other)] = further;
                         open.emplace(further, other);

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <numbers>
 #include <optional>
 #include <span>
 #include <tuple>
@@ -21,8 +20,9 @@ using namespace vec;
 
 namespace {
 
-constexpr double sameCut = 1e-5;   // cells between ends on a side that count as one
-constexpr double alongEdge = 1e-3; // cells; a side this near to the mould's edge ends with it
+constexpr double sameCut = 1e-5;      // cells between ends on a side that count as one
+constexpr double straightBack = 3e-4; // radians off half a turn within which a line turns back
+constexpr double alongEdge = 1e-3;    // cells; a side this near to the mould's edge ends with it
 
 // One cell's stretch of its own side; `low` and `high` are the places that the side joins.
 struct SideUse {
@@ -309,8 +309,7 @@ private:
         OutlinePoint last = points.back();
         const double reach = sameCut * std::max(all_.cloth.stepA, all_.cloth.stepB);
         const auto isAt = [&](const OutlinePoint& point, std::size_t knot) {
-            return std::hypot(point.flat[0] - knots[knot].flat[0], point.flat[1] - knots[knot].flat[1]) <=
-                   4.0 * reach;
+            return flatDistance(point.flat, knots[knot].flat) <= 4.0 * reach;
         };
         if (isAt(points.back(), to)) {
             points.pop_back();
@@ -328,13 +327,14 @@ private:
     std::map<Side, std::vector<Cut>> sideCuts_;
 };
 
+// The rank of the angle from one direction to the next; turning back comes last.
 double leftTurn(const FlatPoint& a, const FlatPoint& b, const FlatPoint& c, const FlatPoint& d) {
     const double ux = b[0] - a[0];
     const double uy = b[1] - a[1];
     const double vx = d[0] - c[0];
     const double vy = d[1] - c[1];
-    const double turn = std::atan2(ux * vy - uy * vx, ux * vx + uy * vy);
-    return turn > 0.9999 * std::numbers::pi ? -turn : turn; // turning back comes last
+    const double turn = angleRank(ux * vx + uy * vy, ux * vy - uy * vx);
+    return turn > 2.0 - straightBack ? -turn : turn;
 }
 
 // Chains pieces at their knots, at each knot the one that turns most to the left, so that lines which meet in

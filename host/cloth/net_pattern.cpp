@@ -134,7 +134,7 @@ NetLoop loopOf(const Outline& whole, double allowed) {
         loop.flat.push_back(a);
         loop.space.push_back(line[k].space);
         loop.borders.push_back(line[k].border);
-        loop.length += std::hypot(b[0] - a[0], b[1] - a[1]);
+        loop.length += flatDistance(a, b);
     }
     for (const OutlinePoint& point : simplified(whole, inSpace, allowed)) {
         loop.rim.push_back(point.space);
@@ -155,8 +155,7 @@ void addLoop(NetLoop loop, NetPattern& pattern) {
             low = first ? a[axis] : std::min(low, a[axis]);
             high = first ? a[axis] : std::max(high, a[axis]);
         }
-        pattern.clothEdgeLength +=
-            loop.borders[k] == NetBorder::cloth ? std::hypot(b[0] - a[0], b[1] - a[1]) : 0.0;
+        pattern.clothEdgeLength += loop.borders[k] == NetBorder::cloth ? flatDistance(a, b) : 0.0;
     }
     pattern.area += loop.area;
     pattern.loops.push_back(std::move(loop));

@@ -2,9 +2,8 @@
 // sides.
 #pragma once
 
-#include "host/cloth/cell_map.h"
 #include "host/cloth/flat_overlap.h"
-#include "host/cloth/mould.h"
+#include "host/cloth/underside.h"
 
 namespace drape::host {
 
@@ -30,33 +29,8 @@ struct CellRegion {
     std::vector<std::vector<FlatPoint>> polygons; // in u and v, solid to the left
 };
 
-// What the search of a region works with; the marks are its own.
-struct RegionSearch {
-    const Mould& mould;
-    const MouldEdges& edges;
-    double step;                        // the longer cell length
-    std::vector<std::uint32_t> reached; // per triangle, the last search that came to it
-    std::uint32_t searches = 0;
-};
-
-// A node from which the mould is seen: an open corner of a cell and the triangle on which it lies, 0-based.
-struct Foothold {
-    Point position;
-    std::int32_t triangle;
-};
-
-// The triangles that hang together underneath the cell with the ones around its footholds, rising.
-std::vector<std::int32_t> trianglesUnder(const CellMap& cell, const std::vector<Foothold>& footholds,
-                                         RegionSearch& search);
-
 // `near` lists all boundary edges that can reach the cell.
 CellRegion regionOf(const CellMap& cell, const std::vector<Foothold>& footholds,
                     const std::vector<std::int32_t>& near, RegionSearch& search);
-
-// The image of a stretch of the mould's edge in the cell's u and v, from `from` to `to` (0 to 1) along the
-// edge, as far as the cell's map goes; fine enough that straight lines between the places stand for it. Empty
-// where the map ends.
-std::vector<EdgePlace> trackOf(const CellMap& cell, const RegionSearch& search, std::int32_t edge,
-                               double from, double to);
 
 } // namespace drape::host

@@ -21,10 +21,6 @@ constexpr double mapsDisagree = 0.5; // cells between where two cells put the sa
 constexpr double spacing = 0.1;      // cells between points along the way
 constexpr double overRim = 1e-3;     // cells outside a cell that count as over it
 
-double between(const FlatPoint& a, const FlatPoint& b) {
-    return std::hypot(b[0] - a[0], b[1] - a[1]);
-}
-
 class Beyond {
 public:
     explicit Beyond(const ClothRegions& all) : all_(all), step_(std::max(all.cloth.stepA, all.cloth.stepB)) {}
@@ -58,9 +54,9 @@ public:
 
 private:
     static double lengthOf(const Outline& run, const OutlinePoint& after) {
-        double length = between(run.back().flat, after.flat);
+        double length = flatDistance(run.back().flat, after.flat);
         for (std::size_t k = 0; k + 1 < run.size(); ++k) {
-            length += between(run[k].flat, run[k + 1].flat);
+            length += flatDistance(run[k].flat, run[k + 1].flat);
         }
         return length;
     }
@@ -133,7 +129,7 @@ private:
             const double t = static_cast<double>(k) / static_cast<double>(way.size());
             const auto a = flatBeyond(cell, way[k].space);
             const auto b = flatBeyond(after.cell, way[k].space);
-            if (!a || !b || between(*a, *b) > mapsDisagree * step_) {
+            if (!a || !b || flatDistance(*a, *b) > mapsDisagree * step_) {
                 return false;
             }
             way[k].flat = {(*a)[0] + t * ((*b)[0] - (*a)[0]), (*a)[1] + t * ((*b)[1] - (*a)[1])};

@@ -34,6 +34,7 @@ constexpr double slenderRatio = 1.6;
 constexpr double inward = 5.0 * toleranceShare;
 constexpr double mostInward = 0.05;
 constexpr double mostOfMove = 0.1;  // that may count as equal
+constexpr double rimOfMove = 0.3;   // nearer to the mould's edge a start isn't clear of it by the tolerance
 constexpr double sameFacing = 1e-6; // difference of unit normals
 constexpr int mostMoves = 20;
 
@@ -78,8 +79,22 @@ Point placeWithin(const Mould& mould, std::size_t triangle) {
     return 0.5 * corners[0] + 0.31 * corners[1] + 0.19 * corners[2];
 }
 
-// Where a place on the mould goes if triangles that face differently meet there, nothing if it may stay.
-std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint& place, double move) {
+// Whether one of a triangle's edges at which the mould ends lies within reach of a point.
+bool endsNear(const Mould& mould, std::size_t triangle, const Point& point, double reach) {
+    for (std::size_t k = 0; k < 3; ++k) {
+        const Point nearest =
+            nearestOnSegment(mould.corner(triangle, k), mould.corner(triangle, (k + 1) % 3), point);
+        if (mould.edges.beyond[triangle][k] < 0 && distance(nearest, point) <= reach) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Where a place on the mould goes if the mould ends there, or triangles meet there that face differently;
+// nothing if it may stay. `onRim` says which it was.
+std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint& place, double move,
+                                          bool& onRim) {
     const double reach = std::min(equallyNear * std::sqrt(mould.area), mostOfMove * move);
     SurfacePoint chosen = place;
     bool alike = true;
@@ -93,6 +108,7 @@ std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint
             nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), place.position);
         if (distance(q, place.position) <= reach) {
             alike = alike && distance(facet.normal, mould.facets[place.triangle].normal) <= sameFacing;
+            onRim = onRim || endsNear(mould, t, place.position, rimOfMove * move);
             if (along(facet.centroid) < along(mould.facets[chosen.triangle].centroid)) {
                 chosen = {q, t, place.distance};
             }
@@ -100,7 +116,7 @@ std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint
     };
     eachTriangleNear(
         mould, place.position, [&] { return reach; }, look);
-    if (alike) {
+    if (alike && !onRim) {
         return std::nullopt;
     }
     const Point within = placeWithin(mould, chosen.triangle);
@@ -116,20 +132,25 @@ SurfacePoint seedOn(const Mould& mould, const Point& point, const std::array<dou
     const SurfacePoint nearest = nearestPoint(mould, point);
     const double move = inward * std::min(steps[0], steps[1]);
     SurfacePoint seed = nearest;
+    bool onRim = false; // at any of the moves
     // In a slender triangle it takes several moves to a place that may stay: a drape from the start that is
     // told has to be the same drape.
     for (int moves = 0; moves < mostMoves; ++moves) {
-        const std::optional<SurfacePoint> next = movedOffEdges(mould, seed, move);
+        bool ends = false;
+        const std::optional<SurfacePoint> next = movedOffEdges(mould, seed, move, ends);
         if (!next) {
             break;
         }
         seed = *next;
+        onRim = onRim || ends;
     }
     const double moved = distance(seed.position, nearest.position);
     if (moved > 0.0) {
         tell(notes, NoteKind::seedMoved,
-             "the seed lies where triangles meet that face differently; it was moved by " + number(moved) +
-                 " into one of them, to " + pointText(seed.position, finestOf(steps)));
+             std::string(onRim ? "the seed lies on the mould's edge"
+                               : "the seed lies where triangles meet that face differently") +
+                 "; it was moved by " + number(moved) + (onRim ? " inward" : " into one of them") + ", to " +
+                 pointText(seed.position, finestOf(steps)));
     }
     return seed;
 }

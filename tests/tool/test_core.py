@@ -361,6 +361,21 @@ class Start(Case):
         report, done = self.choice("--seed", "2,2,0")
         self.assertEqual((report["choice"]["seed"], "face differently" in done.stderr), ([2, 2, 0], False))
 
+    def test_a_seed_on_the_moulds_edge_is_moved_inward(self):
+        points, faces = plate(14)
+        for seed in ((0.0, 5.0, 0.0), (14.0, 14.0, 0.0), (6.4, 0.0, 0.0)):
+            for name, scale, file in (("plain.obj", 1.0, obj((points, faces))),
+                                      ("metres.stl", 1e-3, stl_binary(([tuple(1e-3 * x for x in p) for p in points], faces)))):
+                start = "--seed=" + ",".join(repr(scale * x) for x in seed)
+                report, done = self.report(self.file(name, file), start, "--step", repr(scale * 0.9), "--angle", "7")
+                self.assertIn("the seed lies on the mould's edge; it was moved by", done.stderr)
+                place = [x / scale for x in report["choice"]["seed"]]
+                self.assertLess(math.dist(place, seed), 0.02)
+                self.assertGreater(min(min(x, 14 - x) for x in place[:2]), 0.0009)
+                self.assertGreater(report["result"]["coveredShare"], 0.999)
+                again, done = self.report(name, "--seed=" + ",".join(map(repr, report["choice"]["seed"])), "--step", repr(scale * 0.9), "--angle", "7")
+                self.assertEqual(again["choice"]["seed"], report["choice"]["seed"])
+
     def test_side_where_the_surface_as_a_whole_faces_none(self):
         tube, closed, brief = ([], []), cube(), ("--max-nodes", "80")
         for k in range(24):
