@@ -10,6 +10,7 @@
 #include "host/search/territory_shares.h"
 
 #include <algorithm>
+#include <optional>
 #include <set>
 
 namespace drape::host {
@@ -97,28 +98,52 @@ private:
     const Ground& ground() const { return cover_.ground; }
     const Point& place(std::size_t v) const { return ground().mesh.positions[v]; }
 
+    // A choice, and what each of it would have.
+    struct Option {
+        Chosen chosen; // none for no option
+        std::optional<TerritoryShares> shares;
+    };
+
     // Carries on from the best, from what was left of it, and from one of the large territories after the
     // other. True if that gives a better set.
     bool choose() {
+        std::vector<Chosen> froms{chosen_, left_};
         const std::vector<std::size_t> firsts = pool_.firstOnes();
-        bool better = take(chosen_);
-        better = (!left_.empty() && take(left_)) || better;
-        return (!firsts.empty() && take({firsts[turn_++ % firsts.size()]})) || better;
+        if (!firsts.empty()) {
+            froms.push_back({firsts[turn_++ % firsts.size()]});
+        }
+        std::vector<Option> options(froms.size());
+        forEach_(options.size(),
+                 [&](std::size_t k) { options[k].chosen = pool_.carriedOn(froms[k], wanted_); });
+        for (Option& option : options) {
+            if (!isFirst(option.chosen, known_)) {
+                option.chosen.clear();
+            }
+        }
+        forEach_(options.size(), [&](std::size_t k) {
+            if (!options[k].chosen.empty()) {
+                options[k].shares.emplace(sharesOf(options[k].chosen));
+                leaveOut(options[k].chosen, *options[k].shares);
+            }
+        });
+        return std::count_if(options.begin(), options.end(), [&](const Option& option) {
+                   return !option.chosen.empty() && take(option);
+               }) > 0;
     }
 
-    bool take(const Chosen& from) {
-        Chosen chosen = pool_.carriedOn(from, wanted_);
-        if (chosen.empty()) {
-            return false;
-        }
-        TerritoryShares shares = sharesOf(chosen);
-        leaveOut(chosen, shares);
-        const Worth hoped{shares.coveredShare() - lost_, chosen.size(), shares.seamLength()};
-        Chosen known(chosen);
-        std::sort(known.begin(), known.end());
+    // True if that gives a better set.
+    bool take(const Option& option) {
+        const TerritoryShares& shares = *option.shares;
+        const Worth hoped{shares.coveredShare() - lost_, option.chosen.size(), shares.seamLength()};
         return (best_.pieces.empty() ||
                 isBetter(hoped, {best_.coveredShare, chosen_.size(), seams_}, wishes_.share)) &&
-               laidOut_.insert(std::move(known)).second && layOut(chosen, shares);
+               isFirst(option.chosen, laidOut_) && layOut(option.chosen, shares);
+    }
+
+    // True the first time that it's asked for a choice.
+    static bool isFirst(Chosen chosen, std::set<Chosen>& known) {
+        std::sort(chosen.begin(), chosen.end());
+        return known.insert(std::move(chosen)).second;
     }
 
     TerritoryShares sharesOf(const Chosen& chosen) const {
@@ -131,11 +156,16 @@ private:
         while (chosen.size() > 1) {
             const std::vector<double> areas = shares.areas();
             const auto least = std::min_element(areas.begin(), areas.end());
+            const double enough = chosen.size() > wishes_.mostPieces
+                                      ? 0.0
+                                      : std::min(wanted_, shares.coveredShare() - allButRounding);
+            if (shares.mostShareWithout(static_cast<std::int32_t>(least - areas.begin())) < enough) {
+                return;
+            }
             Chosen fewer(chosen);
             fewer.erase(fewer.begin() + (least - areas.begin()));
             TerritoryShares without = sharesOf(fewer);
-            if (chosen.size() <= wishes_.mostPieces &&
-                without.coveredShare() < std::min(wanted_, shares.coveredShare() - allButRounding)) {
+            if (without.coveredShare() < enough) {
                 return;
             }
             chosen = std::move(fewer);
@@ -316,7 +346,8 @@ private:
     Chosen chosen_;            // of its pieces
     double seams_ = 0.0;       // their length, as told before they were laid out
     Chosen left_;              // when some were taken away to look around there
-    std::set<Chosen> laidOut_; // rising
+    std::set<Chosen> known_;   // choices so far, rising
+    std::set<Chosen> laidOut_; // the same of those that were laid out
     std::size_t turn_ = 0;     // among the first ones
     std::size_t tried_ = 0;
     bool stopped_ = false;

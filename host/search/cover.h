@@ -60,8 +60,8 @@ struct CoverProgress {
 // Told of each batch of candidates; the search ends when it returns false.
 using GoOn = std::function<bool(const CoverProgress&)>;
 
-// `forEach` carries out what isn't spread. Each candidate is drawn from what the ones before it gave, batch by
-// batch, so the answer is the same for the same number of batches, whatever `spread` does. `heard` can be
+// `forEach` carries out what isn't spread. Each candidate is drawn from what the ones before it gave, batch
+// by batch, so the answer is the same for the same number of batches, whatever `spread` does. `heard` can be
 // empty. The search ends by itself when it gains next to nothing, unless it is `endless`; then only `heard`
 // ends it. What comes out is the best of all sets on the way, so more batches never give a worse one: one
 // that covers less where not enough is covered, else one of more pieces or, of as many, with longer seams.

@@ -71,6 +71,16 @@ std::vector<double> TerritoryShares::areas() const {
     return areas;
 }
 
+double TerritoryShares::mostShareWithout(std::int32_t p) const {
+    double area = 0.0;
+    for (std::size_t v = 0; v < labels_.size(); ++v) {
+        const std::size_t count = firstClaimant_[v + 1] - firstClaimant_[v];
+        const bool isOthers = count > 1 || (count == 1 && claimants_[firstClaimant_[v]].piece != p);
+        area += isOthers ? cover_->ground.areas[v] : 0.0;
+    }
+    return area / cover_->ground.area;
+}
+
 double TerritoryShares::seamLength() const {
     const TriangleMesh& mesh = cover_->ground.mesh;
     double length = 0.0;

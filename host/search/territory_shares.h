@@ -22,6 +22,8 @@ public:
     const std::vector<std::int32_t>& labels() const { return labels_; }
     double coveredShare() const { return area() / cover_->ground.area; }
     std::vector<double> areas() const; // of each
+    // The most that could be covered, by all but one of them; by all for `bare`.
+    double mostShareWithout(std::int32_t p) const;
     // About how long the lines between them are.
     double seamLength() const;
     // Per vertex, how deep inside a territory it is.
