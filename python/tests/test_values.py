@@ -171,6 +171,11 @@ def test_curves_are_the_programs(program, tmp_path, dome):
     assert stretch.flat.tobytes() == read.stretches[0].flat.tobytes()
     steps = np.linalg.norm(stretch.flat - np.roll(stretch.flat, -1, axis=0), axis=1)
     assert np.isclose(steps.sum(), given.length_on_pattern)
+    around = np.linalg.norm(stretch.cloth - np.roll(stretch.cloth, -1, axis=0), axis=1).sum()
+    assert np.isclose(around, given.length_on_mould) and abs(around / steps.sum() - 1) > 1e-4
+    assert [given.length_on_mould, given.length_on_pattern] == [
+        theirs["curves"][0][k] for k in ("lengthOnMould", "lengthOnPattern")
+    ]
     with pytest.raises(drape.CurveError):
         ply.carry(3 * ring)
     assert not any(part.closed for part in ply.carry(ring + [150, 0, 0], cut=True).stretches)
@@ -188,7 +193,21 @@ def test_figures_and_arrays_fit_the_report(dome):
     assert (
         len(ply.positions) == report["result"]["nodes"] and ply.on_surface.sum() == report["result"]["cellsOnSurface"]
     )
-    assert list(ply.choice.seed) == report["choice"]["seed"] and list(ply.choice.step) == report["choice"]["step"]
+    odd = dome.drape(
+        seed=(31, -12, 40),
+        angle=20,
+        step=(15, 13),
+        rosette=(1, 0.3, 0),
+        warp=(0.2, 1, 0),
+        tolerance=0.05,
+        pivot="shear",
+    )
+    told = odd.report()["choice"]
+    for name, value in odd.choice._asdict().items():
+        value = list(value) if isinstance(value, tuple) else value
+        assert value == told["plyAngle" if name == "ply_angle" else name], name
+    assert (odd.choice.angle, odd.choice.tolerance, odd.choice.step, odd.choice.pivot) == (20, 0.05, (15, 13), "shear")
+    assert np.isclose(np.dot(odd.choice.rosette, np.cross((1, 0.3, 0), odd.choice.normal)), 0)
 
     a, b, c, d = (ply.positions[ply.cells[:, k]] for k in range(4))
     warp, weft = b - a + c - d, d - a + c - b  # a cell shears as its mid-lines do
