@@ -18,7 +18,7 @@ from program import DRAPE
 from readers import Gltf, PolyData, UnstructuredGrid, dxf_entities
 from solver_meshes import element, inp, node
 
-MM = 20.0
+MM = 25.0
 NAMES, CLOTHS, ANGLES = ("low", "mid, cut", "top"), ("twill", "ud", "twill"), (20, -35, 250)
 FLAT = (0.02, 0.03, 0.02)  # thicknesses
 STARTS = (("--seed", "38,-2.6,14"), ("--step", "0.9,1.2", "--pivot", "shear", "--locking", "0.4"), ("--seed", "38,-2.6,14"))
@@ -278,12 +278,18 @@ class LaminateValues(unittest.TestCase):
         pages = [" ".join(page.split()) for page in text.split("\f")]
         for row in wanted:
             self.assertIn(row, pages[0])
-        self.assertIn(f"Flat cloth of all plies: {number(area * MM * MM)} mm², mass not known for every cloth", pages[0])
+        self.assertIn(f"Flat cloth of all plies: {area * MM * MM * 1e-6:.4g} m², mass not known for every cloth", pages[0])
         for k, (ply, page) in enumerate(zip(self.report["plies"], pages[1:])):
             d = ply["drape"]
             for told in (f"{k + 1} {NAMES[k]}", f"{CLOTHS[k]} at {ANGLES[k]}°, {FLAT[k] * MM:.4g} mm thick", f"{number(d['width'] * MM)} mm", f"{number(d['height'] * MM)} mm",
                          f"page {k + 2} of 5"):
                 self.assertIn(told, page)
+            # A bar of 1, 2 or 5 with zeros, at most three tenths of the drawing's 132.5 mm, that says how long it is.
+            extent = self.single[k].report["pattern"]["extent"] if k != 1 else [f(p[i] for p in self.region) for f in (min, max) for i in (0, 1)]
+            width, height = (max(extent[i + 2], 0) - min(extent[i], 0) for i in (0, 1))
+            most = 0.3 * 132.5 * MM / min(120.5 / width, 116 / height)
+            bar = max(digit * 10.0 ** zeros for digit in (1, 2, 5) for zeros in range(5) if digit * 10.0 ** zeros <= most)
+            self.assertIn(f" {bar:g} mm ", page)
 
     def test_kit_and_grids(self):
         entities = dxf_entities(self.path["dxf"].read_text())

@@ -14,7 +14,7 @@ from bulk_deck import Fault, read_bulk, real
 from model import cross, dot, sub, unit
 from moulds import cup, obj, plate, uneven_sheet
 from program import DONE, INPUT, OTHER, ROOT, USAGE, Case
-from readers import PolyData, dxf_entities
+from readers import PolyData, Svg, dxf_entities
 from solver_meshes import element, inp, node
 
 STIFF = {"E1": 140e3, "E2": 9e3, "nu12": 0.3, "G12": 4.5e3}
@@ -166,6 +166,25 @@ class Orders(Laminates):
         self.laminate(self.folder / "l.inp", plies[:1], "--start", "middle", "-o", "again.inp")
         self.assertEqual(re.findall(r"SET=(?!DRAPE_NODES|DRAPE_ELEMENTS)(\w+)", (self.folder / "again.inp").read_text()), ["DRAPE_RIM", "SKIN", "RIM", "DRAPE_S1", "DRAPE_S1"])
 
+    def test_every_constant_of_a_material_has_its_place(self):
+        stiffness = {"E1": 141e3, "E2": 9.3e3, "nu12": 0.31, "G12": 4.6e3}
+        plies = [{"name": "a", "cloth": "full", "thickness": 0.3, "density": 1580, "angle": 0, **stiffness, "G13": 4.1e3, "G23": 3.2e3},
+                 {"name": "b", "cloth": "half", "thickness": 0.3, "angle": 0, **stiffness, "G13": 4.1e3}, {"name": "c", "cloth": "least", "thickness": 0.3, "angle": 0, "E1": 6e4, "G12": 3e3}]
+        self.laminate(self.file("m.inp", quads(3, 2, 6, 4)), plies, "--start", "middle", "--step", "1", "-o", "l.inp", "-o", "l.bdf")
+        wanted = {"FULL": (141e3, 9.3e3, 0.31, 4.6e3, 4.1e3, 3.2e3, 1.58e-9), "HALF": (141e3, 9.3e3, 0.31, 4.6e3, 4.1e3, 4.1e3, None),
+                  "LEAST": (6e4, 6e4, 0.3, 3e3, 3e3, 3e3, None)}
+        parts = (self.folder / "l.inp").read_text().split("*MATERIAL, NAME=")[1:]
+        self.assertEqual([part.split()[0] for part in parts], list(wanted))
+        for part, (e1, e2, nu, g12, g13, g23, density) in zip(parts, wanted.values()):
+            lines = part.splitlines()
+            self.assertEqual([[float(x) for x in line.split(",") if x] for line in lines[2:4]], [[e1, e2, e2, nu, 0, 0, g12, g13], [g23]])
+            self.assertEqual(lines[4:6] == ["*DENSITY", "1.58e-09"], density is not None)
+        cards = read_bulk((self.folder / "l.bdf").read_text())["MAT8"]
+        for k, numbers in enumerate(wanted.values(), 1):
+            got = list(cards[k])[1:] if list(cards[k])[0] == k else list(cards[k])
+            for a, b in zip([x for x in got if x not in (None, "")], [x for x in numbers if x is not None], strict=True):
+                self.assertAlmostEqual(a / b, 1, 5)
+
     def test_one_bad_ply_leaves_the_others(self):
         mesh = self.file("m.obj", obj(plate(8)))
         self.file("ring.xyz", "2 2 0\n6 2 0\n6 6 0\n2 6 0\n")
@@ -282,6 +301,28 @@ class Elements(Laminates):
         for ply, page in zip(report["plies"], pages[1:]):
             for words in (f"{ply['sequence']} {ply['name']}", f"{ply['cloth']} at {ply['angle']:g}°", f"{ply['drape']['width']:.4g} mm", f"{ply['drape']['height']:.4g} mm"):
                 self.assertIn(words, " ".join(page.split()))
+
+    def test_core_is_hatched_by_its_angles(self):
+        """Lines along a layer that lies at 0 degrees, dots for one at 90, lines that lean between the two."""
+        angles, thick = (0, 60, -30, 90), (0.2, 0.3, 0.25, 0.15)
+        plies = [{"name": f"p{k}", "angle": a, "thickness": t} for k, (a, t) in enumerate(zip(angles, thick))]
+        self.laminate(self.file("m.obj", obj(plate(8))), plies, "--step", "1", "--start", "middle", "--core", "3.2,4.1,0", "-o", "c.core.svg")
+        shapes = Svg(self.folder / "c.core.svg").shapes
+        box = lambda part: [f(p[k] for p in part) for k in (0, 1) for f in (min, max)]
+        bars = [box(s["parts"][0]) for s in shapes if s["fill"] and not s["curved"] and s["fill"][0] > 0.8][:4]
+        self.assertEqual(len(bars), 4)
+        unit_ = (bars[0][3] - bars[0][2]) / thick[0]
+        for angle, (left, right, top, bottom), t, below in zip(angles, bars, thick, [None, *bars]):
+            self.assertAlmostEqual((bottom - top) / unit_, t, delta=1e-3)
+            if below:
+                self.assertAlmostEqual(bottom, below[2], delta=0.01)
+            inside = [s for s in shapes if s["parts"] and s["parts"][0] and all(top - 0.1 <= p[1] <= bottom + 0.1 and p[0] < right + 99 for p in s["parts"][0])]
+            dots = [s for s in inside if s["fill"] and s["curved"]]
+            lines = [p for s in inside if s["stroke"] and not s["curved"] for p in s["parts"] if len(p) == 2]
+            self.assertEqual((len(dots) > 5, len(lines) > 1), (angle == 90, angle != 90), angle)
+            for (ax, ay), (bx, by) in lines:
+                got = math.degrees(math.atan2(ay - by, bx - ax)) % 180
+                self.assertLess(abs((got - angle + 90) % 180 - 90), 0.5)
 
     def bulk(self, name):
         return read_bulk((self.folder / name).read_text())
