@@ -146,6 +146,15 @@ class Cutting(Case):
         joins = [f"{r}{c}-{r}{c + 1}" for r in "ABC" for c in (1, 2)] + [f"{r}{c}-{s}{c}" for r, s in ("AB", "BC") for c in (1, 2, 3)]
         found = re.findall(r"[A-C]\d-[A-C]\d", text)
         self.assertEqual(sorted(found), sorted(6 * joins))
+        # The cloth begins 13 from the upper left corner of the first sheet and ends where 1080, less two sheets, lead to.
+        for page, (left, right), (top, bottom) in ((2, (13, 490), (13, 381)), (10, (10, 13 + 1080 - 2 * 470), (10, 13 + 1080 - 2 * 361))):
+            done = subprocess.run(["pdftoppm", "-r", "50.8", "-f", str(page), "-l", str(page), self.folder / "p.pdf"], capture_output=True, check=True)
+            width, height = map(int, done.stdout.split(maxsplit=4)[1:3])
+            body = done.stdout[-3 * width * height:]
+            cloth = lambda x, y: sum(255 - body[3 * (round(2 * y) * width + round(2 * x) + k) + 2] > 20 for k in (-1, 0, 1)) > 1
+            for x, y, lies in ((left - 1.5, 60, False), (left + 2, 62, True), (right - 2, 62, True), (right + 1.5, 60, False),
+                               (60, top - 1.5, False), (60, top + 2, True), (60, bottom - 2, True), (60, bottom + 1.5, False)):
+                self.assertEqual(cloth(x, y), lies, (page, x, y))
         self.drape(mesh, "--units-mm", "1000", "--step", "0.5", "-o", "p.pdf")
         info = subprocess.run(["pdfinfo", self.folder / "p.pdf"], capture_output=True, text=True, check=True).stdout
         self.assertIn("Page size:       2383.9", info.replace("3370.39 x ", ""))
