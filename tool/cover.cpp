@@ -102,7 +102,8 @@ int coverAndTell(const Settings& settings, const Surface& surface,
         std::cerr << "drape: no piece was found; smaller cells (--step) may drape\n";
         return exitRunEnded;
     }
-    CoverScene scene{&set, surface.mould.get(), {}, coverJson(settings, surface, set, wall), captionOf(set)};
+    CoverScene scene{&set,           surface.mould.get(), {}, coverJson(settings, surface, set, wall),
+                     captionOf(set), settings.trial.start};
     std::vector<CutLines> cuts;
     for (const CoverPiece& piece : set.pieces) {
         cuts.push_back(cutLinesOf(piece.drape.measures.net, settings.allowance));

@@ -171,7 +171,8 @@ std::vector<std::string> writeCover(const HeldCover& held, const std::string& pa
                                held.surface->mould.get(),
                                {},
                                tool::coverJson(settings, *held.surface, held.set, 0.0),
-                               tool::captionOf(held.set)};
+                               tool::captionOf(held.set),
+                               held.trial.start};
         std::vector<tool::CutLines> cuts;
         for (const CoverPiece& piece : held.set.pieces) {
             cuts.push_back(tool::cutLinesOf(piece.drape.measures.net, settings.allowance));

@@ -13,6 +13,7 @@ struct CoverScene {
     std::vector<Scene> pieces;      // one per piece, each with the part of the surface that it was draped on
     std::string reportJson;
     std::string caption; // what the set is, in a line
+    StartWishes start;   // of all pieces
 };
 
 // Colour of a piece; neighbours in number differ clearly. -1 for what is bare.

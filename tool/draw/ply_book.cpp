@@ -193,7 +193,7 @@ private:
     void piecesPage(const PlySheet& first) {
         const PieceSet& set = *first.ply->pieces;
         beginPage(std::to_string(first.sequence) + "  " + first.ply->wish.name, clothText(first.ply->wish));
-        CoverScene scene{&set, set.claims.get(), {}, "", ""};
+        CoverScene scene{&set, set.claims.get(), {}, "", "", {}};
         for (const auto& sheet : book_.sheets) {
             if (sheet->ply == first.ply) {
                 scene.pieces.push_back(sheet->scene);

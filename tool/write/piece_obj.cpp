@@ -17,6 +17,12 @@ std::string exactly(const Point& p) {
     return fileNumber(p[0], exact) + "," + fileNumber(p[1], exact) + "," + fileNumber(p[2], exact);
 }
 
+// As they were given, so that the same sums give the same bits.
+std::string directionsOf(const StartWishes& start, double angle) {
+    return (start.rosette ? " --rosette=" + exactly(*start.rosette) : "") +
+           (start.warp ? " --warp=" + exactly(*start.warp) : "") + " --angle=" + fileNumber(angle, exact);
+}
+
 } // namespace
 
 Point sideOf(const Mould& mould, const Choice& choice) {
@@ -33,9 +39,9 @@ std::string pieceObj(const CoverScene& scene, std::size_t piece) {
     const Choice& c = made.drape.choice;
     std::string text =
         "# piece " + std::to_string(piece + 1) + " of " + std::to_string(scene.set->pieces.size()) +
-        "; drape it again with\n# --seed=" + exactly(c.seed) + " --rosette=" + exactly(c.rosette) +
-        " --warp=" + exactly(c.warp) + " --step=" + fileNumber(c.stepA, exact) + "," +
-        fileNumber(c.stepB, exact) + " --tolerance=" + fileNumber(c.tolerance, exact) +
+        "; drape it again with\n# --seed=" + exactly(c.seed) + directionsOf(scene.start, made.drape.angle) +
+        " --step=" + fileNumber(c.stepA, exact) + "," + fileNumber(c.stepB, exact) +
+        " --tolerance=" + fileNumber(c.tolerance, exact) +
         " --pivot=" + (c.pivotByGridLine ? "grid" : "shear") + " --side=" + exactly(sideOf(mould, c)) + "\n";
     for (const Point& p : mould.positions) {
         text += "v " + fileNumber(p[0], exact) + " " + fileNumber(p[1], exact) + " " +
