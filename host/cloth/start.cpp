@@ -29,13 +29,16 @@ constexpr double toleranceShare = 1e-3;
 constexpr double mostToleranceShare = 0.1;
 constexpr double slenderRatio = 1.6;
 
-// A start is moved off an edge by this share of a cell, so that rows along the edge keep clear of it by more
-// than the tolerance, or by this share of the way to its triangle's middle if that is less.
+// A start is moved off an edge by this share of a cell, or by this share of the way to its triangle's middle
+// if that is less; by half as much again each time, until rows along the edge and the library's own search
+// for the start's triangle keep clear of it by more than the tolerance, or as far as a slender triangle lets
+// it.
 constexpr double inward = 5.0 * toleranceShare;
 constexpr double mostInward = 0.05;
-constexpr double mostOfMove = 0.1;  // that may count as equal
-constexpr double rimOfMove = 0.3;   // nearer to the mould's edge a start isn't clear of it by the tolerance
-constexpr double sameFacing = 1e-6; // difference of unit normals
+constexpr double growth = 1.5;
+constexpr double clearShare = 1.5 * toleranceShare; // of a cell
+constexpr double clearOfHeight = 0.15;              // of the triangle's least height
+constexpr double sameFacing = 1e-6;                 // difference of unit normals
 constexpr int mostMoves = 20;
 
 // To two significant digits, for a step that is easy to read and to repeat.
@@ -91,11 +94,24 @@ bool endsNear(const Mould& mould, std::size_t triangle, const Point& point, doub
     return false;
 }
 
+double leastHeight(const Mould& mould, std::size_t triangle) {
+    double longest = 0.0;
+    for (std::size_t k = 0; k < 3; ++k) {
+        longest = std::max(longest, distance(mould.corner(triangle, k), mould.corner(triangle, (k + 1) % 3)));
+    }
+    return finite(2.0 * mould.facets[triangle].area / longest);
+}
+
+// How a start is moved: at most by a length and by a share of the way, off what lies within `clear` of it.
+struct Move {
+    double length, share, clear;
+};
+
 // Where a place on the mould goes if the mould ends there, or triangles meet there that face differently;
 // nothing if it may stay. `onRim` says which it was.
-std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint& place, double move,
+std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint& place, const Move& move,
                                           bool& onRim) {
-    const double reach = std::min(equallyNear * std::sqrt(mould.area), mostOfMove * move);
+    const double reach = std::min(move.clear, clearOfHeight * leastHeight(mould, place.triangle));
     SurfacePoint chosen = place;
     bool alike = true;
     const auto look = [&](std::size_t t) {
@@ -108,7 +124,7 @@ std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint
             nearestOnTriangle(mould.corner(t, 0), mould.corner(t, 1), mould.corner(t, 2), place.position);
         if (distance(q, place.position) <= reach) {
             alike = alike && distance(facet.normal, mould.facets[place.triangle].normal) <= sameFacing;
-            onRim = onRim || endsNear(mould, t, place.position, rimOfMove * move);
+            onRim = onRim || endsNear(mould, t, place.position, reach);
             if (along(facet.centroid) < along(mould.facets[chosen.triangle].centroid)) {
                 chosen = {q, t, place.distance};
             }
@@ -121,7 +137,7 @@ std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint
     }
     const Point within = placeWithin(mould, chosen.triangle);
     const double way = distance(chosen.position, within);
-    chosen.position = mix(chosen.position, within, way > 0.0 ? std::min(mostInward, move / way) : 0.0);
+    chosen.position = mix(chosen.position, within, way > 0.0 ? std::min(move.share, move.length / way) : 0.0);
     return chosen;
 }
 
@@ -130,11 +146,11 @@ std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint
 SurfacePoint seedOn(const Mould& mould, const Point& point, const std::array<double, 2>& steps,
                     Notes& notes) {
     const SurfacePoint nearest = nearestPoint(mould, point);
-    const double move = inward * std::min(steps[0], steps[1]);
+    const double cell = std::min(steps[0], steps[1]);
+    Move move{inward * cell, mostInward, clearShare * cell};
     SurfacePoint seed = nearest;
     bool onRim = false; // at any of the moves
-    // In a slender triangle it takes several moves to a place that may stay: a drape from the start that is
-    // told has to be the same drape.
+    // The last place may stay, since a drape from the start that is told has to be the same drape.
     for (int moves = 0; moves < mostMoves; ++moves) {
         bool ends = false;
         const std::optional<SurfacePoint> next = movedOffEdges(mould, seed, move, ends);
@@ -143,6 +159,8 @@ SurfacePoint seedOn(const Mould& mould, const Point& point, const std::array<dou
         }
         seed = *next;
         onRim = onRim || ends;
+        move.length *= growth;
+        move.share = std::min(1.0, growth * move.share);
     }
     const double moved = distance(seed.position, nearest.position);
     if (moved > 0.0) {

@@ -48,11 +48,12 @@ double along(const Point& place);
 constexpr double equallyNear = 5e-7;
 
 // Where a drape starts that is asked to start at `point`: the nearest point of the mould, on its nearest
-// triangle. Where triangles that face differently are equally near, as on an edge or a vertex of a curved
-// mould, rounding and the order of the file's triangles would decide between them, and with them how the warp
-// is laid and where rows run that follow the mesh's edges; on the mould's own edge, whether a row along it
-// lies on the mould at all. There the one that comes first along a fixed direction is taken, and the start
-// moved into it by a two-hundredth of a cell, which is told.
+// triangle. Where triangles that face differently are equally near but for the tolerance, as on an edge or a
+// vertex of a curved mould, rounding and the order of the file's triangles would decide between them, and
+// with them how the warp is laid and where rows run that follow the mesh's edges; on the mould's own edge,
+// whether a row along it lies on the mould at all. There the one that comes first along a fixed direction is
+// taken, and the start moved into it by about a hundredth of a cell, until it's clear of the others; that is
+// told.
 SurfacePoint seedOn(const Mould& mould, const Point& point, const std::array<double, 2>& steps, Notes& notes);
 
 // What a reader wants to tell apart of places: a thousandth of a cell.

@@ -352,7 +352,7 @@ class Start(Case):
                 report, done = self.report(self.file(name, file), start, "--step", repr(scale * 0.9))
                 self.assertIn("triangles meet that face differently", done.stderr)
                 told[name] = report
-                self.assertLess(math.dist([x / scale for x in report["choice"]["seed"]], seed), 0.005)
+                self.assertLess(math.dist([x / scale for x in report["choice"]["seed"]], seed), 0.03)
                 self.assertEqual(report["result"]["nodes"], told["plain.obj"]["result"]["nodes"])
                 for key in ("mean", "largest"):
                     self.assertAlmostEqual(report["shear"][key], told["plain.obj"]["shear"][key], 3)
@@ -370,7 +370,7 @@ class Start(Case):
                 report, done = self.report(self.file(name, file), start, "--step", repr(scale * 0.9), "--angle", "7")
                 self.assertIn("the seed lies on the mould's edge; it was moved by", done.stderr)
                 place = [x / scale for x in report["choice"]["seed"]]
-                self.assertLess(math.dist(place, seed), 0.02)
+                self.assertLess(math.dist(place, seed), 0.03)
                 self.assertGreater(min(min(x, 14 - x) for x in place[:2]), 0.0009)
                 self.assertGreater(report["result"]["coveredShare"], 0.999)
                 again, done = self.report(name, "--seed=" + ",".join(map(repr, report["choice"]["seed"])), "--step", repr(scale * 0.9), "--angle", "7")
