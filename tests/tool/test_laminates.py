@@ -302,6 +302,29 @@ class Elements(Laminates):
             for words in (f"{ply['sequence']} {ply['name']}", f"{ply['cloth']} at {ply['angle']:g}°", f"{ply['drape']['width']:.4g} mm", f"{ply['drape']['height']:.4g} mm"):
                 self.assertIn(words, " ".join(page.split()))
 
+    def test_angles_of_quads_with_middles_count_from_those(self):
+        """On trapezoids, where the line between the middles of the sides 4-1 and 2-3 isn't along the side 1-2."""
+        deck = re.sub(r"(?m)^(\d+), (\S+), (\S+), (\S+)$", lambda m: f"{m[1]}, {float(m[2]) * (1 + float(m[3]) / 150 + float(m[2]) / 400)!r}, {m[3]}, {m[4]}", saddle("S8", 3, 1.0)[0])
+        self.laminate(self.file("m.inp", deck), [stiff("a", 20), stiff("b", -40)], "--side", "0,0,1", "--start", "middle", "-o", "l.bdf")
+        points, elements = {}, {}
+        for line in deck.splitlines():
+            fields = line.split(", ")
+            if len(fields) == 4:
+                points[int(fields[0])] = tuple(map(float, fields[1:]))
+            elif len(fields) == 9:
+                elements[int(fields[0])] = [points[int(f)] for f in fields[1:]]
+        theta, apart = self.read_bdf("l.bdf")[0], 0.0
+        self.assertEqual(set(theta), set(elements))
+        for row in (row for row in self.rows() if row["ply"] == "a"):
+            p = elements[int(row["element"])]
+            n = unit(cross(sub(p[2], p[0]), sub(p[3], p[1])))
+            laid = lambda v: unit([a - dot(v, n) * b for a, b in zip(v, n)])
+            warp = [float(row[f"warp_{x}"]) for x in "xyz"]
+            angles = [math.degrees(math.atan2(dot(n, cross(a, warp)), dot(a, warp))) for a in (laid(sub(p[5], p[7])), laid(sub(p[1], p[0])))]
+            self.assertLess(abs((theta[int(row["element"])][1] - angles[0] + 90) % 180 - 90), 2e-3)
+            apart = max(apart, abs(angles[0] - angles[1]))
+        self.assertGreater(apart, 0.5)
+
     def test_core_is_hatched_by_its_angles(self):
         """Lines along a layer that lies at 0 degrees, dots for one at 90, lines that lean between the two."""
         angles, thick = (0, 60, -30, 90), (0.2, 0.3, 0.25, 0.15)
