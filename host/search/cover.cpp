@@ -55,7 +55,7 @@ private:
 struct Worth {
     double share = 0.0;
     std::size_t pieces = 0;
-    double seams = 0.0;
+    double seams = 0.0; // length, with about that of what is bare between pieces
 };
 
 // Enough covered, then few pieces, then short seams; where not enough is covered, most covered. Without any
@@ -65,10 +65,6 @@ bool isBetter(const Worth& a, const Worth& b, double share) {
         return a.share != b.share ? a.share > b.share : a.pieces < b.pieces;
     }
     return a.pieces != b.pieces ? a.pieces < b.pieces : a.seams < b.seams;
-}
-
-Worth worthOf(const PieceSet& set) {
-    return {set.coveredShare, set.pieces.size(), set.seamLength};
 }
 
 class Search {
@@ -134,9 +130,9 @@ private:
     // True if that gives a better set.
     bool take(const Option& option) {
         const TerritoryShares& shares = *option.shares;
-        const Worth hoped{shares.coveredShare() - lost_, option.chosen.size(), shares.seamLength()};
+        const Worth hoped = worthOf(shares.coveredShare() - lost_, option.chosen.size(), shares.seamLength());
         return (best_.pieces.empty() ||
-                isBetter(hoped, {best_.coveredShare, chosen_.size(), seams_}, wishes_.share)) &&
+                isBetter(hoped, worthOf(best_.coveredShare, chosen_.size(), seams_), wishes_.share)) &&
                isFirst(option.chosen, laidOut_) && layOut(option.chosen, shares);
     }
 
@@ -144,6 +140,17 @@ private:
     static bool isFirst(Chosen chosen, std::set<Chosen>& known) {
         std::sort(chosen.begin(), chosen.end());
         return known.insert(std::move(chosen)).second;
+    }
+
+    // A gap as wide as a cell counts as much as the two sides of it, or pieces would draw apart to have
+    // shorter seams.
+    Worth worthOf(double share, std::size_t pieces, double seams) const {
+        const double step = std::max(cover_.surface.steps[0], cover_.surface.steps[1]);
+        return {share, pieces, seams + 2.0 * (1.0 - share) * ground().area / step};
+    }
+
+    Worth worthOf(const PieceSet& set) const {
+        return worthOf(set.coveredShare, set.pieces.size(), set.seamLength);
     }
 
     TerritoryShares sharesOf(const Chosen& chosen) const {

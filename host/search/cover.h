@@ -64,7 +64,7 @@ using GoOn = std::function<bool(const CoverProgress&)>;
 // by batch, so the answer is the same for the same number of batches, whatever `spread` does. `heard` can be
 // empty. The search ends by itself when it gains next to nothing, unless it is `endless`; then only `heard`
 // ends it. What comes out is the best of all sets on the way, so more batches never give a worse one: one
-// that covers less where not enough is covered, else one of more pieces or, of as many, with longer seams.
+// that covers less where not enough is covered, else one of more pieces or, of as many, with longer seams and gaps.
 PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
                    const TerritorySpread& spread, const ForEach& forEach, const GoOn& heard, bool endless);
 
