@@ -14,7 +14,7 @@ from bulk_deck import Fault, read_bulk, real
 from model import cross, dot, sub, unit
 from moulds import cup, obj, plate, uneven_sheet
 from program import DONE, INPUT, OTHER, ROOT, USAGE, Case
-from readers import PolyData, Svg, dxf_entities
+from readers import PolyData, Svg, UnstructuredGrid, dxf_entities
 from solver_meshes import element, inp, node
 
 STIFF = {"E1": 140e3, "E2": 9e3, "nu12": 0.3, "G12": 4.5e3}
@@ -324,6 +324,15 @@ class Elements(Laminates):
             self.assertLess(abs((theta[int(row["element"])][1] - angles[0] + 90) % 180 - 90), 2e-3)
             apart = max(apart, abs(angles[0] - angles[1]))
         self.assertGreater(apart, 0.5)
+        # As the elements of the grid for viewers, with all their nodes.
+        for kind, shape in (("S8", 23), ("S6", 22)):
+            self.laminate(self.file("v.inp", saddle(kind, 2, 1.0)[0]), [stiff("a", 20)], "--side", "0,0,1", "--start", "middle", "-o", "l.vtu")
+            grid = UnstructuredGrid(self.folder / "l.vtu")
+            self.assertEqual(set(grid.polygons["types"]), {shape})
+            for face in grid.faces():
+                corners = [grid.points[v] for v in face[:len(face) // 2]]
+                for a, b, v in zip(corners, corners[1:] + corners[:1], face[len(face) // 2:]):
+                    self.assertPoint(grid.points[v][:2], [(x + y) / 2 for x, y in zip(a, b)][:2])
 
     def test_core_is_hatched_by_its_angles(self):
         """Lines along a layer that lies at 0 degrees, dots for one at 90, lines that lean between the two."""
