@@ -217,6 +217,43 @@ TEST(Margins, BoundsSettleARangeAsTheExactDistanceDoes) {
     EXPECT_GT(open, 100000);
 }
 
+// A ball that a corner comes as near to as it has to, with a tolerance that is no more than the rounding of
+// the distance of a small triangle far off, or as large as the triangle, so that it snaps to another corner.
+TEST(Margins, ACornerSettlesARangeAsTheExactDistanceDoes) {
+    Random random(48);
+    int settled = 0;
+    for (int round = 0; round < 60000; ++round) {
+        const bool loose = round % 2 == 0;
+        Scene scene(random);
+        const Corners t = randomTriangle(scene, random);
+        const Vec3 corner = loose ? t.b : t.a;
+        double away = scene.size * power(random, 0.0, 9.0);
+        scene.tolerance = away * power(random, -17.0, -11.0);
+        Vec3 way = random.below(2) == 0 ? awayFrom(t, corner, random) : randomDirection(random);
+        if (loose) {
+            scene.tolerance = std::sqrt(cadis(t.a, t.b)) * random.between(0.9, 1.1);
+            away = scene.tolerance * random.between(0.1, 0.4);
+            way = unitNormal(t.b - t.a, t.c - t.a);
+        }
+        const Vec3 p = corner + away * way;
+        const double radius = std::sqrt(cadis(p, corner)) - random.between(-0.05, 0.3) * scene.tolerance;
+        if (!(radius > 0.0))
+            continue;
+        Soup soup;
+        soup.add(t);
+        const SurfaceMesh& mesh = soup.finished();
+        const Ball ball(p, radius, scene.tolerance);
+        const bool exact = radius + scene.tolerance > exactDistance(p, t, scene.tolerance);
+        const Range range = BoundedTriangle(mesh, 1).inRange(ball);
+        const bool byCorner = inRangeByCorner(mesh, 1, corner, ball);
+        settled += byCorner ? 1 : 0;
+        ASSERT_TRUE(!byCorner || exact) << "tolerance " << scene.tolerance / radius << " of the radius";
+        ASSERT_TRUE(range == Range::unknown || (range == Range::in) == exact)
+            << "tolerance " << scene.tolerance / radius << " of the radius";
+    }
+    EXPECT_GT(settled, 500);
+}
+
 TEST(Margins, TheNearestBoundaryTriangleIsThatOfAFullPass) {
     Random random(42);
     for (int round = 0; round < 2500; ++round) {

@@ -58,6 +58,11 @@ Surface coarse(Block& block) {
     return surface;
 }
 
+// Moulds whose runs take a tolerance of a cell's size.
+Surface loose(Block& block) {
+    return block.chance(0.5) ? slit(block) : smooth(block);
+}
+
 Surface toothed(Block& block) {
     const int rows = block.within(6, 11), depth = block.within(2, 5);
     const double edge = block.oneOf({1.0, 0.5, 0.3});
@@ -222,6 +227,8 @@ Case draw(Block& block, Surface (*mould)(Block&), bool ties) {
                          ? settings.stepA
                          : run.cell * (ties ? block.oneOf({0.5, 1.0, 2.0}) : block.random.between(0.5, 1.7));
     settings.tolerance = run.cell * block.oneOf({0.0, 1e-9, 1e-6, 1e-3, 1e-3, 1e-3, 1e-2, 0.05});
+    if (mould == loose)
+        settings.tolerance = run.cell * block.oneOf({0.2, 0.7, 1.5, 4.0, 30.0});
     settings.byGridLine = block.below(2);
     settings.capacity = block.chance(0.1) ? block.within(4, 60) : 1200;
     return run;
@@ -287,6 +294,7 @@ std::vector<Family> families() {
          10,
          {209, 475, 602, 608, 676, 692, 845, 941, 1007, 1008, 1069, 1685, 1902, 2046, 2230, 2764, 2934}},
         {"coarse", coarse, false, 8, {}},
+        {"loose", loose, false, 10, {}},
         {"toothed", toothed, false, 12, {49,   521,  685,  736,  782,  786,  906,  954,  980,
                                          1028, 1064, 1077, 1151, 1301, 1357, 1407, 1428, 1601,
                                          1710, 1950, 1977, 2014, 2024, 2169, 2208, 2563}},

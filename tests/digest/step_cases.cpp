@@ -423,9 +423,9 @@ void cutAtGaps(Block& block, Scene& scene, Kind) {
     cutFront(block, scene, uzprcl);
 }
 
-// A row is built, and taken for one with a defect.
-void repair(Block& block, Scene& scene, Kind) {
-    std::int32_t position = block.within(1, scene.frontCount), status = -7, count = 1;
+// A row is built, and taken for one with so many defects; all or the first of the records are looked at.
+void repairRow(Block& block, Scene& scene, std::int32_t count, bool allRecords) {
+    std::int32_t position = block.within(1, scene.frontCount), status = -7;
     Front record{};
     RowLists lists(static_cast<std::size_t>(scene.front(position)[DRAPE_FRONT_LENGTH]));
     if (gzprpf(&position, record.data(), lists.nodes.data(), lists.across.data(), lists.back.data(),
@@ -433,12 +433,23 @@ void repair(Block& block, Scene& scene, Kind) {
         block.outcome(1, status);
         return;
     }
-    List defects = defectsOn(block, scene, position, 1);
+    List defects = defectsOn(block, scene, position, count);
     const std::int32_t result = gzprge(&position, &count, defects.data(), &status);
     block.hash.add(position);
     block.hash.add(count);
-    block.hash.add(defects.data(), DRAPE_DEFECT_FIELDS);
+    block.hash.add(defects.data(), allRecords ? defects.size() : std::size_t{DRAPE_DEFECT_FIELDS});
     finish(block, scene, result, status, false);
+}
+void repair(Block& block, Scene& scene, Kind) {
+    repairRow(block, scene, 1, false);
+}
+
+// The records beyond the live ones come from the call before, back to one that brought all of them.
+void repairsInARow(Block& block) {
+    for (const std::int32_t count : {10, 3, 1, 0}) {
+        Scene scene(block, {Kind::any, true});
+        repairRow(block, scene, count, count < 10);
+    }
 }
 
 void segmentRow(Block& block, Scene& scene, Kind) {
@@ -669,6 +680,7 @@ void reportSteps(Report& report) {
     reportBlocks(report, "turning points of the fallback", 2, 500, fallbackTurns, "found");
     reportBlocks(report, "turning points of steps and rows", 3, 150, stepTurns, "found");
     reportBlocks(report, "full front table", 1, 60, fullTable);
+    reportBlocks(report, "repairs in a row", 1, 60, repairsInARow);
     reportBlocks(report, "short boundary", 2, 500, shortBoundary);
     reportBlocks(report, "registration copies values", 1, 60, registration);
 }
