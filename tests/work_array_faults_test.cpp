@@ -190,7 +190,8 @@ TEST(WorkArrayFaults, AFailedReleaseIsReported) {
     };
     EXPECT_EQ(reported([&] {
                   begin();
-                  gzprnf(&front, model.work.data(), row, &status);
+                  const std::int32_t result = gzprnf(&front, model.work.data(), row, &status);
+                  EXPECT_EQ(result, status == DRAPE_OK ? 0 : 1);
                   return status;
               }),
               "1");
@@ -202,13 +203,15 @@ TEST(WorkArrayFaults, AFailedReleaseIsReported) {
               "10");
     EXPECT_EQ(reported([&] {
                   begin();
-                  gzprfm(&front, row, &node, &across, &back, &status);
+                  const std::int32_t result = gzprfm(&front, row, &node, &across, &back, &status);
+                  EXPECT_EQ(result, status == DRAPE_OK ? 0 : 1);
                   return status;
               }),
               "1");
     EXPECT_EQ(reported([&] {
                   begin();
-                  gzprre(&front, &flag, defect, &status);
+                  const std::int32_t result = gzprre(&front, &flag, defect, &status);
+                  EXPECT_EQ(result, status == DRAPE_OK ? 0 : 1);
                   return status;
               }),
               "11");
