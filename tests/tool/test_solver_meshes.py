@@ -1,5 +1,6 @@
 """Meshes of solvers and meshers: places, elements with their numbers and sets come out as they stand in the file."""
 
+import json
 import math
 import pathlib
 import re
@@ -114,6 +115,31 @@ class SolverMeshes(Case):
                         got.setdefault(number, set()).update(tuple(round(x, 6) for x in places[v]) for v in face)
                     self.assertEqual(sorted(got), list(chosen))
                     self.assertTrue({frozenset(corners) for corners in got.values()} <= wanted)
+
+    def test_steps_groups_pixels_and_axes(self):
+        points, faces = sheet()
+        # Every other element by the step of its range, and a set that nodes are named to as they are listed.
+        deck = inp((points, faces)).replace("*STEP", f"*ELSET, ELSET=ODD, GENERATE\n{element(1)}, {element(len(faces))}, 14\n*STEP")
+        deck = deck.replace("*NODE\n", "*NODE, NSET=HALF\n", 1)
+        kept = self.mould("odd.inp", deck, "--set", "odd")[2]
+        self.assertTrue(kept and all((k - element(1)) % 14 == 0 for k in kept))
+        self.drape("odd.inp", "--layup", self.file("l.csv", "name,thickness\na,0.1\n"), "--side", "0,0,1", "--start", "middle", "-o", "l.inp", expect=None)
+        block = lambda head: (self.folder / "l.inp").read_text().split(head + "\n")[1].split("*")[0]
+        listed = {int(k) for k in block("*NSET, NSET=HALF").replace(",", " ").split()} & {node(k) for k in range(len(points))}
+        written = {int(line.split(",")[0]) for line in block("*NODE, NSET=DRAPE_NODES").splitlines()}
+        self.assertEqual(listed, {node(k) for k in range(0, len(points), 2)} & written)
+        # A surface that is turned over in its group.
+        mesh = gmsh41((points, faces)).replace("1 0 0 0 1 1 1 1 9 1 1\n", "1 0 0 0 1 1 1 1 -9 1 1\n")
+        self.assertEqual(self.mould("t.msh", mesh, "--set", "skin side")[2], self.mould("u.msh", gmsh41((points, faces)), "--set", "skin side")[2])
+        # Pixels go row by row.
+        text = "# vtk DataFile Version 3.0\nt\nASCII\nDATASET UNSTRUCTURED_GRID\nPOINTS 6 double\n0 0 0 2 0 0 5 0 0 0 1 0 2 1 0 5 1 0\n"
+        self.mould("p.vtk", text + "CELLS 2 10\n4 0 1 3 4 4 1 2 4 5\nCELL_TYPES 2\n8 8\n", "--step", "0.5", "-o", "p.json")
+        self.assertEqual(json.loads((self.folder / "p.json").read_text())["mould"]["area"], 5.0)
+        # An instance is moved, then turned about an axis that needn't go through the origin.
+        turned = inp((points, faces)).split("*STEP")[0].replace("*Heading\nanything, 1, 2\n", "*PART, NAME=P\n")
+        turned += "*END PART\n*ASSEMBLY, NAME=A\n*INSTANCE, NAME=I, PART=P\n1, 2, 3\n10, 20, 30, 10, 20, 35, 90\n*END INSTANCE\n*END ASSEMBLY\n"
+        got = {tuple(round(x, 6) for x in p) for p in self.mould("i.inp", turned)[0]}
+        self.assertEqual(got, {tuple(round(q, 6) for q in (10 - (y + 2 - 20), 20 + (x + 1 - 10), z + 3)) for x, y, z in (points[v] for v in {v for f in faces for v in f})})
 
     def test_what_is_wrong_is_told_with_its_line(self):
         mesh = sheet()
