@@ -49,6 +49,8 @@ printf 'name,cloth,thickness,locking,pieces\nP1,twill,0.3,30,cover\n' > "$work/p
 page pieces ply_in_pieces 2
 page pieces piece_page 3
 
+picture darts_hemisphere hemisphere --darts
+pattern darts_pattern hemisphere --darts
 picture hemisphere hemisphere
 pattern hemisphere_pattern hemisphere
 picture double_dome double_dome --seed=0,0,50

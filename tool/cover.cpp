@@ -116,6 +116,7 @@ int coverAndTell(const Settings& settings, const Surface& surface,
         scene.pieces.push_back(sceneOf(settings, set.pieces[p].drape, cuts[p], {}, scene.reportJson,
                                        settings.ply + "-" + std::to_string(p + 1)));
         scene.pieces.back().faceNumbers = faceNumbers;
+        scene.pieces.back().darts = set.pieces[p].darts;
     }
     std::string failures;
     for (const std::string& path : settings.outputs) {

@@ -2,6 +2,7 @@
 #include "tool/cover_report.h"
 
 #include "host/mesh/text.h"
+#include "tool/dart_report.h"
 #include "tool/report.h"
 
 #include <nlohmann/json.hpp>
@@ -19,15 +20,19 @@ std::string percent(double share) {
     return fixed(100.0 * share, 1) + " %";
 }
 
-Json pieceJson(const CoverPiece& piece) {
+Json pieceJson(const CoverPiece& piece, bool withDarts) {
     const auto& e = piece.drape.measures.net.extent;
     const Point& seed = piece.drape.choice.seed;
-    return {{"seed", {seed[0], seed[1], seed[2]}},
-            {"angle", piece.drape.angle},
-            {"area", piece.drape.measures.net.area},
-            {"extent", {e[0], e[1], e[2], e[3]}},
-            {"largestShear", piece.drape.measures.largestShear},
-            {"seamLength", piece.seamLength}};
+    Json json{{"seed", {seed[0], seed[1], seed[2]}},
+              {"angle", piece.drape.angle},
+              {"area", piece.drape.measures.net.area},
+              {"extent", {e[0], e[1], e[2], e[3]}},
+              {"largestShear", piece.drape.measures.largestShear},
+              {"seamLength", piece.seamLength}};
+    if (withDarts) {
+        json["darts"] = dartsJson(piece.darts);
+    }
+    return json;
 }
 
 } // namespace
@@ -61,6 +66,9 @@ std::string coverSummary(const Settings& settings, const Surface& surface, const
                          number(m.net.extent[3] - m.net.extent[1]) + ", seed " +
                          pointText(piece.drape.choice.seed) + ", angle " + number(piece.drape.angle) +
                          ", largest shear " + fixed(m.largestShear, 1));
+        for (std::size_t d = 0; d < piece.darts.size(); ++d) {
+            text += line("", "dart " + std::to_string(d + 1) + ": " + dartText(piece.darts[d]));
+        }
     }
     return text;
 }
@@ -69,7 +77,7 @@ std::string coverJson(const Settings& settings, const Surface& surface, const Pi
                       double wallSeconds) {
     Json pieces = Json::array();
     for (const CoverPiece& piece : set.pieces) {
-        pieces.push_back(pieceJson(piece));
+        pieces.push_back(pieceJson(piece, settings.cover.wishes.darts > 0));
     }
     Json report{{"format", "drape-report"},
                 {"version", reportVersion},

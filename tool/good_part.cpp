@@ -6,18 +6,20 @@
 
 namespace tool {
 
-std::optional<GoodPart> goodPartOf(const Settings& settings, const Surface& surface, const Trial& trial) {
+std::optional<GoodPart> goodPartOf(const Settings& settings, const Surface& surface, const Trial& trial,
+                                   const ForEach& forEach) {
     const Remedy remedy = textOfStatus(trial.grid.status).remedy;
     const bool folds = remedy == Remedy::otherStart || remedy == Remedy::finerOrOther;
     if (trial.within || trial.grid.count == 0 || (!folds && !settings.keepGood)) {
         return std::nullopt;
     }
     PieceSet set =
-        pieceFrom(surface, settings.trial, settings.cover.wishes, {trial.choice.seed, trial.angle});
+        pieceFrom(surface, settings.trial, settings.cover.wishes, {trial.choice.seed, trial.angle}, forEach);
     if (set.pieces.empty()) {
         return std::nullopt;
     }
-    return GoodPart{std::move(set.pieces.front().drape), set.coveredShare, settings.keepGood};
+    CoverPiece& piece = set.pieces.front();
+    return GoodPart{std::move(piece.drape), set.coveredShare, settings.keepGood, std::move(piece.darts)};
 }
 
 } // namespace tool

@@ -20,12 +20,14 @@
 #include "tool/report.h"
 #include "tool/scenes.h"
 #include "tool/sweep.h"
+#include "tool/worker_threads.h"
 #include "tool/write/sweep_table.h"
 #include "tool/write/writers.h"
 
 #include <algorithm>
 #include <chrono>
 #include <iostream>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -131,7 +133,7 @@ void warnOfPoorCloth(const Work& work, const Trial& trial) {
                       pointText(m.largestTurnAt, finestOf({trial.choice.stepA, trial.choice.stepB})) +
                       "; smaller cells (--step) or another start show whether it kinks");
     }
-    if (m.net.overlapArea > 0.0) {
+    if (liesOverItself(m.net)) {
         work.log.warn("the flat pattern lies over itself in an area of " + number(m.net.overlapArea) +
                       "; it can't be cut in one piece");
     }
@@ -180,6 +182,7 @@ void writeOutputs(const Work& work, const Story& story, std::span<const DrawnCur
     const std::string report = jsonOf(story);
     Scene scene = sceneOf(work.settings, story.trial, story.cut, story.curves, report, work.settings.ply);
     scene.faceNumbers = faceNumbers(work);
+    scene.darts = dartsOf(story);
     std::string failures;
     for (const std::string& path : work.settings.outputs) {
         try {
@@ -241,6 +244,14 @@ std::vector<CurveResult> carryAndTell(const Work& work, const Surface& surface, 
     return curves;
 }
 
+ForEach overThreads(int wanted) {
+    const auto threads = std::make_shared<SharedThreads>(
+        wanted > 0 ? static_cast<std::size_t>(wanted) : std::max(1U, std::thread::hardware_concurrency()));
+    return [threads](std::size_t count, const std::function<void(std::size_t)>& work) {
+        threads->forEach(count, work);
+    };
+}
+
 // Whether the command line is to blame rather than the file.
 bool isOfUse(Refusal refusal) {
     return refusal == Refusal::tooFine || refusal == Refusal::noSuchSide || refusal == Refusal::upright ||
@@ -283,7 +294,8 @@ int run(Work& work) {
         }
     }
     Trial trial = drapeAndTell(work, surface, start.seed, start.angle);
-    const std::optional<GoodPart> good = goodPartOf(work.settings, surface, trial);
+    const std::optional<GoodPart> good =
+        goodPartOf(work.settings, surface, trial, overThreads(work.settings.sweep.jobs));
     if (good && work.settings.keepGood) {
         trial = good->drape;
     } else if (work.settings.keepGood && !trial.within && trial.grid.count > 0) {

@@ -22,6 +22,8 @@ using namespace vec;
 
 namespace {
 
+constexpr std::size_t mostDarts = 6; // of a piece
+
 constexpr const char* examples = R"(Examples:
   drape mould.stl -o mould.png
         drape from the middle, fibres along x, and look at it
@@ -87,6 +89,7 @@ struct Texts {
     std::vector<std::string> clips, faces, cores;
     bool noWeld = false;
     bool covers = false;
+    bool darts = false;
 };
 
 // Help texts keep to a terminal's width; the formatter indents what follows a line end.
@@ -234,6 +237,11 @@ void addCoverOptions(CLI::App& app, Settings& settings, Texts& texts) {
     add("--roll-width", texts.rollWidth, "W", "Widest that the cloth is along the weft, in the file's unit");
     add("--max-length", texts.maxLength, "L", "Longest that a piece can be along the warp");
     add("--overlap", texts.overlap, "D", "Of neighbouring pieces, half of it on each side of the seam [0]");
+    app.add_flag(
+           "--darts", texts.darts,
+           "Slit a piece from its edge to where it would fold, if that saves a piece; of a single ply, if "
+           "that covers clearly more (and keep the good region alone)")
+        ->group(group);
     add("--seconds", texts.seconds, "S",
         "Look for a better set for so long [a fixed number of steps, so that the answer is always the same]");
     add("--keep", texts.keep, "good|all",
@@ -432,7 +440,11 @@ void understandCover(const Texts& texts, Settings& settings) {
     if (!texts.keep.empty() && texts.keep != "good" && texts.keep != "all") {
         throw UsageError("--keep " + texts.keep + ": give good or all");
     }
-    settings.keepGood = texts.keep == "good";
+    settings.keepGood = texts.keep == "good" || (texts.darts && !cover.wanted && settings.layup.file.empty());
+    cover.wishes.darts = texts.darts ? mostDarts : 0;
+    if (texts.darts && texts.keep == "all") {
+        throw UsageError("--darts keeps the good region and doesn't go with --keep all");
+    }
     // Plies of a layup may lie in pieces too, each at its ply's angle.
     const bool layup = !settings.layup.file.empty();
     const std::array<std::pair<const char*, bool>, 5> belong{
@@ -441,6 +453,9 @@ void understandCover(const Texts& texts, Settings& settings) {
          {"--seconds", !texts.seconds.empty()},
          {"--roll-width", !texts.rollWidth.empty() && !settings.keepGood && !layup},
          {"--max-length", !texts.maxLength.empty() && !settings.keepGood && !layup}}};
+    if (texts.darts && (settings.sweep.wanted || !texts.within.empty())) {
+        throw UsageError("--darts goes with --cover, or with a single ply without --sweep and --within");
+    }
     for (const auto& [option, given] : belong) {
         if (given && !cover.wanted) {
             throw UsageError(std::string(option) + " goes with --cover");
@@ -556,6 +571,9 @@ void checkOutputs(const Settings& settings) {
             throw UsageError("-o " + path + ": several pieces can't be written as this; --cover makes\n" +
                              coverOutputHelp());
         } else if (isPage(path)) {
+            if (settings.cover.wishes.darts > 0) {
+                throw UsageError("-o " + path + ": the page doesn't drape with --darts");
+            }
             if (!pageTemplate()) {
                 throw UsageError(
                     "-o " + path +

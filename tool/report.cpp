@@ -8,6 +8,7 @@
 #include "host/mesh/point.h"
 #include "host/mesh/text.h"
 #include "tool/advice.h"
+#include "tool/dart_report.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
@@ -178,8 +179,8 @@ std::string placeText(const Point& point, const Choice& choice) {
 }
 
 std::string overlapText(const NetPattern& net) {
-    return net.overlapArea > 0.0 ? "; " + number(net.overlapArea) + " of it lies over the rest of the pattern"
-                                 : std::string();
+    return liesOverItself(net) ? "; " + number(net.overlapArea) + " of it lies over the rest of the pattern"
+                               : std::string();
 }
 
 std::string goodText(const GoodPart& good) {
@@ -214,6 +215,11 @@ std::string endOf(const Trial& trial) {
                 std::to_string(trial.grid.j[last]);
     }
     return "the run ended with code " + std::to_string(trial.grid.status) + where + ": " + text.meaning;
+}
+
+std::span<const Dart> dartsOf(const Story& story) {
+    return story.good != nullptr && story.good->kept ? std::span<const Dart>(story.good->darts)
+                                                     : std::span<const Dart>();
 }
 
 std::string summaryOf(const Story& story) {
@@ -252,6 +258,9 @@ std::string summaryOf(const Story& story) {
     text +=
         line("pattern", "net area " + number(m.net.area) + ", " + number(m.net.extent[2] - m.net.extent[0]) +
                             " by " + number(m.net.extent[3] - m.net.extent[1]) + overlapText(m.net));
+    for (const Dart& dart : dartsOf(story)) {
+        text += line("dart", dartText(dart));
+    }
     if (story.cut.allowance > 0.0) {
         text += line("cut", "line " + number(story.cut.allowance) + " outside the net, around an area of " +
                                 number(story.cut.area));
@@ -281,6 +290,7 @@ std::string jsonOf(const Story& story) {
                 {"pattern", patternJson(story)},
                 {"cut", cutJson(story.cut)},
                 {"good", goodJson(story.good)},
+                {"darts", dartsJson(dartsOf(story))},
                 {"curves", curvesJson(story.curves)},
                 {"sweep", story.ranked != nullptr ? sweepJson(*story.ranked, story.settings.sweep) : Json()},
                 {"seconds", {{"run", story.trial.seconds}, {"wall", story.wallSeconds}}}};

@@ -28,6 +28,9 @@ struct Story {
     std::optional<double> areaByShear = {}; // see host/cloth/area_by_shear.h; nothing where it wasn't asked
 };
 
+// Of the drape that is told of; none where the good part isn't kept.
+std::span<const Dart> dartsOf(const Story& story);
+
 std::string summaryOf(const Story& story);
 std::string jsonOf(const Story& story);
 

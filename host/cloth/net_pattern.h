@@ -51,6 +51,12 @@ struct NetPattern {
     bool reachesEdge() const { return !loops.empty() && clothEdgeLength == 0.0; }
 };
 
+// Whether the pattern overlaps itself by more than rounding where two sides of a cut touch.
+inline bool liesOverItself(const NetPattern& net) {
+    constexpr double rounding = 1e-9; // of the area
+    return net.overlapArea > rounding * net.area;
+}
+
 // `cells` are all complete cells of `grid`, which was draped over `mould`.
 NetPattern netPatternOf(const Mould& mould, const Grid& grid, const std::vector<Cell>& cells);
 

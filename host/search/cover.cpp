@@ -5,6 +5,7 @@
 
 #include "host/mesh/patch.h"
 #include "host/search/cover_layout.h"
+#include "host/search/dart_search.h"
 #include "host/search/ground_parts.h"
 #include "host/search/territory_pool.h"
 #include "host/search/territory_shares.h"
@@ -31,6 +32,10 @@ constexpr double onTop = 1e-3;          // of the area, asked for beside what la
 constexpr double mostOnTop = 1.5e-2;
 constexpr double wellInside = 0.3; // of the most room there is around a seed
 constexpr double roomBeyond = 4.0; // cells around what is bare, for pieces that fill it
+constexpr std::size_t triedWithDarts = 6;
+constexpr std::size_t dartBatch = 2;       // of these at a time, as each is a search by itself
+constexpr std::size_t roundsWithDarts = 4; // of choices, once pieces with darts are known
+constexpr double worthOfDarts = 0.01;      // of the area, where the share isn't reached
 
 // Numbers that are the same on every machine.
 class Dice {
@@ -67,6 +72,19 @@ bool isBetter(const Worth& a, const Worth& b, double share) {
     return a.pieces != b.pieces ? a.pieces < b.pieces : a.seams < b.seams;
 }
 
+bool hasDarts(const PieceSet& set) {
+    return std::any_of(set.pieces.begin(), set.pieces.end(),
+                       [](const CoverPiece& piece) { return !piece.darts.empty(); });
+}
+
+// Whether a set with darts saves a piece against one without.
+bool savesPiece(const Worth& darted, const Worth& plain, double share) {
+    if (darted.share < share) {
+        return darted.pieces <= plain.pieces && darted.share > plain.share + worthOfDarts;
+    }
+    return plain.share < share ? darted.pieces <= plain.pieces : darted.pieces < plain.pieces;
+}
+
 class Search {
 public:
     Search(const CoverGround& cover, const CoverWishes& wishes, const TerritorySpread& spread,
@@ -82,8 +100,11 @@ public:
         do {
             inVain = choose() ? 0 : inVain + 1;
             const std::size_t enough = best_.coveredShare < wishes_.share ? triesInNeed : usualTries;
-            if (!endless && (tried_ >= enough || inVain >= roundsInVain)) {
-                break;
+            if (tried_ >= enough || inVain >= roundsInVain) {
+                lookForDarts();
+                if (!endless) {
+                    break;
+                }
             }
             lookAround();
         } while (!stopped_);
@@ -99,6 +120,36 @@ private:
         Chosen chosen; // none for no option
         std::optional<TerritoryShares> shares;
     };
+
+    // Tries the largest pieces of all and of the best set with darts, batch by batch, and carries on from
+    // them.
+    void lookForDarts() {
+        const bool isOne = best_.pieces.size() == 1 && best_.coveredShare >= wishes_.share;
+        if (wishes_.darts == 0 || isOne) {
+            return;
+        }
+        Chosen largest = pool_.firstOnes();
+        largest.insert(largest.end(), chosen_.begin(), chosen_.end());
+        std::stable_sort(largest.begin(), largest.end(),
+                         [&](std::size_t a, std::size_t b) { return pool_[a].area > pool_[b].area; });
+        std::vector<PieceStart> starts;
+        for (const std::size_t k : largest) {
+            if (starts.size() < triedWithDarts && areTriedWithDarts_.insert(pool_[k].start.seed).second) {
+                starts.push_back(pool_[k].start);
+            }
+        }
+        for (std::size_t k = 0; k < starts.size() && !stopped_; k += dartBatch) {
+            darts_ = wishes_.darts;
+            const auto first = starts.begin() + static_cast<std::ptrdiff_t>(k);
+            tryAll({first, first + static_cast<std::ptrdiff_t>(std::min(dartBatch, starts.size() - k))},
+                   {nullptr});
+            darts_ = 0;
+            choose();
+        }
+        for (std::size_t k = 0; k < roundsWithDarts && !starts.empty() && !stopped_; ++k) {
+            choose();
+        }
+    }
 
     // Carries on from the best, from what was left of it, and from one of the large territories after the
     // other. True if that gives a better set.
@@ -187,7 +238,10 @@ private:
         const double lost = std::clamp(shares.coveredShare() - result.set.coveredShare, 0.0, mostOnTop);
         lost_ = best_.pieces.empty() ? lost : 0.5 * (lost_ + lost);
         wanted_ = std::min(1.0 - allButRounding, wishes_.share + lost_ + onTop);
-        if (!best_.pieces.empty() && !isBetter(worthOf(result.set), worthOf(best_), wishes_.share)) {
+        const Worth now = worthOf(result.set);
+        const bool isFirstWithDarts = hasDarts(result.set) && !hasDarts(best_);
+        if (!best_.pieces.empty() && !(isFirstWithDarts ? savesPiece(now, worthOf(best_), wishes_.share)
+                                                        : isBetter(now, worthOf(best_), wishes_.share))) {
             return false;
         }
         best_ = std::move(result.set);
@@ -209,11 +263,11 @@ private:
         std::vector<PieceTry> tries;
         for (const std::shared_ptr<const Room>& room : rooms) {
             for (const PieceStart& start : starts) {
-                tries.push_back({start, room});
+                tries.push_back({start, room, darts_});
             }
         }
         for (Territory& territory :
-             spread_(tries, [&](const PieceTry& piece) { return territoryOf(cover_, piece); })) {
+             spread_(tries, [&](const PieceTry& piece) { return dartedTerritory(cover_, piece, inTurn); })) {
             if (pool_.size() < mostInPool) {
                 pool_.add(std::move(territory));
             }
@@ -350,12 +404,14 @@ private:
     double wanted_;     // share, of a choice
     double lost_ = 0.0; // share, of what was chosen, when it was laid out
     PieceSet best_;
-    Chosen chosen_;            // of its pieces
-    double seams_ = 0.0;       // their length, as told before they were laid out
-    Chosen left_;              // when some were taken away to look around there
-    std::set<Chosen> known_;   // choices so far, rising
-    std::set<Chosen> laidOut_; // the same of those that were laid out
-    std::size_t turn_ = 0;     // among the first ones
+    Chosen chosen_;                     // of its pieces
+    double seams_ = 0.0;                // their length, as told before they were laid out
+    Chosen left_;                       // when some were taken away to look around there
+    std::set<Chosen> known_;            // choices so far, rising
+    std::set<Chosen> laidOut_;          // the same of those that were laid out
+    std::size_t turn_ = 0;              // among the first ones
+    std::size_t darts_ = 0;             // that a piece may have that is tried
+    std::set<Point> areTriedWithDarts_; // seeds
     std::size_t tried_ = 0;
     bool stopped_ = false;
 };
@@ -378,10 +434,10 @@ PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const Cover
 }
 
 PieceSet pieceFrom(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
-                   const PieceStart& start) {
+                   const PieceStart& start, const ForEach& forEach) {
     const CoverGround cover = coverGroundOf(surface, trial, wishes.most);
-    const Territory one = territoryOf(cover, {start, nullptr});
-    return one.vertices.empty() ? PieceSet{} : laidOut(cover, wishes, {&one}, inTurn).set;
+    const Territory one = dartedTerritory(cover, {start, nullptr, wishes.darts}, forEach);
+    return one.vertices.empty() ? PieceSet{} : laidOut(cover, wishes, {&one}, forEach).set;
 }
 
 } // namespace drape::host

@@ -1,6 +1,7 @@
 // A whole surface covered with several pieces of cloth: where each starts, and where they meet.
 #pragma once
 
+#include "host/cloth/dart.h"
 #include "host/search/for_each.h"
 #include "host/search/territory.h"
 
@@ -16,6 +17,7 @@ struct CoverWishes {
     std::array<double, 2> most{std::numeric_limits<double>::infinity(),
                                std::numeric_limits<double>::infinity()}; // extents along warp and weft
     std::size_t mostPieces = std::numeric_limits<std::size_t>::max(); // 1 or more; they cover what they can
+    std::size_t darts = 0;                                            // in a piece, at most
 };
 
 struct CoverPiece {
@@ -23,6 +25,7 @@ struct CoverPiece {
     Trial drape;             // by itself: its mould is the part of the surface under the piece; with measures
     double claimed = 0.0;    // area of the surface that is this piece's, up to its seams
     double seamLength = 0.0; // on the surface, to all neighbours
+    std::vector<Dart> darts; // slits of its mould
 };
 
 // Where two pieces meet.
@@ -64,12 +67,15 @@ using GoOn = std::function<bool(const CoverProgress&)>;
 // by batch, so the answer is the same for the same number of batches, whatever `spread` does. `heard` can be
 // empty. The search ends by itself when it gains next to nothing, unless it is `endless`; then only `heard`
 // ends it. What comes out is the best of all sets on the way, so more batches never give a worse one: one
-// that covers less where not enough is covered, else one of more pieces or, of as many, with longer seams and gaps.
+// that covers less where not enough is covered, else one of more pieces or, of as many, with longer seams and
+// gaps. Where pieces may have darts, these are looked for after the search without them, and a set with darts
+// has to save a piece of it, or to cover more where that isn't enough.
 PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
                    const TerritorySpread& spread, const ForEach& forEach, const GoOn& heard, bool endless);
 
-// The good region around one start as a piece by itself; none if there is next to nothing.
+// The good region around one start as a piece by itself; none if there is next to nothing. `forEach` carries
+// out the search for darts.
 PieceSet pieceFrom(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
-                   const PieceStart& start);
+                   const PieceStart& start, const ForEach& forEach);
 
 } // namespace drape::host

@@ -10,6 +10,7 @@
 #include "host/search/cover_claims.h"
 #include "host/search/cover_seams.h"
 #include "host/search/ground_parts.h"
+#include "host/search/slit_cover.h"
 
 #include <algorithm>
 #include <limits>
@@ -34,12 +35,13 @@ constexpr std::int32_t bare = TerritoryShares::bare;
 
 // What draping a piece by itself gave.
 struct Attempt {
-    std::shared_ptr<const Mould> mould; // null where there is nothing to drape
-    std::vector<char> lies;             // per vertex of the ground, whether that is over it
-    std::optional<Trial> drape;         // with measures; none if none is good
-    Field limit;                        // then above 0 where the best was good, infinite off the mould
-    double kept = 0.0;                  // share of the vertices on the mould where it was
-    PieceStart start;                   // of what is told here
+    std::shared_ptr<const Mould> mould;    // null where there is nothing to drape
+    std::vector<char> lies;                // per vertex of the ground, whether that is over it
+    std::optional<Trial> drape;            // with measures; none if none is good
+    std::vector<std::vector<Point>> slits; // of the mould that was draped
+    Field limit;                           // then above 0 where the best was good, infinite off the mould
+    double kept = 0.0;                     // share of the vertices on the mould where it was
+    PieceStart start;                      // of what is told here
 };
 
 class Layout {
@@ -49,9 +51,13 @@ public:
         : cover_(cover), forEach_(forEach), beyond_(0.5 * wishes.overlap),
           step_(std::max(cover.surface.steps[0], cover.surface.steps[1])),
           shares_(cover, wishes.overlap, territories), claims_(cover.ground, shares_),
-          attempts_(territories.size()), limits_(territories.size()) {
+          territories_(territories), slitCovers_(territories.size()), attempts_(territories.size()),
+          limits_(territories.size()) {
         for (std::size_t p = 0; p < territories.size(); ++p) {
             attempts_[p].start = territories[p]->start;
+            if (!territories[p]->slits.empty()) {
+                slitCovers_[p] = std::make_unique<const SlitCover>(cover, territories[p]->slits);
+            }
         }
     }
 
@@ -142,31 +148,39 @@ private:
             now.mould->corners == before.mould->corners) {
             return;
         }
-        if (now.mould && !drape(now, now.start, wanted)) {
+        if (now.mould && !drape(p, now, now.start, wanted)) {
             const std::vector<PieceStart> starts = startsOn(now.lies, now.start);
             std::any_of(starts.begin(), starts.end(),
-                        [&](const PieceStart& start) { return drape(now, start, wanted); });
+                        [&](const PieceStart& start) { return drape(p, now, start, wanted); });
         }
         attempts_[p] = std::move(now);
     }
 
-    // Drapes from one more start. True if that is good, or so nearly that no other need be tried.
-    bool drape(Attempt& attempt, const PieceStart& start, const Field& wanted) const {
+    // Drapes from one more start, with the darts of the piece's territory. True if that is good, or so nearly
+    // that no other need be tried.
+    bool drape(std::size_t p, Attempt& attempt, const PieceStart& start, const Field& own) const {
+        const SlitCover* slit = slitCovers_[p].get();
+        const CoverGround& cover = slit != nullptr ? slit->cover() : cover_;
+        const Field wanted = slit != nullptr ? slit->extended(own) : own;
         try {
-            Trial trial = drapePart(cover_, attempt.mould, start);
-            Check check = checked(cover_, trial, wanted);
+            SlitMould on = slit != nullptr ? slitMould(*attempt.mould, territories_[p]->slits)
+                                           : SlitMould{attempt.mould, {}};
+            Trial trial = drapePart(cover, on.mould, start);
+            Check check = checked(cover, trial, wanted);
             if (check.good) {
-                trial.measures = measure(*attempt.mould, trial.grid, cover_.wishes.lockingAngle);
+                trial.measures = measure(*on.mould, trial.grid, cover_.wishes.lockingAngle);
                 const std::optional<GoodWishes> less = lessThan(trial.measures.net);
                 if (!less && trial.measures.doubledShare <= mostDoubled &&
                     (trial.measures.coveredShare > nearlyAll ||
                      keptBy(attempt, insideOf(check.region, step_)) == 1.0)) {
                     attempt.start = start;
+                    attempt.slits = std::move(on.lines);
                     attempt.drape = std::move(trial);
                     return true;
                 }
                 if (less) {
-                    check.region = goodRegionOf(ground(), trial.grid, trial.measures.cells, *less, wanted);
+                    check.region =
+                        goodRegionOf(cover.ground, trial.grid, trial.measures.cells, *less, wanted);
                 }
             }
             takeIfBetter(attempt, start, insideOf(check.region, step_));
@@ -186,11 +200,11 @@ private:
         return along > 0.0 || across > 0.0 ? std::optional(less) : std::nullopt;
     }
 
-    // The share of the vertices on the mould at which a field is above 0.
+    // The share of the vertices on the mould at which a field is above 0. On a slit ground these come first.
     double keptBy(const Attempt& attempt, const Field& inside) const {
         double all = 0.0;
         double lost = 0.0;
-        for (std::size_t v = 0; v < inside.size(); ++v) {
+        for (std::size_t v = 0; v < attempt.lies.size(); ++v) {
             all += attempt.lies[v] != 0 ? ground().areas[v] : 0.0;
             lost += attempt.lies[v] != 0 && !(inside[v] > 0.0) ? ground().areas[v] : 0.0;
         }
@@ -206,8 +220,8 @@ private:
         }
         attempt.kept = kept;
         attempt.start = start;
-        attempt.limit.assign(inside.size(), infinite);
-        for (std::size_t v = 0; v < inside.size(); ++v) {
+        attempt.limit.assign(attempt.lies.size(), infinite);
+        for (std::size_t v = 0; v < attempt.lies.size(); ++v) {
             double sum = 0.0;
             double count = 0.0;
             for (const std::int32_t next : ground().around(static_cast<std::int32_t>(v))) {
@@ -250,7 +264,10 @@ private:
         for (std::size_t p = 0; p < attempts_.size(); ++p) {
             if (attempts_[p].drape) {
                 numbers[p] = static_cast<std::int32_t>(cover.pieces.size());
-                cover.pieces.push_back({attempts_[p].start, std::move(*attempts_[p].drape)});
+                CoverPiece& piece = cover.pieces.emplace_back();
+                piece.start = attempts_[p].start;
+                piece.drape = std::move(*attempts_[p].drape);
+                piece.darts = dartsOn(piece.drape.measures.net, attempts_[p].slits, step_);
                 result.territories.push_back(p);
             }
         }
@@ -318,8 +335,10 @@ private:
     double step_;
     TerritoryShares shares_;
     CoverClaims claims_;
-    std::vector<Attempt> attempts_; // per territory
-    std::vector<Field> limits_;     // of each, what it can't have but no other may; empty for none
+    std::vector<const Territory*> territories_;
+    std::vector<std::unique_ptr<const SlitCover>> slitCovers_; // per territory; null without darts
+    std::vector<Attempt> attempts_;                            // per territory
+    std::vector<Field> limits_; // of each, what it can't have but no other may; empty for none
 };
 
 } // namespace

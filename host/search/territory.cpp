@@ -259,7 +259,7 @@ std::vector<double> depthsOver(const CoverGround& cover, const Territory& territ
     const auto lowest =
         static_cast<float>(-closeBy * std::max(cover.surface.steps[0], cover.surface.steps[1]));
     std::vector<double> field(cover.ground.vertexCount(), static_cast<double>(lowest));
-    for (std::size_t k = 0; k < territory.vertices.size(); ++k) {
+    for (std::size_t k = 0; k < territory.vertices.size() && at(territory.vertices[k]) < field.size(); ++k) {
         field[at(territory.vertices[k])] = static_cast<double>(territory.depths[k]);
     }
     return field;
@@ -279,20 +279,24 @@ bool isWithinLimits(const CoverGround& cover, const Trial& trial) {
 
 } // namespace
 
+std::shared_ptr<const Mould> firstMould(const CoverGround& cover, const PieceTry& piece,
+                                        std::vector<double>& field) {
+    field.assign(cover.ground.vertexCount(), std::sqrt(cover.ground.area));
+    if (piece.room) {
+        field.assign(piece.room->begin(), piece.room->end());
+        return partAround(cover, piece.start.seed, field);
+    }
+    const std::shared_ptr<const Mould>& mould = cover.surface.mould;
+    return mould->loops.empty() ? openedAway(cover, piece.start.seed) : mould;
+}
+
 Territory territoryOf(const CoverGround& cover, const PieceTry& piece) {
     Territory territory;
     territory.start = piece.start;
-    const Ground& ground = cover.ground;
     const double step = std::max(cover.surface.steps[0], cover.surface.steps[1]);
-    std::vector<double> field(ground.vertexCount(), std::sqrt(ground.area));
+    std::vector<double> field;
     try {
-        std::shared_ptr<const Mould> mould = cover.surface.mould;
-        if (piece.room) {
-            field.assign(piece.room->begin(), piece.room->end());
-            mould = partAround(cover, piece.start.seed, field);
-        } else if (mould->loops.empty()) {
-            mould = openedAway(cover, piece.start.seed);
-        }
+        std::shared_ptr<const Mould> mould = firstMould(cover, piece, field);
         mould = mould ? reachedFrom(cover, piece.start, std::move(mould), field) : nullptr;
         for (int round = 0; round < mostRounds && mould; ++round) {
             const Trial trial = drapePart(cover, std::move(mould), piece.start);

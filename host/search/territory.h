@@ -3,6 +3,7 @@
 #pragma once
 
 #include "host/cloth/good_region.h"
+#include "host/mesh/slit.h"
 #include "host/search/trial.h"
 
 #include <memory>
@@ -23,6 +24,7 @@ using Room = std::vector<float>;
 struct PieceTry {
     PieceStart start;
     std::shared_ptr<const Room> room; // null for the whole surface
+    std::size_t darts = 0;            // it may get, at most
 };
 
 // What all pieces of a surface share. It never changes once it is made, so threads may share it.
@@ -45,10 +47,17 @@ struct Territory {
                                         // covered
     std::vector<float> depths;          // of each, how deep inside along the cloth; 0 and below outside
     double area = 0.0;                  // inside, in the mould's unit squared
+    std::vector<SlitWay> slits;         // of its darts; the ground slit along them has more vertices, and
+                                        // those inside come after the others
 };
 
-// The same for the same try, whatever was asked before.
+// Without darts, whatever it may get. The same for the same try, whatever was asked before.
 Territory territoryOf(const CoverGround& cover, const PieceTry& piece);
+
+// What a try's first run has under it, and sets `field` above 0 on the vertices of the ground there. Null if
+// that is next to nothing.
+std::shared_ptr<const Mould> firstMould(const CoverGround& cover, const PieceTry& piece,
+                                        std::vector<double>& field);
 
 // Per vertex of the ground, how deep inside a territory it is; far outside as deep as a cell outside. What
 // `partAbove` cuts out by it is what the territory was last draped on, to the bit.

@@ -170,7 +170,8 @@ TerritoryPool::TerritoryPool(const CoverGround& cover, double overlap) : cover_(
 void TerritoryPool::add(Territory territory) {
     Entry entry;
     for (std::size_t k = 0; k < territory.vertices.size(); ++k) {
-        if (static_cast<double>(territory.depths[k]) > 0.5 * overlap_) {
+        if (at(territory.vertices[k]) < cover_.ground.vertexCount() &&
+            static_cast<double>(territory.depths[k]) > 0.5 * overlap_) {
             entry.inside.push_back(territory.vertices[k]);
             entry.area += cover_.ground.areas[at(territory.vertices[k])];
         }

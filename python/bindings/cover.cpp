@@ -4,6 +4,7 @@
 
 #include "host/cloth/mould_mesh.h"
 #include "host/search/cover.h"
+#include "host/search/dart_search.h"
 #include "tool/cover_report.h"
 #include "tool/scenes.h"
 #include "tool/write/writers.h"
@@ -50,37 +51,40 @@ std::vector<T> valuesOf(const py::handle& bytes) {
 }
 
 // As plain values, so that one process can hand it to another.
-py::tuple territoryFrom(const HeldGround& held, const Point& seed, double angle, const py::object& room) {
+py::tuple territoryFrom(const HeldGround& held, const Point& seed, double angle, const py::object& room,
+                        std::size_t darts) {
     Territory territory;
-    PieceTry piece{{seed, angle}, nullptr};
+    PieceTry piece{{seed, angle}, nullptr, darts};
     if (!room.is_none()) {
         piece.room = std::make_shared<const Room>(valuesOf<float>(room));
     }
     {
         const py::gil_scoped_release unlocked;
-        territory = territoryOf(held.ground, piece);
+        territory = dartedTerritory(held.ground, piece, inTurn);
     }
     return py::make_tuple(territory.start.seed, territory.start.angle, bytesOf(territory.vertices),
-                          bytesOf(territory.depths), territory.area);
+                          bytesOf(territory.depths), territory.area, bytesOf(territory.slits));
 }
 
 Territory territoryFrom(const py::tuple& given) {
     return {{py::cast<Point>(given[0]), py::cast<double>(given[1])},
             valuesOf<std::int32_t>(given[2]),
             valuesOf<float>(given[3]),
-            py::cast<double>(given[4])};
+            py::cast<double>(given[4]),
+            valuesOf<SlitWay>(given[5])};
 }
 
-// `spread` is handed a list of (seed, angle, room) and gives what `territory` made of each, in order; `heard`
-// is told how far the search is and says whether it goes on.
+// `spread` is handed a list of (seed, angle, room, darts) and gives what `territory` made of each, in order;
+// `heard` is told how far the search is and says whether it goes on.
 std::shared_ptr<HeldCover> coverMould(const std::shared_ptr<const HeldMould>& mould, const TrialWishes& trial,
                                       double share, double angle, bool freeAngles, double overlap,
-                                      const std::array<double, 2>& most, const py::function& spread,
-                                      const py::function& heard, bool endless) {
+                                      const std::array<double, 2>& most, std::size_t darts,
+                                      const py::function& spread, const py::function& heard, bool endless) {
     auto held = std::make_shared<HeldCover>();
     held->mould = mould;
     held->trial = trial;
     held->wishes = {share, angle, freeAngles, overlap, most};
+    held->wishes.darts = darts;
     const TerritorySpread spreadOut = [&](const std::vector<PieceTry>& tries, const auto&) {
         const py::gil_scoped_acquire locked;
         py::list given;
@@ -91,7 +95,7 @@ std::shared_ptr<HeldCover> coverMould(const std::shared_ptr<const HeldMould>& mo
                 known = piece.room.get();
                 room = known == nullptr ? py::object(py::none()) : py::object(bytesOf(*known));
             }
-            given.append(py::make_tuple(piece.start.seed, piece.start.angle, room));
+            given.append(py::make_tuple(piece.start.seed, piece.start.angle, room, piece.darts));
         }
         std::vector<Territory> territories;
         for (const py::handle& found : spread(given)) {
@@ -127,8 +131,13 @@ py::tuple pieceOf(const HeldCover& held, std::size_t index) {
     ply->surface = {mould, &mould->surface};
     ply->wishes = held.trial;
     ply->wasMeasured = true;
+    py::list darts;
+    for (const Dart& dart : piece.darts) {
+        darts.append(py::make_tuple(dart.isV() ? "V" : "overlap", dart.line.front(), dart.line.back(),
+                                    dart.length, dart.width, dart.angle));
+    }
     return py::make_tuple(std::const_pointer_cast<const HeldMould>(mould), ply, piece.claimed,
-                          piece.seamLength);
+                          piece.seamLength, darts);
 }
 
 py::list seamsOf(const py::object& self) {
@@ -181,6 +190,7 @@ std::vector<std::string> writeCover(const HeldCover& held, const std::string& pa
             scene.pieces.push_back(tool::sceneOf(settings, held.set.pieces[p].drape, cuts[p], {},
                                                  scene.reportJson,
                                                  settings.ply + "-" + std::to_string(p + 1)));
+            scene.pieces.back().darts = held.set.pieces[p].darts;
         }
         return tool::writeCoverOutput(path, scene);
     });
@@ -196,8 +206,8 @@ auto figure(T PieceSet::*value) {
 void bindCover(py::module_& module) {
     py::class_<HeldGround, std::shared_ptr<HeldGround>>(module, "CoverGround")
         .def(py::init(&groundOf))
-        .def("territory", [](const HeldGround& held, const Point& seed, double angle,
-                             const py::object& room) { return territoryFrom(held, seed, angle, room); });
+        .def("territory", [](const HeldGround& held, const Point& seed, double angle, const py::object& room,
+                             std::size_t darts) { return territoryFrom(held, seed, angle, room, darts); });
     module.def("cover", &coverMould);
     py::class_<HeldCover, std::shared_ptr<HeldCover>>(module, "Cover")
         .def_property_readonly("count", [](const HeldCover& held) { return held.set.pieces.size(); })

@@ -267,7 +267,7 @@ const tool::GoodPart* HeldPly::good() const {
         std::call_once(good_, [this] {
             tool::Settings settings;
             settings.trial = wishes;
-            goodPart_ = tool::goodPartOf(settings, *surface, trial);
+            goodPart_ = tool::goodPartOf(settings, *surface, trial, inTurn);
         });
     });
     return goodPart_ ? &*goodPart_ : nullptr;

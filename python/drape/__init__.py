@@ -33,7 +33,7 @@ from .errors import (
     UprightError,
     status_text,
 )
-from .pieces import Cover, Piece, Seam, cover
+from .pieces import Cover, Dart, Piece, Seam, cover
 from .results import Choice, Curve, Fibres, Net, NetLoop, Stretch
 from .search import Sweep, sweep
 
@@ -44,6 +44,7 @@ __all__ = [
     "Cover",
     "Curve",
     "CurveError",
+    "Dart",
     "Error",
     "Fibres",
     "MeshError",

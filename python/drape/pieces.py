@@ -26,12 +26,24 @@ _GROUNDS_KEPT = 4  # by a process, the latest
 Progress = Callable[[int, int, float], Optional[bool]]
 
 
+class Dart(NamedTuple):
+    """A slit of a piece, as it shows on the flat pattern."""
+
+    kind: str  # "V", which is cut out, or "overlap", where one side lies over the other
+    tip: tuple[float, float, float]  # on the mould
+    mouth: tuple[float, float, float]  # where it meets the piece's edge
+    length: float  # along the mould
+    width: float  # between its sides at the mouth, on the pattern; below 0 for an overlap
+    angle: float  # degrees between its sides, on the pattern; below 0 for an overlap
+
+
 class Piece(NamedTuple):
     """A piece of cloth of a cover."""
 
     ply: Ply  # its drape; `ply.mould` is the part of the surface under it
     claimed: float  # area of the surface that is this piece's, up to its seams
     seam_length: float  # on the surface, to all neighbours
+    darts: list[Dart]
 
 
 class Seam(NamedTuple):
@@ -54,9 +66,9 @@ class Cover(Sequence):
         alike = dataclasses.replace(settings, step=tuple(core.steps))
         self._pieces = []
         for index in range(core.count):
-            part, held, claimed, seam_length = core.piece(index)
+            part, held, claimed, seam_length, darts = core.piece(index)
             ply = Ply._held(Mould._of(part), alike, held)
-            self._pieces.append(Piece(ply, claimed, seam_length))
+            self._pieces.append(Piece(ply, claimed, seam_length, [Dart._make(dart) for dart in darts]))
 
     def __len__(self) -> int:
         return len(self._pieces)
@@ -126,6 +138,7 @@ def cover(
     free_angles: bool = False,
     overlap: float = 0.0,
     most: tuple[Optional[float], Optional[float]] = (None, None),
+    darts: int = 0,
     seconds: Optional[float] = None,
     step: Step = None,
     rosette: Any = None,
@@ -143,6 +156,7 @@ def cover(
     angle        degrees, of all pieces; with free_angles each has the angle that suits it
     overlap      of neighbours, in the mesh's unit
     most         farthest extents of a piece along warp and weft, as the width of the roll; None for no limit
+    darts        that a piece may have at most, where they save a piece
     seconds      go on looking for better ones for so long (default: until next to nothing is gained)
     progress     called with the candidates tried, the pieces of the best choice so far and the share that they cover;
                  giving False ends the search with that choice
@@ -160,6 +174,7 @@ def cover(
         bool(free_angles),
         _arrays.number("overlap", overlap, low=0.0),
         reach,
+        int(_arrays.number("darts", darts, low=0.0)),
     )
     end = None if seconds is None else time.monotonic() + _arrays.above_zero("seconds", seconds)
 

@@ -57,6 +57,7 @@ void goToPage(std::unique_ptr<Canvas>& canvas, double width, double height);
 constexpr Colour ink{0.10, 0.12, 0.15};
 constexpr Colour paleInk{0.38, 0.41, 0.45};
 constexpr Colour curveColour{0.85, 0.10, 0.40};
+constexpr Colour dartColour{0.90, 0.30, 0.0};
 
 // A place and a size on the page.
 struct Box {

@@ -105,6 +105,13 @@ void drawEdges(Canvas& canvas, const Stage& stage, const DepthImage& image) {
     cairo_stroke_preserve(canvas.cairo());
     canvas.colour(ink);
     canvas.stroke(2.2);
+    for (const CoverPiece& piece : stage.scene.set->pieces) {
+        for (const Dart& dart : piece.darts) {
+            addVisible(canvas, stage.view, image, dart.line, strokeLift);
+        }
+    }
+    canvas.colour(dartColour);
+    canvas.stroke(2.2);
 }
 
 // A number stands at the place of its piece's claim that can be seen and lies nearest to the middle of all

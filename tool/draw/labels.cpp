@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <string_view>
 
 namespace tool {
@@ -19,6 +20,12 @@ std::string plyTitle(const Scene& scene) {
     const bool says = start == word && (name.size() == word.size() ||
                                         std::isalpha(static_cast<unsigned char>(name[word.size()])) == 0);
     return says ? name : "Ply " + name;
+}
+
+std::string dartLabel(const Dart& dart, std::size_t number, double millimetresPerUnit) {
+    return "dart " + std::to_string(number) + ": " + (dart.isV() ? "V" : "overlap") + " of " +
+           fixed(millimetresPerUnit * std::abs(dart.width), 1) + " mm, " + fixed(std::abs(dart.angle), 1) +
+           "°";
 }
 
 std::string sideLabel(const Scene& scene) {

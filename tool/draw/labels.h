@@ -9,6 +9,9 @@
 
 namespace tool {
 
+// What a dart is, for a drawing; `number` counts from 1.
+std::string dartLabel(const Dart& dart, std::size_t number, double millimetresPerUnit);
+
 // "Ply skin"; a name that says itself that it's a ply's stands alone.
 std::string plyTitle(const Scene& scene);
 

@@ -232,6 +232,11 @@ void drawOutlines(Canvas& canvas, const Stage& stage, const DepthImage& image) {
     }
     canvas.colour(ink, 0.95);
     canvas.stroke(1.6);
+    for (const Dart& dart : stage.scene.darts) {
+        addVisible(canvas, stage.view, image, dart.line, stage.lift + strokeLift);
+    }
+    canvas.colour(dartColour);
+    canvas.stroke(2.4);
     for (const CurveResult& curve : stage.scene.curves) {
         for (const CurveStretch& stretch : curve.stretches) {
             std::vector<Point> points = stretch.cloth;

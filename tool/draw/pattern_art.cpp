@@ -252,6 +252,25 @@ void drawCutLineAndCurves(Canvas& canvas, const Placement& page, const Scene& sc
     cairo_set_dash(canvas.cairo(), nullptr, 0, 0.0);
 }
 
+// The sides of each dart, with its size at its mouth.
+void drawDarts(Canvas& canvas, const Placement& page, const Scene& scene, Painter& painter) {
+    canvas.colour(dartColour);
+    for (const Dart& dart : scene.darts) {
+        painter.addPolygon(dart.legs[0], false);
+        painter.addPolygon(dart.legs[1], false);
+    }
+    canvas.stroke(0.6 * page.growth);
+    for (std::size_t d = 0; d < scene.darts.size(); ++d) {
+        const Dart& dart = scene.darts[d];
+        const FlatPoint tip = page.place(dart.legs[0].front());
+        const double size = 0.8 * textSize * page.growth;
+        cairo_arc(canvas.cairo(), tip[0], tip[1], 0.8 * page.growth, 0.0, 6.283185307179586);
+        cairo_fill(canvas.cairo());
+        canvas.text(tip[0] + size, tip[1] + 0.35 * size, size,
+                    dartLabel(dart, d + 1, scene.millimetresPerUnit));
+    }
+}
+
 void drawArrow(Canvas& canvas, const FlatPoint& from, double dx, double dy) {
     const FlatPoint tip{from[0] + dx, from[1] + dy};
     const auto barb = [&](double side) {
@@ -295,6 +314,7 @@ void drawPattern(Canvas& canvas, const Placement& page, const Scene& scene, cons
     drawYarns(canvas, page, scene, painter);
     drawNetLine(canvas, page, scene, painter);
     drawCutLineAndCurves(canvas, page, scene, painter);
+    drawDarts(canvas, page, scene, painter);
     if (scene.grid->count > 0) {
         drawSeed(canvas, page, scene);
     }
@@ -304,6 +324,7 @@ void drawPatternLines(Canvas& canvas, const Placement& page, const Scene& scene)
     Painter painter(canvas, page, {-1e9, -1e9, 2e9, 2e9});
     drawNetLine(canvas, page, scene, painter);
     drawCutLineAndCurves(canvas, page, scene, painter);
+    drawDarts(canvas, page, scene, painter);
 }
 
 } // namespace tool

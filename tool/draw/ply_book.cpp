@@ -372,6 +372,9 @@ private:
                                            : ""),
             "covers " + share(sheet.coveredShare) + " of the mould" +
                 (sheet.piece > 0 ? ", up to its seams" : "")};
+        for (std::size_t d = 0; d < sheet.scene.darts.size(); ++d) {
+            lines.push_back(dartLabel(sheet.scene.darts[d], d + 1, book_.millimetresPerUnit));
+        }
         if (!wish.region.empty()) {
             lines.push_back("cut off at " + wish.region);
         }
@@ -388,7 +391,7 @@ private:
         if (!sheet.ply->trouble.empty()) {
             warnings.push_back(sheet.ply->trouble);
         }
-        if (m.net.overlapArea > 0.0) {
+        if (liesOverItself(m.net)) {
             warnings.push_back("the pattern lies over itself and can't be cut in one piece");
         }
         for (const Note& note : sheet.ply->notes) {

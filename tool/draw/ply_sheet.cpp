@@ -149,6 +149,7 @@ void fill(PlySheet& sheet, const Laminate& laminate, const SheetWishes& wishes) 
         // The whole mould stays in sight behind the piece.
         scene.mould = ply.pieces->claims.get();
         scene.seams = seamsOnPattern(*ply.pieces, sheet.piece - 1);
+        scene.darts = ply.pieces->pieces[sheet.piece - 1].darts;
         sheet.coveredShare = ply.pieces->pieces[sheet.piece - 1].claimed / ply.pieces->claims->area;
     }
 }

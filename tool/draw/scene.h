@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/cloth/curve.h"
+#include "host/cloth/dart.h"
 #include "host/cloth/grid.h"
 #include "host/cloth/measure.h"
 #include "host/cloth/mould.h"
@@ -33,6 +34,7 @@ struct Scene {
     std::optional<Paper> paper;                  // for tiles instead of one page
     std::vector<std::int64_t> faceNumbers;       // of the file's faces, empty where they count from 1
     std::vector<std::vector<FlatPoint>> seams{}; // to neighbouring pieces, as lines on the flat pattern
+    std::span<const Dart> darts{};
 };
 
 } // namespace tool

@@ -1,7 +1,8 @@
 // The flat pattern for a cutting table: closed polylines in millimetres in the ASCII form of DXF R2000, the
 // first that has light polylines and says its unit. Layers: CUT (the line to cut, outlines and holes), NET
 // (outlines of the net pattern) and HOLE (its holes), CURVE (transferred curves), SEAM (where
-// neighbouring pieces meet), WARP (an arrow), TEXT (name, side, angle and mould) and SEED (a point at 0, 0).
+// neighbouring pieces meet), DART (its sides, from the mouth to the tip and back), WARP (an arrow), TEXT
+// (name, side, angle and mould) and SEED (a point at 0, 0).
 #include "host/mesh/box.h"
 #include "tool/draw/labels.h"
 #include "tool/draw/pattern_reach.h"
@@ -25,15 +26,16 @@ constexpr int blockRecordTable = 0x1, layerTable = 0x2, styleTable = 0x3, lineTy
 struct Layer {
     std::string_view name, colour;
 };
-constexpr std::array<Layer, 9> layers{{{"0", "7"},
-                                       {"CUT", "1"},
-                                       {"NET", "7"},
-                                       {"HOLE", "4"},
-                                       {"CURVE", "6"},
-                                       {"SEAM", "2"},
-                                       {"WARP", "5"},
-                                       {"TEXT", "7"},
-                                       {"SEED", "3"}}};
+constexpr std::array<Layer, 10> layers{{{"0", "7"},
+                                        {"CUT", "1"},
+                                        {"NET", "7"},
+                                        {"HOLE", "4"},
+                                        {"CURVE", "6"},
+                                        {"SEAM", "2"},
+                                        {"DART", "30"},
+                                        {"WARP", "5"},
+                                        {"TEXT", "7"},
+                                        {"SEED", "3"}}};
 
 // Characters beyond ASCII as this form of the format writes them.
 std::string escaped(std::string_view text) {
@@ -322,6 +324,11 @@ std::vector<DrawnLine> linesOf(const Lying& piece) {
     }
     for (const auto& seam : scene.seams) {
         lines.push_back({"SEAM", piece.placed(seam), false});
+    }
+    for (const Dart& dart : scene.darts) {
+        std::vector<FlatPoint> sides(dart.legs[0].rbegin(), dart.legs[0].rend());
+        sides.insert(sides.end(), dart.legs[1].begin(), dart.legs[1].end());
+        lines.push_back({"DART", piece.placed(std::move(sides)), false});
     }
     return lines;
 }

@@ -42,7 +42,8 @@ std::string pieceObj(const CoverScene& scene, std::size_t piece) {
         "; drape it again with\n# --seed=" + exactly(c.seed) + directionsOf(scene.start, made.drape.angle) +
         " --step=" + fileNumber(c.stepA, exact) + "," + fileNumber(c.stepB, exact) +
         " --tolerance=" + fileNumber(c.tolerance, exact) +
-        " --pivot=" + (c.pivotByGridLine ? "grid" : "shear") + " --side=" + exactly(sideOf(mould, c)) + "\n";
+        " --pivot=" + (c.pivotByGridLine ? "grid" : "shear") + " --side=" + exactly(sideOf(mould, c)) +
+        (made.darts.empty() ? "" : " --no-weld") + "\n";
     for (const Point& p : mould.positions) {
         text += "v " + fileNumber(p[0], exact) + " " + fileNumber(p[1], exact) + " " +
                 fileNumber(p[2], exact) + "\n";

@@ -409,7 +409,7 @@ Json drapePart(const Json& settings) {
     const tool::Settings forTool = toolSettings(settings);
     std::optional<tool::GoodPart> good; // none while something is dragged
     if (!isLive(settings)) {
-        good = tool::goodPartOf(forTool, surface, p.trial);
+        good = tool::goodPartOf(forTool, surface, p.trial, inTurn);
         if (good && forTool.keepGood) {
             p.trial = good->drape;
         }
