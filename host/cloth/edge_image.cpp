@@ -38,7 +38,7 @@ std::optional<FlatPoint> placed(const CellMap& cell, const Point& point, double 
 }
 
 // The shares between which a segment lies within `reach` of `centre`.
-Shares sharesWithin(const Segment& s, const Point& centre, double reach) {
+Shares sharesInSphere(const Segment& s, const Point& centre, double reach) {
     const Point d = s.b - s.a;
     const Point w = s.a - centre;
     const double square = dot(d, d);
@@ -142,9 +142,18 @@ Sample crossing(const CellMap& cell, const Segment& s, double step, Sample low, 
     return best;
 }
 
+bool isInside(const FlatPoint& p) {
+    return p[0] > -shift && p[0] < 1.0 - shift && p[1] > -shift && p[1] < 1.0 - shift;
+}
+
 // The parts of an image within the cell.
-std::vector<Samples> clipped(const CellMap& cell, const Segment& s, double step, const Samples& image) {
-    std::vector<Samples> parts{image};
+std::vector<Samples> clipped(const CellMap& cell, const Segment& s, double step, Samples image) {
+    std::vector<Samples> parts;
+    parts.push_back(std::move(image));
+    if (std::all_of(parts[0].begin(), parts[0].end(), [](const Sample& x) { return isInside(x.place); })) {
+        parts.resize(parts[0].size() < 2 ? 0 : 1);
+        return parts;
+    }
     for (const std::size_t axis : {std::size_t{0}, std::size_t{1}}) {
         for (const double sense : {1.0, -1.0}) {
             const double bound = sense > 0.0 ? -shift : 1.0 - shift;
@@ -177,11 +186,9 @@ std::vector<Samples> clipped(const CellMap& cell, const Segment& s, double step,
 
 // What of a segment can come near the inside of a cell, as far as cheap bounds tell.
 struct Approach {
-    Approach(const CellMap& cell, const Fence& fence, const Segment& s, double step)
-        : wanted(fence.sharesWithin(s)) {
+    Approach(const Fence& fence, const Segment& s) : wanted(fence.sharesWithin(s)) {
         if (wanted[0] <= wanted[1]) {
-            const Point centre = cell.at(0.5, 0.5);
-            shares = sharesWithin(s, centre, reachOf(cell, centre, step));
+            shares = fence.sharesAround(s);
         }
     }
 
@@ -191,13 +198,26 @@ struct Approach {
     Shares shares{1.0, 0.0};
 };
 
-bool isInside(const FlatPoint& p) {
-    return p[0] > -shift && p[0] < 1.0 - shift && p[1] > -shift && p[1] < 1.0 - shift;
+// Whether any part of a segment that approaches the cell is inside. Most often two samples beside each other
+// settle it.
+bool reachesInside(const CellMap& cell, const Fence& fence, const Segment& s, const Approach& approach,
+                   double step) {
+    const Sampling at(s, step, approach.shares);
+    auto before = placed(cell, mix(s.a, s.b, at.share(0)), step);
+    for (int k = 1; k <= at.parts; ++k) {
+        const auto here = placed(cell, mix(s.a, s.b, at.share(k)), step);
+        if (here && before && (isInside(*here) || isInside(*before))) {
+            return true;
+        }
+        before = here;
+    }
+    return !insideOf(cell, fence, s, step).empty();
 }
 
 } // namespace
 
-Fence::Fence(const CellMap& cell, double step) : origin_(cell.corners[0]) {
+Fence::Fence(const CellMap& cell, double step)
+    : origin_(cell.corners[0]), centre_(cell.at(0.5, 0.5)), reach_(reachOf(cell, centre_, step)) {
     constexpr double clear = 1e-3; // cells, far above rounding and the shift of the cell's bounds
     const Point normal = cell.normal();
     for (std::size_t k = 0; k < 4; ++k) {
@@ -228,12 +248,16 @@ Shares Fence::sharesWithin(const Segment& s) const {
     return shares;
 }
 
+Shares Fence::sharesAround(const Segment& s) const {
+    return sharesInSphere(s, centre_, reach_);
+}
+
 std::vector<Samples> insideOf(const CellMap& cell, const Fence& fence, const Segment& s, double step) {
-    const Approach approach(cell, fence, s, step);
+    const Approach approach(fence, s);
     std::vector<Samples> inside;
     if (!approach.none()) {
-        for (const Samples& image : imagesOf(cell, s, step, approach.shares, approach.wanted)) {
-            for (Samples& part : clipped(cell, s, step, image)) {
+        for (Samples& image : imagesOf(cell, s, step, approach.shares, approach.wanted)) {
+            for (Samples& part : clipped(cell, s, step, std::move(image))) {
                 inside.push_back(std::move(part));
             }
         }
@@ -241,22 +265,30 @@ std::vector<Samples> insideOf(const CellMap& cell, const Fence& fence, const Seg
     return inside;
 }
 
-// Most often two samples beside each other settle it.
-bool reachesInside(const CellMap& cell, const Fence& fence, const Segment& s, double step) {
-    const Approach approach(cell, fence, s, step);
+EdgesInside::EdgesInside(const CellMap& cell, const Fence& fence, double step)
+    : cell_(cell), fence_(fence), step_(step) {}
+
+bool EdgesInside::reach(const Segment& s, std::int32_t from, std::int32_t to) {
+    const Approach approach(fence_, s);
     if (approach.none()) {
         return false;
     }
-    const Sampling at(s, step, approach.shares);
-    auto before = placed(cell, mix(s.a, s.b, at.share(0)), step);
-    for (int k = 1; k <= at.parts; ++k) {
-        const auto here = placed(cell, mix(s.a, s.b, at.share(k)), step);
-        if (here && before && (isInside(*here) || isInside(*before))) {
+    if (distance(s.a, s.b) <= sampling * step_) { // the ends are all its samples
+        const std::optional<FlatPoint> a = placeOf(from, s.a);
+        const std::optional<FlatPoint> b = placeOf(to, s.b);
+        if (a && b && (isInside(*a) || isInside(*b))) {
             return true;
         }
-        before = here;
     }
-    return !insideOf(cell, fence, s, step).empty();
+    return reachesInside(cell_, fence_, s, approach, step_);
+}
+
+const std::optional<FlatPoint>& EdgesInside::placeOf(std::int32_t vertex, const Point& position) {
+    Placed& kept = placed_[static_cast<std::size_t>(vertex) % placed_.size()];
+    if (kept.vertex != vertex) {
+        kept = {vertex, placed(cell_, position, step_)};
+    }
+    return kept.place;
 }
 
 double withinCell(double x) {

@@ -4,6 +4,8 @@
 #include "host/cloth/cell_map.h"
 #include "host/cloth/flat_point.h"
 
+#include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace drape::host {
@@ -33,8 +35,12 @@ public:
     // The shares between which a segment lies beyond none of the planes.
     Shares sharesWithin(const Segment& s) const;
 
+    // The same of the sphere around the cell and the height that is allowed.
+    Shares sharesAround(const Segment& s) const;
+
 private:
-    Point origin_;
+    Point origin_, centre_;
+    double reach_;
     std::array<Point, 4> out_{};
     std::array<double, 4> far_{};
 };
@@ -42,8 +48,28 @@ private:
 // The parts of a segment inside the cell.
 std::vector<Samples> insideOf(const CellMap& cell, const Fence& fence, const Segment& s, double step);
 
-// Whether any part of a segment is.
-bool reachesInside(const CellMap& cell, const Fence& fence, const Segment& s, double step);
+// Tells of edges of the mould whether any part of them is. The places of vertices are kept for a while, as
+// several edges ask for each.
+class EdgesInside {
+public:
+    EdgesInside(const CellMap& cell, const Fence& fence, double step);
+
+    // `from` and `to` are the vertices at the segment's ends, 0-based.
+    bool reach(const Segment& s, std::int32_t from, std::int32_t to);
+
+private:
+    struct Placed {
+        std::int32_t vertex = -1;
+        std::optional<FlatPoint> place;
+    };
+
+    const std::optional<FlatPoint>& placeOf(std::int32_t vertex, const Point& position);
+
+    const CellMap& cell_;
+    const Fence& fence_;
+    double step_;
+    std::array<Placed, 64> placed_;
+};
 
 // Of a coordinate inside a cell, 0 to 1.
 double withinCell(double x);

@@ -37,13 +37,6 @@ FlatPoint rimPlace(double rim) {
                      : FlatPoint{0.0, 4.0 - r};
 }
 
-// A part of a boundary edge inside the cell.
-struct EdgePart {
-    std::int32_t edge;
-    Samples samples;
-    bool used = false;
-};
-
 // Joins the parts to arcs, from edge to following edge where these meet inside the cell.
 std::vector<NetArc> arcsOf(std::vector<EdgePart>& parts, const MouldEdges& edges) {
     std::map<std::int32_t, std::size_t> startingAt; // edge, part that starts with the edge itself
@@ -232,13 +225,11 @@ CellRegion regionOf(const CellMap& cell, const std::vector<Foothold>& footholds,
     CellRegion region;
     const Fence fence(cell, search.step);
     std::vector<EdgePart> parts;
-    std::vector<std::int32_t> ended; // triangles whose edges the parts are of
     for (const std::int32_t e : near) {
         const BoundaryEdge& edge = search.edges.boundary[at(e)];
         const Segment s = segmentOf(search.mould, edge.from, edge.to);
         for (Samples& samples : insideOf(cell, fence, s, search.step)) {
             parts.push_back({e, std::move(samples)});
-            ended.push_back(edge.triangle);
         }
     }
     if (parts.empty() && standsOnAllCorners(cell, footholds)) {
@@ -253,7 +244,7 @@ CellRegion regionOf(const CellMap& cell, const std::vector<Foothold>& footholds,
     const bool carried = std::any_of(footholds.begin(), footholds.end(),
                                      [&](const Foothold& foothold) { return under.carries(foothold); });
     if (!parts.empty()) {
-        under.reachOn(ended);
+        under.reachOn(parts);
         std::erase_if(parts, [&](const EdgePart& part) {
             return !under.has(search.edges.boundary[at(part.edge)].triangle);
         });

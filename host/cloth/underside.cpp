@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 namespace drape::host {
 
@@ -27,7 +28,7 @@ Segment segmentOf(const Mould& mould, std::int32_t from, std::int32_t to) {
 }
 
 Underside::Underside(const CellMap& cell, const Fence& fence, RegionSearch& search)
-    : cell_(cell), fence_(fence), normal_(cell.normal()), search_(search) {
+    : cell_(cell), inside_(cell, fence, search.step), normal_(cell.normal()), search_(search) {
     ++search_.searches;
 }
 
@@ -37,11 +38,17 @@ void Underside::step(std::int32_t triangle, Passes passes) {
     for (std::size_t k = 0; k < 3; ++k) {
         const std::int32_t beyond = search_.edges.beyond[at(triangle)][k];
         if (beyond >= 0 && !has(beyond) &&
-            passes(segmentOf(search_.mould, search_.mould.corners[3 * at(triangle) + k] - 1,
-                             search_.mould.corners[3 * at(triangle) + (k + 1) % 3] - 1))) {
+            passes(search_.mould.corners[3 * at(triangle) + k] - 1,
+                   search_.mould.corners[3 * at(triangle) + (k + 1) % 3] - 1)) {
             add(beyond);
         }
     }
+}
+
+void Underside::stepUnder(std::int32_t triangle) {
+    step(triangle, [&](std::int32_t from, std::int32_t to) {
+        return inside_.reach(segmentOf(search_.mould, from, to), from, to);
+    });
 }
 
 // Whether the point lies over the triangle as seen along the cell's normal, its rim included.
@@ -71,8 +78,8 @@ double Underside::squareBetween(std::int32_t t, std::int32_t u) const {
 }
 
 void Underside::reachFrom(const Foothold& foothold) {
-    const auto meets = [&](const Segment& s) {
-        return distanceTo(s, foothold.position) <= sameCorner * search_.step;
+    const auto meets = [&](std::int32_t from, std::int32_t to) {
+        return distanceTo(segmentOf(search_.mould, from, to), foothold.position) <= sameCorner * search_.step;
     };
     add(foothold.triangle);
     std::size_t known = found_.size();
@@ -84,36 +91,84 @@ void Underside::reachFrom(const Foothold& foothold) {
 
 void Underside::reachOn() {
     for (std::size_t k = 0; k < found_.size(); ++k) {
-        step(found_[k], [&](const Segment& s) { return isUnder(s); });
+        stepUnder(found_[k]);
     }
 }
 
-void Underside::reachOn(const std::vector<std::int32_t>& wanted) {
-    using Open =
-        std::pair<double, std::int32_t>; // the square of its distance from the wanted one, a triangle
-    std::vector<Open> open;
-    for (const std::int32_t triangle : found_) {
-        open.emplace_back(0.0, triangle);
-    }
-    for (const std::int32_t triangle : wanted) {
+void Underside::reachOn(const std::vector<EdgePart>& parts) {
+    std::vector<char> followed(parts.size(), 0);
+    for (std::size_t k = 0; k < parts.size(); ++k) {
+        const std::int32_t triangle = search_.edges.boundary[at(parts[k].edge)].triangle;
+        if (!has(triangle)) {
+            reachStraight(triangle);
+        }
         if (has(triangle)) {
-            continue;
+            follow(k, parts, followed);
         }
-        for (auto& [square, here] : open) {
-            square = squareBetween(here, triangle);
+    }
+}
+
+void Underside::reachStraight(std::int32_t wanted) {
+    const auto toWanted = [&](std::int32_t triangle) {
+        return Open{squareBetween(triangle, wanted), triangle};
+    };
+    for (Open& open : open_) {
+        open = toWanted(open.second);
+    }
+    for (; listed_ < found_.size(); ++listed_) {
+        open_.push_back(toWanted(found_[listed_]));
+    }
+    std::make_heap(open_.begin(), open_.end(), std::greater<>());
+    while (!open_.empty() && !has(wanted)) {
+        std::pop_heap(open_.begin(), open_.end(), std::greater<>());
+        const std::int32_t here = open_.back().second;
+        open_.pop_back();
+        stepUnder(here);
+        for (; listed_ < found_.size(); ++listed_) {
+            open_.push_back(toWanted(found_[listed_]));
+            std::push_heap(open_.begin(), open_.end(), std::greater<>());
         }
-        std::make_heap(open.begin(), open.end(), std::greater<>());
-        while (!open.empty() && !has(triangle)) {
-            std::pop_heap(open.begin(), open.end(), std::greater<>());
-            const std::int32_t here = open.back().second;
-            open.pop_back();
-            std::size_t known = found_.size();
-            step(here, [&](const Segment& s) { return isUnder(s); });
-            for (; known < found_.size(); ++known) {
-                open.emplace_back(squareBetween(found_[known], triangle), found_[known]);
-                std::push_heap(open.begin(), open.end(), std::greater<>());
+    }
+}
+
+// Goes on from part to part where their edges meet inside the cell: all that lies round such a vertex is
+// underneath.
+void Underside::follow(std::size_t first, const std::vector<EdgePart>& parts, std::vector<char>& followed) {
+    std::vector<std::size_t> open{first};
+    while (!open.empty()) {
+        const EdgePart& part = parts[open.back()];
+        const bool isNew = std::exchange(followed[open.back()], char{1}) == 0;
+        open.pop_back();
+        for (const bool forward : {false, true}) {
+            const double end = forward ? part.samples.back().share : part.samples.front().share;
+            const bool reachesEnd = isNew && end == (forward ? 1.0 : 0.0);
+            const std::int32_t next = reachesEnd ? edgeRound(part.edge, forward) : -1;
+            for (std::size_t k = 0; next >= 0 && k < parts.size(); ++k) {
+                if (parts[k].edge == next && followed[k] == 0) {
+                    open.push_back(k);
+                }
             }
         }
+    }
+}
+
+// Goes round the vertex at which a boundary edge ends or begins, to the other boundary edge there; -1 if a
+// triangle between them faces away.
+std::int32_t Underside::edgeRound(std::int32_t edge, bool forward) {
+    const BoundaryEdge& from = search_.edges.boundary[at(edge)];
+    const std::int32_t vertex = (forward ? from.to : from.from) + 1;
+    for (std::int32_t here = from.triangle;;) {
+        const auto corners = search_.mould.corners.begin() + 3 * static_cast<std::ptrdiff_t>(here);
+        const auto corner = static_cast<std::size_t>(std::find(corners, corners + 3, vertex) - corners);
+        const std::int32_t beyond = search_.edges.beyond[at(here)][(corner + (forward ? 0 : 2)) % 3];
+        if (beyond < 0) {
+            return -1 - beyond;
+        }
+        add(beyond);
+        if (!has(beyond)) {
+            return -1;
+        }
+        here = beyond;
     }
 }
 

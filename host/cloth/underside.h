@@ -23,6 +23,13 @@ struct Foothold {
 
 Segment segmentOf(const Mould& mould, std::int32_t from, std::int32_t to);
 
+// A part of a boundary edge inside a cell.
+struct EdgePart {
+    std::int32_t edge;
+    Samples samples;
+    bool used = false; // for those who join them
+};
+
 // The walk over the mould underneath one cell; one at a time per search.
 class Underside {
 public:
@@ -34,8 +41,9 @@ public:
     // Then all that hang together with them under the cell.
     void reachOn();
 
-    // Or only until it has come to each of `wanted` that it can come to, straight at them.
-    void reachOn(const std::vector<std::int32_t>& wanted);
+    // Or only until it has come to the triangle of each part that it can come to, straight at it. From there
+    // it goes on along the mould's edge as far as that stays inside the cell.
+    void reachOn(const std::vector<EdgePart>& parts);
 
     // Whether mould lies under the cell right beside a foothold's corner.
     bool carries(const Foothold& foothold) const;
@@ -47,16 +55,23 @@ public:
 private:
     bool liesOver(const Point& p, std::int32_t triangle) const;
     void add(std::int32_t triangle);
-    bool isUnder(const Segment& s) const { return reachesInside(cell_, fence_, s, search_.step); }
+    void stepUnder(std::int32_t triangle);
     double squareBetween(std::int32_t t, std::int32_t u) const;
+    void reachStraight(std::int32_t wanted);
+    void follow(std::size_t first, const std::vector<EdgePart>& parts, std::vector<char>& followed);
+    std::int32_t edgeRound(std::int32_t edge, bool forward);
     template <class Passes>
     void step(std::int32_t triangle, Passes passes);
 
+    using Open = std::pair<double, std::int32_t>; // the square of its distance from a wanted one, a triangle
+
     const CellMap& cell_;
-    const Fence& fence_;
+    EdgesInside inside_;
     Point normal_;
     RegionSearch& search_;
     std::vector<std::int32_t> found_;
+    std::vector<Open> open_; // found and not gone on from
+    std::size_t listed_ = 0; // of those found, how many have been open
 };
 
 // The triangles that hang together underneath the cell with the ones around its footholds, rising.
