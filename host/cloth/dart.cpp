@@ -17,7 +17,7 @@ namespace {
 
 constexpr double onLine = 0.01;   // cells that a point of a slit's side may lie off the slit
 constexpr double shortest = 1.0;  // cells, of a dart
-constexpr double rounding = 1e-3; // cells that the outline may go back along a side, as at its mouth
+constexpr double rounding = 0.02; // cells that the outline may go back along a side, as at its mouth
 
 double lengthOf(const std::vector<Point>& line) {
     double sum = 0.0;
@@ -63,7 +63,6 @@ std::array<Leg, 2> legsOn(const NetPattern& net, const std::vector<Point>& line,
         for (std::size_t k = 0; k < count; ++k) {
             const std::size_t next = (k + 1) % count;
             if (loop.borders[k] != NetBorder::cloth && places[k] && places[next] &&
-
                 std::abs(*places[k] - *places[next]) > rounding * step) {
                 Leg& leg = legs[*places[next] < *places[k] ? 0 : 1];
                 leg.push_back({*places[k], loop.flat[k]});
