@@ -37,7 +37,8 @@ constexpr double inward = 5.0 * toleranceShare;
 constexpr double mostInward = 0.05;
 constexpr double growth = 1.5;
 constexpr double clearShare = 1.5 * toleranceShare; // of a cell
-constexpr double clearOfHeight = 0.15;              // of the triangle's least height
+constexpr double mostFromTip = 0.005;               // of a cell
+constexpr double mostOfSide = 0.3;                  // of the triangle's longest side
 constexpr double sameFacing = 1e-6;                 // difference of unit normals
 constexpr int mostMoves = 20;
 
@@ -94,24 +95,28 @@ bool endsNear(const Mould& mould, std::size_t triangle, const Point& point, doub
     return false;
 }
 
-double leastHeight(const Mould& mould, std::size_t triangle) {
-    double longest = 0.0;
-    for (std::size_t k = 0; k < 3; ++k) {
-        longest = std::max(longest, distance(mould.corner(triangle, k), mould.corner(triangle, (k + 1) % 3)));
-    }
-    return finite(2.0 * mould.facets[triangle].area / longest);
-}
-
 // How a start is moved: at most by a length and by a share of the way, off what lies within `clear` of it.
+// Where slender triangles meet, being clear of their sides takes a long way, so there less than `clear` is
+// asked: what takes no more than about `most` of a way from their tip.
 struct Move {
-    double length, share, clear;
+    double length, share, clear, most;
+
+    double clearIn(const Mould& mould, std::size_t triangle) const {
+        double longest = 0.0;
+        for (std::size_t k = 0; k < 3; ++k) {
+            longest =
+                std::max(longest, distance(mould.corner(triangle, k), mould.corner(triangle, (k + 1) % 3)));
+        }
+        const double slope = 2.0 * mould.facets[triangle].area / (longest * longest);
+        return finite(std::min(clear, 0.5 * slope * std::min(mostOfSide * longest, most)));
+    }
 };
 
 // Where a place on the mould goes if the mould ends there, or triangles meet there that face differently;
 // nothing if it may stay. `onRim` says which it was.
 std::optional<SurfacePoint> movedOffEdges(const Mould& mould, const SurfacePoint& place, const Move& move,
                                           bool& onRim) {
-    const double reach = std::min(move.clear, clearOfHeight * leastHeight(mould, place.triangle));
+    const double reach = move.clearIn(mould, place.triangle);
     SurfacePoint chosen = place;
     bool alike = true;
     const auto look = [&](std::size_t t) {
@@ -147,7 +152,7 @@ SurfacePoint seedOn(const Mould& mould, const Point& point, const std::array<dou
                     Notes& notes) {
     const SurfacePoint nearest = nearestPoint(mould, point);
     const double cell = std::min(steps[0], steps[1]);
-    Move move{inward * cell, mostInward, clearShare * cell};
+    Move move{inward * cell, mostInward, clearShare * cell, mostFromTip * cell};
     SurfacePoint seed = nearest;
     bool onRim = false; // at any of the moves
     // The last place may stay, since a drape from the start that is told has to be the same drape.
