@@ -71,13 +71,30 @@ SurfacePoint firstNearest(const Mould& mould, const Point& point) {
                              [](const auto& a, const auto& b) { return a.distance < b.distance; });
 }
 
+// Whether a triangle is farther than `enough` from every edge as the crow flies; then it is along the surface
+// too, which is longer to measure.
+bool hasRoomInSpace(const Mould& mould, std::size_t triangle, double enough) {
+    constexpr double clear = 1.0 + 1e-6; // far above rounding
+    const double reach = clear * enough + 2.0 * mould.facets[triangle].reach;
+    return std::all_of(mould.edges.boundary.begin(), mould.edges.boundary.end(), [&](const BoundaryEdge& e) {
+        const Point& from = mould.positions[at(e.from)];
+        const Point& to = mould.positions[at(e.to)];
+        const Point& middle = mould.facets[triangle].centroid;
+        return distance(middle, nearestOnSegment(from, to, middle)) >= reach;
+    });
+}
+
 // The surface point nearest to the centroid, unless that lies at an edge of the surface, where a drape gets
 // nowhere: then the nearest place to it that has a few cells of room, or half of the most room there is.
-SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, const std::vector<double>& toEdge,
-                      Notes& notes) {
+SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, Notes& notes) {
     constexpr double cellsOfRoom = 3.0;
     const Point centroid = centroidOf(mesh);
     const SurfacePoint nearest = firstNearest(mould, centroid);
+    const double enough = cellsOfRoom * std::sqrt(mould.area) / cellsAcross;
+    if (mould.loops.empty() || hasRoomInSpace(mould, nearest.triangle, enough)) {
+        return nearest;
+    }
+    const std::vector<double> toEdge = distancesToEdge(mesh, mould);
     const auto room = [&](std::size_t t, const Point& p) {
         const double area = mould.facets[t].area;
         double sum = 0.0;
@@ -87,13 +104,12 @@ SurfacePoint middleOf(const TriangleMesh& mesh, const Mould& mould, const std::v
         }
         return sum;
     };
-    const double enough = cellsOfRoom * std::sqrt(mould.area) / cellsAcross;
     double most = 0.0;
     for (std::size_t t = 0; t < mesh.triangles.size() && 0.5 * most < enough; ++t) {
         most = std::max(most, room(t, centreOf(mesh, t)));
     }
     const double wanted = std::min(0.5 * most, enough);
-    if (mould.loops.empty() || room(nearest.triangle, nearest.position) >= wanted) {
+    if (room(nearest.triangle, nearest.position) >= wanted) {
         return nearest;
     }
     SurfacePoint best;
@@ -143,12 +159,9 @@ Surface preparedSurface(const PolygonSoup& soup, const SurfaceWishes& wishes, co
     sheet = inSpatialOrder(sheet);
     surface.mesh = sheet.mesh;
     surface.mould = std::make_shared<const Mould>(mouldOf(std::move(sheet)));
-    if (!seed) {
-        surface.toEdge = distancesToEdge(surface.mesh, *surface.mould);
-    }
     const SurfacePoint middle =
         seed ? nearestPoint(*surface.mould, *seed)
-             : middleOf(surface.mesh, *surface.mould, surface.toEdge, wishes.startsInMiddle ? notes : untold);
+             : middleOf(surface.mesh, *surface.mould, wishes.startsInMiddle ? notes : untold);
     surface.defaultSeed = middle.position;
     double area = surface.mould->area;
     if (wishes.within) {

@@ -20,7 +20,6 @@ struct Surface {
     std::shared_ptr<const Mould> mould; // the same, ready for the library; never null
     Point defaultSeed{};                // the seed asked for, moved onto the mesh, else one near the middle
     std::array<double, 2> steps{};      // cell lengths along warp and weft
-    std::vector<double> toEdge;         // per vertex, distance to the nearest edge along it; can be empty
     Side side;                          // to which the normals point and on which the cloth lies
 };
 

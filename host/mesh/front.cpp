@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <functional>
 #include <numeric>
+#include <span>
+#include <tuple>
 
 namespace drape::host {
 
@@ -26,9 +28,11 @@ struct Step {
     }
 };
 
+} // namespace
+
 // The steps to be taken, the smallest first. Those of the nearest layer are a heap, which stays small; the
 // others are listed by their layers in no order.
-class Queue {
+class Wave::Queue {
 public:
     explicit Queue(double layer) : perLayer_(layer > 0.0 && std::isfinite(layer) ? 1.0 / layer : 0.0) {}
 
@@ -53,18 +57,20 @@ public:
         layers_[layer] = place;
     }
 
-    // False once there is none left.
-    bool pop(Step& step) {
+    // The next step, null once there is none left.
+    const Step* next() {
         while (heap_.empty()) {
             if (nearest_ + 1 >= layers_.size()) {
-                return false;
+                return nullptr;
             }
             takeLayer(++nearest_);
         }
-        step = heap_.front();
+        return &heap_.front();
+    }
+
+    void drop() {
         std::pop_heap(heap_.begin(), heap_.end(), std::greater<>());
         heap_.pop_back();
-        return true;
     }
 
 private:
@@ -98,6 +104,8 @@ private:
     std::vector<std::uint32_t> layers_; // the list of each, as an index of `far_`
     std::uint32_t free_ = none;         // the list of places that can be used again
 };
+
+namespace {
 
 // A triangle as seen from one of its vertices, with its two sides there as vectors.
 struct Wedge {
@@ -149,12 +157,16 @@ double lengthOf(const Wedge& wedge, double side, double base, double other, doub
 Front::Front(const TriangleMesh& mesh) : mesh_(mesh), start_(mesh.positions.size() + 1, 0) {
     constexpr double layersPerEdge = 64.0;
     double sum = 0.0;
+    double longestSquare = 0.0;
     for (const auto& [a, b, c] : mesh.triangles) {
+        const auto& [p, q, r] = std::tie(mesh.positions[at(a)], mesh.positions[at(b)], mesh.positions[at(c)]);
+        longestSquare = std::max({longestSquare, dot(q - p, q - p), dot(r - q, r - q), dot(p - r, p - r)});
         ++start_[at(a)];
         ++start_[at(b)];
         ++start_[at(c)];
         sum += distance(mesh.positions[at(a)], mesh.positions[at(b)]);
     }
+    longestEdge_ = std::sqrt(longestSquare);
     layer_ = sum / (layersPerEdge * static_cast<double>(mesh.triangles.size()));
     std::partial_sum(start_.begin(), start_.end(), start_.begin());
     corners_.resize(3 * mesh.triangles.size());
@@ -166,54 +178,80 @@ Front::Front(const TriangleMesh& mesh) : mesh_(mesh), start_(mesh.positions.size
     }
 }
 
-std::vector<double> Front::run(const std::vector<Start>& starts, double farthest) const {
-    std::vector<double> reached(mesh_.positions.size(), unreached);
-    Queue open(layer_);
+std::vector<double> Front::distancesFrom(const SurfacePoint& from, double farthest) const {
+    Wave wave(*this, from);
+    wave.goOnTo(farthest);
+    return wave.takeDistances();
+}
+
+std::vector<double> Front::distancesFrom(const std::vector<std::int32_t>& vertices) const {
+    Wave wave(*this, vertices);
+    wave.goOnTo(unreached);
+    return wave.takeDistances();
+}
+
+Wave::Wave(const Front& front, const SurfacePoint& from)
+    : front_(front), reached_(front.mesh_.positions.size(), unreached),
+      open_(std::make_unique<Queue>(front.layer_)) {
+    for (const std::int32_t v : front.mesh_.triangles[from.triangle]) {
+        begin(v, distance(front.mesh_.positions[at(v)], from.position));
+    }
+}
+
+Wave::Wave(const Front& front, const std::vector<std::int32_t>& vertices)
+    : front_(front), reached_(front.mesh_.positions.size(), unreached),
+      open_(std::make_unique<Queue>(front.layer_)) {
+    for (const std::int32_t v : vertices) {
+        begin(v, 0.0);
+    }
+}
+
+Wave::Wave(Wave&& other) noexcept = default;
+Wave::~Wave() = default;
+
+void Wave::begin(std::int32_t vertex, double distance) {
+    if (distance < reached_[at(vertex)]) {
+        reached_[at(vertex)] = distance;
+        open_->push({distance, vertex});
+    }
+}
+
+void Wave::goOnTo(double farthest) {
+    const std::span<const Point> positions(front_.mesh_.positions);
+    const std::span<const std::int32_t> start(front_.start_);
+    const std::span<const Front::Corners> corners(front_.corners_);
+    const std::span<double> reached(reached_);
+    Queue& open = *open_;
     const auto improve = [&](std::int32_t v, double d) {
         if (d < reached[at(v)]) {
             reached[at(v)] = d;
             open.push({d, v});
         }
     };
-    for (const auto& [vertex, d] : starts) {
-        improve(vertex, d);
-    }
-    Step step{};
-    while (open.pop(step) && !(step.distance > farthest)) {
-        const std::int32_t v = step.vertex;
-        if (step.distance > reached[at(v)]) {
+    for (const Step* next = open.next(); next != nullptr && !(next->distance > farthest);
+         next = open.next()) {
+        const auto [here, v] = *next;
+        open.drop();
+        if (here > reached[at(v)]) {
             continue;
         }
-        const Point& here = mesh_.positions[at(v)];
-        for (std::int32_t k = start_[at(v)]; k < start_[at(v) + 1]; ++k) {
-            const auto& [next, last] = corners_[at(k)];
-            const Point toNext = mesh_.positions[at(next)] - here;
-            const Point toLast = mesh_.positions[at(last)] - here;
-            const double nextSquare = dot(toNext, toNext);
-            const double lastSquare = dot(toLast, toLast);
-            const double both = dot(toNext, toLast);
-            const Wedge wedge{both, nextSquare * lastSquare - both * both, step.distance};
-            improve(next, lengthOf(wedge, nextSquare, lastSquare, reached[at(last)], reached[at(next)]));
-            improve(last, lengthOf(wedge, lastSquare, nextSquare, reached[at(next)], reached[at(last)]));
+        const Point& position = positions[at(v)];
+        for (std::int32_t k = start[at(v)]; k < start[at(v) + 1]; ++k) {
+            const auto& [a, b] = corners[at(k)];
+            const Point toA = positions[at(a)] - position;
+            const Point toB = positions[at(b)] - position;
+            const double squareA = dot(toA, toA);
+            const double squareB = dot(toB, toB);
+            const double both = dot(toA, toB);
+            const Wedge wedge{both, squareA * squareB - both * both, here};
+            improve(a, lengthOf(wedge, squareA, squareB, reached[at(b)], reached[at(a)]));
+            improve(b, lengthOf(wedge, squareB, squareA, reached[at(a)], reached[at(b)]));
         }
     }
-    return reached;
 }
 
-std::vector<double> Front::distancesFrom(const SurfacePoint& from, double farthest) const {
-    std::vector<Start> starts;
-    for (const std::int32_t v : mesh_.triangles[from.triangle]) {
-        starts.push_back({v, distance(mesh_.positions[at(v)], from.position)});
-    }
-    return run(starts, farthest);
-}
-
-std::vector<double> Front::distancesFrom(const std::vector<std::int32_t>& vertices) const {
-    std::vector<Start> starts;
-    for (const std::int32_t v : vertices) {
-        starts.push_back({v, 0.0});
-    }
-    return run(starts, unreached);
+bool Wave::hasEnded() const {
+    return open_->next() == nullptr;
 }
 
 } // namespace drape::host

@@ -22,10 +22,52 @@ constexpr double outlineWeight = 2.0;
 
 constexpr double sameRoom = 1e-6; // share of it
 
+// Waves look first whether they have gone far enough at this many square roots of the surface's area, later
+// at this share of the last room.
+constexpr double leastReach = 0.25;
+constexpr double leastShrunk = 0.6;
+
 struct Roomiest {
     std::size_t triangle = 0;
     double room = -1.0;
 };
+
+// A wave from what a seed has to keep away from.
+struct Weighing {
+    Wave wave;
+    double weight; // of its distances, in room
+};
+
+// Lets each wave take its distances off the room at every vertex. None goes farther than there is room.
+void takeAway(std::vector<Weighing>& waves, double edge, double firstReach, std::vector<double>& room) {
+    constexpr double further = 1.2;
+    // What a wave has still to do a few edges beyond a vertex changes nothing there.
+    const double margin = 3.0 * edge;
+    const auto roomAt = [&](std::size_t v) {
+        double least = room[v];
+        for (const Weighing& w : waves) {
+            least = std::min(least, w.weight * w.wave.distances()[v]);
+        }
+        return least;
+    };
+    double most = std::numeric_limits<double>::infinity();
+    bool open = true;
+    for (double reach = firstReach; open && most > reach;) {
+        open = false;
+        for (Weighing& w : waves) {
+            w.wave.goOnTo(reach / w.weight + margin);
+            open = open || !w.wave.hasEnded();
+        }
+        most = 0.0;
+        for (std::size_t v = 0; v < room.size(); ++v) {
+            most = std::max(most, roomAt(v));
+        }
+        reach = most > reach ? std::min(most, further * reach) : reach;
+    }
+    for (std::size_t v = 0; v < room.size(); ++v) {
+        room[v] = roomAt(v);
+    }
+}
 
 // The triangle whose corner with the least room has the most; of several that have as much, but for rounding,
 // the first.
@@ -45,30 +87,26 @@ Roomiest roomiestOf(const TriangleMesh& mesh, const std::vector<double>& room) {
 
 std::vector<Point> spreadSeeds(const Surface& surface, std::size_t count) {
     const TriangleMesh& mesh = surface.mesh;
+    std::vector<Point> seeds{surface.defaultSeed};
+    if (count < 2) {
+        seeds.resize(count);
+        return seeds;
+    }
     const Front front(mesh);
     std::vector<double> room(mesh.positions.size(), std::numeric_limits<double>::infinity());
-    const auto take = [&](const std::vector<double>& distances, double weight) {
-        for (std::size_t v = 0; v < room.size(); ++v) {
-            room[v] = std::min(room[v], weight * distances[v]);
-        }
-    };
-    const std::vector<Loop>& loops = surface.mould->loops;
-    if (loops.size() == 1 && !surface.toEdge.empty()) {
-        take(surface.toEdge, outlineWeight);
-    } else if (!loops.empty()) {
-        take(front.distancesFrom(loops.front().vertices), outlineWeight);
+    std::vector<Weighing> waves;
+    if (!surface.mould->loops.empty()) {
+        waves.push_back({Wave(front, surface.mould->loops.front().vertices), outlineWeight});
     }
-    std::vector<Point> seeds{surface.defaultSeed};
-    Roomiest roomiest = roomiestOf(mesh, room);
+    double firstReach = leastReach * std::sqrt(surface.mould->area);
     while (seeds.size() < count && seeds.size() < mesh.triangles.size()) {
-        // Beyond the most room there is, distances can take nothing away.
-        take(
-            front.distancesFrom(nearestPoint(*surface.mould, seeds.back()), (1.0 + sameRoom) * roomiest.room),
-            1.0);
-        roomiest = roomiestOf(mesh, room);
+        waves.push_back({Wave(front, nearestPoint(*surface.mould, seeds.back())), 1.0});
+        takeAway(waves, front.longestEdge(), firstReach, room);
+        waves.clear();
+        const Roomiest roomiest = roomiestOf(mesh, room);
         seeds.push_back(centreOf(mesh, roomiest.triangle));
+        firstReach = leastShrunk * roomiest.room;
     }
-    seeds.resize(std::min(seeds.size(), count));
     return seeds;
 }
 
