@@ -2,7 +2,8 @@
 
     check_rooms.py <top of the repository>
 
-An include that runs against them, an include that names no file, and a room that isn't listed are errors.
+An include that runs against them, an include that names no file, a room that isn't listed, and a header of the host
+core that is installed without one that it includes are errors.
 """
 import pathlib
 import re
@@ -50,6 +51,17 @@ def allowed(room, path):
     return room_of(path) == room or any(path == entry or room_of(path) == entry for entry in ROOMS[room])
 
 
+def not_installed(top):
+    """What headers that hosts get include, without hosts getting it."""
+    listed = re.search(r"set\(DRAPE_HOST_HEADERS([^)]*)\)", (top / "host/CMakeLists.txt").read_text()).group(1).split()
+    return [
+        f"host/{header} is installed and includes {included}, which isn't"
+        for header in listed
+        for included in INCLUDE.findall((top / "host" / header).read_text())
+        if included.startswith("host/") and included.removeprefix("host/") not in listed
+    ]
+
+
 def main():
     top = pathlib.Path(sys.argv[1])
     wrong = []
@@ -72,6 +84,7 @@ def main():
     for included in INCLUDE.findall((top / "run/model.h").read_text()):
         if room_of(included) not in (None, "include", "services", "run"):
             wrong.append(f"run/model.h includes {included}, so it's no leaf")
+    wrong += not_installed(top)
     for line in wrong:
         print(line)
     return 1 if wrong else 0
