@@ -19,14 +19,6 @@ constexpr double onLine = 0.01;   // cells that a point of a slit's side may lie
 constexpr double shortest = 1.0;  // cells, of a dart
 constexpr double rounding = 0.02; // cells that the outline may go back along a side, as at its mouth
 
-double lengthOf(const std::vector<Point>& line) {
-    double sum = 0.0;
-    for (std::size_t k = 0; k + 1 < line.size(); ++k) {
-        sum += distance(line[k], line[k + 1]);
-    }
-    return sum;
-}
-
 // How far along a line `p` lies, if it lies on it.
 std::optional<double> placeOn(const std::vector<Point>& line, const Point& p, double slack) {
     std::optional<double> place;

@@ -3,6 +3,8 @@
 
 #include <array>
 #include <cmath>
+#include <cstddef>
+#include <span>
 
 namespace drape::host {
 
@@ -31,6 +33,16 @@ inline double length(const Point& a) {
 inline double distance(const Point& a, const Point& b) {
     return length(subtract(a, b));
 }
+
+// Of a line from point to point.
+inline double lengthOf(std::span<const Point> line) {
+    double sum = 0.0;
+    for (std::size_t k = 0; k + 1 < line.size(); ++k) {
+        sum += distance(line[k], line[k + 1]);
+    }
+    return sum;
+}
+
 inline Point mix(const Point& a, const Point& b, double t) {
     return {a[0] + t * (b[0] - a[0]), a[1] + t * (b[1] - a[1]), a[2] + t * (b[2] - a[2])};
 }

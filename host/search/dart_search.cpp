@@ -56,14 +56,6 @@ double stepOf(const CoverGround& cover) {
     return std::max(cover.surface.steps[0], cover.surface.steps[1]);
 }
 
-double lengthOf(const std::vector<Point>& line) {
-    double sum = 0.0;
-    for (std::size_t k = 0; k + 1 < line.size(); ++k) {
-        sum += distance(line[k], line[k + 1]);
-    }
-    return sum;
-}
-
 // All of a closed surface but what lies farthest from the seed, so that a slit of it has an edge to end at.
 std::shared_ptr<const Room> roomOnClosed(const CoverGround& cover, const Point& seed) {
     const Ground& ground = cover.ground;

@@ -252,7 +252,7 @@ void drawCutLineAndCurves(Canvas& canvas, const Placement& page, const Scene& sc
     cairo_set_dash(canvas.cairo(), nullptr, 0, 0.0);
 }
 
-// The sides of each dart, with its size at its mouth.
+// The sides of each dart; what it is stands at its tip.
 void drawDarts(Canvas& canvas, const Placement& page, const Scene& scene, Painter& painter) {
     canvas.colour(dartColour);
     for (const Dart& dart : scene.darts) {
