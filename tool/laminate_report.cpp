@@ -98,6 +98,7 @@ Json coreJson(const LaminateStory& story, const CoreSample& core) {
              {"cloth", ply.wish.cloth.name},
              {"angle", std::isfinite(layer.fibres.toRosette) ? Json(layer.fibres.toRosette) : Json()},
              {"shear", layer.fibres.shear},
+             {"otherSide", layer.onOtherSide},
              {"bottom", layer.bottom},
              {"thickness", layer.thickness},
              {"warp", pointJson(layer.fibres.warp)},

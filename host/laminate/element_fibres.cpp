@@ -35,7 +35,8 @@ void lay(ElementFibres& fibres, const ElementFrame& frame, const Point& above, c
     fibres.weft = unit(inPlane(fibres.weft, frame.normal));
     fibres.toSide = turnBetween(frame.side, fibres.warp, frame.normal);
     const Point zero = inPlane(unit(rosette), frame.normal);
-    const double sense = dot(frame.normal, above) < 0.0 ? -1.0 : 1.0;
+    fibres.above = dot(frame.normal, above) >= 0.0;
+    const double sense = fibres.above ? 1.0 : -1.0;
     fibres.toRosette = length(zero) < leastSine ? std::numeric_limits<double>::quiet_NaN()
                                                 : turnBetween(zero, fibres.warp, scale(frame.normal, sense));
 }

@@ -33,6 +33,7 @@ struct ElementFibres {
     Point weft{};
     double shear = 0.0;     // degrees
     double thickness = 1.0; // how many times as thick as flat cloth
+    bool above = true;      // the cloth lies on the side that the element's own normal points to
     double toSide = 0.0;    // degrees from the element's side 1-2 to the warp, about its own normal
     double toRosette = 0.0; // degrees from the rosette laid into the element to the warp, seen from the
                             // cloth's side; not a number where the rosette stands upright on the element

@@ -157,6 +157,16 @@ void takeFibres(LaidPly& ply, const Laminate& laminate, const std::vector<Facet>
     }
 }
 
+// Whether a surface of the laminate's elements faces the same way as those of plies that name no side.
+bool facesOwnSide(const Mould& mould, const Laminate& laminate) {
+    const auto facets = facetsOf(mould, laminate.shell.elements.size());
+    double alike = 0.0;
+    for (std::size_t e = 0; e < facets.size(); ++e) {
+        alike += facets[e].area * dot(facets[e].normal, laminate.facets[e].normal);
+    }
+    return alike >= 0.0;
+}
+
 // All plies on the bare mould.
 void layOnMould(Laminate& laminate, const Layer& layer, const RegionCurves& regions, const ForEach& forEach,
                 Notes& notes) {
@@ -201,6 +211,7 @@ void layOnMould(Laminate& laminate, const Layer& layer, const RegionCurves& regi
         }
         const auto surface = surfaces.find(surfaceKey(ply.wish));
         if (surface != surfaces.end()) {
+            ply.onOtherSide = !facesOwnSide(*surface->second.mould, laminate);
             takeRegion(ply, surface->second, regions);
             takeFibres(ply, laminate, facetsOf(*surface->second.mould, laminate.shell.elements.size()));
         }
@@ -217,19 +228,9 @@ Thickness thicknessOver(const Mould& mould, const std::vector<double>& onElement
     return thickness;
 }
 
-// Whether a surface of the laminate's elements faces the same way as those of plies that name no side.
-bool facesOwnSide(const Mould& mould, const Laminate& laminate) {
-    const auto facets = facetsOf(mould, laminate.shell.elements.size());
-    double alike = 0.0;
-    for (std::size_t e = 0; e < facets.size(); ++e) {
-        alike += facets[e].area * dot(facets[e].normal, laminate.facets[e].normal);
-    }
-    return alike >= 0.0;
-}
-
 // Each ply on those below it. A ply on the other side begins on the bare mould there.
 void layOnEachOther(Laminate& laminate, const Layer& layer, const RegionCurves& regions, Notes& notes) {
-    std::map<bool, std::vector<double>> below; // thickness per element, on the own side and the other
+    std::map<bool, std::vector<double>> below; // thickness per element, on the mould's own side and the other
     std::map<std::vector<double>, Surface> bare;
     for (LaidPly& ply : laminate.plies) {
         if (!ply.wish.trouble.empty()) {
@@ -243,7 +244,8 @@ void layOnEachOther(Laminate& laminate, const Layer& layer, const RegionCurves& 
                 bare.emplace(key, layer.surfaceFor(ply.wish, bare.empty() ? notes : untold));
             }
             const Mould& mould = *bare.at(key).mould;
-            auto& thickness = below[facesOwnSide(mould, laminate)];
+            ply.onOtherSide = !facesOwnSide(mould, laminate);
+            auto& thickness = below[ply.onOtherSide];
             thickness.resize(laminate.shell.elements.size(), 0.0);
             const Surface surface = builtUp(bare.at(key), thicknessOver(mould, thickness), job.notes);
             layer.drape(ply.wish, surface, job);
@@ -319,6 +321,8 @@ CoreSample coreAt(const Laminate& laminate, const Point& place) {
     core.distance = nearest.distance;
     core.normal = laminate.mould->facets[nearest.triangle].normal;
     core.element = laminate.mould->sourceFaces[nearest.triangle] - 1;
+    double height = 0.0; // of what is known so far above the mould, and how deep below
+    double depth = 0.0;
     for (std::size_t p = 0; p < laminate.plies.size(); ++p) {
         const LaidPly& ply = laminate.plies[p];
         if (!ply.isLaid()) {
@@ -338,12 +342,15 @@ CoreSample coreAt(const Laminate& laminate, const Point& place) {
             layer.fibres = ply.fibres[at(core.element)];
         }
         if (layer.fibres.cover != ElementCover::none) {
-            layer.bottom = core.thickness;
             layer.thickness = ply.wish.cloth.thickness * layer.fibres.thickness;
-            core.thickness += layer.thickness;
-            core.layers.push_back(layer);
+            layer.onOtherSide = dot(facet.normal, core.normal) < 0.0;
+            depth += layer.onOtherSide ? layer.thickness : 0.0;
+            layer.bottom = layer.onOtherSide ? -depth : height;
+            height += layer.onOtherSide ? 0.0 : layer.thickness;
+            core.layers.insert(layer.onOtherSide ? core.layers.begin() : core.layers.end(), layer);
         }
     }
+    core.thickness = depth + height;
     return core;
 }
 

@@ -17,7 +17,8 @@ struct LaidPly {
     PlyWish wish;
     std::shared_ptr<const Trial> trial;
     std::shared_ptr<const PieceSet> pieces;
-    std::string trouble; // why there is no drape, or why it ended early; empty if all is well
+    bool onOtherSide = false; // of the mould than plies that name no side
+    std::string trouble;      // why there is no drape, or why it ended early; empty if all is well
     Notes notes;
     std::vector<CurveResult> curves;   // the region's edge, if it has a region
     std::vector<FlatPoint> region;     // the same on the pattern
@@ -66,20 +67,22 @@ using RegionCurves = std::map<std::string, DrawnCurve>;
 Laminate laid(const ShellMesh& shell, const std::vector<PlyWish>& plies, const LaminateWishes& wishes,
               const RegionCurves& regions, const ForEach& forEach, Notes& notes);
 
-// What lies at a place, from the mould outward.
+// What lies at a place. Heights count from the mould along its normal, in its unit, and are below 0 for plies
+// on the other side.
 struct CoreLayer {
     std::size_t ply = 0; // index into the plies
     ElementFibres fibres;
-    double bottom = 0.0; // over the mould, in its unit
+    bool onOtherSide = false; // of the mould than its normal points to; angles are seen from there
+    double bottom = 0.0;
     double thickness = 0.0;
 };
 struct CoreSample {
     Point asked{};
-    Point place{}; // on the mould
-    Point normal{};
-    double distance = 0.0;     // between the two
-    std::int32_t element = -1; // index into the elements
-    std::vector<CoreLayer> layers;
+    Point place{};                 // on the mould
+    Point normal{};                // on the side of plies that name none
+    double distance = 0.0;         // between the two
+    std::int32_t element = -1;     // index into the elements
+    std::vector<CoreLayer> layers; // along the normal, the lowest first
     double thickness = 0.0;
 };
 

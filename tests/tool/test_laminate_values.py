@@ -167,7 +167,7 @@ class LaminateValues(unittest.TestCase):
         for row in self.rows:
             by_ply.setdefault(row["ply"], {})[int(row["element"])] = row
         self.assertEqual(list(self.rows[0]), ("element sequence ply cover angle_side_deg angle_rosette_deg angle_change_deg shear_deg thickness_factor thickness "
-                                              "warp_x warp_y warp_z weft_x weft_y weft_z piece").split())
+                                              "warp_x warp_y warp_z weft_x weft_y weft_z piece side").split())
         places = [(place, normal) for place, normal, _ in self.spots]
         carried = 0
         for k, name in enumerate(NAMES):
@@ -185,6 +185,7 @@ class LaminateValues(unittest.TestCase):
                 lie = lambda v, about: unit(sub(v, scaled(about, dot(v, about))))
                 turn = lambda a, b, about: math.degrees(math.atan2(dot(about, cross(a, b)), dot(a, b)))
                 above = own if dot(own, places[e][1]) > 0 else scaled(own, -1)
+                self.assertEqual(row["side"], "1" if above is own else "-1")
                 warp, weft = lie(fibres.warp, own), lie(fibres.weft, own)
                 self.near([float(row[f"{kind}_{x}"]) for kind in ("warp", "weft") for x in "xyz"], [*warp, *weft], 1e-4)
                 rosette = turn(lie([1, 0.5, 0.1], own), warp, above)
@@ -206,7 +207,7 @@ class LaminateValues(unittest.TestCase):
         self.assertEqual(faces, {element(e): tuple(of_point[self.points[v]] for v in f) for e, f in enumerate(self.faces)})
         self.assertEqual(dict(zip(grid.cell_data["element"], grid.polygons["types"])), {element(e): {3: 5, 4: 9}[len(f)] for e, f in enumerate(self.faces)})
         rows = {(int(row["sequence"]), int(row["element"])): row for row in self.rows}
-        names = {"element", "plies", "thickness"} | {f"ply{k}_{x}" for k in (1, 2, 3) for x in ("cover", "angle", "shear", "thickness", "warp", "weft")}
+        names = {"element", "plies", "thickness"} | {f"ply{k}_{x}" for k in (1, 2, 3) for x in ("cover", "side", "angle", "shear", "thickness", "warp", "weft")}
         self.assertEqual(set(grid.cell_data), names)
         for at, number_ in enumerate(grid.cell_data["element"]):
             own = [rows.get((k, number_)) for k in (1, 2, 3)]
@@ -215,9 +216,9 @@ class LaminateValues(unittest.TestCase):
             self.near([grid.cell_data["thickness"][at]], [sum(float(row["thickness"]) for row in laid)], 1e-7)
             for k, row in enumerate(own, 1):
                 value = lambda name: grid.cell_data[f"ply{k}_{name}"][at]
-                told = [value("cover"), value("angle"), value("shear"), value("thickness"), *value("warp"), *value("weft")]
-                columns = ["cover", "angle_rosette_deg", "shear_deg", "thickness_factor", *(f"{kind}_{x}" for kind in ("warp", "weft") for x in "xyz")]
-                self.near(told, [float(row[column]) for column in columns] if row else [0.0] * 10, 1e-7)
+                told = [value("cover"), value("side"), value("angle"), value("shear"), value("thickness"), *value("warp"), *value("weft")]
+                columns = ["cover", "side", "angle_rosette_deg", "shear_deg", "thickness_factor", *(f"{kind}_{x}" for kind in ("warp", "weft") for x in "xyz")]
+                self.near(told, [float(row[column]) for column in columns] if row else [0.0] * 11, 1e-7)
 
     def test_core_samples(self):
         with open(self.path["core.csv"], newline="") as table:

@@ -11,95 +11,12 @@ import subprocess
 import unittest
 
 from bulk_deck import Fault, read_bulk, real
+from laminates import STIFF, Laminates, layup, pulled, quads, saddle, solve, stiff, stiffness
 from model import cross, dot, sub, unit
 from moulds import cup, obj, plate, uneven_sheet
-from program import DONE, INPUT, OTHER, ROOT, USAGE, Case
+from program import INPUT, OTHER, ROOT, USAGE
 from readers import PolyData, Svg, UnstructuredGrid, dxf_entities
 from solver_meshes import element, inp, node
-
-STIFF = {"E1": 140e3, "E2": 9e3, "nu12": 0.3, "G12": 4.5e3}
-
-
-def layup(*plies, columns=()):
-    """A layup of dictionaries as CSV."""
-    names = list(dict.fromkeys(["name", *columns, *(key for ply in plies for key in ply)]))
-    rows = [",".join(names)] + [",".join(f'"{ply.get(name, "")}"' for name in names) for ply in plies]
-    return "# drape-layup 1\n" + "\n".join(rows) + "\n"
-
-
-def stiff(name, angle, thickness=0.2, **more):
-    return {"name": name, "cloth": "ud", "thickness": thickness, "angle": angle, **STIFF, **more}
-
-
-def quads(columns, rows, width, height, wound=1):
-    """A plate of quads as a deck, with numbers of its own, its middle at the origin and its rim as a set."""
-    at = lambda i, j: i + (columns + 1) * j
-    text = "*NODE\n"
-    for j in range(rows + 1):
-        for i in range(columns + 1):
-            text += f"{node(at(i, j))}, {width * (i / columns - 0.5)!r}, {height * (j / rows - 0.5)!r}, 0.\n"
-    text += "*ELEMENT, TYPE=S4, ELSET=SKIN\n"
-    for j in range(rows):
-        for i in range(columns):
-            corners = [at(i, j), at(i + 1, j), at(i + 1, j + 1), at(i, j + 1)][::wound]
-            text += f"{element(i + columns * j)}, " + ", ".join(str(node(k)) for k in corners) + "\n"
-    rim = [at(i, j) for j in range(rows + 1) for i in range(columns + 1) if i in (0, columns) or j in (0, rows)]
-    return text + "*NSET, NSET=RIM\n" + "".join(f"{node(k)},\n" for k in rim)
-
-
-def saddle(kind, n, height):
-    """A square sheet of n by n quads, or twice as many triangles, as a deck, bent to a saddle, and how many elements
-    it has."""
-    size = 60.0
-    at = lambda i, j: 1 + i + (2 * n + 1) * j
-    text = "*NODE\n"
-    for j in range(2 * n + 1):
-        for i in range(2 * n + 1):
-            x, y = size * (i / n - 1), size * (j / n - 1)
-            text += f"{at(i, j)}, {x!r}, {y!r}, {height * (x * x / 300 - y * y / 260)!r}\n"
-    shapes = [[(2 * i, 2 * j), (2 * i + 2, 2 * j), (2 * i + 2, 2 * j + 2), (2 * i, 2 * j + 2)] for j in range(n) for i in range(n)]
-    if kind in ("S3", "S6"):
-        shapes = [[c[k] for k in corners] for c in shapes for corners in ((0, 1, 2), (0, 2, 3))]
-    text += f"*ELEMENT, TYPE={kind}\n"
-    for k, corners in enumerate(shapes):
-        middles = [((a + c) // 2, (b + d) // 2) for (a, b), (c, d) in zip(corners, corners[1:] + corners[:1])]
-        text += f"{k + 1}, " + ", ".join(str(at(*p)) for p in corners + (middles if kind in ("S6", "S8") else [])) + "\n"
-    return text, len(shapes)
-
-
-class Laminates(Case):
-    def rows(self, name="l.csv"):
-        with open(self.folder / name, newline="") as table:
-            return list(csv.DictReader(table))
-
-    def laminate(self, mesh, plies, *words, expect=DONE, layup_name="layup.csv"):
-        text = plies if isinstance(plies, str) else layup(*plies)
-        done = self.drape(mesh, "--layup", self.file(layup_name, text), *words, "-o", "l.csv", "-o", "l.json", expect=expect)
-        return json.loads((self.folder / "l.json").read_text()), done
-
-    def read_deck(self, name):
-        """Nodes, elements, and for each element its layers: (thickness, material, first axis, second axis)."""
-        points, corners, layers, axes, sets = {}, {}, {}, {}, {}
-        word = {}
-        for line in (self.folder / name).read_text().splitlines():
-            fields = [f.strip() for f in line.split(",")]
-            if line.startswith("**"):
-                continue
-            if line.startswith("*"):
-                word = dict((f.split("=") + [""])[:2] for f in fields)
-                continue
-            if "*NODE" in word:
-                points[int(fields[0])] = tuple(map(float, fields[1:4]))
-            elif "*ELEMENT" in word:
-                corners[int(fields[0])] = [int(f) for f in fields[1:]]
-            elif "*ELSET" in word:
-                sets.setdefault(word["ELSET"], []).extend(int(f) for f in fields if f)
-            elif "*ORIENTATION" in word:
-                axes[word["NAME"]] = list(map(float, fields))
-            elif "*SHELL SECTION" in word:
-                for k in dict.fromkeys(sets[word["ELSET"]]):
-                    layers.setdefault(k, []).append((float(fields[0]), fields[2], *[axes[fields[3]][i:i + 3] for i in (0, 3)]))
-        return points, corners, layers
 
 
 class Orders(Laminates):
@@ -355,15 +272,6 @@ class Elements(Laminates):
             for (ax, ay), (bx, by) in lines:
                 got = math.degrees(math.atan2(ay - by, bx - ax)) % 180
                 self.assertLess(abs((got - angle + 90) % 180 - 90), 0.5)
-
-    def bulk(self, name):
-        return read_bulk((self.folder / name).read_text())
-
-    def read_bdf(self, name):
-        """Per element its section and THETA, per section its layers: (material, thickness, angle)."""
-        cards = self.bulk(name)
-        theta = {k: (values[2], values[-1]) for k, values in cards["element"].items()}
-        return theta, {k: [values[at:at + 3] for at in range(8, len(values), 4)] for k, values in cards["PCOMP"].items()}
 
     def test_plies_share_pictures_only_if_they_are_alike(self):
         mesh = self.file("m.obj", obj(uneven_sheet()))
@@ -625,43 +533,8 @@ def navier(layers, width, height, pressure):
     return total
 
 
-def stretch(layers, pull):
-    """Strains along x, along y and in shear of a laminate under a force per width along x."""
-    e1, e2, nu, g = (STIFF[k] for k in ("E1", "E2", "nu12", "G12"))
-    a = [[0.0] * 3 for _ in range(3)]
-    for angle, thickness in layers:
-        c, s = math.cos(math.radians(angle)), math.sin(math.radians(angle))
-        # Compliance of the turned layer, column by column: stress into fibre axes, strain, and back.
-        def strain(x, y, xy):
-            one, two, both = c * c * x + s * s * y + 2 * c * s * xy, s * s * x + c * c * y - 2 * c * s * xy, (y - x) * c * s + xy * (c * c - s * s)
-            e, f, h = (one - nu * two) / e1, two / e2 - nu * one / e1, both / g
-            return c * c * e + s * s * f - c * s * h, s * s * e + c * c * f + c * s * h, 2 * c * s * (e - f) + (c * c - s * s) * h
-        layer = inverse([list(row) for row in zip(strain(1, 0, 0), strain(0, 1, 0), strain(0, 0, 1))])
-        a = [[x + thickness * y for x, y in zip(*rows)] for rows in zip(a, layer)]
-    return [row[0] * pull for row in inverse(a)]
-
-
-def inverse(m):
-    cofactor = lambda i, j: m[(i + 1) % 3][(j + 1) % 3] * m[(i + 2) % 3][(j + 2) % 3] - m[(i + 1) % 3][(j + 2) % 3] * m[(i + 2) % 3][(j + 1) % 3]
-    size = sum(m[0][j] * cofactor(0, j) for j in range(3))
-    return [[cofactor(j, i) / size for j in range(3)] for i in range(3)]
-
-
 @unittest.skipUnless(shutil.which("ccx"), "the solver isn't installed")
 class InTheSolver(Laminates):
-    def deflections(self, deck, supports, pressure):
-        """Along z, by node."""
-        return {k: u[2] for k, u in self.solved(deck, supports, f"*DLOAD\nDRAPE_ELEMENTS, P, {pressure}\n").items()}
-
-    def solved(self, deck, supports, loads):
-        """Displacements, by node."""
-        self.file("job.inp", f"*INCLUDE, INPUT={deck}\n*BOUNDARY\n{supports}*STEP\n*STATIC\n{loads}"
-                             "*NODE PRINT, NSET=DRAPE_NODES\nU\n*END STEP\n")
-        done = subprocess.run(["ccx", "-i", "job"], capture_output=True, text=True, cwd=self.folder)
-        self.assertNotIn("*ERROR", done.stdout)
-        rows = [line.split() for line in (self.folder / "job.dat").read_text().splitlines()]
-        return {int(r[0]): tuple(map(float, r[1:])) for r in rows if len(r) == 4 and r[0].isdigit()}
-
     def test_a_flat_plate_bends_as_the_theory_of_laminates_says(self):
         width, height, pressure, columns, rows = 200.0, 120.0, 1e-4, 10, 6
         mesh = self.file("m.inp", quads(columns, rows, width, height))
@@ -705,18 +578,10 @@ class InTheSolver(Laminates):
             self.laminate(self.file("m.inp", text), [stiff(f"p{k}", a) for k, a in enumerate(angles)], "--side", "0,0,1", "--start", "middle", "--step", "9", "-o", "l.inp")
             nodes, deck, _ = self.read_deck("l.inp")
             self.assertEqual({k: v[:len(n)] for k, v in deck.items() for n in [dict((e[0], e[2]) for e in elements)[k]]}, {e[0]: e[2] for e in elements})
-            loads = {}
-            for own in deck.values():
-                n = len(own) // 2
-                for a, b, middle in zip(own[:n], own[1:n] + own[:1], own[n:]):
-                    for sense in (-1, 1):
-                        if all(abs(nodes[k][0] - sense * width / 2) < 1e-6 for k in (a, b)):
-                            for k, share in ((a, 1), (b, 1), (middle, 4)):
-                                loads[k] = loads.get(k, 0) + sense * pull * abs(nodes[a][1] - nodes[b][1]) * share / 6
             corner = lambda sx, sy: next(k for k, p in nodes.items() if abs(p[0] - sx * width / 2) + abs(p[1] - sy * height / 2) < 1e-6)
             origin, along, across = corner(-1, -1), corner(1, -1), corner(-1, 1)
-            moved = self.solved("l.inp", f"DRAPE_NODES, 3, 3\n{origin}, 1, 2\n{along}, 2, 2\n", "*CLOAD\n" + "".join(f"{k}, 1, {f!r}\n" for k, f in loads.items()))
-            wanted = stretch([(a, 0.2) for a in angles], pull)
+            moved = self.solved("l.inp", f"DRAPE_NODES, 3, 3\n{origin}, 1, 2\n{along}, 2, 2\n", "*CLOAD\n" + "".join(f"{k}, 1, {f!r}\n" for k, f in pulled(nodes, deck, width, pull).items()))
+            wanted = solve([row[:3] for row in stiffness([(a, 0.2, STIFF) for a in angles], 0.0)[:3]], [pull, 0, 0])
             for got, strain in zip((moved[along][0] / width, moved[across][1] / height, moved[across][0] / height), wanted):
                 self.assertAlmostEqual(got, strain, delta=0.02 * max(map(abs, wanted)))
 

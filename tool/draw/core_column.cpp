@@ -1,17 +1,21 @@
-// Each layer is hatched by its angle to the rosette as seen from above, and named beside as long as names
-// have room.
+// Each layer is hatched by its angle to the rosette as seen from its own side of the mould, and named beside
+// as long as names have room.
 #include "tool/draw/core_column.h"
 
 #include "host/mesh/text.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 namespace tool {
 namespace {
 
-constexpr double textSize = 3.2; // millimetres
+// Millimetres.
+constexpr double textSize = 3.2;
+constexpr double mouldHeight = 3.0;
 constexpr Colour layerColours[] = {
     {0.90, 0.93, 0.97}, {0.97, 0.94, 0.88}, {0.91, 0.96, 0.90}, {0.95, 0.91, 0.96}};
 
@@ -47,6 +51,24 @@ void hatch(Canvas& canvas, const Box& box, double degrees) {
     cairo_restore(cairo);
 }
 
+// From where to where a layer is drawn over the mould, in millimetres, below 0 on its other side. Without
+// thicknesses all layers are drawn alike.
+std::vector<std::array<double, 2>> drawnHeights(const CoreSample& core, double room) {
+    const auto below = static_cast<double>(
+        std::count_if(core.layers.begin(), core.layers.end(), [](const auto& l) { return l.onOtherSide; }));
+    const double even = room / std::max(1.0, static_cast<double>(core.layers.size()));
+    std::vector<std::array<double, 2>> heights;
+    for (std::size_t k = 0; k < core.layers.size(); ++k) {
+        const CoreLayer& layer = core.layers[k];
+        const double place = static_cast<double>(k) - below;
+        const double perUnit = core.thickness > 0.0 ? room / core.thickness : 0.0;
+        heights.push_back(perUnit > 0.0
+                              ? std::array{perUnit * layer.bottom, perUnit * (layer.bottom + layer.thickness)}
+                              : std::array{even * place, even * (place + 1.0)});
+    }
+    return heights;
+}
+
 } // namespace
 
 void drawCore(Canvas& canvas, const Laminate& laminate, const CoreSample& core, double millimetresPerUnit,
@@ -62,18 +84,18 @@ void drawCore(Canvas& canvas, const Laminate& laminate, const CoreSample& core, 
                       counted(core.layers.size(), "layer", "layers") + ", " +
                           number(core.thickness * millimetresPerUnit) + " mm thick");
     const double top = box.y + 4.0 * textSize;
-    const double base = box.y + box.height - 8.0;
+    const double lowest = box.y + box.height - 5.0;
     const double width = 0.4 * box.width;
-    const double perUnit = core.thickness > 0.0 ? (base - top) / core.thickness : 0.0;
-    double lastText = base + 2.0 * textSize;
+    const auto heights = drawnHeights(core, lowest - mouldHeight - top);
+    // The mould's own side, and the other.
+    const double base = lowest - mouldHeight + (heights.empty() ? 0.0 : std::min(0.0, heights.front()[0]));
+    const double otherBase = base + mouldHeight;
+    double lastText = std::numeric_limits<double>::infinity();
     for (std::size_t k = 0; k < core.layers.size(); ++k) {
         const CoreLayer& layer = core.layers[k];
         const PlyWish& wish = laminate.plies[layer.ply].wish;
-        // Without thicknesses all layers are drawn alike.
-        const double height = core.thickness > 0.0 ? perUnit * layer.thickness
-                                                   : (base - top) / static_cast<double>(core.layers.size());
-        const double bottom =
-            core.thickness > 0.0 ? base - perUnit * layer.bottom : base - height * static_cast<double>(k);
+        const double height = heights[k][1] - heights[k][0];
+        const double bottom = (layer.onOtherSide ? otherBase : base) - heights[k][0];
         const Box bar{box.x, bottom - height, width, height};
         canvas.colour(layerColours[layer.ply % std::size(layerColours)]);
         cairo_rectangle(canvas.cairo(), bar.x, bar.y, bar.width, bar.height);
@@ -84,7 +106,8 @@ void drawCore(Canvas& canvas, const Laminate& laminate, const CoreSample& core, 
             hatch(canvas, bar, layer.fibres.toRosette);
         }
         const double line = bottom - 0.5 * height + 0.35 * textSize;
-        if (lastText - line < 1.2 * textSize) {
+        const bool meetsMould = layer.onOtherSide && line - otherBase < 1.2 * textSize;
+        if (lastText - line < 1.2 * textSize || meetsMould) {
             continue; // thinner than its name
         }
         lastText = line;
@@ -94,13 +117,14 @@ void drawCore(Canvas& canvas, const Laminate& laminate, const CoreSample& core, 
         canvas.textWithin(box.x + width + 3.0, line, textSize, box.width - width - 3.0,
                           std::to_string(layer.ply + 1) + "  " +
                               laminate.plies[layer.ply].nameOf(layer.fibres.piece) + ", " + wish.cloth.name +
-                              "  " + angle + "  " + number(layer.thickness * millimetresPerUnit) + " mm");
+                              "  " + angle + "  " + number(layer.thickness * millimetresPerUnit) + " mm" +
+                              (layer.onOtherSide ? ", seen from below" : ""));
     }
     canvas.colour({0.74, 0.75, 0.77});
-    cairo_rectangle(canvas.cairo(), box.x, base, width, 3.0);
+    cairo_rectangle(canvas.cairo(), box.x, base, width, mouldHeight);
     cairo_fill(canvas.cairo());
     canvas.colour(ink);
-    canvas.text(box.x + width + 3.0, base + 3.0, textSize, "mould");
+    canvas.text(box.x + width + 3.0, otherBase, textSize, "mould");
 }
 
 } // namespace tool

@@ -154,9 +154,9 @@ private:
         for (const std::string& name : wish.after) {
             follows += (follows.empty() ? "" : ", ") + name;
         }
-        std::vector<std::string> words{sheet.number(), sheet.name(), wish.cloth.name,
-                                       number(wish.angle) + "°",
-                                       wish.cloth.thickness > 0.0 ? millimetres(wish.cloth.thickness) : "-"};
+        std::vector<std::string> words{
+            sheet.number(), sheet.name(), wish.cloth.name + (sheet.ply->onOtherSide ? ", other side" : ""),
+            number(wish.angle) + "°", wish.cloth.thickness > 0.0 ? millimetres(wish.cloth.thickness) : "-"};
         if (sheet.isDraped()) {
             words.insert(words.end(), {areaText(sheet.area), sheet.mass ? number(*sheet.mass, 3) + " g" : "-",
                                        fixed(m.meanShear, 1) + "°", fixed(m.largestShear, 1) + "°",
@@ -184,15 +184,17 @@ private:
                          (weighed ? ", " + number(mass) + " g" : ", mass not known for every cloth"));
     }
 
-    std::string clothText(const PlyWish& wish) const {
+    std::string clothText(const LaidPly& ply) const {
+        const PlyWish& wish = ply.wish;
         return wish.cloth.name + " at " + number(wish.angle) + "°" +
-               (wish.cloth.thickness > 0.0 ? ", " + millimetres(wish.cloth.thickness) + " thick" : "");
+               (wish.cloth.thickness > 0.0 ? ", " + millimetres(wish.cloth.thickness) + " thick" : "") +
+               (ply.onOtherSide ? ", on the mould's other side" : "");
     }
 
     // How the pieces of a ply lie together, in front of their own pages.
     void piecesPage(const PlySheet& first) {
         const PieceSet& set = *first.ply->pieces;
-        beginPage(std::to_string(first.sequence) + "  " + first.ply->wish.name, clothText(first.ply->wish));
+        beginPage(std::to_string(first.sequence) + "  " + first.ply->wish.name, clothText(*first.ply));
         CoverScene scene{&set, set.claims.get(), {}, "", "", {}};
         for (const auto& sheet : book_.sheets) {
             if (sheet->ply == first.ply) {
@@ -219,8 +221,7 @@ private:
     }
 
     void plyPage(const PlySheet& sheet) {
-        const PlyWish& wish = sheet.ply->wish;
-        beginPage(sheet.number() + "  " + sheet.name(), clothText(wish));
+        beginPage(sheet.number() + "  " + sheet.name(), clothText(*sheet.ply));
         if (!sheet.isDraped()) {
             canvas_.colour(warningColour);
             canvas_.textWithin(margin, margin + 2.0 * headHeight, 1.2 * textSize, pageWidth - 2.0 * margin,

@@ -18,7 +18,7 @@ public:
         for (std::size_t e = 0; e < file_.laminate.shell.elements.size(); ++e) {
             const auto stack = stackOn(file_.laminate, e);
             if (!stack.empty()) {
-                elements += bulkElement(file_.laminate, e, sectionOf(e, stack), lowestAngle(stack));
+                elements += bulkElement(file_.laminate, e, sectionOf(stack), lowestAngle(stack));
             }
         }
         return "$ " + file_.title + "\n$ bulk data; loads, supports and cases are to be added\n" +
@@ -30,20 +30,17 @@ private:
         return fibreAngle(stack.front().fibres->toSide);
     }
 
-    std::int64_t sectionOf(std::size_t e, const std::vector<StackedPly>& stack) {
+    std::int64_t sectionOf(const std::vector<StackedPly>& stack) {
         std::vector<std::string> layers;
-        double total = 0.0;
         for (const StackedPly& layer : stack) {
             const Cloth& cloth = file_.laminate.plies[layer.ply].wish.cloth;
             requireThickness(cloth);
-            total += layer.thickness;
             layers.insert(layers.end(),
                           {bulkWhole(materials_.at(cloth.name)), bulkReal(layer.thickness),
                            bulkReal(fibreAngle(layer.fibres->toSide - lowestAngle(stack))), "YES"});
         }
-        const double bottom = file_.reference == ShellReference::middle ? -0.5 * total
-                              : liesAbove(file_.laminate, e)            ? 0.0
-                                                                        : -total;
+        const StackHeight height = heightOf(stack);
+        const double bottom = file_.reference == ShellReference::middle ? -0.5 * height.total : -height.below;
         layers.insert(layers.begin(), {bulkReal(bottom), "", "", "", "", "", ""});
         const auto [known, isNew] =
             sections_.emplace(layers, static_cast<std::int64_t>(sections_.size()) + 1);

@@ -1,4 +1,4 @@
-// The layer farthest from the mould stands at the top of the text, as it does on the part.
+// The highest layer stands at the top of the text, as it does on the part.
 #include "tool/write/core_table.h"
 
 #include "host/mesh/text.h"
@@ -22,22 +22,25 @@ std::string coreText(const Laminate& laminate, const CoreSample& core) {
     }
     text +=
         ": " + counted(core.layers.size(), "layer", "layers") + ", " + number(core.thickness) + " thick\n";
+    bool isOverMould = true;
     for (std::size_t k = core.layers.size(); k-- > 0;) {
         const CoreLayer& layer = core.layers[k];
         const PlyWish& wish = laminate.plies[layer.ply].wish;
+        text += isOverMould && layer.onOtherSide ? "  mould\n" : "";
+        isOverMould = !layer.onOtherSide;
         text += "  " + std::to_string(layer.ply + 1) + " " +
                 laminate.plies[layer.ply].nameOf(layer.fibres.piece) + ", " + wish.cloth.name + " at " +
-                angleText(layer.fibres.toRosette) + " (laid at " + number(wish.angle) + "), shear " +
-                fixed(layer.fibres.shear, 1) + ", thickness " + number(layer.thickness) + " from " +
-                number(layer.bottom) + "\n";
+                angleText(layer.fibres.toRosette) + (layer.onOtherSide ? " seen from the other side" : "") +
+                " (laid at " + number(wish.angle) + "), shear " + fixed(layer.fibres.shear, 1) +
+                ", thickness " + number(layer.thickness) + " from " + number(layer.bottom) + "\n";
     }
-    return text + "  mould\n";
+    return text + (isOverMould ? "  mould\n" : "");
 }
 
 std::string coreCsv(const Laminate& laminate, const std::vector<CoreSample>& cores) {
     std::string text =
         "core,x,y,z,element,layer,sequence,ply,cloth,angle_laid_deg,angle_rosette_deg,shear_deg,bottom,"
-        "thickness,warp_x,warp_y,warp_z,piece\n";
+        "thickness,warp_x,warp_y,warp_z,piece,side\n";
     for (std::size_t c = 0; c < cores.size(); ++c) {
         const CoreSample& core = cores[c];
         for (std::size_t k = 0; k < core.layers.size(); ++k) {
@@ -58,7 +61,7 @@ std::string coreCsv(const Laminate& laminate, const std::vector<CoreSample>& cor
             for (const double x : layer.fibres.warp) {
                 text += "," + fileNumber(x);
             }
-            text += "," + std::to_string(layer.fibres.piece + 1) + "\n";
+            text += "," + std::to_string(layer.fibres.piece + 1) + (layer.onOtherSide ? ",-1\n" : ",1\n");
         }
     }
     return text;

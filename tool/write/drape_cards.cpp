@@ -33,8 +33,14 @@ double changeOf(const LaidPly& ply, const ElementFibres& fibres, double axis) {
     return fibreAngle(fibres.toSide - axis - ply.wish.angle);
 }
 
-// Elements whose normal points to the cloth's side have the plies in the order in which they're laid; the
-// others have the same plies the other way round, as plies of a stack of their own.
+// Whether an element's normal points to the side of the plies that name none.
+bool facesOwnSide(const Laminate& laminate, std::size_t element) {
+    return vec::dot(laminate.frames[element].normal, laminate.facets[element].normal) >= 0.0;
+}
+
+// Elements whose normal points to the mould's own side have the plies there in the order in which they're
+// laid, on top of those of the other side; the others have the same plies the other way round, as plies of a
+// stack of their own.
 class DrapeFem {
 public:
     explicit DrapeFem(const LaminateFile& file)
@@ -44,7 +50,7 @@ public:
             for (std::size_t p = 0; p < plyCount_; ++p) {
                 const LaidPly& ply = laminate_.plies[p];
                 if (!ply.fibres.empty() && ply.fibres[e].cover != ElementCover::none) {
-                    lists_[liesAbove(laminate_, e) ? 0 : 1][p].push_back(e);
+                    lists_[facesOwnSide(laminate_, e) ? 0 : 1][p].push_back(e);
                 }
             }
         }
@@ -70,7 +76,7 @@ private:
         std::string text;
         for (std::size_t e = 0; e < axes_.size(); ++e) {
             if (!stackOn(laminate_, e).empty()) {
-                text += bulkElement(laminate_, e, liesAbove(laminate_, e) ? 1 : 2, axes_[e]);
+                text += bulkElement(laminate_, e, facesOwnSide(laminate_, e) ? 1 : 2, axes_[e]);
             }
         }
         return text;
@@ -82,16 +88,15 @@ private:
 
     std::string stack(std::size_t s) const {
         const bool onMould = file_.reference == ShellReference::mould;
-        if (onMould && s == 1) {
-            throw std::runtime_error("elements whose normals point away from the cloth can't have the mesh "
-                                     "as their top here; take --shell-reference middle, or another --side");
-        }
         std::vector<std::string> numbers{bulkWhole(static_cast<std::int64_t>(s) + 1), ""};
         for (const auto& [p, elements] : lists_[s]) {
-            numbers.push_back(bulkWhole(plyNumber(s, p)));
-        }
-        if (s == 1) {
-            std::reverse(numbers.begin() + 2, numbers.end());
+            const bool above = laminate_.plies[p].fibres[elements.front()].above;
+            if (onMould && !above) {
+                throw std::runtime_error("elements whose normals point away from the cloth can't have the "
+                                         "mesh as their top here; take --shell-reference middle, or another "
+                                         "--side");
+            }
+            numbers.insert(above ? numbers.end() : numbers.begin() + 2, bulkWhole(plyNumber(s, p)));
         }
         return bulkCard("PCOMPP", {numbers.front(), onMould ? "0." : ""}) + bulkCard("STACK", numbers);
     }
@@ -120,7 +125,7 @@ private:
     const Laminate& laminate_;
     std::size_t plyCount_;
     std::vector<double> axes_; // per element
-    // Elements per ply: those whose normals point to the cloth's side, and the others.
+    // Elements per ply: those whose normals point to the mould's own side, and the others.
     std::array<std::map<std::size_t, std::vector<std::size_t>>, 2> lists_;
 };
 

@@ -1,10 +1,9 @@
 // The plies on one element as a solver lists them: from the face that the element's normal points away from
-// to the other.
+// to the other. Those below the mould come first, the last laid as the lowest.
 #pragma once
 
 #include "host/laminate/laminate.h"
 
-#include <algorithm>
 #include <map>
 #include <stdexcept>
 
@@ -18,23 +17,35 @@ struct StackedPly {
     double thickness = 0.0; // sheared
 };
 
-// Whether the cloth lies on the side to which the element's normal points.
-inline bool liesAbove(const Laminate& laminate, std::size_t element) {
-    return vec::dot(laminate.frames[element].normal, laminate.facets[element].normal) >= 0.0;
-}
-
+// A ply lies on those laid before it on its side of the mould.
 inline std::vector<StackedPly> stackOn(const Laminate& laminate, std::size_t element) {
-    std::vector<StackedPly> stack;
+    std::vector<StackedPly> above;
+    std::vector<StackedPly> below;
     for (std::size_t p = 0; p < laminate.plies.size(); ++p) {
         const LaidPly& ply = laminate.plies[p];
         if (!ply.fibres.empty() && ply.fibres[element].cover != ElementCover::none) {
-            stack.push_back({p, &ply.fibres[element], ply.thicknessOn(element)});
+            (ply.fibres[element].above ? above : below)
+                .push_back({p, &ply.fibres[element], ply.thicknessOn(element)});
         }
     }
-    if (!liesAbove(laminate, element)) {
-        std::reverse(stack.begin(), stack.end());
-    }
+    std::vector<StackedPly> stack(below.rbegin(), below.rend());
+    stack.insert(stack.end(), above.begin(), above.end());
     return stack;
+}
+
+// How thick a stack is, and how much of that lies below the mould.
+struct StackHeight {
+    double total = 0.0;
+    double below = 0.0;
+};
+
+inline StackHeight heightOf(const std::vector<StackedPly>& stack) {
+    StackHeight height;
+    for (const StackedPly& layer : stack) {
+        height.total += layer.thickness;
+        height.below += layer.fibres->above ? 0.0 : layer.thickness;
+    }
+    return height;
 }
 
 // Throw std::runtime_error for what no section or element can say.

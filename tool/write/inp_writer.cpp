@@ -179,10 +179,11 @@ private:
                       materialNames_.at(cloth.name) + "," +
                       orientationOf(layer.fibres->warp, file_.laminate.frames[e].normal) + "\n";
         }
-        const bool above = liesAbove(file_.laminate, e);
-        const std::string offset = file_.reference == ShellReference::middle ? ""
-                                   : above                                   ? ", OFFSET=-0.5"
-                                                                             : ", OFFSET=0.5";
+        const StackHeight height = heightOf(stack);
+        // From the middle of the shell to the nodes, in thicknesses of the shell.
+        const std::string offset = file_.reference == ShellReference::middle
+                                       ? ""
+                                       : ", OFFSET=" + fileNumber(height.below / height.total - 0.5);
         sections_[{layers, offset}].push_back(file_.laminate.shell.elements[e].number);
     }
 

@@ -37,12 +37,13 @@ CellFile gridOf(const ShellMesh& shell) {
 }
 
 void addPly(CellFile& file, const LaidPly& ply, std::size_t number, std::size_t elements) {
-    std::vector<std::int32_t> cover, piece;
+    std::vector<std::int32_t> cover, piece, side;
     std::vector<double> shear, angle, thickness, warp, weft;
     for (std::size_t e = 0; e < elements; ++e) {
         const ElementFibres fibres = ply.fibres.empty() ? ElementFibres{} : ply.fibres[e];
         cover.push_back(static_cast<std::int32_t>(fibres.cover));
         piece.push_back(fibres.cover == ElementCover::none ? 0 : fibres.piece + 1);
+        side.push_back(fibres.cover == ElementCover::none ? 0 : fibres.above ? 1 : -1);
         shear.push_back(fibres.shear);
         angle.push_back(fibres.toRosette);
         thickness.push_back(fibres.cover == ElementCover::none ? 0.0 : fibres.thickness);
@@ -54,6 +55,7 @@ void addPly(CellFile& file, const LaidPly& ply, std::size_t number, std::size_t 
     if (ply.pieces) {
         file.addCellArray((name + "piece").c_str(), piece, 1);
     }
+    file.addCellArray((name + "side").c_str(), side, 1);
     file.addCellArray((name + "angle").c_str(), angle, 1);
     file.addCellArray((name + "shear").c_str(), shear, 1);
     file.addCellArray((name + "thickness").c_str(), thickness, 1);
@@ -67,7 +69,7 @@ std::string laminateCsv(const LaminateFile& file) {
     const Laminate& laminate = file.laminate;
     std::string text =
         "element,sequence,ply,cover,angle_side_deg,angle_rosette_deg,angle_change_deg,shear_deg,"
-        "thickness_factor,thickness,warp_x,warp_y,warp_z,weft_x,weft_y,weft_z,piece\n";
+        "thickness_factor,thickness,warp_x,warp_y,warp_z,weft_x,weft_y,weft_z,piece,side\n";
     for (std::size_t e = 0; e < laminate.shell.elements.size(); ++e) {
         const std::string element = std::to_string(laminate.shell.elements[e].number);
         for (std::size_t p = 0; p < laminate.plies.size(); ++p) {
@@ -88,7 +90,7 @@ std::string laminateCsv(const LaminateFile& file) {
                     text += "," + fileNumber(x);
                 }
             }
-            text += "," + std::to_string(fibres.piece + 1) + "\n";
+            text += "," + std::to_string(fibres.piece + 1) + (fibres.above ? ",1\n" : ",-1\n");
         }
     }
     return text;
