@@ -30,10 +30,10 @@ def plain(plate):
 
 def test_tables_are_the_programs(program, tmp_path):
     cases = [
-        ({"seeds": 4, "angles": [0, 45], "step": 12}, ["--sweep-seeds=4", "--sweep-angles=0,45", "--step=12"]),
-        ({"seeds": (3, 2), "step": (9, 14), "locking": 5}, ["--sweep-seeds=3x2", "--step=9,14", "--locking=5"]),
-        ({"seeds": 2, "angles": range(0, 90, 30), "within": 50},
-         ["--sweep-seeds=2", "--sweep-angles=0:90:30", "--within=50"]),
+        ({"seeds": 4, "angles": [0, 45], "step": 18}, ["--sweep-seeds=4", "--sweep-angles=0,45", "--step=18"]),
+        ({"seeds": (3, 2), "step": (14, 20), "locking": 5}, ["--sweep-seeds=3x2", "--step=14,20", "--locking=5"]),
+        ({"seeds": 2, "angles": range(0, 90, 60), "within": 50},
+         ["--sweep-seeds=2", "--sweep-angles=0:90:60", "--within=50"]),
         ({"seeds": [[60, 0, 60]], "angles": [10], "within": "max", "step": 15},
          ["--sweep-seeds=60,0,60", "--sweep-angles=10", "--within=max", "--step=15"]),
     ]  # fmt: skip

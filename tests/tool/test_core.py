@@ -476,7 +476,7 @@ class Sweep(Case):
     def setUp(self):
         super().setUp()
         self.mesh = self.file("cup.obj", obj(cup(0.3)))
-        self.words = (self.mesh, "--step", "0.15", "--sweep-seeds", "3", "--sweep-angles", "0:90:30", "-j", "2")
+        self.words = (self.mesh, "--step", "0.25", "--sweep-seeds", "3", "--sweep-angles", "0:90:30", "-j", "2")
 
     def test_parts_in_parallel_join_to_the_whole(self):
         whole = self.folder / "whole.sweep.csv"

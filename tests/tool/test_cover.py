@@ -86,7 +86,7 @@ def area_of(mesh):
 
 
 class Cover(Case):
-    WORDS = (0.97, "--step", "0.17,0.14", "--angle", 25, "--rosette", "1,0.2,0.1", "--pivot", "shear")
+    WORDS = (0.97, "--step", "0.22,0.19", "--angle", 25, "--rosette", "1,0.2,0.1", "--pivot", "shear")
     DRAWINGS = ["c.png", "c.svg", "c.pdf", "c.dxf", "c.gltf", "c.fibres.vtp"]
 
     def cover(self, mesh, *words, drawings=()):
@@ -151,13 +151,13 @@ class Cover(Case):
         self.assertGreaterEqual(cover["coveredShare"], 0.97)
         self.assertLess(cover["overlapShare"], 0.02)
         whole = area_of(cup(0.6))
-        lain, meeting = self.judge(cover, pieces, 0.17)
+        lain, meeting = self.judge(cover, pieces, 0.22)
         for told in cover["pieces"]:
             self.assertEqual(list(told), ["seed", "angle", "area", "extent", "largestShear", "seamLength"])
             self.assertEqual(told["angle"], 25.0)
         for choice in (self.redrape(piece, told)[0]["choice"] for told, piece in zip(cover["pieces"], pieces)):
             self.assertAlmostEqual(choice["plyAngle"], 25.0, 6)
-            self.assertEqual((choice["step"], choice["pivot"]), ([0.17, 0.14], "shear"))
+            self.assertEqual((choice["step"], choice["pivot"]), ([0.22, 0.19], "shear"))
         self.assertAlmostEqual(lain / whole, cover["coveredShare"] + cover["overlapShare"], 2)
         self.assertAlmostEqual(meeting / cover["seamLength"], 1.0, 1)
         self.assertLess(cover["overlapShare"], 1e-3)
@@ -209,7 +209,7 @@ class Cover(Case):
         self.assertAlmostEqual(sum(p["seamLength"] for p in cover["pieces"]), 2 * cover["seamLength"], 6)
         self.assertEqual(max(shear.values()), cover["largestShear"])
         self.assertEqual(lines[:4], [
-            f"mould     {folder / 'm.obj'}: {len(faces)} triangles, area {number(whole)}", "cloth     cells 0.17 by 0.14, all pieces at 25 degrees from the rosette",
+            f"mould     {folder / 'm.obj'}: {len(faces)} triangles, area {number(whole)}", "cloth     cells 0.22 by 0.19, all pieces at 25 degrees from the rosette",
             f"cover     {cover['count']} pieces cover {100 * cover['coveredShare']:.1f} % of it; {100 * cover['overlapShare']:.1f} % lies under more than one",
             f"shear     largest {cover['largestShear']:.1f} degrees, locking at 30"])
         self.assertRegex(lines[4], rf"^seams     \d+ seams?, {number(cover['seamLength'])} long together$")
@@ -244,7 +244,7 @@ class Cover(Case):
             if int(row["piece"]):
                 centre = [sum(points[v][k] for v in triangle) / 3 for k in range(3)]
                 nearest = min(math.dist(centre, m) for m in middles[int(row["piece"])])
-                self.assertLess(nearest, 0.17)
+                self.assertLess(nearest, 0.22)
                 claimed += area(*(points[v] for v in triangle))
                 cell = named[int(row["piece"]), int(row["cell"])]
                 shear = cloth.cell_data["shear"][cell]
@@ -266,17 +266,17 @@ class Cover(Case):
         self.assertAlmostEqual(meeting / cover["seamLength"], 1.0, 1)
 
     def test_cloth_no_wider_than_the_roll(self):
-        cover, pieces = self.cover(plate(8), "--step", 0.25, "--roll-width", 4.2, "--max-length", 7)
+        cover, pieces = self.cover(plate(8), "--step", 0.4, "--roll-width", 4.2, "--max-length", 7)
         self.assertGreaterEqual(cover["coveredShare"], 0.99)
         self.assertLess(cover["count"], 8)
-        self.judge(cover, pieces, 0.25)
+        self.judge(cover, pieces, 0.4)
         for piece in cover["pieces"]:
             low_u, low_v, high_u, high_v = piece["extent"]
             self.assertLessEqual(high_v - low_v, 4.2 + 1e-9)
             self.assertLessEqual(high_u - low_u, 7 + 1e-9)
 
     def test_bent_cloth_no_wider_than_the_roll(self):
-        cover, pieces = self.cover(cup(0.6), 0.95, "--step", 0.17, "--roll-width", 1.3, "--overlap", 0.1)
+        cover, pieces = self.cover(cup(0.6), 0.95, "--step", 0.24, "--roll-width", 1.3, "--overlap", 0.1)
         self.assertGreaterEqual(cover["coveredShare"], 0.95)
         for told, piece in zip(cover["pieces"], pieces, strict=True):
             report, _ = self.redrape(piece, told)

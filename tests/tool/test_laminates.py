@@ -456,7 +456,7 @@ class Pieces(Laminates):
         self.assertGreater(all_["coveredShare"], three["coveredShare"])
 
     def test_each_piece_goes_where_it_lies(self):
-        mould = cup(0.6, 40, 16, 16)
+        mould = cup(0.6, 32, 12, 12)
         mesh = self.file("m.obj", obj(([tuple(100 * x for x in p) for p in mould[0]], mould[1])))
         plies = [stiff("low", 30, 0.5, density=1500, pieces="0.97", locking=30), stiff("top", 0, 0.5, cloth="other", density=1500)]
         place = (70, 0, 70)

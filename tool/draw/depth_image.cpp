@@ -1,5 +1,5 @@
 // Triangles are filled by the signs of their three edge functions; nearness and normal run evenly across
-// them.
+// them. A pixel is shaded when the picture is asked for, once all is drawn.
 #include "tool/draw/depth_image.h"
 
 #include "host/mesh/point.h"
@@ -35,35 +35,12 @@ Colour linearOf(const Colour& colour) {
     return {toLinear(colour.red), toLinear(colour.green), toLinear(colour.blue)};
 }
 
-// A triangle in fine pixels: the rows and columns that it reaches, and the shares of its corners at a place.
+// The rows and columns of fine pixels that a triangle reaches.
 struct Footprint {
-    std::array<double, 3> x{}, y{};
-    double area = 0.0; // twice the area, with its sign
     int left = 0, right = -1, top = 0, bottom = -1;
 
-    Footprint(const std::array<SeenCorner, 3>& corners, int width, int height) {
-        bool sound = true;
-        for (std::size_t k = 0; k < 3; ++k) {
-            x[k] = corners[k].place.x * fineness;
-            y[k] = corners[k].place.y * fineness;
-            sound =
-                sound && std::isfinite(x[k]) && std::isfinite(y[k]) && std::isfinite(corners[k].place.near);
-        }
-        area = (x[1] - x[0]) * (y[2] - y[0]) - (x[2] - x[0]) * (y[1] - y[0]);
-        if (!sound || area == 0.0) {
-            return; // no rows
-        }
-        left = first(x, width);
-        right = last(x, width);
-        top = first(y, height);
-        bottom = last(y, height);
-    }
-
-    std::array<double, 3> shares(double px, double py) const {
-        const double w1 = ((px - x[0]) * (y[2] - y[0]) - (x[2] - x[0]) * (py - y[0])) / area;
-        const double w2 = ((x[1] - x[0]) * (py - y[0]) - (px - x[0]) * (y[1] - y[0])) / area;
-        return {1.0 - w1 - w2, w1, w2};
-    }
+    Footprint(const std::array<double, 3>& x, const std::array<double, 3>& y, int width, int height)
+        : left(first(x, width)), right(last(x, width)), top(first(y, height)), bottom(last(y, height)) {}
 
 private:
     static int first(const std::array<double, 3>& v, int size) {
@@ -84,8 +61,7 @@ DepthImage::DepthImage(int width, int height, const MouldView& view)
       halfway_(vec::unit(vec::add(eye_, light_))) {
     const std::size_t count = static_cast<std::size_t>(fineWidth_) * static_cast<std::size_t>(fineHeight_);
     near_.assign(count, -std::numeric_limits<float>::infinity());
-    owner_.assign(count, nothing);
-    pixels_.assign(count, {255, 255, 255});
+    drawn_.assign(count, nothing);
 }
 
 Colour DepthImage::lightFrom(const Colour& linear, const Point& normal) const {
@@ -109,52 +85,75 @@ Colour DepthImage::shaded(const Colour& colour, const Point& normal) const {
 
 void DepthImage::draw(const std::array<SeenCorner, 3>& corners, const Colour& colour, std::uint32_t owner,
                       double lift) {
-    const Footprint print(corners, fineWidth_, fineHeight_);
-    const Colour linear = linearOf(colour);
+    Triangle triangle;
+    bool sound = true;
+    for (std::size_t k = 0; k < 3; ++k) {
+        const Seen& place = corners[k].place;
+        triangle.x[k] = place.x * fineness;
+        triangle.y[k] = place.y * fineness;
+        triangle.normals[k] = corners[k].normal;
+        sound = sound && std::isfinite(triangle.x[k]) && std::isfinite(triangle.y[k]) &&
+                std::isfinite(place.near);
+    }
+    const auto &x = triangle.x, &y = triangle.y;
+    triangle.area = (x[1] - x[0]) * (y[2] - y[0]) - (x[2] - x[0]) * (y[1] - y[0]);
+    if (!sound || triangle.area == 0.0) {
+        return;
+    }
+    triangle.linear = linearOf(colour);
+    triangle.owner = owner;
+    const auto number = static_cast<std::uint32_t>(triangles_.size());
+    triangles_.push_back(triangle);
+    const Footprint print(x, y, fineWidth_, fineHeight_);
     for (int row = print.top; row <= print.bottom; ++row) {
         for (int column = print.left; column <= print.right; ++column) {
-            const auto [w0, w1, w2] = print.shares(column + 0.5, row + 0.5);
+            const auto [w0, w1, w2] = triangle.shares(column, row);
             if (!(w0 >= 0.0 && w1 >= 0.0 && w2 >= 0.0)) {
                 continue;
             }
             const auto near = static_cast<float>(w0 * corners[0].place.near + w1 * corners[1].place.near +
                                                  w2 * corners[2].place.near + lift);
             const std::size_t at = index(column, row);
-            if (near <= near_[at]) {
-                continue;
+            if (near > near_[at]) {
+                near_[at] = near;
+                drawn_[at] = number;
             }
-            const Point normal =
-                vec::add(vec::scale(corners[0].normal, w0),
-                         vec::add(vec::scale(corners[1].normal, w1), vec::scale(corners[2].normal, w2)));
-            const Colour shade = lightFrom(linear, vec::unit(normal));
-            near_[at] = near;
-            owner_[at] = owner;
-            pixels_[at] = {byteOf(shade.red), byteOf(shade.green), byteOf(shade.blue)};
         }
     }
 }
 
-void DepthImage::drawSilhouettes(double drop) {
-    const auto below = [&](int x, int y, float near) {
-        return x < 0 || y < 0 || x >= fineWidth_ || y >= fineHeight_ ||
-               near_[index(x, y)] < near - static_cast<float>(drop);
+bool DepthImage::isSilhouette(int x, int y) const {
+    const float limit = near_[index(x, y)] - static_cast<float>(silhouetteDrop_);
+    const auto below = [&](int column, int row) {
+        return column < 0 || row < 0 || column >= fineWidth_ || row >= fineHeight_ ||
+               near_[index(column, row)] < limit;
     };
-    for (int y = 0; y < fineHeight_; ++y) {
-        for (int x = 0; x < fineWidth_; ++x) {
-            const std::size_t at = index(x, y);
-            if (owner_[at] == nothing) {
-                continue;
-            }
-            bool edge = false;
-            for (int reach = 1; reach < fineness && !edge; ++reach) {
-                edge = below(x - reach, y, near_[at]) || below(x + reach, y, near_[at]) ||
-                       below(x, y - reach, near_[at]) || below(x, y + reach, near_[at]);
-            }
-            for (std::size_t k = 0; edge && k < 3; ++k) {
-                pixels_[at][k] = static_cast<std::uint8_t>(silhouetteShade * pixels_[at][k]);
-            }
+    for (int reach = 1; reach < fineness; ++reach) {
+        if (below(x - reach, y) || below(x + reach, y) || below(x, y - reach) || below(x, y + reach)) {
+            return true;
         }
     }
+    return false;
+}
+
+std::array<std::uint8_t, 3> DepthImage::pixel(int x, int y) const {
+    const std::uint32_t number = drawn_[index(x, y)];
+    if (number == nothing) {
+        return {255, 255, 255};
+    }
+    const Triangle& triangle = triangles_[number];
+    const auto [w0, w1, w2] = triangle.shares(x, y);
+    const Point normal =
+        vec::add(vec::scale(triangle.normals[0], w0),
+                 vec::add(vec::scale(triangle.normals[1], w1), vec::scale(triangle.normals[2], w2)));
+    const Colour shade = lightFrom(triangle.linear, vec::unit(normal));
+    std::array<std::uint8_t, 3> bytes{byteOf(shade.red), byteOf(shade.green), byteOf(shade.blue)};
+    if (std::isfinite(silhouetteDrop_) && isSilhouette(x, y)) {
+        for (std::uint8_t& byte : bytes) {
+            byte = static_cast<std::uint8_t>(silhouetteShade * byte);
+        }
+    }
+    return bytes;
 }
 
 bool DepthImage::sees(const Seen& place, double lift) const {
@@ -168,9 +167,9 @@ bool DepthImage::sees(const Seen& place, double lift) const {
 
 std::vector<std::uint32_t> DepthImage::seenOwners() const {
     std::vector<std::uint32_t> owners;
-    for (const std::uint32_t owner : owner_) {
-        if (owner != nothing && (owners.empty() || owners.back() != owner)) {
-            owners.push_back(owner);
+    for (const std::uint32_t number : drawn_) {
+        if (number != nothing && (owners.empty() || owners.back() != triangles_[number].owner)) {
+            owners.push_back(triangles_[number].owner);
         }
     }
     std::sort(owners.begin(), owners.end());
@@ -186,7 +185,7 @@ std::vector<std::array<std::uint8_t, 3>> DepthImage::averaged() const {
         for (int x = 0; x < width_; ++x) {
             std::array<int, 3> sum{};
             for (int k = 0; k < samples; ++k) {
-                const auto& fine = pixels_[index(x * fineness + k % fineness, y * fineness + k / fineness)];
+                const auto fine = pixel(x * fineness + k % fineness, y * fineness + k / fineness);
                 for (std::size_t c = 0; c < 3; ++c) {
                     sum[c] += fine[c];
                 }

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace tool {
@@ -29,8 +30,8 @@ public:
     void draw(const std::array<SeenCorner, 3>& corners, const Colour& colour, std::uint32_t owner,
               double lift);
 
-    // Darkens the pixels beyond which the ground drops by more than `drop` pixels.
-    void drawSilhouettes(double drop);
+    // Darkens in the picture the pixels beyond which the ground drops by more than `drop` pixels.
+    void drawSilhouettes(double drop) { silhouetteDrop_ = drop; }
 
     // Whether a point on the surface, itself lifted by `lift`, can be seen.
     bool sees(const Seen& place, double lift) const;
@@ -48,6 +49,25 @@ public:
     int height() const { return height_; }
 
 private:
+    // In fine pixels.
+    struct Triangle {
+        std::array<double, 3> x{}, y{};
+        double area = 0.0; // twice the area, with its sign
+        std::array<Point, 3> normals{};
+        Colour linear;
+        std::uint32_t owner = nothing;
+
+        // Of its corners, at the middle of a pixel.
+        std::array<double, 3> shares(int column, int row) const {
+            const double px = column + 0.5, py = row + 0.5;
+            const double w1 = ((px - x[0]) * (y[2] - y[0]) - (x[2] - x[0]) * (py - y[0])) / area;
+            const double w2 = ((x[1] - x[0]) * (py - y[0]) - (px - x[0]) * (y[1] - y[0])) / area;
+            return {1.0 - w1 - w2, w1, w2};
+        }
+    };
+
+    std::array<std::uint8_t, 3> pixel(int x, int y) const;
+    bool isSilhouette(int x, int y) const;
     Colour lightFrom(const Colour& linear, const Point& normal) const;
 
     std::size_t index(int x, int y) const {
@@ -57,9 +77,10 @@ private:
 
     int width_, height_, fineWidth_, fineHeight_;
     Point eye_, light_, halfway_;
+    double silhouetteDrop_ = std::numeric_limits<double>::infinity();
+    std::vector<Triangle> triangles_;
     std::vector<float> near_;
-    std::vector<std::uint32_t> owner_;
-    std::vector<std::array<std::uint8_t, 3>> pixels_;
+    std::vector<std::uint32_t> drawn_; // the triangle at each fine pixel
 };
 
 } // namespace tool
