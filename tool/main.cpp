@@ -26,6 +26,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <iostream>
 #include <thread>
 #include <unistd.h>
@@ -145,13 +146,24 @@ void warnOfPoorCloth(const Work& work, const Trial& trial) {
 }
 
 void warnOfChords(const Work& work, const Story& story) {
-    const auto error = chordError(story.trial.measures, story.areaByShear.value_or(0.0));
-    if (error && *error < -mostChordLoss) {
-        work.log.warn("the net area is " + number(-100.0 * *error, 2) +
-                      " % less than the mould's area over the cosine of the shear: the cells' straight sides "
-                      "cut across its bends; half the step (--step " +
-                      number(0.5 * story.trial.choice.stepA) + ") leaves a half to a quarter of that");
+    const AreaByShear byShear = story.areaByShear.value_or(AreaByShear{});
+    const double error = chordError(story.trial.measures, byShear).value_or(0.0);
+    if (std::abs(error) <= mostChordError) {
+        return;
     }
+    const bool isShort = error < 0.0;
+    const Choice& choice = story.trial.choice;
+    const std::string half = "half the step (--step " + number(0.5 * choice.stepA) + ")";
+    work.log.warn(
+        "the net area is " + number(100.0 * std::abs(error), 2) + (isShort ? " % less" : " % more") +
+        " than the mould's area over the cosine of the shear, most of all around " +
+        pointText(isShort ? byShear.shortAt : byShear.longAt, finestOf({choice.stepA, choice.stepB})) +
+        (isShort
+             ? ": the cells' straight sides cut across its bends; " + half +
+                   " leaves a half to a quarter of that"
+             : ": cells nearly fold there, or lie over each other on their sides; another start (--sweep), "
+               "a smaller patch (--within max) or " +
+                   half + " may do without"));
 }
 
 // What the allowance makes of the shape, and a size that tells of another unit, is said beside being drawn.

@@ -111,7 +111,7 @@ Json patternJson(const Story& story) {
             {"reachesEdge", net.reachesEdge()},
             {"clothEdgeLength", net.clothEdgeLength},
             {"overlapArea", net.overlapArea},
-            {"areaByShear", story.areaByShear ? Json(*story.areaByShear) : Json()},
+            {"areaByShear", story.areaByShear ? Json(story.areaByShear->sum) : Json()},
             {"loops", loops}};
 }
 

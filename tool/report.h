@@ -1,6 +1,7 @@
 // What the program says about a drape: a summary for people and a JSON report for programs.
 #pragma once
 
+#include "host/cloth/area_by_shear.h"
 #include "host/cloth/curve.h"
 #include "host/search/ranking.h"
 #include "host/search/trial.h"
@@ -23,9 +24,9 @@ struct Story {
     std::span<const CurveResult> curves;
     const std::vector<SweepResult>* ranked = nullptr; // null without a sweep
     double wallSeconds = 0.0;
-    const GoodPart* good = nullptr;         // null where the drape is good all over
-    std::optional<Point> passedOver = {};   // the middle, where the start was found beside it
-    std::optional<double> areaByShear = {}; // see host/cloth/area_by_shear.h; nothing where it wasn't asked
+    const GoodPart* good = nullptr;              // null where the drape is good all over
+    std::optional<Point> passedOver = {};        // the middle, where the start was found beside it
+    std::optional<AreaByShear> areaByShear = {}; // nothing where it wasn't asked
 };
 
 // Of the drape that is told of; none where the good part isn't kept.

@@ -1,9 +1,10 @@
 // A triangle takes its shear from the cells that lie over it. One that is larger than a cell is halved down
-// to the size of a cell and takes the mean over the pieces.
+// to the size of a cell and takes the mean over the pieces. What each cell takes of the sum that way is held
+// against its cloth; around a node, since a piece at a cell's side counts to one cell or to the other.
 #include "host/cloth/area_by_shear.h"
 
-#include "host/cloth/bare_area.h"
 #include "host/cloth/cell_cover.h"
+#include "host/cloth/net_faces.h"
 #include "host/mesh/box.h"
 
 #include <algorithm>
@@ -22,7 +23,7 @@ constexpr double farFromCloth = 3.0; // off the box around it; no cell lies over
 class ShearFactors {
 public:
     ShearFactors(const Grid& grid, const Measures& measures, const std::vector<NetFace>& faces)
-        : cover_(grid, measures.cells) {
+        : cover_(grid, measures.cells), taken_(measures.cells.size(), 0.0) {
         for (const Cell& cell : measures.cells) {
             factors_.push_back(thicknessFactor(cell.shear));
             for (std::size_t k = 0; cell.onSurface && k < 4; ++k) {
@@ -47,10 +48,16 @@ public:
         if (facet.reach > largestPiece * cover_.cellLength()) {
             return overHalves(a, b, c);
         }
-        return cover_.coverOf(facet, hint_) == Cover::none
-                   ? Sums{}
-                   : Sums{facet.area, facet.area * factors_[*hint_.cell]};
+        if (cover_.coverOf(facet, hint_) == Cover::none) {
+            return {};
+        }
+        const double byShear = facet.area * factors_[*hint_.cell];
+        taken_[*hint_.cell] += byShear;
+        return {facet.area, byShear};
     }
+
+    // What the pieces over which a cell lies came to.
+    double takenBy(std::size_t cell) const { return taken_[cell]; }
 
 private:
     bool isFar(const Facet& facet) const {
@@ -77,25 +84,49 @@ private:
     CellCover cover_;
     CellCover::Hint hint_;
     std::vector<double> factors_; // per cell
-    Box3 box_;                    // around the cells on the mould
+    std::vector<double> taken_;
+    Box3 box_; // around the cells on the mould
 };
+
+// On the flat pattern.
+double clothOf(const Grid& grid, const Cell& cell, const NetFace& face) {
+    const FlatPoint low = nodeFlat(grid, cell.nodes[0]);
+    const FlatPoint high = nodeFlat(grid, cell.nodes[2]);
+    double share = 0.0;
+    for (const auto& polygon : polygonsOf(face)) {
+        share += signedArea(polygon);
+    }
+    return share * (high[0] - low[0]) * (high[1] - low[1]);
+}
+
+void findPlaces(const Grid& grid, const Measures& measures, const std::vector<NetFace>& faces,
+                const ShearFactors& factors, AreaByShear& found) {
+    std::vector<double> excess(at(grid.count), 0.0); // per node, of the cells around it
+    for (const NetFace& face : faces) {
+        const Cell& cell = measures.cells[face.cell];
+        const double more = clothOf(grid, cell, face) - factors.takenBy(face.cell);
+        for (const std::int32_t node : cell.nodes) {
+            excess[at(node)] += more;
+        }
+    }
+    const auto [least, most] = std::minmax_element(excess.begin(), excess.end());
+    found.shortAt = nodePosition(grid, static_cast<std::int32_t>(least - excess.begin()));
+    found.longAt = nodePosition(grid, static_cast<std::int32_t>(most - excess.begin()));
+}
 
 } // namespace
 
-double areaByShear(const Mould& mould, const Grid& grid, const Measures& measures) {
+AreaByShear areaByShear(const Mould& mould, const Grid& grid, const Measures& measures) {
     if (measures.cellsOnSurface == 0) {
-        return 0.0;
+        return {};
     }
     const std::vector<NetFace> faces = netFaces(grid, measures);
-    const std::vector<double> bare = measures.net.reachesEdge()
-                                         ? std::vector<double>(mould.triangleCount(), 0.0)
-                                         : bareAreas(mould, grid, measures, faces);
     ShearFactors factors(grid, measures, faces);
     double sum = 0.0;
     double known = 0.0; // area of what has a shear
     double unknown = 0.0;
     for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
-        const double covered = mould.facets[t].area - bare[t];
+        const double covered = mould.facets[t].area - (measures.bare.empty() ? 0.0 : measures.bare[t]);
         if (!(covered > 0.0)) {
             continue;
         }
@@ -108,15 +139,18 @@ double areaByShear(const Mould& mould, const Grid& grid, const Measures& measure
             unknown += covered; // cloth that reaches the triangle's rim only; it counts as the rest does
         }
     }
-    return known > 0.0 ? sum * (1.0 + unknown / known) : 0.0;
+    AreaByShear found;
+    found.sum = known > 0.0 ? sum * (1.0 + unknown / known) : 0.0;
+    findPlaces(grid, measures, faces, factors, found);
+    return found;
 }
 
-std::optional<double> chordError(const Measures& measures, double areaByShear) {
-    if (!(areaByShear > 0.0 && measures.coveredShare > 0.0)) {
+std::optional<double> chordError(const Measures& measures, const AreaByShear& byShear) {
+    if (!(byShear.sum > 0.0 && measures.coveredShare > 0.0)) {
         return std::nullopt;
     }
     const double layers = 1.0 + measures.doubledShare / measures.coveredShare;
-    return measures.net.area / (layers * areaByShear) - 1.0;
+    return measures.net.area / (layers * byShear.sum) - 1.0;
 }
 
 } // namespace drape::host

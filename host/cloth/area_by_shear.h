@@ -9,16 +9,21 @@
 
 namespace drape::host {
 
-// The sum over the part of the mould that lies under cloth, each place counted once however many layers lie
-// there; in the mould's unit squared. It costs about as much as the rest of the measures.
-double areaByShear(const Mould& mould, const Grid& grid, const Measures& measures);
+struct AreaByShear {
+    double sum = 0.0; // in the mould's unit squared; each place under cloth counts once, whatever its layers
+    Point shortAt{};  // the node around which the pattern's cloth falls short of the mould's the most,
+    Point longAt{};   // and the one around which there is the most too much
+};
+
+// `measures` are whole.
+AreaByShear areaByShear(const Mould& mould, const Grid& grid, const Measures& measures);
 
 // How much more the net area is than that sum, as a share of it; cloth that lies over other cloth counts in
-// both. Below 0 by what the chords cut off; above 0 where cells shear so far that they nearly fold. Nothing
-// where there is no cloth.
-std::optional<double> chordError(const Measures& measures, double areaByShear);
+// both. Below 0 by what the chords cut off; above 0 where cells shear so far that they nearly fold, or lie
+// over each other on their sides. Nothing where there is no cloth.
+std::optional<double> chordError(const Measures& measures, const AreaByShear& byShear);
 
-// A pattern that falls further short than this share is drawn from cells that are too large for the mould.
-constexpr double mostChordLoss = 0.01;
+// A pattern that is further off than this share is drawn from cells that are too large for the mould.
+constexpr double mostChordError = 0.01;
 
 } // namespace drape::host

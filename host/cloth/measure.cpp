@@ -84,11 +84,8 @@ void countTurns(const Grid& grid, Measures& sums) {
 // mould has no room for lies over other cloth.
 void shareOut(const Mould& mould, const Grid& grid, Measures& sums) {
     const std::vector<NetFace> faces = netFaces(grid, sums);
-    double bare = 0.0;
-    if (!sums.net.reachesEdge()) {
-        const std::vector<double> ofTriangles = bareAreas(mould, grid, sums, faces);
-        bare = std::accumulate(ofTriangles.begin(), ofTriangles.end(), 0.0);
-    }
+    sums.bare = sums.net.reachesEdge() ? std::vector<double>{} : bareAreas(mould, grid, sums, faces);
+    const double bare = std::accumulate(sums.bare.begin(), sums.bare.end(), 0.0);
     const double covered = std::max(0.0, sums.mouldArea - bare);
     double cloth = 0.0;
     for (const NetFace& face : faces) {

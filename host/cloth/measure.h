@@ -19,6 +19,7 @@ struct Measures {
     Point largestTurnAt{};           // where that is
     std::size_t cellsOnSurface = 0;
     double mouldArea = 0.0;    // in its unit squared
+    std::vector<double> bare;  // of each triangle's area, what no cloth lies on; empty if nothing is bare
     double coveredShare = 0.0; // 0 to 1, of the mould's area under the cloth
     double doubledShare = 0.0; // area of cloth that lies over other cloth, against the mould's area
 };

@@ -3,6 +3,7 @@ limits, and the forms in which curves come.
 """
 
 import math
+import re
 import unittest
 
 import model
@@ -98,6 +99,25 @@ class Words(Case):
             self.assertEqual(1.0 - net / asked > 0.01, told)
             self.assertEqual(f"the net area is {100 * (1 - net / asked):.2g} % less" in done.stderr, told, done.stderr)
             self.assertEqual("--step 1.5" in done.stderr, told)
+
+    def test_where_the_net_area_is_off(self):
+        """Short of the mould's where cells cut across a ridge, more where they nearly fold beside a pyramid's tip."""
+        points, faces = plate(40)
+        ridge = [(x, y, 8 - abs(x - 12)) for x, y, _ in points]
+        pyramid = [(x, y, max(0.0, 12 - max(abs(x - 20), abs(y - 20)))) for x, y, _ in points]
+        for mould, words, sense, near in (
+            (ridge, ("--seed", "28.1,20.2,-8", "--angle", "20", "--step", "4"), "less", lambda p: abs(p[0] - 12) < 4),
+            (pyramid, ("--seed", "12.1,12.2,4", "--step", "2.4"), "more", lambda p: p[0] > 20 and p[1] > 20),
+        ):
+            report, done = self.report(self.file("m.obj", obj((mould, faces))), *words)
+            told = re.search(r"the net area is ([\d.]+) % (less|more) than .* around \((.*?)\): ", done.stderr)
+            self.assertIsNotNone(told, done.stderr)
+            self.assertEqual(told[2], sense)
+            self.assertTrue(near([float(x) for x in told[3].split(",")]), told[3])
+            pattern, result = report["pattern"], report["result"]
+            layers = 1 + result["doubledShare"] / result["coveredShare"]
+            off = abs(pattern["netArea"] / pattern["areaByShear"] / layers - 1)
+            self.assertAlmostEqual(float(told[1]) / 100, off, delta=0.0006)
 
     def test_poor_cover_and_doubled_cloth(self):
         points, faces = plate(20)
