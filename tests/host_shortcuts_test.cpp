@@ -170,6 +170,49 @@ TEST(HostShortcuts, FrontGoesAsThePlainOne) {
     }
 }
 
+host::PolygonSoup soupOf(const host::TriangleMesh& mesh) {
+    host::PolygonSoup soup;
+    soup.points = mesh.positions;
+    for (const host::Triangle& t : mesh.triangles) {
+        soup.polygons.emplace_back(t.begin(), t.end());
+    }
+    return soup;
+}
+
+// Each lies in the triangle that is farthest from the seeds before it and half as far from the outline, by
+// distances all over the surface.
+TEST(HostShortcuts, SeedsAreThoseOfWholeFronts) {
+    std::vector<Surface> moulds{squareMould(100.0, 90, doubleDomeHeight(100.0))};
+    for (const Mould& mould : smoothMoulds()) {
+        moulds.push_back(mould.surface);
+    }
+    for (const Surface& mould : moulds) {
+        host::Notes notes;
+        const host::Surface surface = host::preparedSurface(soupOf(hostMesh(mould)), {}, {}, notes);
+        const std::vector<host::Point> seeds = host::spreadSeeds(surface, 12);
+        ASSERT_EQ(seeds.size(), 12U);
+        const host::Front front(surface.mesh);
+        std::vector<double> room = front.distancesFrom(surface.mould->loops.front().vertices);
+        std::transform(room.begin(), room.end(), room.begin(), [](double d) { return 2.0 * d; });
+        for (std::size_t k = 0; k + 1 < seeds.size(); ++k) {
+            const auto more = front.distancesFrom(host::nearestPoint(*surface.mould, seeds[k]));
+            std::transform(room.begin(), room.end(), more.begin(), room.begin(),
+                           [](double a, double b) { return std::min(a, b); });
+            std::size_t farthest = 0;
+            double most = 0.0;
+            for (std::size_t t = 0; t < surface.mesh.triangles.size(); ++t) {
+                const auto& [a, b, c] = surface.mesh.triangles[t];
+                const double least = std::min({room[host::at(a)], room[host::at(b)], room[host::at(c)]});
+                if (least > (1.0 + 1e-6) * most) {
+                    most = least;
+                    farthest = t;
+                }
+            }
+            ASSERT_EQ(seeds[k + 1], host::centreOf(surface.mesh, farthest)) << k;
+        }
+    }
+}
+
 // Random triangles between a few points meet by threes, touch at vertices and wind round to their back.
 TEST(HostShortcuts, NeighboursHandedOnAreThoseOfTheMesh) {
     std::mt19937 random(7);
@@ -225,13 +268,7 @@ TEST(HostShortcuts, FrontFromAnEdgeGoesStraight) {
 }
 
 TEST(HostShortcuts, SweepGivesTheSameOnAnyThreads) {
-    host::PolygonSoup soup;
-    const Surface surface = dome(5.0, 16);
-    const host::TriangleMesh mesh = hostMesh(surface);
-    soup.points = mesh.positions;
-    for (const host::Triangle& t : mesh.triangles) {
-        soup.polygons.emplace_back(t.begin(), t.end());
-    }
+    const host::PolygonSoup soup = soupOf(hostMesh(dome(5.0, 16)));
     host::TrialWishes wishes;
     wishes.start.stepA = 0.8;
     host::Notes notes;

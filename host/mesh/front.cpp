@@ -216,7 +216,9 @@ void Wave::begin(std::int32_t vertex, double distance) {
     }
 }
 
-void Wave::goOnTo(double farthest) {
+// `isWorthIt` tells whether to go on from a vertex at its distance.
+template <class IsWorthIt>
+void Wave::goOn(double farthest, IsWorthIt isWorthIt) {
     const std::span<const Point> positions(front_.mesh_.positions);
     const std::span<const std::int32_t> start(front_.start_);
     const std::span<const Front::Corners> corners(front_.corners_);
@@ -232,7 +234,7 @@ void Wave::goOnTo(double farthest) {
          next = open.next()) {
         const auto [here, v] = *next;
         open.drop();
-        if (here > reached[at(v)]) {
+        if (here > reached[at(v)] || !isWorthIt(v, here)) {
             continue;
         }
         const Point& position = positions[at(v)];
@@ -252,6 +254,19 @@ void Wave::goOnTo(double farthest) {
 
 bool Wave::hasEnded() const {
     return open_->next() == nullptr;
+}
+
+void Wave::goOnTo(double farthest) {
+    goOn(farthest, [](std::int32_t, double) { return true; });
+}
+
+// Along a way to where this wave is ahead the others are behind all the time, but for what distances are too
+// long by.
+void Wave::goOnAmong(const std::vector<double>& others, double weight, double farthest) {
+    constexpr double tooLong = 0.05; // share, several times what a fair mesh makes of it
+    const double edges = 3.0 * front_.longestEdge_;
+    goOn(farthest + edges,
+         [&](std::int32_t v, double d) { return weight * (d - edges) <= (1.0 + tooLong) * others[at(v)]; });
 }
 
 } // namespace drape::host

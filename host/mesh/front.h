@@ -26,9 +26,6 @@ public:
     // The same from the nearest of several vertices, 0-based.
     std::vector<double> distancesFrom(const std::vector<std::int32_t>& vertices) const;
 
-    // Of the mesh, in its unit.
-    double longestEdge() const { return longestEdge_; }
-
 private:
     friend class Wave;
     // The other two corners of a triangle around a vertex, 0-based, in the triangle's sense.
@@ -42,7 +39,7 @@ private:
     double longestEdge_ = 0.0;
 };
 
-// A front that is on its way.
+// A front that is on its way. One and the same way of going on is to be used for all of it.
 class Wave {
 public:
     // `front` must outlive the wave.
@@ -53,6 +50,11 @@ public:
 
     // As far as `farthest`. In the end it has got as far as if it had gone there at once.
     void goOnTo(double farthest);
+
+    // The same for a wave among others, which have been at each vertex at `others` / `weight` or will be
+    // there sooner. It doesn't go on where they are ahead of it, and where it is ahead its distances are what
+    // they would be without them; elsewhere they are larger.
+    void goOnAmong(const std::vector<double>& others, double weight, double farthest);
 
     // There is nowhere left to go.
     bool hasEnded() const;
@@ -65,6 +67,8 @@ private:
     class Queue;
 
     void begin(std::int32_t vertex, double distance);
+    template <class IsWorthIt>
+    void goOn(double farthest, IsWorthIt isWorthIt);
 
     const Front& front_;
     std::vector<double> reached_;

@@ -10,6 +10,7 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace drape::host {
 
@@ -20,12 +21,12 @@ namespace {
 // Half as far from the outline as from the next seed is far enough.
 constexpr double outlineWeight = 2.0;
 
+constexpr double unlimited = std::numeric_limits<double>::infinity();
+
 constexpr double sameRoom = 1e-6; // share of it
 
-// Waves look first whether they have gone far enough at this many square roots of the surface's area, later
-// at this share of the last room.
+// The first waves look whether they have gone far enough at this many square roots of the surface's area.
 constexpr double leastReach = 0.25;
-constexpr double leastShrunk = 0.6;
 
 struct Roomiest {
     std::size_t triangle = 0;
@@ -38,34 +39,21 @@ struct Weighing {
     double weight; // of its distances, in room
 };
 
-// Lets each wave take its distances off the room at every vertex. None goes farther than there is room.
-void takeAway(std::vector<Weighing>& waves, double edge, double firstReach, std::vector<double>& room) {
+// Lets waves take their distances off the room at every vertex, bit by bit from `reach` on, and none farther
+// than there is room.
+void takeAway(std::vector<Weighing> waves, double reach, std::vector<double>& room) {
     constexpr double further = 1.2;
-    // What a wave has still to do a few edges beyond a vertex changes nothing there.
-    const double margin = 3.0 * edge;
-    const auto roomAt = [&](std::size_t v) {
-        double least = room[v];
-        for (const Weighing& w : waves) {
-            least = std::min(least, w.weight * w.wave.distances()[v]);
-        }
-        return least;
-    };
-    double most = std::numeric_limits<double>::infinity();
-    bool open = true;
-    for (double reach = firstReach; open && most > reach;) {
+    for (bool open = true; open; reach *= further) {
         open = false;
         for (Weighing& w : waves) {
-            w.wave.goOnTo(reach / w.weight + margin);
+            w.wave.goOnAmong(room, w.weight, reach / w.weight);
             open = open || !w.wave.hasEnded();
+            const std::vector<double>& distances = w.wave.distances();
+            for (std::size_t v = 0; v < room.size(); ++v) {
+                room[v] = std::min(room[v], w.weight * distances[v]);
+            }
         }
-        most = 0.0;
-        for (std::size_t v = 0; v < room.size(); ++v) {
-            most = std::max(most, roomAt(v));
-        }
-        reach = most > reach ? std::min(most, further * reach) : reach;
-    }
-    for (std::size_t v = 0; v < room.size(); ++v) {
-        room[v] = roomAt(v);
+        open = open && *std::max_element(room.begin(), room.end()) > reach;
     }
 }
 
@@ -93,19 +81,18 @@ std::vector<Point> spreadSeeds(const Surface& surface, std::size_t count) {
         return seeds;
     }
     const Front front(mesh);
-    std::vector<double> room(mesh.positions.size(), std::numeric_limits<double>::infinity());
+    std::vector<double> room(mesh.positions.size(), unlimited);
     std::vector<Weighing> waves;
     if (!surface.mould->loops.empty()) {
         waves.push_back({Wave(front, surface.mould->loops.front().vertices), outlineWeight});
     }
-    double firstReach = leastReach * std::sqrt(surface.mould->area);
+    // Later waves end where those before them leave no room.
+    double reach = leastReach * std::sqrt(surface.mould->area);
     while (seeds.size() < count && seeds.size() < mesh.triangles.size()) {
         waves.push_back({Wave(front, nearestPoint(*surface.mould, seeds.back())), 1.0});
-        takeAway(waves, front.longestEdge(), firstReach, room);
-        waves.clear();
-        const Roomiest roomiest = roomiestOf(mesh, room);
-        seeds.push_back(centreOf(mesh, roomiest.triangle));
-        firstReach = leastShrunk * roomiest.room;
+        takeAway(std::exchange(waves, {}), reach, room);
+        seeds.push_back(centreOf(mesh, roomiestOf(mesh, room).triangle));
+        reach = unlimited;
     }
     return seeds;
 }
