@@ -3,6 +3,7 @@
 
 #include "host/cloth/status_text.h"
 #include "host/mesh/text.h"
+#include "tool/dart_report.h"
 #include "tool/write/core_table.h"
 
 #include <algorithm>
@@ -50,6 +51,7 @@ Json drapeJson(const PlySheet& sheet) {
             {"width", m.net.extent[2] - m.net.extent[0]},
             {"height", m.net.extent[3] - m.net.extent[1]},
             {"mass", orNull(sheet.mass)},
+            {"darts", dartsJson(sheet.scene.darts)},
             {"elements", covered}};
 }
 
@@ -94,7 +96,7 @@ Json coreJson(const LaminateStory& story, const CoreSample& core) {
         layers.push_back(
             {{"sequence", layer.ply + 1},
              {"name", ply.wish.name},
-             {"piece", ply.pieces ? Json(layer.fibres.piece + 1) : Json()},
+             {"piece", ply.inPieces() ? Json(layer.fibres.piece + 1) : Json()},
              {"cloth", ply.wish.cloth.name},
              {"angle", std::isfinite(layer.fibres.toRosette) ? Json(layer.fibres.toRosette) : Json()},
              {"shear", layer.fibres.shear},
@@ -162,6 +164,11 @@ std::string laminateSummary(const LaminateStory& story) {
     text += aligned(rows);
     if (story.sheets.size() > pliesShown) {
         text += "and " + counted(story.sheets.size() - pliesShown, "more row", "more rows") + "\n";
+    }
+    for (std::size_t s = 0; s < std::min(pliesShown, story.sheets.size()); ++s) {
+        for (const Dart& dart : story.sheets[s]->scene.darts) {
+            text += "dart      of " + story.sheets[s]->name() + ": " + dartText(dart) + "\n";
+        }
     }
     for (const CoreSample& core : story.cores) {
         text += coreText(laminate, core);

@@ -22,8 +22,6 @@ using namespace vec;
 
 namespace {
 
-constexpr std::size_t mostDarts = 6; // of a piece
-
 constexpr const char* examples = R"(Examples:
   drape mould.stl -o mould.png
         drape from the middle, fibres along x, and look at it

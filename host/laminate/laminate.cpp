@@ -18,21 +18,10 @@ using namespace vec;
 
 namespace {
 
-// What two plies must have in common to share a surface, and a drape on it.
+// What two plies must have in common to share a surface.
 std::vector<double> surfaceKey(const PlyWish& ply) {
     const Point side = ply.side.value_or(Point{});
     return {side[0], side[1], side[2], ply.stepA.value_or(0.0), ply.stepB.value_or(0.0)};
-}
-
-std::vector<double> drapeKey(const PlyWish& ply) {
-    std::vector<double> key = surfaceKey(ply);
-    const Point seed = ply.seed.value_or(Point{});
-    key.insert(key.end(), {seed[0], seed[1], seed[2], ply.seed ? 1.0 : 0.0, ply.angle,
-                           ply.pivotByGridLine ? (*ply.pivotByGridLine ? 1.0 : 0.0) : 2.0,
-                           ply.cloth.lockingAngle.value_or(-1.0), ply.pieces.value_or(0.0),
-                           static_cast<double>(ply.mostPieces.value_or(0)),
-                           ply.pieces ? ply.cloth.width.value_or(0.0) : 0.0});
-    return key;
 }
 
 // One drape for all plies that share it.
@@ -68,6 +57,19 @@ public:
         return trial;
     }
 
+    // What two plies must have in common to share a drape.
+    std::vector<double> drapeKey(const PlyWish& ply) const {
+        std::vector<double> key = surfaceKey(ply);
+        const Point seed = ply.seed.value_or(Point{});
+        const std::size_t darts = dartsOf(ply);
+        key.insert(key.end(), {seed[0], seed[1], seed[2], ply.seed ? 1.0 : 0.0, ply.angle,
+                               ply.pivotByGridLine ? (*ply.pivotByGridLine ? 1.0 : 0.0) : 2.0,
+                               ply.cloth.lockingAngle.value_or(-1.0), ply.pieces.value_or(0.0),
+                               static_cast<double>(ply.mostPieces.value_or(0)), static_cast<double>(darts),
+                               ply.pieces || darts > 0 ? ply.cloth.width.value_or(0.0) : 0.0});
+        return key;
+    }
+
     Surface surfaceFor(const PlyWish& ply, Notes& notes) const {
         SurfaceWishes surface = wishes_.surface;
         surface.side = ply.side ? ply.side : surface.side;
@@ -87,6 +89,10 @@ public:
                                : looks  ? bestStart(surface, trial, ply.angle, forEach_)
                                         : surface.defaultSeed;
             job.trial = std::make_shared<const Trial>(drapeFrom(surface, trial, seed, ply.angle, job.notes));
+            if (dartsOf(ply) > 0) {
+                slit(ply, surface, trial, job);
+                return;
+            }
             if (job.trial->grid.status != DRAPE_OK) {
                 job.trouble = "the run ended with code " + std::to_string(job.trial->grid.status) + ": " +
                               textOfStatus(job.trial->grid.status).meaning;
@@ -99,12 +105,35 @@ public:
     }
 
 private:
-    void cover(const PlyWish& ply, const Surface& surface, const TrialWishes& trial, Job& job) const {
+    std::size_t dartsOf(const PlyWish& ply) const {
+        return ply.region.empty() ? ply.darts.value_or(wishes_.cover.darts) : 0;
+    }
+
+    CoverWishes coverWishes(const PlyWish& ply) const {
         CoverWishes wishes = wishes_.cover;
-        wishes.share = *ply.pieces;
-        wishes.mostPieces = ply.mostPieces.value_or(wishes.mostPieces);
         wishes.angle = ply.angle;
         wishes.most[1] = ply.cloth.width.value_or(wishes.most[1]);
+        wishes.darts = dartsOf(ply);
+        return wishes;
+    }
+
+    // What is good of a drape around its seed, in its place.
+    void slit(const PlyWish& ply, const Surface& surface, const TrialWishes& trial, Job& job) const {
+        const PieceStart start{job.trial->choice.seed, job.trial->angle};
+        job.trial.reset();
+        PieceSet set = pieceFrom(surface, trial, coverWishes(ply), start, forEach_);
+        if (set.pieces.empty()) {
+            job.trouble =
+                "none of its cloth is good around its start; another seed or smaller cells (step) may do";
+            return;
+        }
+        job.pieces = std::make_shared<const PieceSet>(std::move(set));
+    }
+
+    void cover(const PlyWish& ply, const Surface& surface, const TrialWishes& trial, Job& job) const {
+        CoverWishes wishes = coverWishes(ply);
+        wishes.share = *ply.pieces;
+        wishes.mostPieces = ply.mostPieces.value_or(wishes.mostPieces);
         PieceSet set = coveredBy(surface, trial, wishes, spreadBy(forEach_), forEach_, nullptr, false);
         if (set.pieces.empty()) {
             job.trouble = "no piece was found that drapes; smaller cells (step) may";
@@ -188,7 +217,7 @@ void layOnMould(Laminate& laminate, const Layer& layer, const RegionCurves& regi
                 unfit.emplace(key, error.what());
             }
         }
-        if (jobOf.emplace(drapeKey(wish), jobs.size()).second) {
+        if (jobOf.emplace(layer.drapeKey(wish), jobs.size()).second) {
             jobs.push_back({p, nullptr, nullptr, unfit.count(key) > 0 ? unfit[key] : "", {}});
         }
     }
@@ -204,7 +233,7 @@ void layOnMould(Laminate& laminate, const Layer& layer, const RegionCurves& regi
         if (!ply.wish.trouble.empty()) {
             return;
         }
-        const Job& job = jobs[jobOf.at(drapeKey(ply.wish))];
+        const Job& job = jobs[jobOf.at(layer.drapeKey(ply.wish))];
         takeDrape(ply, job);
         if (job.ply == p) {
             ply.notes = job.notes;

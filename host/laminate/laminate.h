@@ -11,8 +11,8 @@
 
 namespace drape::host {
 
-// What was draped of one ply: one drape or several pieces, which plies that are alike share; neither if it
-// couldn't be draped.
+// What was draped of one ply: one drape, or pieces of which a ply with darts has one; neither if it couldn't
+// be draped. Plies that are alike share them.
 struct LaidPly {
     PlyWish wish;
     std::shared_ptr<const Trial> trial;
@@ -25,11 +25,12 @@ struct LaidPly {
     std::vector<ElementFibres> fibres; // one per element; empty without a trial
 
     bool isLaid() const { return trial || pieces; }
+    bool inPieces() const { return pieces && wish.pieces; }
     std::vector<const Trial*> drapes() const; // one per piece
 
     // "P3", or of the piece 1 (0-based) "P3-2".
     std::string nameOf(std::int32_t piece) const {
-        return wish.name + (pieces ? "-" + std::to_string(piece + 1) : std::string());
+        return wish.name + (inPieces() ? "-" + std::to_string(piece + 1) : std::string());
     }
 
     double thicknessOn(std::size_t element) const {
@@ -55,7 +56,7 @@ struct LaminateWishes {
     TrialWishes trial;
     bool startAtMiddle = false; // where neither the ply nor the surface names a seed
     bool buildUp = false;       // each ply lies on those below it
-    CoverWishes cover;          // of plies in pieces, but for their share, angle and a roll's width
+    CoverWishes cover; // of plies in pieces or with darts, but for their share, angle and a roll's width
 };
 
 // The closed curves that regions name, by their names.

@@ -33,6 +33,7 @@ struct PlyWish {
     std::optional<bool> pivotByGridLine;
     std::optional<double> pieces; // share of the mould that as many pieces as it takes cover; else one piece
     std::optional<std::size_t> mostPieces; // of those
+    std::optional<std::size_t> darts; // in each piece, at most; of a ply in one piece the good region is laid
     std::string region; // names a closed curve, outside of which the ply is cut off; empty for none
     std::vector<std::string> after; // names of plies that lie below it
     std::string afterPlace;         // where that stands in the layup's file, for messages; may be empty

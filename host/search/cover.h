@@ -9,6 +9,8 @@
 
 namespace drape::host {
 
+constexpr std::size_t mostDarts = 6; // that a piece can be asked to have
+
 struct CoverWishes {
     double share = 0.99;     // of the area, to be covered
     double angle = 0.0;      // degrees, of all pieces

@@ -130,7 +130,7 @@ class LaminateValues(unittest.TestCase):
             alone, told = single.report, dict(ply["drape"])
             result, choice, shear, pattern = (alone[x] for x in ("result", "choice", "shear", "pattern"))
             wanted = {"status": result["status"], **{x: choice[x] for x in ("seed", "warp", "weft", "normal", "side", "step")},
-                      "lockingAngle": shear["lockingAngle"], "elements": sum(row["ply"] == NAMES[k] for row in self.rows)}
+                      "lockingAngle": shear["lockingAngle"], "darts": [], "elements": sum(row["ply"] == NAMES[k] for row in self.rows)}
             if k != 1:
                 wanted |= {"cells": result["cellsOnSurface"], "meanShear": shear["mean"], "largestShear": shear["largest"],
                            "shareBeyondLocking": shear["shareBeyondLocking"], "coveredShare": result["coveredShare"], "netArea": pattern["netArea"],

@@ -455,6 +455,49 @@ class Pieces(Laminates):
             self.assertIn(f"ply {most}: {most} pieces of at most {most} cover {100 * cover['coveredShare']:.4g} % of the mould", done.stderr)
         self.assertGreater(all_["coveredShare"], three["coveredShare"])
 
+    def test_plies_with_darts_are_those_of_the_program(self):
+        """In one piece as `--darts` makes it, in pieces as `--cover --darts` does; what a ply says goes before the option."""
+        mesh, words = self.file("m.obj", obj(cup(0.3, 24, 8, 4))), ("--step", "0.25")
+        single, _ = self.report(mesh, *words, "--start", "middle", "--darts")
+        cover, _ = self.report(mesh, *words, "--cover", "0.75", "--darts")
+        self.file("ring.xyz", "0.3 0 0.95\n0 0.3 0.95\n-0.3 0 0.95\n0 -0.3 0.95\n")
+        plies = [{"name": "whole", "thickness": 0.02, "darts": 0}, {"name": "one", "thickness": 0.03}, {"name": "set", "pieces": 0.75, "darts": 6},
+                 {"name": "patch", "region": "ring.xyz"}]
+        report, done = self.laminate(mesh, plies, *words, "--start", "middle", "--darts", "--core", "0.1,0.1,1", "--core", "0.6,0.6,0.5", "-o", "kit.dxf", "-o", "book.pdf", "-o", "l.vtp",
+                                     expect=None)
+        whole, one, pieces, patch = report["plies"]
+        self.assertEqual([p["drape"]["darts"] for p in (whole, patch)], [[], []])
+        self.assertEqual((one["drape"]["darts"], one["drape"]["netArea"], one["cover"]), (single["darts"], single["pattern"]["netArea"], None))
+        self.assertAlmostEqual(one["drape"]["coveredShare"], single["good"]["share"], 9)
+        [piece], [wanted] = pieces["cover"]["pieces"], cover["cover"]["pieces"]
+        self.assertEqual(piece["darts"], wanted["darts"])
+        self.assertTrue(single["darts"] and wanted["darts"])
+        # The pieces lie side by side in the kit, in the order of the plies.
+        entities = dxf_entities((self.folder / "kit.dxf").read_text())
+        seeds = [e["points"][0] for e in entities if e["layer"] == "SEED"]
+        sides = [e["points"] for e in entities if e["layer"] == "DART"]
+        told = [(seed, dart) for seed, darts in ((seeds[1], single["darts"]), (seeds[2], wanted["darts"])) for dart in darts]
+        for (seed, dart), line in zip(told, sides, strict=True):
+            for end, place in zip((line[0], line[-1]), dart["mouthOnPattern"]):
+                self.assertPoint(end, (seed[0] + place[0], seed[1] + place[1]), 6)
+        text = subprocess.run(["pdftotext", "-layout", self.folder / "book.pdf", "-"], capture_output=True, text=True, check=True).stdout
+        pages = text.split("\f")
+        for page, name, darts in ((2, "one", single["darts"]), (4, "set-1", wanted["darts"])):
+            for k, dart in enumerate(darts, 1):
+                self.assertIn(f"dart {k}: V of {dart['width']:.1f} mm, {dart['angle']:.1f}°", pages[page])
+                self.assertIn(f"dart      of {name}: a V of {dart['width']:.4g} at its mouth, {dart['angle']:.1f} degrees", done.stdout)
+        # Where it isn't good, a ply with darts is bare; its elements have the fibres of its grid.
+        rows = self.rows()
+        share = sum(r["ply"] == "one" for r in rows) / sum(r["ply"] == "whole" for r in rows)
+        self.assertAlmostEqual(share, single["good"]["share"], delta=0.05)
+        named = [[(layer["name"], layer["piece"]) for layer in core["layers"]] for core in report["cores"]]
+        self.assertEqual(named, [[("whole", None), ("one", None), ("set", 1), ("patch", None)], [("whole", None), ("set", 1)]])
+        for core in report["cores"]:
+            self.assertEqual([r["ply"] for r in rows if r["element"] == str(core["element"])], [layer["name"] for layer in core["layers"]])
+        for where, ply in (("line 2, column 2 (darts): \"7\"", "a,7,"), ("line 2, column 2 (darts): \"1.5\"", "a,1.5,"), ("line 2, column 3 (region)", "a,1,ring.xyz")):
+            done = self.drape(mesh, "--layup", self.file("bad.csv", f"name,darts,region\n{ply}\n"), "-o", "x.json", expect=INPUT)
+            self.assertIn(where, done.stderr)
+
     def test_each_piece_goes_where_it_lies(self):
         mould = cup(0.6, 32, 12, 12)
         mesh = self.file("m.obj", obj(([tuple(100 * x for x in p) for p in mould[0]], mould[1])))

@@ -53,8 +53,8 @@ public:
             std::max<std::size_t>(1, (book_.sheets.size() + rowsPerPage - 1) / rowsPerPage);
         const std::size_t corePages = (book_.cores.size() + coresPerPage - 1) / coresPerPage;
         const auto& plies = book_.laminate.plies;
-        const auto sets = std::count_if(plies.begin(), plies.end(),
-                                        [](const LaidPly& ply) { return ply.pieces != nullptr; });
+        const auto sets =
+            std::count_if(plies.begin(), plies.end(), [](const LaidPly& ply) { return ply.inPieces(); });
         pages_ = tables + book_.sheets.size() + static_cast<std::size_t>(sets) + corePages;
         for (std::size_t t = 0; t < tables; ++t) {
             tablePage(t * rowsPerPage, t + 1 == tables);

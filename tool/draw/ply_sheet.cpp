@@ -145,12 +145,13 @@ void fill(PlySheet& sheet, const Laminate& laminate, const SheetWishes& wishes) 
     scene.ply = sheet.name();
     scene.mouldName = wishes.mouldName;
     scene.side = textOf(drape.side);
-    if (sheet.piece > 0) {
+    if (ply.pieces) {
+        const std::size_t k = std::max<std::size_t>(sheet.piece, 1) - 1;
         // The whole mould stays in sight behind the piece.
         scene.mould = ply.pieces->claims.get();
-        scene.seams = seamsOnPattern(*ply.pieces, sheet.piece - 1);
-        scene.darts = ply.pieces->pieces[sheet.piece - 1].darts;
-        sheet.coveredShare = ply.pieces->pieces[sheet.piece - 1].claimed / ply.pieces->claims->area;
+        scene.seams = seamsOnPattern(*ply.pieces, k);
+        scene.darts = ply.pieces->pieces[k].darts;
+        sheet.coveredShare = ply.pieces->pieces[k].claimed / ply.pieces->claims->area;
     }
 }
 
@@ -165,7 +166,7 @@ std::vector<std::unique_ptr<PlySheet>> sheetsOf(const Laminate& laminate, const 
             PlySheet& sheet = *sheets.emplace_back(std::make_unique<PlySheet>());
             sheet.ply = &ply;
             sheet.sequence = p + 1;
-            sheet.piece = ply.pieces ? k + 1 : 0;
+            sheet.piece = ply.inPieces() ? k + 1 : 0;
             if (k < drapes.size()) {
                 sheet.drape = drapes[k];
                 fill(sheet, laminate, wishes);

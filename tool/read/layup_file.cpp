@@ -2,6 +2,7 @@
 #include "tool/read/layup_file.h"
 
 #include "host/mesh/error.h"
+#include "host/search/cover.h"
 #include "tool/read/deck_text.h"
 #include "tool/read/mesh_formats.h"
 #include "tool/read/numbers.h"
@@ -36,8 +37,8 @@ struct Table {
 
 constexpr std::array<std::string_view, 10> clothColumns{"thickness", "width", "locking", "density", "E1",
                                                         "E2",        "nu12",  "G12",     "G13",     "G23"};
-constexpr std::array<std::string_view, 10> plyColumns{"name",  "cloth",  "angle", "seed",   "step",
-                                                      "pivot", "region", "side",  "pieces", "after"};
+constexpr std::array<std::string_view, 11> plyColumns{"name",   "cloth", "angle",  "seed",  "step", "pivot",
+                                                      "region", "side",  "pieces", "darts", "after"};
 
 constexpr std::array<std::string_view, 7> materialColumns{"density", "E1", "E2", "nu12", "G12", "G13", "G23"};
 
@@ -396,6 +397,7 @@ public:
             ply.region = (folder_ / cell->text).string();
         }
         readPieces(ply);
+        readDarts(ply);
     }
 
     void readAfter(PlyWish& ply) const {
@@ -494,6 +496,22 @@ private:
         if (isCount) {
             ply.mostPieces = static_cast<std::size_t>(number);
         }
+    }
+
+    void readDarts(PlyWish& ply) const {
+        const Cell* cell = find("darts");
+        if (cell == nullptr) {
+            return;
+        }
+        double count = 0.0;
+        if (!readNumber(cell->text, count) || !(count >= 0.0 && count <= static_cast<double>(mostDarts)) ||
+            count != std::floor(count)) {
+            refuse("darts", "give how many a piece may get, 0 to " + std::to_string(mostDarts));
+        }
+        if (count > 0.0 && find("region") != nullptr) {
+            refuse("region", "a ply with darts isn't cut off");
+        }
+        ply.darts = static_cast<std::size_t>(count);
     }
 
     void readStep(PlyWish& ply) const {

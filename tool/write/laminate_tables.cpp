@@ -52,7 +52,7 @@ void addPly(CellFile& file, const LaidPly& ply, std::size_t number, std::size_t 
     }
     const std::string name = "ply" + std::to_string(number) + "_";
     file.addCellArray((name + "cover").c_str(), cover, 1);
-    if (ply.pieces) {
+    if (ply.inPieces()) {
         file.addCellArray((name + "piece").c_str(), piece, 1);
     }
     file.addCellArray((name + "side").c_str(), side, 1);
