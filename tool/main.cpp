@@ -270,28 +270,39 @@ bool isOfUse(Refusal refusal) {
            refusal == Refusal::tooCoarse;
 }
 
-int run(Work& work) {
-    ImportedMesh file = loadFile(work);
-    if (!work.settings.layup.file.empty()) {
-        return runLayup(work.settings, file, work.log);
-    }
-    const Surface surface = preparedFrom(work, std::move(file.soup));
-    if (work.settings.cover.wanted) {
-        return coverAndTell(work.settings, surface, faceNumbers(work), work.log, work.begin);
-    }
-    std::vector<Candidate> candidates;
-    if (work.settings.sweep.wanted) {
-        candidates = candidatesFor(work.settings, surface);
-        if (candidates.empty()) {
-            work.log.note("this part of the sweep holds no candidate");
-            sweepAndTell(work, surface, candidates);
-            return exitDone;
-        }
-    }
+std::vector<DrawnCurve> drawnCurves(const Settings& settings) {
     std::vector<DrawnCurve> drawn;
-    for (const std::string& path : work.settings.curves) {
+    for (const std::string& path : settings.curves) {
         drawn.push_back(readCurve(path));
     }
+    return drawn;
+}
+
+// The good part, which takes the place of `trial` where it's kept.
+std::optional<GoodPart> goodPartKept(const Work& work, const Surface& surface, Trial& trial) {
+    std::optional<GoodPart> good =
+        goodPartOf(work.settings, surface, trial, overThreads(work.settings.sweep.jobs));
+    if (good && work.settings.keepGood) {
+        trial = good->drape;
+    } else if (work.settings.keepGood && !trial.within && trial.grid.count > 0) {
+        work.log.warn("nothing around the seed is good cloth in one layer; the whole drape is kept");
+    }
+    return good;
+}
+
+// What went wrong with a run that ended with a code, and what to try.
+void tellEnd(const Settings& settings, const Trial& trial) {
+    std::cout.flush();
+    const std::string advice = settings.sweep.wanted
+                                   ? "no candidate of the sweep came to its end; try more seeds and angles, "
+                                     "--pivot shear, another --step, or --within max"
+                                   : adviceOnStatus(trial.grid.status);
+    std::cerr << "drape: " << (settings.quiet ? endOf(trial) + "\ndrape: " : std::string()) << advice << '\n';
+}
+
+// The drape from one start: the best of `candidates` if there's a sweep.
+int drapeOne(Work& work, const Surface& surface, const std::vector<Candidate>& candidates) {
+    const std::vector<DrawnCurve> drawn = drawnCurves(work.settings);
     std::vector<SweepResult> ranked;
     Candidate start{1, surface.defaultSeed, work.settings.angle};
     if (work.settings.sweep.wanted) {
@@ -306,13 +317,7 @@ int run(Work& work) {
         }
     }
     Trial trial = drapeAndTell(work, surface, start.seed, start.angle);
-    const std::optional<GoodPart> good =
-        goodPartOf(work.settings, surface, trial, overThreads(work.settings.sweep.jobs));
-    if (good && work.settings.keepGood) {
-        trial = good->drape;
-    } else if (work.settings.keepGood && !trial.within && trial.grid.count > 0) {
-        work.log.warn("nothing around the seed is good cloth in one layer; the whole drape is kept");
-    }
+    const std::optional<GoodPart> good = goodPartKept(work, surface, trial);
     const std::vector<CurveResult> curves = carryAndTell(work, surface, trial, drawn);
     const CutLines cut = cutLinesOf(trial.measures.net, work.settings.allowance);
     const double seconds =
@@ -338,14 +343,29 @@ int run(Work& work) {
     if (trial.grid.status == DRAPE_OK) {
         return exitDone;
     }
-    std::cout.flush();
-    const std::string advice = work.settings.sweep.wanted
-                                   ? "no candidate of the sweep came to its end; try more seeds and angles, "
-                                     "--pivot shear, another --step, or --within max"
-                                   : adviceOnStatus(trial.grid.status);
-    std::cerr << "drape: " << (work.settings.quiet ? endOf(trial) + "\ndrape: " : std::string()) << advice
-              << '\n';
+    tellEnd(work.settings, trial);
     return exitRunEnded;
+}
+
+int run(Work& work) {
+    ImportedMesh file = loadFile(work);
+    if (!work.settings.layup.file.empty()) {
+        return runLayup(work.settings, file, work.log);
+    }
+    const Surface surface = preparedFrom(work, std::move(file.soup));
+    if (work.settings.cover.wanted) {
+        return coverAndTell(work.settings, surface, faceNumbers(work), work.log, work.begin);
+    }
+    std::vector<Candidate> candidates;
+    if (work.settings.sweep.wanted) {
+        candidates = candidatesFor(work.settings, surface);
+        if (candidates.empty()) {
+            work.log.note("this part of the sweep holds no candidate");
+            sweepAndTell(work, surface, candidates);
+            return exitDone;
+        }
+    }
+    return drapeOne(work, surface, candidates);
 }
 
 } // namespace

@@ -411,35 +411,9 @@ void understandImport(const Texts& texts, Settings& settings) {
     }
 }
 
-void understandCover(const Texts& texts, Settings& settings) {
-    CoverSettings& cover = settings.cover;
-    cover.wanted = texts.covers;
-    const auto length = [](const std::string& option, const std::string& text, double otherwise) {
-        return text.empty() ? otherwise : positiveOf(option, text);
-    };
-    if (!texts.cover.empty()) {
-        cover.wishes.share = numberOf("--cover", texts.cover);
-        if (!(cover.wishes.share > 0.0) || cover.wishes.share > 1.0) {
-            throw UsageError("--cover " + texts.cover + ": give a share of the area above 0 and up to 1");
-        }
-    }
-    cover.wishes.angle = settings.angle;
-    cover.wishes.most[0] = length("--max-length", texts.maxLength, cover.wishes.most[0]);
-    cover.wishes.most[1] = length("--roll-width", texts.rollWidth, cover.wishes.most[1]);
-    if (!texts.overlap.empty()) {
-        cover.wishes.overlap = numberOf("--overlap", texts.overlap);
-        if (cover.wishes.overlap < 0.0) {
-            throw UsageError("--overlap " + texts.overlap + ": that can't be below 0");
-        }
-    }
-    if (!texts.seconds.empty()) {
-        cover.seconds = positiveOf("--seconds", texts.seconds);
-    }
-    if (!texts.keep.empty() && texts.keep != "good" && texts.keep != "all") {
-        throw UsageError("--keep " + texts.keep + ": give good or all");
-    }
-    settings.keepGood = texts.keep == "good" || (texts.darts && !cover.wanted && settings.layup.file.empty());
-    cover.wishes.darts = texts.darts ? mostDarts : 0;
+// Options of covers, darts and pieces that need or rule out others.
+void checkCoverOptions(const Texts& texts, const Settings& settings) {
+    const CoverSettings& cover = settings.cover;
     if (texts.darts && texts.keep == "all") {
         throw UsageError("--darts keeps the good region and doesn't go with --keep all");
     }
@@ -471,6 +445,38 @@ void understandCover(const Texts& texts, Settings& settings) {
             throw UsageError(std::string("--cover finds its pieces by itself and doesn't go with ") + option);
         }
     }
+}
+
+void understandCover(const Texts& texts, Settings& settings) {
+    CoverSettings& cover = settings.cover;
+    cover.wanted = texts.covers;
+    const auto length = [](const std::string& option, const std::string& text, double otherwise) {
+        return text.empty() ? otherwise : positiveOf(option, text);
+    };
+    if (!texts.cover.empty()) {
+        cover.wishes.share = numberOf("--cover", texts.cover);
+        if (!(cover.wishes.share > 0.0) || cover.wishes.share > 1.0) {
+            throw UsageError("--cover " + texts.cover + ": give a share of the area above 0 and up to 1");
+        }
+    }
+    cover.wishes.angle = settings.angle;
+    cover.wishes.most[0] = length("--max-length", texts.maxLength, cover.wishes.most[0]);
+    cover.wishes.most[1] = length("--roll-width", texts.rollWidth, cover.wishes.most[1]);
+    if (!texts.overlap.empty()) {
+        cover.wishes.overlap = numberOf("--overlap", texts.overlap);
+        if (cover.wishes.overlap < 0.0) {
+            throw UsageError("--overlap " + texts.overlap + ": that can't be below 0");
+        }
+    }
+    if (!texts.seconds.empty()) {
+        cover.seconds = positiveOf("--seconds", texts.seconds);
+    }
+    if (!texts.keep.empty() && texts.keep != "good" && texts.keep != "all") {
+        throw UsageError("--keep " + texts.keep + ": give good or all");
+    }
+    settings.keepGood = texts.keep == "good" || (texts.darts && !cover.wanted && settings.layup.file.empty());
+    cover.wishes.darts = texts.darts ? mostDarts : 0;
+    checkCoverOptions(texts, settings);
 }
 
 void understandLayup(const Texts& texts, Settings& settings) {

@@ -52,6 +52,17 @@ std::string pointText(const Point& point, double fine) {
     return text + ")";
 }
 
+std::string quotedIfAny(const std::string& word, std::string_view marks) {
+    if (word.find_first_of(marks) == std::string::npos) {
+        return word;
+    }
+    std::string quoted = "\"";
+    for (const char c : word) {
+        quoted += c == '"' ? "\"\"" : std::string(1, c);
+    }
+    return quoted + "\"";
+}
+
 std::string counted(std::size_t count, const std::string& one, const std::string& many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }

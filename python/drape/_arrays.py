@@ -15,14 +15,19 @@ Ints = npt.NDArray[np.int32]
 _MOST_INT32 = 2**31 - 1
 
 
-def numbers(name: str, given: Any) -> Doubles:
-    """`given` as a float64 array without a copy if it's one already; finite throughout."""
+def _array(name: str, given: Any, kinds: str, what: str) -> Any:
     try:
         array = np.asarray(given)
     except ValueError as error:
         raise ArrayError(f"{name}: rows of different lengths don't make an array") from error
-    if array.dtype.kind not in "fiu":
-        raise ArrayError(f"{name} has to hold real numbers, not {array.dtype}")
+    if array.dtype.kind not in kinds:
+        raise ArrayError(f"{name} has to hold {what} numbers, not {array.dtype}")
+    return array
+
+
+def numbers(name: str, given: Any) -> Doubles:
+    """`given` as a float64 array without a copy if it's one already; finite throughout."""
+    array = _array(name, given, "fiu", "real")
     doubles = np.ascontiguousarray(array, dtype=np.float64).reshape(array.shape)
     bad = np.argwhere(~np.isfinite(doubles))
     if len(bad):
@@ -78,12 +83,7 @@ def above_zero(name: str, given: Any) -> float:
 
 def faces(name: str, given: Any, point_count: int) -> Ints:
     """Rows of at least three point numbers, 0 to point_count - 1, as an int32 array."""
-    try:
-        array = np.asarray(given)
-    except ValueError as error:
-        raise ArrayError(f"{name}: rows of different lengths don't make an array") from error
-    if array.dtype.kind not in "iu":
-        raise ArrayError(f"{name} has to hold whole numbers, not {array.dtype}")
+    array = _array(name, given, "iu", "whole")
     if array.ndim != 2 or array.shape[1] < 3:
         hint = "; this looks transposed" if array.ndim == 2 and array.shape[0] == 3 else ""
         raise ArrayError(f"{name} has to have the shape (m, 3), not {array.shape}{hint}")

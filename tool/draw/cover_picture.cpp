@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <optional>
 
 namespace tool {
@@ -138,7 +139,7 @@ void drawNumbers(Canvas& canvas, const Stage& stage, const DepthImage& image) {
         const Seen& at = *std::min_element(places.begin(), places.end(),
                                            [&](const Seen& a, const Seen& b) { return off(a) < off(b); });
         constexpr double radius = 15.0;
-        cairo_arc(canvas.cairo(), at.x, at.y, radius, 0.0, 6.283185307179586);
+        cairo_arc(canvas.cairo(), at.x, at.y, radius, 0.0, 2.0 * std::numbers::pi);
         canvas.colour({1.0, 1.0, 1.0}, 0.9);
         cairo_fill_preserve(canvas.cairo());
         canvas.colour(ink);

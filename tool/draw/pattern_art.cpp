@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <numbers>
 
 namespace tool {
 namespace {
@@ -264,7 +265,7 @@ void drawDarts(Canvas& canvas, const Placement& page, const Scene& scene, Painte
         const Dart& dart = scene.darts[d];
         const FlatPoint tip = page.place(dart.legs[0].front());
         const double size = 0.8 * textSize * page.growth;
-        cairo_arc(canvas.cairo(), tip[0], tip[1], 0.8 * page.growth, 0.0, 6.283185307179586);
+        cairo_arc(canvas.cairo(), tip[0], tip[1], 0.8 * page.growth, 0.0, 2.0 * std::numbers::pi);
         cairo_fill(canvas.cairo());
         canvas.text(tip[0] + size, tip[1] + 0.35 * size, size,
                     dartLabel(dart, d + 1, scene.millimetresPerUnit));

@@ -2,6 +2,7 @@
 #include "tool/read/layup_file.h"
 
 #include "host/mesh/error.h"
+#include "host/mesh/text.h"
 #include "host/search/cover.h"
 #include "tool/read/deck_text.h"
 #include "tool/read/mesh_formats.h"
@@ -85,14 +86,7 @@ Parts partsOf(std::string_view text, std::string_view marks) {
 constexpr std::string_view listMarks = ",;";
 
 std::string asListed(const std::string& name) {
-    if (name.find_first_of(",;\"") == std::string::npos) {
-        return name;
-    }
-    std::string quoted = "\"";
-    for (const char c : name) {
-        quoted += c == '"' ? "\"\"" : std::string(1, c);
-    }
-    return quoted + "\"";
+    return quotedIfAny(name, ",;\"");
 }
 
 std::vector<std::string> fieldsOf(const std::string& line, std::size_t number) {

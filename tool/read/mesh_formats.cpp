@@ -1,4 +1,4 @@
-// The ending of a name chooses the reader; what has none of its own goes to assimp.
+// What has no reader of its own goes to assimp.
 #include "tool/read/mesh_formats.h"
 
 #include "host/mesh/error.h"
@@ -52,22 +52,6 @@ PolygonSoup readScene(const std::string& path) {
     PolygonSoup soup;
     addNode(*scene, *scene->mRootNode, aiMatrix4x4(), soup);
     return soup;
-}
-
-using ShellReader = ShellMesh (*)(const std::string&);
-
-ShellReader shellReaderFor(const std::string& ending) {
-    constexpr std::array<std::pair<std::string_view, ShellReader>, 8> readers{{{"inp", readInpMesh},
-                                                                               {"bdf", readNastranMesh},
-                                                                               {"nas", readNastranMesh},
-                                                                               {"fem", readNastranMesh},
-                                                                               {"msh", readGmshMesh},
-                                                                               {"vtu", readVtuMesh},
-                                                                               {"vtp", readVtuMesh},
-                                                                               {"vtk", readVtkMesh}}};
-    const auto found = std::find_if(readers.begin(), readers.end(),
-                                    [&](const auto& reader) { return reader.first == ending; });
-    return found == readers.end() ? nullptr : found->second;
 }
 
 ImportedMesh importedShell(ShellMesh shell, const ImportWishes& wishes) {

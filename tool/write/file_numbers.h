@@ -2,7 +2,7 @@
 // reader would refuse.
 #pragma once
 
-#include "host/mesh/point.h"
+#include "host/mesh/text.h"
 
 #include <array>
 #include <charconv>
@@ -26,16 +26,9 @@ inline std::string fileNumber(double value, int digits = 9) {
 #endif
 }
 
-// A word as a field of a table: in quotes where it holds what parts fields.
+// A word as a field of a table, which these marks part.
 inline std::string csvField(const std::string& word) {
-    if (word.find_first_of(",\"\n\r") == std::string::npos) {
-        return word;
-    }
-    std::string quoted = "\"";
-    for (const char c : word) {
-        quoted += c == '"' ? "\"\"" : std::string(1, c);
-    }
-    return quoted + "\"";
+    return drape::host::quotedIfAny(word, ",\"\n\r");
 }
 
 } // namespace tool
