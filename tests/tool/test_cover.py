@@ -360,6 +360,8 @@ class GoodRegion(Case):
         report, done = self.report(self.file("m.obj", obj(plate(6))))
         self.assertIsNone(report["good"])
         self.assertNotIn("--keep", done.stdout)
+        kept = self.report("m.obj", "--keep", "good")[0]["good"]
+        self.assertTrue(kept["kept"] and kept["share"] > 0.99)
 
 
 if __name__ == "__main__":

@@ -19,7 +19,8 @@ import json, sys, ezdxf
 file = ezdxf.readfile(sys.argv[1])
 audit = file.audit()
 print(json.dumps({"faults": len(audit.errors) + len(audit.fixes), "unit": file.units,
-                  "layers": [layer.dxf.name for layer in file.layers],
+                  "layers": {layer.dxf.name: layer.color for layer in file.layers},
+                  "words": [e.plain_text() for e in file.modelspace().query("TEXT")],
                   "lines": [[e.dxf.layer, e.closed, [list(p) for p in e.get_points("xy")]]
                             for e in file.modelspace().query("LWPOLYLINE")]}))
 """
@@ -61,13 +62,15 @@ class Cutting(Case):
     def test_cutting_file_passes_the_audit_of_its_format(self):
         holed = without(plate(12), lambda x, y: 3 <= x <= 4 and 4 <= y <= 5)
         curve = self.file("trim.xyz", "8 2 0\n11 2 0\n11 9 0\n14 9 0\n")
-        report, _, _ = self.cut(holed, "--units-mm", "25.4", "--allowance", "0.4", "--step", "0.5", "--name", "P\u00e9 1",
+        report, _, _ = self.cut(holed, "--units-mm", "25.4", "--allowance", "0.4", "--step", "0.5", "--name", "P\u00e9 \u4e2d\u0394 1",
                                 "--seed", "8,8,0", "--curve", curve, "--curve-clip")
         done = subprocess.run([with_dxf_reader(), "-c", READ_DXF, self.folder / "p.dxf"], capture_output=True, text=True)
         self.assertEqual(done.returncode, 0, done.stderr)
         read = json.loads(done.stdout)
         self.assertEqual((read["faults"], read["unit"]), (0, 4))
-        self.assertLessEqual({"CUT", "NET", "HOLE", "WARP", "TEXT", "CURVE", "SEED"}, set(read["layers"]))
+        colours = {"CUT": 1, "NET": 7, "HOLE": 4, "CURVE": 6, "SEAM": 2, "DART": 30, "WARP": 5, "TEXT": 7, "SEED": 3}
+        self.assertEqual({**read["layers"], **colours}, read["layers"])
+        self.assertTrue(any("P\u00e9 \u4e2d\u0394 1" in words for words in read["words"]), read["words"])
         loops = {name: [points for layer, closed, points in read["lines"] if layer == name and closed]
                  for name in ("CUT", "NET", "HOLE", "CURVE")}
         self.assertEqual([len(loops[name]) for name in ("CUT", "NET", "HOLE", "CURVE")], [2, 1, 1, 0])

@@ -552,6 +552,7 @@ class Pieces(Laminates):
             self.assertIn(f"Ply {name}\n", kit)
         # Each seam lies on two pieces, there as long as in space but for shear: at 30 degrees a line along a cell's
         # diagonal is longer by a factor of sqrt(1 + sin 30) or shorter by sqrt(1 - sin 30).
+        self.assertFalse(any(e["closed"] for e in dxf_entities(kit) if e["layer"] == "SEAM"))
         seams = [e["points"] for e in dxf_entities(kit) if e["layer"] == "SEAM"]
         length = sum(math.dist(p, q) for seam in seams for p, q in zip(seam, seam[1:]))
         self.assertTrue(math.sqrt(0.5) < 2 * low["cover"]["seamLength"] / length < math.sqrt(1.5))

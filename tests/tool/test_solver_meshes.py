@@ -115,6 +115,22 @@ class SolverMeshes(Case):
                         got.setdefault(number, set()).update(tuple(round(x, 6) for x in places[v]) for v in face)
                     self.assertEqual(sorted(got), list(chosen))
                     self.assertTrue({frozenset(corners) for corners in got.values()} <= wanted)
+        # One quad and two triangles with their sides' middles, which decks hold as they came.
+        grid = "".join(f"GRID,{1 + i + 5 * j},,{i}.,{j}.,0.\n" for j in range(3) for i in range(5))
+        elements = {21: ("CQUAD8", (1, 3, 13, 11, 2, 8, 12, 6)), 22: ("CTRIA6", (3, 5, 15, 4, 10, 9)), 23: ("CTRIA6", (3, 15, 13, 9, 14, 8))}
+        cards = "".join(f"{kind},{number},1,{','.join(map(str, nodes[:6]))}{''.join(f',{n}' for n in nodes[6:])}\n"
+                        for number, (kind, nodes) in elements.items())
+        self.drape(self.file("m.bdf", "BEGIN BULK\n" + grid + cards + "ENDDATA\n"), "--layup", self.file("l.csv", "name,thickness\na,0.1\n"),
+                   "--step", "0.5", "-o", "l.inp", "-o", "l.bdf")
+        text = (self.folder / "l.inp").read_text()
+        blocks = [block.split("\n", 1) for block in re.split(r"^\*ELEMENT, ", text, flags=re.M)[1:]]
+        got = {}
+        for head, rows in blocks:
+            for row in rows.split("*")[0].strip().splitlines():
+                number, *nodes = (int(word) for word in row.split(",") if word.strip())
+                got[number] = re.search(r"TYPE=(\w+)", head)[1], tuple(nodes)
+        self.assertEqual(got, {number: ({"CQUAD8": "S8R", "CTRIA6": "S6"}[kind], nodes) for number, (kind, nodes) in elements.items()})
+        self.assertEqual(len(re.findall("CTRIA6", (self.folder / "l.bdf").read_text())), 2)
 
     def test_steps_groups_pixels_and_axes(self):
         points, faces = sheet()
