@@ -52,6 +52,35 @@ TEST(StatusTexts, NameEveryCodeOfTheHeader) {
     EXPECT_EQ(textOfStatus(77).remedy, Remedy::reportFault);
 }
 
+// What the page of codes tells a host to do, and what the program tells its user, are of one kind.
+TEST(StatusTexts, SendToTheRemedyThatTheDocsName) {
+    const std::vector<std::pair<std::regex, std::set<Remedy>>> cures{
+        {std::regex("seed", std::regex::icase),
+         {Remedy::otherStart, Remedy::finerOrOther, Remedy::otherSeed}},
+        {std::regex("boundary loop|vertTriList`"), {Remedy::checkMesh}},
+        {std::regex("Larger node arrays"), {Remedy::moreNodes, Remedy::moreNodesOrLargerStep}},
+        {std::regex("curve"), {Remedy::checkCurve}},
+        {std::regex("fewer processes|coarser mesh"), {Remedy::lessMemory, Remedy::fewerNodes}},
+        {std::regex("report it|Correct the|Rows must|lists anew"), {Remedy::reportFault}}};
+    std::ifstream page(DRAPE_SAMPLES "/../docs/status-codes.md");
+    const std::regex row(R"(\| ([0-9]+) \|[^|]*\|[^|]*\|([^|]*)\|.*)");
+    std::smatch match;
+    int judged = 0;
+    for (std::string line; std::getline(page, line);) {
+        if (!std::regex_match(line, match, row) || match[1] == "0") {
+            continue;
+        }
+        const std::string cure = match[2].str();
+        const auto known = std::find_if(cures.begin(), cures.end(),
+                                        [&](const auto& one) { return std::regex_search(cure, one.first); });
+        if (known != cures.end()) {
+            ++judged;
+            EXPECT_EQ(known->second.count(textOfStatus(std::stoi(match[1])).remedy), 1U) << line;
+        }
+    }
+    EXPECT_GT(judged, 15);
+}
+
 TEST(StatusTexts, SendToTheRemedyThatHelps) {
     EXPECT_EQ(textOfStatus(DRAPE_NODES_FULL).remedy, Remedy::moreNodesOrLargerStep);
     EXPECT_EQ(textOfStatus(DRAPE_CELL_FOLDS).remedy, Remedy::otherStart);

@@ -1,7 +1,9 @@
 """What goes in and what comes out: refusals in words, arrays that outlive what made them, pickles."""
 
 import gc
+import inspect
 import pickle
+import re
 
 import numpy as np
 import pytest
@@ -23,6 +25,7 @@ SIDES = np.array([[0, 1, 3, 2], [4, 6, 7, 5], [0, 4, 5, 1], [2, 3, 7, 6], [0, 2,
         ([[0, 0, 0], [1, 0]], TRIANGLES, "rows of different lengths"),
         (SQUARE.astype(complex), TRIANGLES, "real numbers, not complex128"),
         (SQUARE.astype(str), TRIANGLES, "real numbers"),
+        (SQUARE.astype(bool), TRIANGLES, "real numbers, not bool"),
         (np.where(SQUARE == 1, np.nan, SQUARE), TRIANGLES, r"vertices\[1, 0\] is nan"),
         (SQUARE + np.inf, TRIANGLES, "finite numbers are wanted"),
         (SQUARE, TRIANGLES.astype(float), "triangles has to hold whole numbers, not float64"),
@@ -110,6 +113,11 @@ def test_status_codes_are_told_when_asked_for(dome):
     again = pickle.loads(pickle.dumps(caught.value))
     assert (again.status, again.name, str(again)) == (23, caught.value.name, str(caught.value))
     dome.drape(step=20).raise_for_status()
+    # Advice names arguments as this package has them.
+    words = {*inspect.signature(drape.Mould).parameters, *inspect.signature(drape.Mould.drape).parameters, "notes", "sweep"}
+    advice = [drape.status_text(code)[2] for code in range(400)]
+    named = {name for text in advice for found in re.findall(r"(\w+)=|\b([a-z]+_\w+)|\.([a-z]+)", text) for name in found if name}
+    assert {"most_nodes", "within", "clip"} <= named <= words
     assert drape.status_text(23)[0] == caught.value.name
 
 

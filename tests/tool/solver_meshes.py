@@ -19,9 +19,9 @@ def inp(mesh, half=True):
     text = "** a deck\n*Heading\nanything, 1, 2\n"
     for part in (range(0, len(points), 2), range(1, len(points), 2)):
         text += "*NODE\n" + "".join(f"{node(k)}, {points[k][0]!r}, {points[k][1]!r}, {points[k][2]!r}\n" for k in part)
-    for corners, kind in ((3, "S3"), (4, "S4R")):
+    for corners, kind in ((3, "S3"), (4, "s4r")):
         text += f"*Element, type={kind},\n ELSET=all\n"
-        text += "".join(f"{element(k)}," + ",".join(str(node(v)) for v in f) + "\n" for k, f in enumerate(faces) if len(f) == corners)
+        text += "".join(f"{element(k)}," + ",".join(f"+{node(v)}" for v in f) + "\n" for k, f in enumerate(faces) if len(f) == corners)
     text += "*ELEMENT, TYPE=B31\n999999, %d, %d\n" % (node(0), node(1))
     text += f"*ELSET, ELSET=First, GENERATE\n{element(0)}, {element(len(faces) // 2 - 1)}\n"
     text += "*ELSET, ELSET=both\nfirst, 999999,\n" + f"{element(len(faces) - 1)}\n"

@@ -31,19 +31,21 @@ class Orders(Laminates):
         names = ["core, upper", 'the "b"; end', "last"]
         table = 'name,after\n"core, upper",\n"the ""b""; end","""core, upper"""\nlast,"""the """"b""""; end"";""core, upper"""\n'
         pairs = json.dumps({"plies": [{"name": name, "after": names[:k]} for k, name in reversed(list(enumerate(names)))]})
-        for name, text in (("marks.csv", table), ("marks.json", pairs)):
+        for name, text in (("marks.csv", "\ufeff" + table), ("marks.json", pairs)):
             report, _ = self.laminate(mesh, text, "--step", "1", layup_name=name)
             self.assertEqual([p["name"] for p in report["plies"]], names)
             self.assertEqual(set(report["plies"][2]["after"]), set(names[:2]))
         plies[1]["after"] = "top"
-        done = self.drape(mesh, "--layup", self.file("ring.csv", layup(*plies)), expect=INPUT)
+        done = self.drape(mesh, "--layup", self.file("ring.csv", layup({"name": "behind", "angle": 0, "after": "top"}, *plies)), expect=INPUT)
         self.assertRegex(done.stderr, r"line \d, column 3 \(after\): the plies follow each other in a ring: ")
         self.assertIn("top after", done.stderr)
-        self.assertNotIn("x after", done.stderr)
+        self.assertNotRegex(done.stderr, "x after|behind")
         for count in (1, 27, 200):
             book = ["-o", "book.pdf"] if count < 200 else []
-            report, _ = self.laminate(mesh, [{"name": f"p{k}", "angle": k % 4 * 45, "thickness": 0.1} for k in range(count)], "--step", "1",
-                                      *book, "-o", "kit.dxf")
+            report, done = self.laminate(mesh, [{"name": f"p{k}", "angle": k % 4 * 45, "thickness": 0.1} for k in range(count)], "--step", "1",
+                                         *book, "-o", "kit.dxf")
+            told = sum(f" p{k} " in done.stdout for k in range(count))
+            self.assertEqual(re.findall(r"and (\d+) more rows", done.stdout), [str(count - told)] * (told < count))
             self.assertEqual([p["name"] for p in report["plies"]], [f"p{k}" for k in range(count)])
             self.assertEqual(len(self.rows()), 128 * count)
             if book:
@@ -547,6 +549,8 @@ class Pieces(Laminates):
         pages = [" ".join(p.split()) for p in text.split("\f")]
         heads = ["1 low"] + [f"1.{k + 1} {n}" for k, n in enumerate(names)] + ["2 top", "Core samples"]
         self.assertEqual([p[:len(h)] for p, h in zip(pages[1:], heads)], heads)
+        shares = [f"{100 * low['cover'][k]:.1f} %" for k in ("coveredShare", "overlapShare")]
+        self.assertIn(f"{len(names)} pieces cover {shares[0]} of the mould, {shares[1]} under more than one", pages[1])
         kit = (self.folder / "kit.dxf").read_text()
         for name in [*names, "top"]:
             self.assertIn(f"Ply {name}\n", kit)

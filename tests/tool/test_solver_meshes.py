@@ -36,7 +36,7 @@ class SolverMeshes(Case):
         tidy = ([tuple(float(f"{x:.4f}") for x in p) for p in mesh[0]], mesh[1])
         # What a free or large field of a deck holds.
         ten = ([tuple(float(f"{x:.10e}") for x in p) for p in mesh[0]], mesh[1])
-        membranes = inp(mesh).replace("=S3", "=M3D3").replace("=S4R", "=SFM3D4R")
+        membranes = inp(mesh).replace("=S3", "=M3D3").replace("=s4r", "=SFM3D4R")
         cases = [("a.inp", inp(mesh), mesh), ("m.inp", membranes, mesh), ("a.bdf", nastran(tidy, "small"), tidy), ("b.nas", nastran(ten, "large"), ten),
                  ("c.fem", nastran(ten, "free"), ten), ("a.msh", gmsh22(mesh), mesh), ("b.msh", gmsh41(mesh), mesh)]
         cases += [(f"{form}.vtu", vtu(mesh, form), mesh) for form in ("text", "base64", "zlib", "raw")]
