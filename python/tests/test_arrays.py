@@ -114,9 +114,20 @@ def test_status_codes_are_told_when_asked_for(dome):
     assert (again.status, again.name, str(again)) == (23, caught.value.name, str(caught.value))
     dome.drape(step=20).raise_for_status()
     # Advice names arguments as this package has them.
-    words = {*inspect.signature(drape.Mould).parameters, *inspect.signature(drape.Mould.drape).parameters, "notes", "sweep"}
+    words = {
+        *inspect.signature(drape.Mould).parameters,
+        *inspect.signature(drape.Mould.drape).parameters,
+        "notes",
+        "sweep",
+    }
     advice = [drape.status_text(code)[2] for code in range(400)]
-    named = {name for text in advice for found in re.findall(r"(\w+)=|\b([a-z]+_\w+)|\.([a-z]+)", text) for name in found if name}
+    named = {
+        name
+        for text in advice
+        for found in re.findall(r"(\w+)=|\b([a-z]+_\w+)|\.([a-z]+)", text)
+        for name in found
+        if name
+    }
     assert {"most_nodes", "within", "clip"} <= named <= words
     assert drape.status_text(23)[0] == caught.value.name
 

@@ -65,6 +65,7 @@ class FlatSquare(Case):
 
     def test_obj_dialects(self):
         text = obj(plate()).replace("f ", "f\t").replace("\n", " \r\n")
+        text = text.replace(" \r\n", " # a corner\r\n", 1)[::-1].replace("\n\r ", "\n\rhalf # ", 1)[::-1]
         text = "mtllib none.mtl\r\no plate\r\nl 1 2\r\n" + text.replace("v 1.0 0.0", "v 1.0 \\\r\n 0.0", 1)
         report, _ = self.report(self.file("crlf.obj", text), *self.words)
         self.assertEqual(report["result"]["nodes"], 64)

@@ -70,7 +70,8 @@ class Cutting(Case):
         self.assertEqual((read["faults"], read["unit"]), (0, 4))
         colours = {"CUT": 1, "NET": 7, "HOLE": 4, "CURVE": 6, "SEAM": 2, "DART": 30, "WARP": 5, "TEXT": 7, "SEED": 3}
         self.assertEqual({**read["layers"], **colours}, read["layers"])
-        self.assertTrue(any("P\u00e9 \u4e2d\u0394 1" in words for words in read["words"]), read["words"])
+        said = [re.sub(r"\\U\+(....)", lambda m: chr(int(m[1], 16)), words) for words in read["words"]]
+        self.assertIn("Ply P\u00e9 \u4e2d\u0394 1", said)
         loops = {name: [points for layer, closed, points in read["lines"] if layer == name and closed]
                  for name in ("CUT", "NET", "HOLE", "CURVE")}
         self.assertEqual([len(loops[name]) for name in ("CUT", "NET", "HOLE", "CURVE")], [2, 1, 1, 0])

@@ -303,6 +303,8 @@ class Elements(Laminates):
         tables = {k: {values[at + 1]: values[at + 2:at + 4] for at in range(8, len(values), 8)} for k, values in cards["DRAPE"].items()}
         laid = {k: (values[1], values[2], values[3], values[6], values[8]) for k, values in cards["PLY"].items()}
         self.assertEqual(set(stacks), set(cards["PCOMPP"]))
+        heights = lambda name: re.findall(r"^PCOMPP.*", (self.folder / name).read_text(), re.M)
+        self.assertTrue(all(len(card.split()) == 2 for card in heights("d.drape.fem")), heights("d.drape.fem"))
         rad, ply = {}, 0
         for line in (self.folder / "d.drape.rad").read_text().splitlines():
             ply = int(line.split("/")[2]) if line.startswith("/DRAPE/") else ply

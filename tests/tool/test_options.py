@@ -147,6 +147,9 @@ class Words(Case):
         self.assertIn("a step of 0.002 makes about 9000000 cells on this surface", said)
         self.assertIn("--max-nodes", said)
         self.say(plate(6), "--step", "0.002", "--max-nodes", "5000", expect=RUN_ENDED)
+        said = self.say(plate(6), "--step", "0.002", "--within", "max", expect=USAGE)
+        self.assertIn("a step of 0.002 makes about ", said)
+        self.assertNotIn("is closed", said)
 
     def test_what_is_told_on_demand(self):
         mesh = cup(1.0, 16, 6, 6)
