@@ -193,7 +193,7 @@ bool CellCover::covers(const Shape& shape, const Facet& facet) const {
            (!surelyLiesBeside(shape, facet) && liesOver(facet, placeIn(shape, facet.centroid)));
 }
 
-CellPlace CellCover::nearestOver(const Facet& facet) const {
+CellPlace CellCover::nearestOver(const Facet& facet, const Accepts& accepts) const {
     CellPlace found;
     double nearest = 0.0;
     cubes_.around(facet.centroid, [&](std::uint32_t index) {
@@ -202,9 +202,11 @@ CellPlace CellCover::nearestOver(const Facet& facet) const {
             return;
         }
         const Place place = placeIn(shape, facet.centroid);
-        if ((shape.cover != found.cover || place.distance < nearest) && liesOver(facet, place)) {
+        const CellPlace here{index, shape.cover, place.along, place.across};
+        if ((shape.cover != found.cover || place.distance < nearest) && liesOver(facet, place) &&
+            (!accepts || shape.cover == Cover::whole || accepts(here))) {
             nearest = place.distance;
-            found = {index, shape.cover, place.along, place.across};
+            found = here;
         }
     });
     if (found.cover == Cover::none) {

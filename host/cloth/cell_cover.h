@@ -9,6 +9,7 @@
 #include "host/cloth/mould.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -32,9 +33,12 @@ public:
 
     double cellLength() const { return step_; } // the longest side of a cell on the mould
 
+    using Accepts = std::function<bool(const CellPlace&)>;
+
     // The nearest cell that lies over the facet, a whole one before one at an edge, one that does so across a
-    // sharp edge of the mould last; cover none if there isn't any.
-    CellPlace nearestOver(const Facet& facet) const;
+    // sharp edge of the mould last; cover none if there isn't any. Of cells at an edge only those that
+    // `accepts` takes, if it isn't empty.
+    CellPlace nearestOver(const Facet& facet, const Accepts& accepts = {}) const;
 
     // What one facet's search leaves for the next one, which is likely to lie close by.
     struct Hint {

@@ -1,7 +1,8 @@
-// A triangle takes its fibres from the cell nearest to its centroid, if that cell lies over it.
+// A triangle takes its fibres from the cell nearest to its centroid, if that cell lies over it; beside a slit
+// from one of its own side.
 #include "host/cloth/fibre_map.h"
 
-#include "host/cloth/cell_cover.h"
+#include "host/cloth/draped_cells.h"
 #include "host/cloth/fibre_directions.h"
 
 namespace drape::host {
@@ -18,7 +19,7 @@ Point inPlane(const Point& direction, const Point& normal) {
 
 std::vector<TriangleFibres> mapFibres(const Mould& mould, const Grid& grid, const Measures& measures) {
     std::vector<TriangleFibres> fibres(mould.triangleCount());
-    const CellCover cells(grid, measures.cells);
+    const DrapedCells cells(grid, measures);
     for (std::size_t t = 0; t < fibres.size(); ++t) {
         const Facet& facet = mould.facets[t];
         const CellPlace place = cells.nearestOver(facet);

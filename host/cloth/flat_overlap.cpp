@@ -103,6 +103,19 @@ std::vector<std::vector<FlatPoint>> trapezoidsOf(const std::vector<std::vector<F
     return layersOf({shape}, 1);
 }
 
+bool liesWithin(const FlatPoint& place, const std::vector<FlatPoint>& line) {
+    bool inside = false;
+    for (std::size_t k = 0; k < line.size(); ++k) {
+        const FlatPoint& a = line[k];
+        const FlatPoint& b = line[(k + 1) % line.size()];
+        if ((a[1] > place[1]) != (b[1] > place[1]) &&
+            place[0] < a[0] + (place[1] - a[1]) / (b[1] - a[1]) * (b[0] - a[0])) {
+            inside = !inside;
+        }
+    }
+    return inside;
+}
+
 double signedArea(const std::vector<FlatPoint>& polygon) {
     double sum = 0.0;
     for (std::size_t k = 0; k < polygon.size(); ++k) {

@@ -14,6 +14,9 @@ std::vector<std::vector<FlatPoint>> overlapOf(const std::vector<std::vector<std:
 // One shape in the same manner.
 std::vector<std::vector<FlatPoint>> trapezoidsOf(const std::vector<std::vector<FlatPoint>>& shape);
 
+// Whether a place lies within a closed line. On the line either may be.
+bool liesWithin(const FlatPoint& place, const std::vector<FlatPoint>& line);
+
 // Area to the left of a closed polygon, below 0 if it runs clockwise.
 double signedArea(const std::vector<FlatPoint>& polygon);
 

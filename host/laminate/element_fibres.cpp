@@ -2,7 +2,7 @@
 // although the cloth ends with the mould there; they take those of their nearest neighbour within a cell.
 #include "host/laminate/element_fibres.h"
 
-#include "host/cloth/cell_cover.h"
+#include "host/cloth/draped_cells.h"
 #include "host/cloth/fibre_directions.h"
 
 #include <algorithm>
@@ -42,7 +42,7 @@ void lay(ElementFibres& fibres, const ElementFrame& frame, const Point& above, c
 }
 
 // At the middle of a facet, not laid into any plane yet.
-ElementFibres found(const CellCover& cells, const PlyCloth& cloth, std::int32_t piece, const Facet& facet) {
+ElementFibres found(const DrapedCells& cells, const PlyCloth& cloth, std::int32_t piece, const Facet& facet) {
     const Trial& drape = *cloth.drapes[at(piece)];
     const CellPlace place = facet.area > 0.0 ? cells.nearestOver(facet) : CellPlace{};
     ElementFibres fibres;
@@ -111,19 +111,6 @@ std::vector<std::int32_t> carriedFrom(const std::vector<ElementFibres>& fibres,
 
 } // namespace
 
-bool liesWithin(const FlatPoint& place, const std::vector<FlatPoint>& line) {
-    bool inside = false;
-    for (std::size_t k = 0; k < line.size(); ++k) {
-        const FlatPoint& a = line[k];
-        const FlatPoint& b = line[(k + 1) % line.size()];
-        if ((a[1] > place[1]) != (b[1] > place[1]) &&
-            place[0] < a[0] + (place[1] - a[1]) / (b[1] - a[1]) * (b[0] - a[0])) {
-            inside = !inside;
-        }
-    }
-    return inside;
-}
-
 std::vector<ElementFrame> framesOf(const ShellMesh& shell) {
     std::vector<ElementFrame> frames;
     frames.reserve(shell.elements.size());
@@ -181,7 +168,7 @@ std::vector<ElementFibres> fibresOnElements(const PlyCloth& cloth, const ShellMe
     bool any = false;
     for (std::size_t p = 0; p < cloth.drapes.size(); ++p) {
         const auto piece = static_cast<std::int32_t>(p);
-        const CellCover cells(cloth.drapes[p]->grid, cloth.drapes[p]->measures.cells);
+        const DrapedCells cells(cloth.drapes[p]->grid, cloth.drapes[p]->measures);
         for (std::size_t e = 0; e < all.size(); ++e) {
             all[e] = pieceOn[e] == piece ? found(cells, cloth, piece, facets[e]) : all[e];
             any = any || all[e].cover != ElementCover::none;
@@ -212,7 +199,7 @@ ElementFibres fibresAt(const PlyCloth& cloth, const Facet& place, const Point& r
         return {};
     }
     const Trial& drape = *cloth.drapes[at(piece)];
-    ElementFibres fibres = found(CellCover(drape.grid, drape.measures.cells), cloth, piece, place);
+    ElementFibres fibres = found(DrapedCells(drape.grid, drape.measures), cloth, piece, place);
     if (fibres.cover != ElementCover::none) {
         lay(fibres, {place.normal, place.normal}, place.normal, rosette);
     }

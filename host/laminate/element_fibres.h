@@ -56,7 +56,4 @@ std::vector<ElementFibres> fibresOnElements(const PlyCloth& cloth, const ShellMe
 // The fibres at a single place of the mould; cover `none` where there is no cloth.
 ElementFibres fibresAt(const PlyCloth& cloth, const Facet& place, const Point& rosette);
 
-// Whether a place of the pattern lies within a closed line. On the line either may be.
-bool liesWithin(const FlatPoint& place, const std::vector<FlatPoint>& line);
-
 } // namespace drape::host

@@ -253,6 +253,32 @@ class Elements(Laminates):
                 for a, b, v in zip(corners, corners[1:] + corners[:1], face[len(face) // 2:]):
                     self.assertPoint(grid.points[v][:2], [(x + y) / 2 for x, y in zip(a, b)][:2])
 
+    def test_beside_a_slit_elements_have_the_fibres_of_their_own_side(self):
+        """A blunt cone, slit down its side, is cloth laid flat: along the slit its fibres meet at the angle that it lacks of
+        a full turn, and each element has those of its side."""
+        around, rings, sine = 60, 12, 0.85
+        places = [((2 + k / 2) * sine * math.cos(2 * math.pi * j / around), (2 + k / 2) * sine * math.sin(2 * math.pi * j / around),
+                   -(2 + k / 2) * math.sqrt(1 - sine * sine)) for k in range(rings + 1) for j in range(around + 1)]
+        at = lambda j, k: j + (around + 1) * k
+        faces = [f for k in range(rings) for j in range(around) for f in ((at(j, k), at(j, k + 1), at(j + 1, k + 1)), (at(j, k), at(j + 1, k + 1), at(j + 1, k)))]
+        mesh = self.file("m.obj", obj((places, faces)))
+        self.laminate(mesh, [{"name": "a", "seed": "-4 0 -2.4"}], "--no-weld", "--step", "0.45", "--warp", "1,0,0", "-o", "x.vtu")
+        self.drape(mesh, "--no-weld", "--step", "0.45", "--seed", "-4,0,-2.4", "--warp", "1,0,0", "-o", "m.fibres.csv")
+        for table, name in (("l.csv", "element"), ("m.fibres.csv", "face")):
+            beside = 0
+            for row in self.rows(table):
+                p = [places[v] for v in faces[int(row[name]) - 1]]
+                x, y = (sum(q[k] for q in p) / 3 for k in (0, 1))
+                azimuth = math.atan2(y, x) % (2 * math.pi)
+                radial = unit((x, y, -math.hypot(x, y) / sine * math.sqrt(1 - sine * sine)))
+                warp = [float(row[f"warp_{k}"]) for k in "xyz"]
+                turn = math.degrees(math.atan2(dot(warp, (-math.sin(azimuth), math.cos(azimuth), 0)), dot(warp, radial)))
+                off = turn + math.degrees(azimuth - math.pi) * sine
+                if row["cover"] != "0":
+                    self.assertLess(abs((off + 90) % 180 - 90), 2, (table, azimuth))
+                    beside += min(azimuth, 2 * math.pi - azimuth) < 0.3
+            self.assertGreater(beside, 50)
+
     def test_core_is_hatched_by_its_angles(self):
         """Lines along a layer that lies at 0 degrees, dots for one at 90, lines that lean between the two."""
         angles, thick = (0, 60, -30, 90), (0.2, 0.3, 0.25, 0.15)
