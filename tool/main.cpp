@@ -243,13 +243,13 @@ Trial drapeAndTell(Work& work, const Surface& surface, const Point& seed, double
     return drapeFrom(surface, work.settings.trial, seed, angle, notes.list(), watch);
 }
 
-std::vector<CurveResult> carryAndTell(const Work& work, const Surface& surface, const Trial& trial,
+std::vector<CurveResult> carryAndTell(const Work& work, const Trial& trial,
                                       const std::vector<DrawnCurve>& drawn) {
     ToldNotes notes(work.log);
     std::vector<CurveResult> curves;
     for (const DrawnCurve& curve : drawn) {
         if (trial.measures.cellsOnSurface > 0) {
-            curves.push_back(carryOver(curve, surface.mesh, trial.choice, trial.grid, trial.measures,
+            curves.push_back(carryOver(curve, *trial.mould, trial.choice, trial.grid, trial.measures,
                                        work.settings.cutCurves, notes.list()));
         }
     }
@@ -318,7 +318,7 @@ int drapeOne(Work& work, const Surface& surface, const std::vector<Candidate>& c
     }
     Trial trial = drapeAndTell(work, surface, start.seed, start.angle);
     const std::optional<GoodPart> good = goodPartKept(work, surface, trial);
-    const std::vector<CurveResult> curves = carryAndTell(work, surface, trial, drawn);
+    const std::vector<CurveResult> curves = carryAndTell(work, trial, drawn);
     const CutLines cut = cutLinesOf(trial.measures.net, work.settings.allowance);
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - work.begin).count();

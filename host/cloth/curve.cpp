@@ -1,10 +1,11 @@
 // The library gives every point a place on the pattern, also one that lies beside the cloth. So each place is
 // held against the cells there: the cloth at that place has to lie on the line along which the point is
-// projected. Where two neighbours come to lie further apart than cloth can account for, the way between them
-// is walked.
+// projected. Where two neighbours come to lie further apart than cloth can account for, or lie so far apart
+// that a hole can lie between them, the way between them is walked.
 #include "host/cloth/curve.h"
 
 #include "drape.h"
+#include "host/cloth/mould_mesh.h"
 #include "host/cloth/net_faces.h"
 #include "host/cloth/status_text.h"
 #include "host/mesh/error.h"
@@ -31,8 +32,9 @@ constexpr double besideMould = 0.05; // of a cell: how far beside the edge of th
 constexpr double beyondCell = 0.02;  // of a cell: how far a place may lie beyond the cell's edge
 constexpr double stride = 0.25;      // of a cell, along a way that is walked
 constexpr int bisections = 40;
-constexpr double longestStretch = 1.5; // flat length against length in space that needs no second look
-constexpr double longestJump = 0.5;    // of a cell, on top
+constexpr double longestStretch = 1.5;  // flat length against length in space that needs no second look
+constexpr double longestJump = 0.5;     // of a cell, on top
+constexpr double longestUnwalked = 1.0; // of a cell, between points that miss no hole worth telling
 
 // A point of the curve and the way in which it's projected onto the cloth.
 struct Ray {
@@ -70,9 +72,9 @@ double distanceTo(const std::vector<FlatPoint>& polygon, const FlatPoint& p) {
 // The cells of the cloth, by their place in the grid. Beside a cut several cells can share one.
 class Cloth {
 public:
-    Cloth(const Grid& grid, const Measures& measures, const Choice& choice, const TriangleMesh& surface)
-        : grid_(grid), cells_(measures.cells), surface_(surface),
-          tree_(surface), step_{choice.stepA, choice.stepB}, length_(std::max(choice.stepA, choice.stepB)) {
+    Cloth(const Grid& grid, const Measures& measures, const Choice& choice, const Mould& mould)
+        : grid_(grid), cells_(measures.cells), surface_(meshOf(mould)),
+          tree_(surface_), step_{choice.stepA, choice.stepB}, length_(std::max(choice.stepA, choice.stepB)) {
         for (std::size_t k = 0; k < cells_.size(); ++k) {
             if (cells_[k].onSurface || hangsOverEdge(grid, cells_[k])) {
                 const auto first = static_cast<std::size_t>(cells_[k].nodes[0]);
@@ -228,7 +230,7 @@ private:
 
     const Grid& grid_;
     const std::vector<Cell>& cells_;
-    const TriangleMesh& surface_;
+    TriangleMesh surface_;
     SurfaceTree tree_;
     std::array<double, 2> step_;
     double length_;
@@ -293,18 +295,25 @@ struct Carried {
         }
     }
 
-    // Whether the curve runs on the cloth from point k to the next.
+    double apart(std::size_t k) const { return distance(rays[k].point, rays[next(k)].point); }
+
+    bool walksTo(std::size_t k) const {
+        const Way way = walk(cloth, rays[k], flat[k], rays[next(k)]);
+        return way.share == 1.0 && flatDistance(way.flat, flat[next(k)]) <= longestJump * cloth.cellLength();
+    }
+
+    // Whether the curve goes on from point k to the next on the same cloth.
     bool runsOn(std::size_t k) const {
-        const std::size_t n = next(k);
-        if (!onCloth[k] || !onCloth[n]) {
+        if (!onCloth[k] || !onCloth[next(k)]) {
             return false;
         }
-        const double usual = longestStretch * distance(rays[k].point, rays[n].point);
-        if (flatDistance(flat[k], flat[n]) <= usual + longestJump * cloth.cellLength()) {
-            return true;
-        }
-        const Way way = walk(cloth, rays[k], flat[k], rays[n]);
-        return way.share == 1.0 && flatDistance(way.flat, flat[n]) <= longestJump * cloth.cellLength();
+        const double usual = longestStretch * apart(k) + longestJump * cloth.cellLength();
+        return flatDistance(flat[k], flat[next(k)]) <= usual || walksTo(k);
+    }
+
+    // Whether it crosses a hole or a notch on its way there that is worth telling.
+    bool missesCloth(std::size_t k) const {
+        return apart(k) > longestUnwalked * cloth.cellLength() && !walksTo(k);
     }
 };
 
@@ -320,7 +329,7 @@ std::vector<Ray> raysOf(const DrawnCurve& curve, const Cloth& cloth, Notes& note
     if (away > 0) {
         tell(notes, NoteKind::curveOffSurface,
              counted(away, "point", "points") + " of the curve " + curve.name +
-                 " lie more than a cell off the surface");
+                 " lie more than a cell off the draped surface");
     }
     return rays;
 }
@@ -434,9 +443,9 @@ double lengthOnPattern(const CurveResult& curve) {
     return sum;
 }
 
-CurveResult carryOver(const DrawnCurve& curve, const TriangleMesh& surface, const Choice& choice,
-                      const Grid& grid, const Measures& measures, bool cut, Notes& notes) {
-    const Cloth cloth(grid, measures, choice, surface);
+CurveResult carryOver(const DrawnCurve& curve, const Mould& mould, const Choice& choice, const Grid& grid,
+                      const Measures& measures, bool cut, Notes& notes) {
+    const Cloth cloth(grid, measures, choice, mould);
     Carried carried{cloth, raysOf(curve, cloth, notes), {}, {}};
     carried.flat = transferred(curve, carried.rays, grid);
     for (std::size_t k = 0; k < carried.rays.size(); ++k) {
@@ -447,7 +456,13 @@ CurveResult carryOver(const DrawnCurve& curve, const TriangleMesh& surface, cons
     }
     std::vector<char> runsOn;
     for (std::size_t k = 0; k < carried.rays.size(); ++k) {
-        runsOn.push_back(carried.runsOn(k) ? 1 : 0);
+        const bool misses = carried.runsOn(k) && carried.missesCloth(k);
+        runsOn.push_back(carried.runsOn(k) && !(misses && cut) ? 1 : 0);
+        if (misses && !cut) {
+            tell(notes, NoteKind::curveOffSurface,
+                 "the curve " + curve.name + " leaves the cloth and comes back between its points " +
+                     std::to_string(k + 1) + " and " + std::to_string(carried.next(k) + 1));
+        }
     }
     CurveResult result{curve.name, curve.points.size(), {}};
     if (std::find(runsOn.begin(), runsOn.end(), 0) == runsOn.end()) {

@@ -5,7 +5,6 @@
 #include "host/cloth/measure.h"
 #include "host/cloth/start.h"
 #include "host/mesh/note.h"
-#include "host/mesh/triangle_mesh.h"
 
 #include <string>
 
@@ -36,11 +35,12 @@ struct CurveResult {
 double lengthOnMould(const CurveResult& curve);
 double lengthOnPattern(const CurveResult& curve);
 
-// The cloth ends where the net pattern of `measures` does. Without directions of its own the curve is
-// projected along the normals of `surface`. Where it leaves the cloth it's cut, or unless `cut` is set,
-// InputError (curveOffCloth) names the first such point. Throws StatusError if it can't be carried over at
-// all.
-CurveResult carryOver(const DrawnCurve& curve, const TriangleMesh& surface, const Choice& choice,
-                      const Grid& grid, const Measures& measures, bool cut, Notes& notes);
+// The cloth ends where the net pattern of `measures` does, and with `mould`, which is what was draped: of a
+// patch, the patch. Without directions of its own the curve is projected along the mould's normals. Where it
+// leaves the cloth it's cut, or unless `cut` is set, InputError (curveOffCloth) names the first such point; a
+// way between two points on the cloth that leaves it is told.
+// Throws StatusError if it can't be carried over at all.
+CurveResult carryOver(const DrawnCurve& curve, const Mould& mould, const Choice& choice, const Grid& grid,
+                      const Measures& measures, bool cut, Notes& notes);
 
 } // namespace drape::host

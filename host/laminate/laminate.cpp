@@ -160,14 +160,14 @@ void takeDrape(LaidPly& ply, const Job& job) {
     ply.trouble = job.trouble;
 }
 
-void takeRegion(LaidPly& ply, const Surface& surface, const RegionCurves& regions) {
+void takeRegion(LaidPly& ply, const RegionCurves& regions) {
     const auto curve = regions.find(ply.wish.region);
     if (curve == regions.end() || !ply.trial) {
         return;
     }
     try {
         const Trial& trial = *ply.trial;
-        ply.curves.push_back(carryOver(curve->second, surface.mesh, trial.choice, trial.grid, trial.measures,
+        ply.curves.push_back(carryOver(curve->second, *trial.mould, trial.choice, trial.grid, trial.measures,
                                        false, ply.notes));
         const CurveStretch& stretch = ply.curves.front().stretches.front();
         ply.region = stretch.flat;
@@ -241,7 +241,7 @@ void layOnMould(Laminate& laminate, const Layer& layer, const RegionCurves& regi
         const auto surface = surfaces.find(surfaceKey(ply.wish));
         if (surface != surfaces.end()) {
             ply.onOtherSide = !facesOwnSide(*surface->second.mould, laminate);
-            takeRegion(ply, surface->second, regions);
+            takeRegion(ply, regions);
             takeFibres(ply, laminate, facetsOf(*surface->second.mould, laminate.shell.elements.size()));
         }
     });
@@ -280,7 +280,7 @@ void layOnEachOther(Laminate& laminate, const Layer& layer, const RegionCurves& 
             layer.drape(ply.wish, surface, job);
             takeDrape(ply, job);
             ply.notes = job.notes;
-            takeRegion(ply, surface, regions);
+            takeRegion(ply, regions);
             takeFibres(ply, laminate, facetsOf(*surface.mould, laminate.shell.elements.size()));
             for (std::size_t e = 0; e < thickness.size(); ++e) {
                 thickness[e] += ply.thicknessOn(e);

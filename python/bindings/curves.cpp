@@ -23,9 +23,9 @@ std::shared_ptr<HeldCurve> carry(const HeldPly& ply, const DrawnCurve& curve, co
     const std::lock_guard<std::mutex> alone(processState());
     Notes untold;
     const Trial& trial = ply.measured();
-    return std::make_shared<HeldCurve>(HeldCurve{
-        carryOver(curve, ply.mould->surface.mesh, trial.choice, trial.grid, trial.measures, cut, untold),
-        curve, file, cut});
+    return std::make_shared<HeldCurve>(
+        HeldCurve{carryOver(curve, *trial.mould, trial.choice, trial.grid, trial.measures, cut, untold),
+                  curve, file, cut});
 }
 
 py::list stretchesOf(const py::object& self) {

@@ -243,11 +243,34 @@ class Curves(Case):
         self.assertTrue(all((float(row[3]) > 3) == (row[1] == "2") for row in rows if row[0] == "2"))
 
     def test_points_off_the_surface(self):
-        for height, told in ((1.19, None), (1.21, "3 points of the curve trim lie more than a cell off the surface")):
+        for height, told in ((1.19, None), (1.21, "3 points of the curve trim lie more than a cell off the draped surface")):
             text = "".join(f"{x} {y} {height if k % 2 == 0 else 0.1}\n" for k, (x, y) in enumerate(self.corners))
             self.carried(text, "trim.xyz")
             self.assertEqual("more than a cell off" in self.said, told is not None)
             self.assertIn(told or "", self.said)
+
+    def test_a_patch_ends_where_it_was_cut(self):
+        """Less than a cell beside a patch there is mould, but no cloth."""
+        mesh = self.file("plate.obj", obj(plate(20)))
+        words = ("--step", "2", "--seed", "10.1,10.2,0", "--within", "5")
+        for x, expect in ((14.9, 0), (15.4, INPUT)):
+            ring = self.file("ring.xyz", f"8 8 0\n{x} 10.2 0\n8 12 0\n")
+            done = self.drape(mesh, *words, "--curve", ring, expect=expect)
+            self.assertEqual("the curve ring leaves the cloth at point 2" in done.stderr, expect != 0, done.stderr)
+
+    def test_a_way_across_a_notch(self):
+        points, faces = plate(20)
+        mesh = self.file("m.obj", obj((points, [f for f in faces if not all(8 <= points[v][0] <= 11 for v in f)
+                                                or any(points[v][1] > 9 for v in f)])))
+        ring = self.file("ring.xyz", "3 7.5 0\n16 7.5 0\n16 12 0\n3 12 0\n")
+        words = ("--step", "1.3", "--seed", "9.1,14.2,0", "--curve", ring)
+        for clip in ((), ("--curve-clip",)):
+            report, done = self.report(mesh, *words, *clip)
+            told = "the curve ring leaves the cloth and comes back between its points 1 and 2"
+            self.assertEqual(told in done.stderr, not clip, done.stderr)
+            (curve,) = report["curves"]
+            self.assertEqual((curve["closed"], curve["stretches"]), (not clip, 1))
+            self.assertAlmostEqual(curve["lengthOnPattern"], 35.0 - (3.0 if clip else 0.0), delta=0.14)  # cloth a twentieth of a cell beside
 
     def test_refusals_name_the_line(self):
         mesh = self.file("plate.obj", obj(plate()))

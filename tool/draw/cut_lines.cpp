@@ -180,7 +180,7 @@ std::vector<std::string> remarksOn(const NetPattern& net, const ClipperLib::Path
     } else if (slit) {
         remarks.push_back("the two sides of a slit or notch run together");
     }
-    if (net.overlapArea > 0.0) {
+    if (liesOverItself(net)) {
         remarks.push_back("the pattern lies over itself, and the cut line goes round both layers at once");
     }
     return remarks;

@@ -79,7 +79,7 @@ std::string sizeText(const Scene& scene) {
 }
 
 std::string overlapKey(const Scene& scene) {
-    return scene.measures->net.overlapArea > 0.0 ? "Magenta: the pattern lies over itself. " : "";
+    return liesOverItself(scene.measures->net) ? "Magenta: the pattern lies over itself. " : "";
 }
 
 std::string keyText(const Scene& scene, const Page& page, bool isImage) {

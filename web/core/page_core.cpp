@@ -300,7 +300,7 @@ void carryCurves(const Json& settings, Notes& notes) {
     for (const DrawnCurve& curve : curvesOf(settings)) {
         try {
             if (p.trial.measures.cellsOnSurface > 0) {
-                p.curves.push_back(carryOver(curve, p.surface.mesh, p.trial.choice, p.trial.grid,
+                p.curves.push_back(carryOver(curve, *p.trial.mould, p.trial.choice, p.trial.grid,
                                              p.trial.measures, settings.value("cutCurves", false), notes));
             }
         } catch (const std::bad_alloc&) {
