@@ -15,6 +15,7 @@ import subprocess
 import unittest
 import xml.etree.ElementTree as xml
 
+from model import cross, dot, unit
 from moulds import cube, cup, obj, off, plate, ply_binary, ply_text, stl_binary, stl_text, uneven_sheet
 from program import DONE, DRAPE, INPUT, OTHER, ROOT, RUN_ENDED, USAGE, Case
 
@@ -404,6 +405,29 @@ class Start(Case):
         for side, up in (("1,0,0", -1), ("-1,0,0", 1)):
             report, _ = self.report(self.file("lean.obj", obj(lean)), "--seed", "3.1,3.2,0", f"--side={side}", "--step", "0.5", *brief, expect=None)
             self.assertGreater(up * report["choice"]["normal"][2], 0.5)
+
+    def test_side_is_the_first_axis_that_the_surface_clearly_faces(self):
+        sides = {(0.98, 0.0, 0.2): "+z", (0.98, 0.19, 0.05): "+y", (-0.99, 0.05, -0.05): "+x", (0.3, -0.95, -0.12): "+z"}
+        for (x, y, z), axis in sides.items():
+            normal = unit((x, y, z))
+            along = unit(cross(normal, (0.3, 0.5, 0.8)))
+            across = cross(normal, along)
+            sheet = [tuple(u * a + v * b for a, b in zip(along, across)) for u, v, _ in plate(4)[0]], plate(4)[1]
+            for faces in (sheet[1], [f[::-1] for f in sheet[1]]):
+                report, _ = self.report(self.file("sheet.obj", obj((sheet[0], faces))))
+                self.assertEqual(report["choice"]["side"], f"towards {axis}")
+                self.assertGreater(report["choice"]["normal"]["xyz".index(axis[1])], 0)
+        # A tube like an 8 faces no axis, and one half of it inward: there the file's winding decides.
+        count = 37
+        points = [(math.sin(t), y, math.sin(2 * t)) for t in (2 * math.pi * (k + 0.25) / count for k in range(count)) for y in (0.0, 3.0)]
+        faces = [(2 * k, 2 * k + 1, (2 * k + 3) % (2 * count), (2 * k + 2) % (2 * count)) for k in range(count)]
+        normals = []
+        for own in (faces, [f[::-1] for f in faces]):
+            report, done = self.report(self.file("eight.obj", obj((points, own))), "--seed", "0.9,1.5,0.8", "--step", "0.2", "--max-nodes", "80", expect=None)
+            self.assertEqual(report["choice"]["side"], "as the file winds its faces")
+            self.assertIn("faces no side more than another", done.stderr)
+            normals.append(report["choice"]["normal"])
+        self.assertLess(dot(*normals), -0.9)
 
     def test_seeds(self):
         report, done = self.choice("--seed", "2.25,2.5,7")

@@ -243,6 +243,20 @@ class Elements(Laminates):
             self.assertLess(abs((theta[int(row["element"])][1] - angles[0] + 90) % 180 - 90), 2e-3)
             apart = max(apart, abs(angles[0] - angles[1]))
         self.assertGreater(apart, 0.5)
+        # Triangles with such nodes count from their side 1-2 all the same.
+        deck = saddle("S6", 3, 1.0)[0]
+        points = {int(f[0]): tuple(map(float, f[1:])) for f in (line.split(", ") for line in deck.splitlines()) if len(f) == 4}
+        self.laminate(self.file("t.inp", deck), [stiff("a", 20), stiff("b", -40)], "--side", "0,0,1", "--start", "middle", "-o", "l.bdf")
+        elements, (theta, stacks) = self.bulk("l.bdf")["element"], self.read_bdf("l.bdf")
+        for row in self.rows():
+            nodes = elements[int(row["element"])][3:9]
+            self.assertIsInstance(nodes[5], int)
+            p = [points[v] for v in nodes[:3]]
+            n, warp = unit(cross(sub(p[1], p[0]), sub(p[2], p[0]))), [float(row[f"warp_{x}"]) for x in "xyz"]
+            side = unit(sub(p[1], p[0]))
+            section, angle = theta[int(row["element"])]
+            got = angle + stacks[section][int(row["sequence"]) - 1][2]
+            self.assertLess(abs((got - math.degrees(math.atan2(dot(n, cross(side, warp)), dot(side, warp))) + 90) % 180 - 90), 3e-3)
         # As the elements of the grid for viewers, with all their nodes.
         for kind, shape in (("S8", 23), ("S6", 22)):
             self.laminate(self.file("v.inp", saddle(kind, 2, 1.0)[0]), [stiff("a", 20)], "--side", "0,0,1", "--start", "middle", "-o", "l.vtu")
