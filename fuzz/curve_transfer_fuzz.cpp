@@ -71,6 +71,14 @@ void bendCurve(Curve& curve, ByteSource& bytes) {
     values[bytes.index(values.size())] = bytes.real();
 }
 
+// By value, since the call turns the curve. It takes far less time than the run that made the grid, so each
+// change is tried for itself.
+void carry(Grid& grid, Curve curve) {
+    transfer(grid, curve);
+    if (curve.result != (curve.status == DRAPE_OK ? 0 : 1))
+        std::abort();
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -82,14 +90,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     settings.capacity = 120;
     Grid grid = run(surface, settings);
     trim(grid);
+    carry(grid, curve);
     for (int i = 0; i < changes; ++i) {
         if (bytes.flag())
             bendCurve(curve, bytes);
         else
             bendGrid(grid, bytes);
+        carry(grid, curve);
     }
-    transfer(grid, curve);
-    if (curve.result != (curve.status == DRAPE_OK ? 0 : 1))
-        std::abort();
     return 0;
 }
