@@ -602,6 +602,76 @@ TEST(Margins, TheTreeOfTrianglesLeavesOutNothingOnAWallInTheCirclesPlane) {
     EXPECT_GT(hits, 3000);
 }
 
+// One square of a fan of squares, each leaning more than the one before, lies in a circle's plane but for
+// rounding, and just beside its rim. Rounding moves hits off the rim, ahead of it too, and only a cone that
+// holds the square's normal tells.
+TEST(Margins, TheTreeOfTrianglesLeavesOutNothingBesideTheRimInTheCirclesPlane) {
+    Random random(49);
+    int hits = 0, ahead = 0, offRim = 0;
+    for (int round = 0; round < 1000; ++round) {
+        const double size = power(random, -6.0, 6.0);
+        const int count = 2 + random.below(60);
+        const double lean = random.below(4) == 0 ? 0.0 : random.between(0.002, 0.2);
+        const int alike = random.below(2) == 0 ? 8 : 1; // squares before the next is turned over
+        // Along the axes boxes end where triangles do.
+        const Vec3 u = random.below(3) > 0 ? Vec3{0.0, 1.0, 0.0} : randomDirection(random),
+                   v = random.below(3) > 0 ? unitNormal(u, {1.0, 0.0, 0.0})
+                                           : unitNormal(u, randomDirection(random)),
+                   w = unitNormal(u, v);
+        Soup soup;
+        for (int k = 0; k < count; ++k) {
+            const Vec3 up = std::cos(lean * k) * v + std::sin(lean * k) * w, at = (3.0 * size * k) * u;
+            const Vec3 far = at + size * u + size * up;
+            const Vec3 sides[] = {at + size * u, at + size * up};
+            const int turned = k / alike % 2;
+            soup.add({at, sides[turned], far});
+            soup.add({far, sides[1 - turned], at});
+        }
+        const double reach = size * random.between(0.5, 3.0);
+        TriangleTree tree;
+        std::int32_t status = 0;
+        ASSERT_TRUE(built(tree, soup.finished(), 0.0, reach, status));
+        ASSERT_TRUE(tree.usable());
+        for (int k = 0; k < 24; ++k) {
+            const std::int32_t aim = 1 + random.below(2 * count);
+            const Corners t = soup.triangle(aim);
+            const Vec3 normal = unitNormal(t.b - t.a, t.c - t.a);
+            Vec3 axis = normal + power(random, -16.0, -13.0) * randomDirection(random);
+            devor(axis);
+            // Beyond one of the corners by so much that the rim just misses the triangle.
+            const Vec3& corner = random.below(2) == 0 ? t.a : t.c;
+            const Vec3 inward = placeOn(t, 1.0 / 3.0, 1.0 / 3.0) - corner;
+            Vec3 out = random.below(2) == 0 ? -inward : prosca(inward, u) < 0.0 ? u : -u;
+            devor(out);
+            const Vec3 centre = corner + reach * (1.0 + power(random, -5.0, -2.5)) * out +
+                                power(random, -18.0, -15.0) * size * randomVector(random);
+            const Circle circle{centre, axis, reach};
+            int visited = 0;
+            const int found = hitsOfCircle(tree, soup, circle, 0.0, visited);
+            ASSERT_GE(found, 0) << "size " << size << " reach " << reach / size << " lean " << lean;
+            hits += found;
+            const margins::ForwardArc arc(centre, axis, reach, -out, 0.0);
+            bool met = false;
+            tree.forEachNearArc(circle, arc, [&](std::int32_t t2) {
+                met = met || t2 == aim;
+                return true;
+            });
+            const CircleCut cut = cutCircle(circle, t.a, t.b, t.c, 0.0, CLIP_AFTER_SLAB_TEST);
+            for (std::int32_t hit = 0; hit < cut.count; ++hit) {
+                offRim += std::fabs(std::sqrt(cadis(cut.points[hit], centre)) - reach) > 1e-5 * reach ? 1 : 0;
+                if (!(prosca(cut.points[hit] - centre, -out) < arc.least)) {
+                    ++ahead;
+                    ASSERT_TRUE(met) << "size " << size << " reach " << reach / size << " lean " << lean;
+                }
+            }
+        }
+        tree.release(status);
+    }
+    EXPECT_GT(hits, 100);
+    EXPECT_GT(ahead, 20);
+    EXPECT_GT(offRim, 20);
+}
+
 // A grid of cells at any size and offset; even lattices are full of ties.
 struct Cells {
     std::vector<std::int32_t> link1, link4, none;

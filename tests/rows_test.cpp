@@ -135,6 +135,13 @@ TEST(Pivot, IsChosenByShearByGridLineOrByRequest) {
     EXPECT_EQ(pivot, 0);
     EXPECT_EQ(uzprpi(nodes, &none, &one, &last, &pivot, &status), 0);
     EXPECT_EQ(pivot, 1);
+    // A list that begins with no node: the second has nothing before it, so it is the third that is square.
+    Lattice wide(5);
+    const std::int32_t row[] = {0, wide.node(4, 1, 1), wide.node(4, 1, 2), wide.node(4, 1, 3),
+                                wide.node(4, 1, 4)};
+    const std::int32_t length = 5, upward = 4;
+    EXPECT_EQ(uzprpi(row, &length, &upward, &none, &pivot, &status), 0);
+    EXPECT_EQ(pivot, 4);
 }
 
 // Crossings.

@@ -438,7 +438,13 @@ TEST(Run, InputThatCannotBeUsedIsRefusedBeforeAnythingIsDone) {
         {"triangle 0", 202, [](Surface& s, Settings&) { s.vertTriList[4] = 0; }},
         {"triangle beyond the last", 202, [](Surface& s, Settings&) { s.vertTriList.back() = 19; }},
         {"position nan", 202, [=](Surface& s, Settings&) { s.vertPos.back() = nan; }},
-        {"position infinite", 202, [=](Surface& s, Settings&) { s.vertPos[7] = -inf; }}};
+        {"position infinite", 202, [=](Surface& s, Settings&) { s.vertPos[7] = -inf; }},
+        {"position nan at the last corner alone", 202, [=](Surface& s, Settings&) {
+             s.triVerts.back() = s.vertCount() + 1;
+             s.vertPos.insert(s.vertPos.end(), {1.0, 1.0, nan});
+             s.vertTriStart.push_back(s.vertTriCount());
+             s.vertBoundary.push_back(0);
+         }}};
     for (const Case& c : cases) {
         Surface surface = plate;
         Settings settings = seededAt(plate, 1.2, 1.3, 1.0);

@@ -140,6 +140,30 @@ TEST(WorkArrayFaults, TransferOfACurve) {
 }
 
 // What an operation gives back itself; a release that isn't the operation's own may go unreported.
+// More hits than the choice holds without an array.
+TEST(WorkArrayFaults, AChoiceWithoutRoomFindsNoTriangle) {
+    PlainModel model(heightField(
+                         2, 2, [](double, double) { return 0.0; }, [](int, int) { return true; }),
+                     Settings{});
+    model.registerModel();
+    const double centre[3] = {0.75, 0.5, 0.0}, up[3] = {0.0, 0.0, 1.0}, back[3] = {-1.0, 0.5, 0.0};
+    const double radius = 0.5, tolerance = 1e-6;
+    const std::vector<std::int32_t> found(2000, triangleAbove(model.surface, 1.25, 0.4));
+    const auto count = static_cast<std::int32_t>(found.size());
+    for (const std::int64_t failing : {0, 1, 2}) {
+        beginRequests(failing, 0xA5);
+        double forward[3] = {2.0, -0.1, 0.0}, point[3], normal[3];
+        std::int32_t triangle = 7, status = 7;
+        const std::int32_t result = uzprcm(centre, up, forward, &radius, back, found.data(), &count,
+                                           &tolerance, point, normal, &triangle, &status);
+        EXPECT_EQ(result, failing == 0 ? 0 : 1);
+        EXPECT_EQ(status, failing == 0 ? DRAPE_OK : DRAPE_NO_MEMORY);
+        EXPECT_EQ(triangle, failing == 0 ? found[0] : 0);
+        EXPECT_GE(requestsMade(), failing == 0 ? 2 : failing);
+        EXPECT_EQ(arraysHeld(), 0);
+    }
+}
+
 TEST(WorkArrayFaults, AFailedReleaseIsReported) {
     const auto reported = [](auto operation) { // the releases that are, one by one, as '1'
         beginRequests(0, 0xA5);

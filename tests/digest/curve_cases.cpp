@@ -139,6 +139,31 @@ void cellWalks(Block& block, Kind kind) {
     block.outcome(result, third);
 }
 
+// A few nodes that are linked anyhow, so that walks take as many laps as they can, or never end.
+void tangledWalks(Block& block, Kind) {
+    Grid grid = emptyGrid(block.within(3, 6));
+    grid.count = static_cast<std::int32_t>(grid.link1.size());
+    const double cut = block.oneOf({0.0, 0.1, 0.2});
+    for (List* links : {&grid.link1, &grid.link2, &grid.link3, &grid.link4})
+        for (std::int32_t& to : *links)
+            to = block.chance(cut) ? 0 : block.within(1, grid.count);
+    for (std::size_t n = 0; n < grid.link1.size(); ++n) {
+        grid.nodeStatus[n] = block.chance(0.3) ? -1 : 0;
+        grid.nodePos[3 * n] = block.within(0, 6);
+        grid.nodePos[3 * n + 1] = block.within(0, 6);
+        grid.nodePos[3 * n + 2] = 0.0;
+    }
+    const double x = 0.5 * block.within(0, 12), y = 0.5 * block.within(0, 12), point[3] = {x, y, 0.0};
+    const std::int32_t one = 1, inner = block.chance(0.8) ? 1 : 0, start = block.within(1, grid.count);
+    std::int32_t found = -7, third = -7, status = -7;
+    const std::int32_t result = uzftcq(
+        point, &one, &start, grid.link3.data(), grid.link1.data(), grid.link2.data(), grid.link4.data(),
+        grid.nodeStatus.data(), grid.nodePos.data(), &grid.count, &found, &third, &one, &inner, &status);
+    block.hash.add(found);
+    block.hash.add(status);
+    block.outcome(result, third);
+}
+
 void cellMappings(Block& block, Kind kind) {
     const Grid grid = graph(block, kind, false);
     Curve curve = curveNear(block, kind, 3);
@@ -231,6 +256,10 @@ void reportCurves(Report& report) {
         blocks("mapping through a cell", 400, cellMappings, "inside");
         blocks("mapping through another cell", 300, otherCells, "status");
     }
+    settle();
+    reportBlocks(
+        report, "walk over a tangle", 4, 20000, [](Block& block) { tangledWalks(block, Kind::whole); },
+        "third");
     reportRings(report);
 }
 
