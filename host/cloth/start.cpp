@@ -9,6 +9,8 @@
 #include "host/mesh/turn.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <limits>
 #include <numbers>
 
 namespace drape::host {
@@ -42,9 +44,25 @@ constexpr double mostOfSide = 0.3;                  // of the triangle's longest
 constexpr double sameFacing = 1e-6;                 // difference of unit normals
 constexpr int mostMoves = 20;
 
-// To two significant digits, for a step that is easy to read and to repeat.
+double powerOfTen(int exponent) {
+    double power = 1.0;
+    for (int k = std::abs(exponent); k > 0; --k) {
+        power *= 10.0;
+    }
+    return exponent < 0 ? 1.0 / power : power;
+}
+
+// To two significant digits, for a step that is easy to read and to repeat. The whole drape hangs on its last
+// bit, in which C libraries may differ on logarithms and powers.
 double rounded(double value) {
-    const double unit = std::pow(10.0, std::floor(std::log10(value)) - 1.0);
+    int exponent = 0;
+    while (exponent < std::numeric_limits<double>::max_exponent10 && value >= powerOfTen(exponent + 1)) {
+        ++exponent;
+    }
+    while (exponent > std::numeric_limits<double>::min_exponent10 && value < powerOfTen(exponent)) {
+        --exponent;
+    }
+    const double unit = powerOfTen(exponent - 1);
     return std::round(value / unit) * unit;
 }
 
