@@ -183,11 +183,30 @@ private:
                         goodRegionOf(cover.ground, trial.grid, trial.measures.cells, *less, wanted);
                 }
             }
-            takeIfBetter(attempt, start, insideOf(check.region, step_));
+            Field inside = insideOf(check.region, step_);
+            if (keptBy(attempt, inside) == 1.0) {
+                // Nothing says which place is to blame, as where cloth lies over cloth here and there.
+                takeOffAround(attempt.lies, inside);
+            }
+            takeIfBetter(attempt, start, std::move(inside));
         } catch (const InputError&) {
             // No cloth starts there.
         }
         return attempt.kept > 1.0 - smallLoss;
+    }
+
+    // Lowers a field so that a piece loses a cell along its edges, but for those of the surface.
+    void takeOffAround(const std::vector<char>& lies, Field& inside) const {
+        std::vector<std::int32_t> others;
+        for (std::size_t v = 0; v < lies.size(); ++v) {
+            if (lies[v] == 0) {
+                others.push_back(static_cast<std::int32_t>(v));
+            }
+        }
+        const Field away = distancesAlong(ground().mesh, others);
+        for (std::size_t v = 0; v < lies.size(); ++v) {
+            inside[v] = std::min(inside[v], away[v] - step_);
+        }
     }
 
     // Narrower limits for a pattern that is larger than the cloth.

@@ -4,6 +4,8 @@
 #include "host/search/territory.h"
 
 #include "drape.h"
+#include "host/cloth/cell_cover.h"
+#include "host/cloth/cell_cubes.h"
 #include "host/mesh/edge_split.h"
 #include "host/mesh/error.h"
 #include "host/mesh/text.h"
@@ -153,6 +155,23 @@ Trial drapePart(const CoverGround& cover, std::shared_ptr<const Mould> mould, co
     return trial;
 }
 
+namespace {
+
+// Lowers depths to the distance from cells beside the region. Where good cloth lies over the mould under
+// them too, nothing else says that a piece has to leave these places out.
+void keepOff(const Ground& ground, const Grid& grid, const std::vector<Cell>& cells, GoodRegion& region) {
+    for (std::size_t c = 0; c < cells.size(); ++c) {
+        if (cells[c].onSurface && region.cells[c] == 0) {
+            const Point centre = cellCentre(grid, cells[c]);
+            for (std::size_t v = 0; v < region.depths.size(); ++v) {
+                region.depths[v] = std::min(region.depths[v], distance(ground.mesh.positions[v], centre));
+            }
+        }
+    }
+}
+
+} // namespace
+
 Check checked(const CoverGround& cover, const Trial& trial, const std::vector<double>& field) {
     const std::vector<Cell> cells = cellsOf(trial.grid);
     GoodRegion region = goodRegionOf(cover.ground, trial.grid, cells, cover.good, field);
@@ -172,13 +191,17 @@ Check checked(const CoverGround& cover, const Trial& trial, const std::vector<do
                           std::abs(cells[c].shear) > cover.good.lockingAngle);
     }
     Check check;
+    const bool tooManyBeside =
+        static_cast<double>(beside) > std::max(fewBeside, shareBeside * static_cast<double>(onSurface));
     for (std::size_t v = 0; v < field.size(); ++v) {
         tooLarge = tooLarge || (field[v] > 0.0 && region.rooms[v] < -slack);
     }
-    check.good =
-        !tooLarge && trial.grid.status == DRAPE_OK && !locks && onSurface > 0 && region.doubles == 0 &&
-        bare <= mostBare * trial.choice.stepA * trial.choice.stepB &&
-        static_cast<double>(beside) <= std::max(fewBeside, shareBeside * static_cast<double>(onSurface));
+    const bool liesOverAll = bare <= mostBare * trial.choice.stepA * trial.choice.stepB;
+    check.good = !tooLarge && trial.grid.status == DRAPE_OK && !locks && onSurface > 0 &&
+                 region.doubles == 0 && liesOverAll && !tooManyBeside;
+    if ((tooManyBeside || region.doubles > 0) && !tooLarge && !locks && liesOverAll) {
+        keepOff(cover.ground, trial.grid, cells, region);
+    }
     check.region = std::move(region);
     return check;
 }
@@ -267,6 +290,21 @@ std::vector<double> depthsOver(const CoverGround& cover, const Territory& territ
 
 namespace {
 
+// The vertices at which `field` is above 0 and that no cell lies over.
+std::vector<std::int32_t> bareUnder(const Ground& ground, const Grid& grid,
+                                    const std::vector<double>& field) {
+    const CellCover cells(grid, cellsOf(grid));
+    CellCover::Hint hint;
+    std::vector<std::int32_t> bare;
+    for (std::size_t v = 0; v < field.size(); ++v) {
+        if (field[v] > 0.0 &&
+            cells.coverOf({ground.mesh.positions[v], ground.normals[v], 0.0, 0.0}, hint) == Cover::none) {
+            bare.push_back(static_cast<std::int32_t>(v));
+        }
+    }
+    return bare;
+}
+
 // Whether the pattern is no wider and no longer than cloth may be.
 bool isWithinLimits(const CoverGround& cover, const Trial& trial) {
     if (!std::isfinite(cover.good.mostAlongWarp) && !std::isfinite(cover.good.mostAlongWeft)) {
@@ -303,6 +341,7 @@ Territory territoryOf(const CoverGround& cover, const PieceTry& piece) {
             const Check check = checked(cover, trial, field);
             if (check.good && isWithinLimits(cover, trial)) {
                 fill(cover, field, territory);
+                territory.bare = bareUnder(cover.ground, trial.grid, field);
                 return territory;
             }
             const std::vector<double> reach = insideOf(check.region, step);

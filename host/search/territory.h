@@ -47,8 +47,9 @@ struct Territory {
                                         // covered
     std::vector<float> depths;          // of each, how deep inside along the cloth; 0 and below outside
     double area = 0.0;                  // inside, in the mould's unit squared
-    std::vector<SlitWay> slits;         // of its darts; the ground slit along them has more vertices, and
-                                        // those inside come after the others
+    std::vector<std::int32_t> bare; // those inside that no cell lies over, as at a sharply bent rim; rising
+    std::vector<SlitWay> slits;     // of its darts; the ground slit along them has more vertices, and
+                                    // those inside come after the others
 };
 
 // Without darts, whatever it may get. The same for the same try, whatever was asked before.

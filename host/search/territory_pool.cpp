@@ -171,7 +171,8 @@ void TerritoryPool::add(Territory territory) {
     Entry entry;
     for (std::size_t k = 0; k < territory.vertices.size(); ++k) {
         if (at(territory.vertices[k]) < cover_.ground.vertexCount() &&
-            static_cast<double>(territory.depths[k]) > 0.5 * overlap_) {
+            static_cast<double>(territory.depths[k]) > 0.5 * overlap_ &&
+            !std::binary_search(territory.bare.begin(), territory.bare.end(), territory.vertices[k])) {
             entry.inside.push_back(territory.vertices[k]);
             entry.area += cover_.ground.areas[at(territory.vertices[k])];
         }

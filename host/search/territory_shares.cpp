@@ -21,6 +21,7 @@ constexpr double farAhead = 1e3;                            // cells, of each be
 constexpr std::array<double, 3> movesAhead{2.0, 8.0, 64.0}; // cells
 constexpr std::size_t mostAhead = 2;                        // moves, for each
 constexpr double noLoss = 1e-3;                             // of the area
+constexpr double shallow = 1e-2; // cells, that places count as deep where a territory has no cloth
 
 // The share of the way at which a value comes down to 0; 1 if it stays above.
 double endOf(double from, double to) {
@@ -34,7 +35,15 @@ TerritoryShares::TerritoryShares(const CoverGround& cover, double overlap,
     : cover_(&cover), overlap_(overlap), step_(std::max(cover.surface.steps[0], cover.surface.steps[1])),
       labels_(cover.ground.vertexCount(), bare), isOpen_(labels_.size(), 0) {
     for (const Territory* territory : territories) {
-        pieces_.emplace_back().depths = depthsOver(cover, *territory);
+        Piece& piece = pieces_.emplace_back();
+        piece.depths = depthsOver(cover, *territory);
+        piece.isBare.resize(labels_.size(), 0);
+        for (const std::int32_t v : territory->bare) {
+            if (at(v) < labels_.size()) { // on a slit ground there are others
+                piece.isBare[at(v)] = 1;
+                piece.depths[at(v)] = std::min(piece.depths[at(v)], 0.5 * overlap + shallow * step_);
+            }
+        }
     }
     label();
     giveWay();
@@ -53,10 +62,14 @@ void TerritoryShares::limit(std::size_t p, const std::vector<double>& most) {
     label();
 }
 
+bool TerritoryShares::isCovered(std::size_t v) const {
+    return labels_[v] != bare && pieces_[at(labels_[v])].isBare[v] == 0;
+}
+
 double TerritoryShares::area() const {
     double area = 0.0;
     for (std::size_t v = 0; v < labels_.size(); ++v) {
-        area += labels_[v] == bare ? 0.0 : cover_->ground.areas[v];
+        area += isCovered(v) ? cover_->ground.areas[v] : 0.0;
     }
     return area;
 }
@@ -64,7 +77,7 @@ double TerritoryShares::area() const {
 std::vector<double> TerritoryShares::areas() const {
     std::vector<double> areas(pieces_.size(), 0.0);
     for (std::size_t v = 0; v < labels_.size(); ++v) {
-        if (labels_[v] != bare) {
+        if (isCovered(v)) {
             areas[at(labels_[v])] += cover_->ground.areas[v];
         }
     }
@@ -74,8 +87,11 @@ std::vector<double> TerritoryShares::areas() const {
 double TerritoryShares::mostShareWithout(std::int32_t p) const {
     double area = 0.0;
     for (std::size_t v = 0; v < labels_.size(); ++v) {
-        const std::size_t count = firstClaimant_[v + 1] - firstClaimant_[v];
-        const bool isOthers = count > 1 || (count == 1 && claimants_[firstClaimant_[v]].piece != p);
+        bool isOthers = false;
+        for (std::size_t k = firstClaimant_[v]; k < firstClaimant_[v + 1]; ++k) {
+            const std::int32_t other = claimants_[k].piece;
+            isOthers = isOthers || (other != p && pieces_[at(other)].isBare[v] == 0);
+        }
         area += isOthers ? cover_->ground.areas[v] : 0.0;
     }
     return area / cover_->ground.area;
@@ -150,7 +166,7 @@ std::int32_t TerritoryShares::deepestAt(std::size_t v) const {
 double TerritoryShares::lostBy(const Piece& piece) const {
     double lost = 0.0;
     for (const std::int32_t v : piece.inside) {
-        lost += labels_[at(v)] == bare ? cover_->ground.areas[at(v)] : 0.0;
+        lost += labels_[at(v)] == bare && piece.isBare[at(v)] == 0 ? cover_->ground.areas[at(v)] : 0.0;
     }
     return lost;
 }

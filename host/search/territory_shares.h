@@ -38,6 +38,7 @@ public:
 private:
     struct Piece {
         std::vector<double> depths;       // per vertex
+        std::vector<char> isBare;         // per vertex, 1 where it has no cloth in its territory
         std::vector<std::int32_t> inside; // vertices that it can have, rising
         double ahead = 0.0;               // added to its depth where it meets others
     };
@@ -55,6 +56,7 @@ private:
         std::vector<double> ahead;
     };
 
+    bool isCovered(std::size_t v) const;
     double area() const;
     void listClaimants();
     std::size_t claimantOf(std::int32_t p, std::int32_t v) const;

@@ -63,7 +63,8 @@ py::tuple territoryFrom(const HeldGround& held, const Point& seed, double angle,
         territory = dartedTerritory(held.ground, piece, inTurn);
     }
     return py::make_tuple(territory.start.seed, territory.start.angle, bytesOf(territory.vertices),
-                          bytesOf(territory.depths), territory.area, bytesOf(territory.slits));
+                          bytesOf(territory.depths), territory.area, bytesOf(territory.bare),
+                          bytesOf(territory.slits));
 }
 
 Territory territoryFrom(const py::tuple& given) {
@@ -71,7 +72,8 @@ Territory territoryFrom(const py::tuple& given) {
             valuesOf<std::int32_t>(given[2]),
             valuesOf<float>(given[3]),
             py::cast<double>(given[4]),
-            valuesOf<SlitWay>(given[5])};
+            valuesOf<std::int32_t>(given[5]),
+            valuesOf<SlitWay>(given[6])};
 }
 
 // `spread` is handed a list of (seed, angle, room, darts) and gives what `territory` made of each, in order;
