@@ -74,7 +74,8 @@ struct DistanceSlack {
         : overhang(tolerance / shortest),
           rounding(DISTANCE_SHARE * (longest + overhang) + PLACE_ROUNDING * offset) {}
     double sum() const { return overhang + rounding; }
-    // The same at another place, where it was taken at the origin.
+    // The same at another place, where it was taken at the origin. Distances by differences alone would do
+    // without; places that are averaged or widened don't.
     DistanceSlack at(double offset) const {
         DistanceSlack there = *this;
         there.rounding += PLACE_ROUNDING * offset;
@@ -110,9 +111,10 @@ inline double distanceAbove(double distance, double tolerance) {
 }
 
 // How far from the centre of a ball, coordinate by coordinate, what is in range of it can lie, boxes being
-// widened by the slack of their triangles.
-inline double reachOfRange(double radius, double tolerance, double offset) {
-    return (radius + tolerance) * (1.0 + 2.0 * DISTANCE_SHARE) + PLACE_ROUNDING * offset;
+// widened by the slack of their triangles. That slack has four times what is rounded off where the two meet:
+// the centre's coordinates differ from the triangle's by no more than distance and longest side.
+inline double reachOfRange(double radius, double tolerance) {
+    return (radius + tolerance) * (1.0 + 2.0 * DISTANCE_SHARE);
 }
 
 // A hit of a circle on a triangle, as cutCircle computes it.
@@ -137,6 +139,7 @@ constexpr double SIDE_ROUNDING = 8.0 * ROUNDOFF;
 // Planes closer to parallel than this sine count as nearly coplanar: then nothing but |P - C| is known of a
 // hit, and the places of hits spread over the disc. At all others P is off by CUT_ROUNDING / NEARLY_COPLANAR
 // of the coordinates, 7e-12, which vanishes in the slack of the single precision in which boxes are tested.
+// Cones lose SINGLE_SLACK on their cosines as well, which by itself holds twice that angle.
 constexpr double NEARLY_COPLANAR = 1e-3;
 constexpr double COPLANAR_COSINE = 1.0 - 0.5 * NEARLY_COPLANAR * NEARLY_COPLANAR * (1.0 + NEARLY_COPLANAR);
 constexpr double SINGLE_SLACK = 2e-6; // of coordinates, boxes and radius; 6e-8 is lost some ten times over

@@ -15,7 +15,7 @@ Box boxOfRange(const Ball* balls, int ballCount) {
             {margins::ENDLESS, margins::ENDLESS, margins::ENDLESS}};
     for (int k = 0; k < ballCount; ++k) {
         const Ball& ball = balls[k];
-        const double reach = margins::reachOfRange(ball.radius, ball.tolerance, ball.offset);
+        const double reach = margins::reachOfRange(ball.radius, ball.tolerance);
         const Vec3 half{reach, reach, reach};
         const Vec3 low = ball.centre - half, high = ball.centre + half;
         box.low = {std::max(box.low.x, low.x), std::max(box.low.y, low.y), std::max(box.low.z, low.z)};

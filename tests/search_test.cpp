@@ -273,7 +273,15 @@ TEST(Fallback, TheNearestListedTriangleIsTakenWithoutTheWholeFlood) {
         if (round % 2 == 0)
             makeIrregular(surface, 0.2 * random.unit(), random);
         shuffle(surface, random);
-        BoundedScene scene(surface, round % 4 == 0 ? 0.0 : round % 4 == 1 ? 0.05 : 1e-3);
+        // Where lengths are large numbers, a foot that snaps to a corner counts as far more distant than it
+        // is.
+        const double scale = round % 5 == 0 ? 1000.0 : 1.0;
+        for (double& x : surface.vertPos)
+            x *= scale;
+        BoundedScene scene(surface, scale * (round % 4 == 0   ? 0.0
+                                             : round % 4 == 1 ? 0.05
+                                             : scale > 1.0    ? 0.3
+                                                              : 1e-3));
         scene.take(true);
         const SurfaceMesh& mesh = model->mesh;
         for (int k = 0; k < 200; ++k) {
@@ -282,12 +290,15 @@ TEST(Fallback, TheNearestListedTriangleIsTakenWithoutTheWholeFlood) {
             const Vec3 from = random.below(2) == 0 ? rim : mesh.corner(start, 0);
             const margins::DistanceSlack slack =
                 random.below(4) == 0 ? margins::DistanceSlack{} : largestSlack();
-            const double radius = random.between(0.5, 1.5);
-            const Ball balls[] = {{from + 0.5 * within(random, 1.0), radius, model->tolerance, slack},
-                                  {from + 0.5 * within(random, 1.0), radius, model->tolerance, slack}};
+            const double radius = scale * random.between(0.5, 1.5), half = 0.5 * scale;
+            const Ball balls[] = {{from + half * within(random, 1.0), radius, model->tolerance, slack},
+                                  {from + half * within(random, 1.0), radius, model->tolerance, slack}};
             const int count = 1 + random.below(2);
             // Right above a corner all triangles around it are equally near.
-            const Vec3 place = random.below(2) == 0 ? rim + Vec3{0.0, 0.0, 0.5} : from + within(random, 1.5);
+            const Vec3 place = random.below(2) == 0   ? rim + Vec3{0.0, 0.0, half}
+                               : random.below(2) == 0 ? from + scale * within(random, 1.5)
+                                                      : from + scale * Vec3{random.between(-1.5, 1.5),
+                                                                            random.between(-1.5, 1.5), 0.0};
             std::int32_t status = 0;
             SearchScratch& scratch = scene.indices.scratch;
             ASSERT_TRUE(listInRange(start, balls, count, scratch, status));
