@@ -23,8 +23,9 @@ def inp(mesh, half=True):
         text += f"*Element, type={kind},\n ELSET=all\n"
         text += "".join(f"{element(k)}," + ",".join(f"+{node(v)}" for v in f) + "\n" for k, f in enumerate(faces) if len(f) == corners)
     text += "*ELEMENT, TYPE=B31\n999999, %d, %d\n" % (node(0), node(1))
+    text += f"*ELSET, ELSET=Last\n{element(len(faces) - 1)}\n"
     text += f"*ELSET, ELSET=First, GENERATE\n{element(0)}, {element(len(faces) // 2 - 1)}\n"
-    text += "*ELSET, ELSET=both\nfirst, 999999,\n" + f"{element(len(faces) - 1)}\n"
+    text += "*ELSET, ELSET=both\nfirst, 999999, last \n"
     return text + "*NSET, NSET=corner\n%d,\n*STEP\n*END STEP\n" % node(0)
 
 
@@ -117,11 +118,11 @@ def vtu(mesh, form):
     return text + "</VTKFile>\n"
 
 
-def vtk(mesh, version, binary):
+def vtk(mesh, version, binary, kind="double"):
     points, faces = mesh
     write = lambda code, values: (struct.pack(f">{len(values)}{code}", *values) if binary else " ".join(map(repr, values)).encode()) + b"\n"
     data = b"# vtk DataFile Version %s\ntitle\n%s\nDATASET UNSTRUCTURED_GRID\n" % (version.encode(), b"BINARY" if binary else b"ASCII")
-    data += b"POINTS %d double\n" % len(points) + write("d", [x for p in points for x in p])
+    data += b"POINTS %d %s\n" % (len(points), kind.encode()) + write(kind[0], [x for p in points for x in p])
     total = sum(map(len, faces))
     if version == "5.1":
         ends = [0] + [sum(len(f) for f in faces[:k + 1]) for k in range(len(faces))]

@@ -143,7 +143,7 @@ class Repairs(Case):
         fin = [(float(i), 3.0, 1.0) for i in range(7)]
         foot = [21 + i for i in range(7)]
         fins = [(foot[i], foot[i + 1], 49 + i) for i in range(6)]
-        done = self.note(obj((points + fin, faces + fins)), "more than two triangles meet", triangles=72)
+        done = self.note(obj((points + fin, faces + fins)), "at 6 edges more than two triangles meet", triangles=72)
         self.assertIn("pieces", done.stderr)
 
     def test_surfaces_that_only_touch(self):

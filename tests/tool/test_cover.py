@@ -201,7 +201,7 @@ class Cover(Case):
                 self.assertAlmostEqual(left - before, gap, 6)
             before = right
             (share,) = re.findall(rf"piece {k + 1}   ([\d.]+) % of the mould, net area {number(told['area'])}, {number(box[2] - box[0])} by {number(box[3] - box[1])}, "
-                                  rf"seed \(.*\), angle 25, largest shear {told['largestShear']:.1f}$", lines[5 + k])
+                                  rf"seed \({', '.join(map(re.escape, map(number, told['seed'])))}\), angle 25, largest shear {told['largestShear']:.1f}$", lines[5 + k])
             shares.append(float(share))
             self.assertAlmostEqual(shares[-1], 100 * area_of(corners_of(pieces[k].read_text())) / whole, delta=0.051)
         self.assertEqual(seeds[0], [0.0, 0.0])

@@ -62,7 +62,7 @@ class Cutting(Case):
     def test_cutting_file_passes_the_audit_of_its_format(self):
         holed = without(plate(12), lambda x, y: 3 <= x <= 4 and 4 <= y <= 5)
         curve = self.file("trim.xyz", "8 2 0\n11 2 0\n11 9 0\n14 9 0\n")
-        report, _, _ = self.cut(holed, "--units-mm", "25.4", "--allowance", "0.4", "--step", "0.5", "--name", "P\u00e9 \u4e2d\u0394 1",
+        report, _, _ = self.cut(holed, "--units-mm", "25.4", "--allowance", "0.4", "--step", "0.5", "--name", "P\u00e9 \u4e2d\u0394\t1",
                                 "--seed", "8,8,0", "--curve", curve, "--curve-clip")
         done = subprocess.run([with_dxf_reader(), "-c", READ_DXF, self.folder / "p.dxf"], capture_output=True, text=True)
         self.assertEqual(done.returncode, 0, done.stderr)
@@ -71,7 +71,7 @@ class Cutting(Case):
         colours = {"CUT": 1, "NET": 7, "HOLE": 4, "CURVE": 6, "SEAM": 2, "DART": 30, "WARP": 5, "TEXT": 7, "SEED": 3}
         self.assertEqual({**read["layers"], **colours}, read["layers"])
         said = [re.sub(r"\\U\+(....)", lambda m: chr(int(m[1], 16)), words) for words in read["words"]]
-        self.assertIn("Ply P\u00e9 \u4e2d\u0394 1", said)
+        self.assertIn("Ply P\u00e9 \u4e2d\u0394_1", said)
         loops = {name: [points for layer, closed, points in read["lines"] if layer == name and closed]
                  for name in ("CUT", "NET", "HOLE", "CURVE")}
         self.assertEqual([len(loops[name]) for name in ("CUT", "NET", "HOLE", "CURVE")], [2, 1, 1, 0])
@@ -159,6 +159,11 @@ class Cutting(Case):
             for x, y, lies in ((left - 1.5, 60, False), (left + 2, 62, True), (right - 2, 62, True), (right + 1.5, 60, False),
                                (60, top - 1.5, False), (60, top + 2, True), (60, bottom - 2, True), (60, bottom + 1.5, False)):
                 self.assertEqual(cloth(x, y), lies, (page, x, y))
+        # Sheets that the pattern doesn't come to aren't printed.
+        self.drape(self.file("angle.obj", obj(without(plate(12), lambda x, y: x >= 5 and y >= 5))), "--units-mm", "90", "--step", "1", "--paper", "500,400", "-o", "p.pdf")
+        text = subprocess.run(["pdftotext", self.folder / "p.pdf", "-"], capture_output=True, text=True, check=True).stdout
+        printed = set(re.findall(r"Sheet (\w+)", text))
+        self.assertTrue(5 <= len(printed) < 9 and f" on {len(printed)} sheets" in text, printed)
         self.drape(mesh, "--units-mm", "1000", "--step", "0.5", "-o", "p.pdf")
         info = subprocess.run(["pdfinfo", self.folder / "p.pdf"], capture_output=True, text=True, check=True).stdout
         self.assertIn("Page size:       2383.9", info.replace("3370.39 x ", ""))
@@ -178,7 +183,10 @@ class Cutting(Case):
         for size in (0.001, 0.6, 3.0, 90.0):
             points = [(size * x, size * y, 0.0) for x, y, _ in plate(12)[0]]
             mesh = self.file("part.obj", obj((points, plate(12)[1])))
-            report, _ = self.report(mesh, "-o", "p.pattern.svg", "-o", "p.pattern.png", "-o", "p.pdf")
+            report, done = self.report(mesh, "-o", "p.pattern.svg", "-o", "p.pattern.png", "-o", "p.pdf")
+            told = re.findall(r"the pattern is (\S+) mm long if the file is in millimetres", done.stderr)
+            self.assertEqual([float(x) for x in told], [float(f"{max(report['pattern'][k] for k in ('width', 'height')):.4g}")] * (12 * size < 5))
+            self.assertNotIn("mm long", self.drape(mesh, "--units-mm", "1").stderr)
             drawn = [p for s in Svg(self.folder / "p.pattern.svg").shapes if s["stroke"] and not s["curved"]
                      for part in s["parts"] for p in part]
             width = max(p[0] for p in drawn) - min(p[0] for p in drawn)

@@ -618,7 +618,7 @@ class Drawings(Drapes):
 
     @of_each
     def test_lines_marks_and_scale(self, name, drape):
-        see, scale, _, size = self.view(drape)
+        see, scale, axes, size = self.view(drape)
         grid, mould = drape.grid, drape.mould
         strokes = collections.defaultdict(list)
         drawing = Svg(drape.path["svg"])
@@ -647,6 +647,14 @@ class Drawings(Drapes):
         self.assertEqual(len(ring), 1)
         xs, ys = zip(*ring[0]["parts"][0])
         self.assertTrue(near(((min(xs) + max(xs)) / 2, (min(ys) + max(ys)) / 2), see(grid.position[0]), 4))
+        # The warp's arrow points away from the seed, its barbs as far to both sides.
+        arrows = [set(map(tuple, s["parts"][0])) for s in drawing.shapes if s["fill"] and not s["stroke"] and near(s["fill"], INK, 0.01)
+                    and len(set(map(tuple, s["parts"][0]))) == 3]
+        warp = drape.report["choice"]["warp"]
+        self.assertEqual(len(arrows), math.hypot(*(dot(warp, axis) for axis in axes[:2])) > 0.3)
+        for arrow in arrows:
+            *barbs, tip = sorted(arrow, key=lambda p: math.dist(p, see(grid.position[0])))
+            self.assertClose([math.dist(tip, p) for p in barbs], [math.hypot(14, 5)] * 2, 0.05)
         (bar,) = [s for s in drawing.shapes if s["stroke"] and len(s["parts"]) == 3 and not s["fill"] and s["width"] > 2]
         a, b = self.ends_of(bar, 17)
         millimetres = math.dist(a, b) / scale * self.unit[name]

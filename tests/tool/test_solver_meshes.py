@@ -6,6 +6,7 @@ import pathlib
 import re
 import shutil
 import signal
+import struct
 import subprocess
 import sys
 import time
@@ -40,6 +41,8 @@ class SolverMeshes(Case):
         cases = [("a.inp", inp(mesh), mesh), ("m.inp", membranes, mesh), ("a.bdf", nastran(tidy, "small"), tidy), ("b.nas", nastran(ten, "large"), ten),
                  ("c.fem", nastran(ten, "free"), ten), ("a.msh", gmsh22(mesh), mesh), ("b.msh", gmsh41(mesh), mesh)]
         cases += [(f"{form}.vtu", vtu(mesh, form), mesh) for form in ("text", "base64", "zlib", "raw")]
+        short = [struct.unpack("3f", struct.pack("3f", *p)) for p in mesh[0]], mesh[1]
+        cases += [("f.vtk", vtk(short, "3.0", True, "float"), short), ("e.vtu", vtu(mesh, "text").replace('GlobalIds="id"', "").replace('Name="id"', 'Name="element"'), mesh)]
         cases += [(f"{k}.vtk", vtk(mesh, version, binary), mesh)
                   for k, (version, binary) in enumerate([("3.0", False), ("3.0", True), ("5.1", False), ("5.1", True)])]
         for name, content, places in cases:
@@ -144,6 +147,9 @@ class SolverMeshes(Case):
         listed = {int(k) for k in block("*NSET, NSET=HALF").replace(",", " ").split()} & {node(k) for k in range(len(points))}
         written = {int(line.split(",")[0]) for line in block("*NODE, NSET=DRAPE_NODES").splitlines()}
         self.assertEqual(listed, {node(k) for k in range(0, len(points), 2)} & written)
+        self.drape("odd.inp", "--set", "odd", "--layup", "l.csv", "--side", "0,0,1", "--start", "middle", "-o", "l.inp", expect=None)
+        (part,) = re.findall(r"\*ELSET, ELSET=ALL\n([^*]*)", (self.folder / "l.inp").read_text())
+        self.assertEqual({int(k) for k in part.replace(",", " ").split()}, set(kept))
         # A surface that is turned over in its group.
         mesh = gmsh41((points, faces)).replace("1 0 0 0 1 1 1 1 9 1 1\n", "1 0 0 0 1 1 1 1 -9 1 1\n")
         self.assertEqual(self.mould("t.msh", mesh, "--set", "skin side")[2], self.mould("u.msh", gmsh41((points, faces)), "--set", "skin side")[2])
@@ -184,7 +190,7 @@ class SolverMeshes(Case):
                     self.assertRegex(told, r"line \d+")
         whole = vtu(mesh, "zlib")
         for name, content, words in (("a.vtu", whole[:900], "can't"), ("b.vtu", whole.replace("LittleEndian", "BigEndian"), "highest byte first"),
-                                     ("c.vtu", vtu(mesh, "base64").replace('"offsets"', '"ends"'), "no array offsets"),
+                                     ("z.vtu", whole.replace("vtkZLib", "vtkLZ4"), "compressed by vtkLZ4DataCompressor"), ("c.vtu", vtu(mesh, "base64").replace('"offsets"', '"ends"'), "no array offsets"),
                                      ("d.vtu", vtu(mesh, "text").replace(" 4 ", " 400000 ", 1), "can't read"),
                                      ("e.inp", "*NODE\n1,0,0,0\n*ELEMENT, TYPE=C3D4\n1,1,1,1,1\n", "only 1 of type C3D4"),
                                      ("f.bdf", b"\0\1\2", "binary"), ("g.vtk", vtk(mesh, "5.1", True)[:-300], "line")):
