@@ -182,6 +182,12 @@ Point bestOf(std::vector<SweepResult> results, const Point& otherwise) {
 }
 
 Point bestStart(const Surface& surface, const TrialWishes& wishes, double angle, const ForEach& forEach) {
+    // A warp that is upright in the middle could be laid in any way where the surface leans a little.
+    if (wishes.start.warp) {
+        Notes untold;
+        choiceAt(*surface.mould, nearestPoint(*surface.mould, surface.defaultSeed), wishes.start, angle,
+                 surface.steps, untold);
+    }
     const StartSearch search = startSearch(surface, angle);
     std::vector<SweepResult> results(search.candidates.size());
     const auto drape = [&](std::size_t k) {

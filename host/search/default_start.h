@@ -24,7 +24,8 @@ Point bestOf(std::vector<SweepResult> results, const Point& otherwise);
 // The best of these at `angle` (degrees): of the drapes that come to their end in one layer and cover nearly
 // as much as any, the one with the least share beyond locking, then the least mean shear; of nearly equal
 // ones the first. The surface's default seed if none comes to its end. Judged with cells about 40 across, or
-// coarser if the surface's are. `forEach` carries the drapes out, one by one if it's empty.
+// coarser if the surface's are. `forEach` carries the drapes out, one by one if it's empty. Throws InputError
+// (upright) if a warp was asked for that stands upright on the surface in its middle.
 Point bestStart(const Surface& surface, const TrialWishes& wishes, double angle, const ForEach& forEach = {});
 
 } // namespace drape::host

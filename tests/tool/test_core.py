@@ -259,6 +259,11 @@ class Start(Case):
         self.assertPoint(report["choice"]["warp"], (0, 1, 0))
         # What leans by less than a tenth is too upright to be asked for, and by less than a fiftieth to be used unasked.
         self.drape("start.obj", "--step", "1", "--side", "1,0,0", "--warp", "1,0.1,0", expect=USAGE)
+        # That it stands upright in the middle is no reason to start where a dome leans enough to lay it anyhow.
+        dome = [(x, y, -0.05 * ((x - 3) ** 2 + (y - 3) ** 2)) for x, y, _ in plate()[0]], plate()[1]
+        self.file("dome.obj", obj(dome))
+        self.drape("dome.obj", "--step", "0.5", "--warp", "0,0,1", expect=USAGE)
+        self.drape("dome.obj", "--step", "0.5", "--warp", "0,0,1", "--seed", "5.1,3.1,0")
         report, _ = self.choice("--side", "1,0,0", "--warp", "1,0.101,0", mesh=wall)
         self.assertPoint(report["choice"]["warp"], (0, 1, 0))
         for lean, told in ((0.0199, True), (0.0202, False)):
