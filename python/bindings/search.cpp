@@ -88,6 +88,9 @@ void bindSearch(py::module_& module) {
     module.def("usual_angles", [](const HeldMould& mould, const TrialWishes& wishes) {
         return usualAngles(*mould.surfaceFor(wishes, mould.surface.defaultSeed));
     });
+    module.def("sweep_steps", [](const HeldMould& mould, const TrialWishes& wishes) {
+        return mould.surfaceFor(wishes, mould.surface.defaultSeed)->steps;
+    });
     module.def("try_candidates", &tryCandidates);
     module.def("row_type", &rowType);
     module.def("ranked", [](const py::array& table, bool byCloth) {

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 from concurrent.futures import Executor, ThreadPoolExecutor
+from dataclasses import replace
 from typing import Any, Callable, Iterable, NamedTuple, Optional, Sequence
 
 import numpy as np
@@ -61,7 +62,10 @@ class Sweep(Sequence):
     def ply(self, rank: int = 0) -> Ply:
         """Drapes the candidate of that rank again, 0 for the best."""
         row = self.ranked[rank]
-        return Ply._run(self.mould, self._settings, tuple(row.seed.tolist()), float(row.angle))
+        # With the cells of the sweep: of itself a patch would get cells to its own measure.
+        steps = _core.sweep_steps(self.mould._core, self._settings.core())
+        settings = replace(self._settings, step=tuple(steps))
+        return Ply._run(self.mould, settings, tuple(row.seed.tolist()), float(row.angle))
 
     def write(self, path: str | os.PathLike[str]) -> None:
         """Write the table as the program writes its *.sweep.csv."""
