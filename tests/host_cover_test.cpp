@@ -113,6 +113,28 @@ TEST(Cover, TwoThatOverlapMeetInTheMiddle) {
     }
 }
 
+TEST(Cover, WhereATerritoryHasNoClothAnotherGoesFirst) {
+    const Part part(sheet(20, 10, 0.0), 1.0);
+    Territory left = part.box(-11.0, 3.25, -99.0, 99.0);
+    const Territory right = part.box(-2.25, 11.0, -99.0, 99.0);
+    const auto& places = part.cover->ground.mesh.positions;
+    double lost = 0.0;
+    for (const std::int32_t v : left.vertices) {
+        const double x = places[at(v)][0];
+        if (x < -9.0 || (x > -2.0 && x < 3.25)) {
+            left.bare.push_back(v);
+            lost += x < -9.0 ? part.cover->ground.areas[at(v)] : 0.0;
+        }
+    }
+    const host::TerritoryShares shares(*part.cover, 0.0, {&left, &right});
+    for (const std::int32_t v : left.bare) {
+        EXPECT_EQ(shares.labels()[at(v)], places[at(v)][0] < -9.0 ? 0 : 1);
+    }
+    EXPECT_GT(lost, 0.0);
+    EXPECT_NEAR(shares.coveredShare() * part.cover->ground.area, part.cover->ground.area - lost, 1e-9);
+    EXPECT_LT(shares.mostShareWithout(1), 0.65); // neither what the right one alone has nor the bare places
+}
+
 TEST(Cover, ABarAcrossAnotherLeavesBothWhole) {
     // The upright bar is deeper in the middle and would cut the lying one in two.
     const Part part(sheet(20, 20, 0.0), 1.0);
