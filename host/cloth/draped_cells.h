@@ -18,6 +18,7 @@ public:
 
 private:
     bool isOnMould(const CellPlace& place) const;
+    bool areOne(std::int32_t a, std::int32_t b) const;
     bool areNeighbours(const CellPlace& one, const CellPlace& other) const;
 
     const Grid& grid_;

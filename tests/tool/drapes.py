@@ -37,7 +37,7 @@ class Drape:
 
     @functools.cached_property
     def map(self):
-        return model.fibre_map(self.mould, self.grid)
+        return model.fibre_map(self.mould, self.grid, self.loops)
 
 
     @functools.cached_property

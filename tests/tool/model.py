@@ -256,12 +256,15 @@ def net_faces(grid, loops):
     return [NetFace(k, share, lines, shear.get(k, grid.shear[k]), area) for k, (share, lines, area) in found.items()]
 
 
+def lies_inside(loops, p):
+    """Whether a place of the plane lies within closed lines, of which holes run the other way round."""
+    return sum((a[1] <= p[1] < b[1]) - (b[1] <= p[1] < a[1]) for loop in loops for a, b in closed(loop)
+               if (a[1] <= p[1]) != (b[1] <= p[1])
+               and p[0] < a[0] + (p[1] - a[1]) / (b[1] - a[1]) * (b[0] - a[0])) > 0
+
+
 def yarn_sides(grid, loops, faces):
     """The sides of the faces' cells, by their nodes, with the share of each that has the pattern on one hand or both."""
-    def inside(p):
-        return sum((a[1] <= p[1] < b[1]) - (b[1] <= p[1] < a[1]) for loop in loops for a, b in closed(loop)
-                   if (a[1] <= p[1]) != (b[1] <= p[1])
-                   and p[0] < a[0] + (p[1] - a[1]) / (b[1] - a[1]) * (b[0] - a[0])) > 0
     shares, tries = {}, 24
     for face in faces:
         c = grid.cells[face.cell]
@@ -272,7 +275,7 @@ def yarn_sides(grid, loops, faces):
                 low, way = grid.flat[a], sub(grid.flat[b], grid.flat[a])
                 aside = [1e-4 * way[1], 1e-4 * way[0]]
                 places = [add(low, scaled(way, (k + 0.5) / tries)) for k in range(tries)]
-                shares[a, b] = sum(inside(add(p, aside)) or inside(sub(p, aside)) for p in places) / tries
+                shares[a, b] = sum(lies_inside(loops, add(p, aside)) or lies_inside(loops, sub(p, aside)) for p in places) / tries
     return shares
 
 
@@ -308,8 +311,13 @@ def met_along(grid, k, cell, centroid, normal):
                    sum(s for n, s in zip(half, shares) if n in (cell[2], cell[3])))
 
 
-def fibre_map(mould, grid):
-    """Per triangle of the mould what lies over its centroid: the nearest cell that does."""
+def fibre_map(mould, grid, loops):
+    """Per triangle of the mould what lies over its centroid: the nearest cell that does. Where that hangs over from
+    beyond a slit, as the pattern's closed lines tell, the nearest of those on this side."""
+    def on_this_side(place):
+        _, _, k, *shares = place
+        low, high = grid.flat[grid.cells[k][0]], grid.flat[grid.cells[k][2]]
+        return lies_inside(loops, [a + s * (b - a) for a, b, s in zip(low, high, shares)])
     sides = [math.dist(grid.position[cell[k]], grid.position[cell[(k + 1) % 4]])
              for cell in grid.on_surface(grid.cells) for k in range(4)]
     longest = max(sides, default=0.0)
@@ -341,7 +349,14 @@ def fibre_map(mould, grid):
         if not found:
             fibres.append(BARE)
             continue
-        cover, _, k, along, across = min(found)
+        nearest = min(found)
+        if nearest[0] == 2 and not on_this_side(nearest):
+            own = min(filter(on_this_side, found), default=nearest)
+            one = lambda a, b: a == b or (grid.flat[a] == grid.flat[b]
+                                          and math.dist(grid.position[a], grid.position[b]) < 0.5 * longest)
+            joined = any(one(a, b) for a in grid.cells[own[2]] for b in grid.cells[nearest[2]])
+            nearest = nearest if joined else own
+        cover, _, k, along, across = nearest
         lie = lambda v: unit(sub(v, scaled(normal, dot(v, normal))))
         fibres.append(Fibres(cover, grid.cells[k][0] + 1, grid.shear[k],
                              lie(grid.fibre(grid.cells[k], "warp", across)),

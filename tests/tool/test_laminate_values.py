@@ -68,7 +68,7 @@ class LaminateValues(unittest.TestCase):
         (cls.folder / "ring.xyz").write_text("".join("%r %r %r\n" % cls.points[v] for v in around))
         starts = [(*STARTS[0], "--step", "1.1,0.8", "--locking", "3"), (*STARTS[1], "--seed", middle, "--curve", cls.folder / "ring.xyz"),
                   (*STARTS[2], "--step", "1.1,0.8", "--locking", "3")]
-        cls.single = [Drape(cls.folder, mesh, *COMMON, *words, "--angle", angle, outputs=("curve.csv",) if k == 1 else (), stem=f"s{k}")
+        cls.single = [Drape(cls.folder, mesh, *COMMON, *words, "--angle", angle, outputs=("dxf", "curve.csv") if k == 1 else ("dxf",), stem=f"s{k}")
                       for k, (words, angle) in enumerate(zip(starts, ANGLES))]
         (cls.folder / "layup.csv").write_text(
             "name,cloth,thickness,density,locking,angle,seed,step,pivot,region\n"
@@ -104,7 +104,7 @@ class LaminateValues(unittest.TestCase):
     def fibres_at(self, ply, places):
         """What of a ply lies at places with normals: cover 0 beyond its region."""
         grid = self.single[ply].grid
-        found = model.fibre_map(Places(places), grid)
+        found = model.fibre_map(Places(places), grid, self.single[ply].loops)
         if ply != 1:
             return found
         kept = []
