@@ -34,6 +34,8 @@ constexpr Colour dimensionColour{0.16, 0.33, 0.62};
 constexpr std::size_t rowsPerPage = 26;
 constexpr std::size_t coresPerPage = 2;
 
+constexpr double leastInSquareMetres = 1e5; // square millimetres
+
 struct Column {
     const char* head;
     double right; // of its text, from the left edge of the page; below 0 for text that begins there
@@ -91,9 +93,19 @@ private:
 
     std::string millimetres(double length) const { return number(length * book_.millimetresPerUnit) + " mm"; }
 
-    std::string areaText(double area) const {
-        const double square = area * book_.millimetresPerUnit * book_.millimetresPerUnit;
-        return square >= 1e5 ? number(square * 1e-6) + " m²" : number(square) + " mm²";
+    // Areas to be compared are told in one unit: the one that suits the `largest` of them.
+    std::string areaText(double area, double largest) const {
+        const double perSquare = book_.millimetresPerUnit * book_.millimetresPerUnit;
+        return perSquare * largest >= leastInSquareMetres ? number(perSquare * area * 1e-6) + " m²"
+                                                          : number(perSquare * area) + " mm²";
+    }
+
+    std::string pieceArea(const PlySheet& sheet) const {
+        double largest = 0.0;
+        for (const auto& other : book_.sheets) {
+            largest = std::max(largest, other->area);
+        }
+        return areaText(sheet.area, largest);
     }
 
     static std::string share(double value) { return fixed(100.0 * value, 1) + " %"; }
@@ -158,7 +170,7 @@ private:
             sheet.number(), sheet.name(), wish.cloth.name + (sheet.ply->onOtherSide ? ", other side" : ""),
             number(wish.angle) + "°", wish.cloth.thickness > 0.0 ? millimetres(wish.cloth.thickness) : "-"};
         if (sheet.isDraped()) {
-            words.insert(words.end(), {areaText(sheet.area), sheet.mass ? number(*sheet.mass, 3) + " g" : "-",
+            words.insert(words.end(), {pieceArea(sheet), sheet.mass ? number(*sheet.mass, 3) + " g" : "-",
                                        fixed(m.meanShear, 1) + "°", fixed(m.largestShear, 1) + "°",
                                        share(m.shareBeyondLocking), share(sheet.coveredShare), follows});
         } else {
@@ -180,7 +192,7 @@ private:
             weighed = weighed && sheet->mass.has_value();
         }
         canvas_.text(margin, y, textSize,
-                     "Flat cloth of all plies: " + areaText(area) +
+                     "Flat cloth of all plies: " + areaText(area, area) +
                          (weighed ? ", " + number(mass) + " g" : ", mass not known for every cloth"));
     }
 
@@ -368,7 +380,7 @@ private:
                 millimetres(trial.choice.stepB),
             "shear: mean " + fixed(m.meanShear, 1) + "°, largest " + fixed(m.largestShear, 1) + "°, " +
                 share(m.shareBeyondLocking) + " beyond " + number(m.lockingAngle) + "°",
-            "net area " + areaText(sheet.area) + (sheet.mass ? ", " + number(*sheet.mass, 3) + " g" : "") +
+            "net area " + pieceArea(sheet) + (sheet.mass ? ", " + number(*sheet.mass, 3) + " g" : "") +
                 (sheet.cut.allowance > 0.0 ? ", cut line " + millimetres(sheet.cut.allowance) + " outside"
                                            : ""),
             "covers " + share(sheet.coveredShare) + " of the mould" +
