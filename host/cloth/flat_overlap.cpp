@@ -34,19 +34,25 @@ std::vector<Side> sidesOf(const std::vector<std::vector<std::vector<FlatPoint>>>
     return sides;
 }
 
+// Sides that share no height can't cross, so only those that begin below the other's end are paired.
 std::vector<double> levelsOf(const std::vector<Side>& sides) {
+    std::vector<const Side*> rising;
     std::vector<double> levels;
-    for (std::size_t a = 0; a < sides.size(); ++a) {
-        levels.push_back(sides[a].low[1]);
-        levels.push_back(sides[a].high[1]);
-        for (std::size_t b = a + 1; b < sides.size(); ++b) {
-            const double low = std::max(sides[a].low[1], sides[b].low[1]);
-            const double high = std::min(sides[a].high[1], sides[b].high[1]);
-            if (!(low < high)) {
-                continue;
-            }
-            const double below = sides[a].at(low) - sides[b].at(low);
-            const double above = sides[a].at(high) - sides[b].at(high);
+    for (const Side& side : sides) {
+        rising.push_back(&side);
+        levels.push_back(side.low[1]);
+        levels.push_back(side.high[1]);
+    }
+    std::sort(rising.begin(), rising.end(),
+              [](const Side* a, const Side* b) { return a->low[1] < b->low[1]; });
+    for (std::size_t k = 0; k < rising.size(); ++k) {
+        for (std::size_t m = k + 1; m < rising.size() && rising[m]->low[1] < rising[k]->high[1]; ++m) {
+            const Side& a = *std::min(rising[k], rising[m]);
+            const Side& b = *std::max(rising[k], rising[m]);
+            const double low = rising[m]->low[1];
+            const double high = std::min(a.high[1], b.high[1]);
+            const double below = a.at(low) - b.at(low);
+            const double above = a.at(high) - b.at(high);
             if ((below < 0.0) != (above < 0.0)) {
                 levels.push_back(low + (high - low) * below / (below - above));
             }
@@ -57,22 +63,31 @@ std::vector<double> levelsOf(const std::vector<Side>& sides) {
     return levels;
 }
 
+// The sides that run through each strip between two levels, in their order.
+std::vector<std::vector<const Side*>> stripsOf(const std::vector<Side>& sides,
+                                               const std::vector<double>& levels) {
+    std::vector<std::vector<const Side*>> strips(levels.size());
+    for (const Side& side : sides) {
+        const auto first = std::lower_bound(levels.begin(), levels.end(), side.low[1]);
+        for (auto at = first; at != levels.end() && *at < side.high[1]; ++at) {
+            strips[static_cast<std::size_t>(at - levels.begin())].push_back(&side);
+        }
+    }
+    return strips;
+}
+
 // The area that lies in at least `least` of the shapes.
 std::vector<std::vector<FlatPoint>> layersOf(const std::vector<std::vector<std::vector<FlatPoint>>>& shapes,
                                              std::ptrdiff_t least) {
     const std::vector<Side> sides = sidesOf(shapes);
     const std::vector<double> levels = levelsOf(sides);
+    std::vector<std::vector<const Side*>> strips = stripsOf(sides, levels);
     std::vector<std::vector<FlatPoint>> pieces;
     for (std::size_t k = 0; k + 1 < levels.size(); ++k) {
         const double low = levels[k];
         const double high = levels[k + 1];
         const double middle = 0.5 * (low + high);
-        std::vector<const Side*> row;
-        for (const Side& side : sides) {
-            if (side.low[1] <= low && side.high[1] >= high) {
-                row.push_back(&side);
-            }
-        }
+        std::vector<const Side*>& row = strips[k];
         std::stable_sort(row.begin(), row.end(),
                          [&](const Side* a, const Side* b) { return a->at(middle) < b->at(middle); });
         std::vector<int> winding(shapes.size(), 0);

@@ -501,13 +501,13 @@ class Pieces(Laminates):
 
     def test_plies_with_darts_are_those_of_the_program(self):
         """In one piece as `--darts` makes it, in pieces as `--cover --darts` does; what a ply says goes before the option."""
-        mesh, words = self.file("m.obj", obj(cup(0.3, 24, 8, 4))), ("--step", "0.25")
+        mesh, words = self.file("m.obj", obj(cup(0.3, 20, 6, 3))), ("--step", "0.3")
         single, _ = self.report(mesh, *words, "--start", "middle", "--darts")
         cover, _ = self.report(mesh, *words, "--cover", "0.75", "--darts")
         self.file("ring.xyz", "0.3 0 0.95\n0 0.3 0.95\n-0.3 0 0.95\n0 -0.3 0.95\n")
         plies = [{"name": "whole", "thickness": 0.02, "darts": 0}, {"name": "one", "thickness": 0.03}, {"name": "set", "pieces": 0.75, "darts": 6},
                  {"name": "patch", "region": "ring.xyz"}]
-        report, done = self.laminate(mesh, plies, *words, "--start", "middle", "--darts", "--core", "0.1,0.1,1", "--core", "0.6,0.6,0.5", "-o", "kit.dxf", "-o", "book.pdf", "-o", "l.vtp",
+        report, done = self.laminate(mesh, plies, *words, "--start", "middle", "--darts", "--core", "0.1,0.1,1", "--core=-0.73,-0.66,0.1", "-o", "kit.dxf", "-o", "book.pdf", "-o", "l.vtp",
                                      expect=None)
         whole, one, pieces, patch = report["plies"]
         self.assertEqual([p["drape"]["darts"] for p in (whole, patch)], [[], []])
@@ -547,7 +547,7 @@ class Pieces(Laminates):
         mesh = self.file("m.obj", obj(([tuple(100 * x for x in p) for p in mould[0]], mould[1])))
         plies = [stiff("low", 30, 0.5, density=1500, pieces="0.97", locking=30), stiff("top", 0, 0.5, cloth="other", density=1500)]
         place = (70, 0, 70)
-        report, done = self.laminate(mesh, plies, "--step", 12, "--overlap", 6, "--core", ",".join(map(str, place)), "-o", "book.pdf", "-o", "kit.dxf", "-o", "l.vtp",
+        report, done = self.laminate(mesh, plies, "--step", 16, "--overlap", 6, "--core", ",".join(map(str, place)), "-o", "book.pdf", "-o", "kit.dxf", "-o", "l.vtp",
                                      "-o", "l.inp", "-o", "c.core.csv", expect=None)
         low, top = report["plies"]
         self.assertIsNone(low["drape"])
@@ -575,7 +575,7 @@ class Pieces(Laminates):
             counts[int(row["piece"])] = counts.get(int(row["piece"]), 0) + 1
             middle = [100 * sum(mould[0][v][k] for v in corners[int(row["element"]) - 1]) / len(corners[int(row["element"]) - 1]) for k in range(3)]
             centre, warp = min(cells[int(row["piece"])], key=lambda c: math.dist(c[0], middle))
-            self.assertLess(math.dist(centre, middle), 26)
+            self.assertLess(math.dist(centre, middle), 30)
             self.assertGreater(dot(warp, [float(row[f"warp_{x}"]) for x in "xyz"]), 0.8)
             self.assertLessEqual(abs(float(row["shear_deg"])), 30.001)
         self.assertEqual(counts, {k + 1: p["elements"] for k, p in enumerate(pieces)})
@@ -677,7 +677,7 @@ class InTheSolver(Laminates):
 
     def test_a_draped_double_dome_under_pressure(self):
         found = {}
-        columns, rows = 24, 12
+        columns, rows = 16, 8
         points = [(400 * x, 240 * y, 25 * (2 * math.cos(math.pi * x) + 1 - math.cos(4 * math.pi * x)) * math.cos(math.pi * y))
                   for y in (j / rows - 0.5 for j in range(rows + 1)) for x in (i / columns - 0.5 for i in range(columns + 1))]
         corners = [j * (columns + 1) + i for j in range(rows) for i in range(columns)]
@@ -720,7 +720,7 @@ class InTheSolver(Laminates):
         """A saddle on which each element has a thickness of its own, with and without nodes in the middle of sides."""
         found = {}
         for kind in ("S4", "S8", "S3", "S6"):
-            deck, elements = saddle(kind, 12, 1.0)
+            deck, elements = saddle(kind, 10, 1.0)
             self.laminate(self.file("m.inp", deck), [stiff(f"p{k}", a) for k, a in enumerate((0, 45, -45, 90) * 2)], "--side", "0,0,1", "--start", "middle", "-o", "l.inp")
             factors = {row["thickness_factor"] for row in self.rows() if row["ply"] == "p0"}
             self.assertGreater(len(factors), elements // 2)
