@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <set>
 
 namespace {
 
@@ -16,6 +17,14 @@ using namespace drape;
 using drape_test::meshOf;
 using drape_test::Random;
 using drape_test::Surface;
+
+bool renumber(InnerMesh& inner, const SurfaceMesh& outer, std::vector<std::int32_t>& triangles,
+              std::vector<std::int32_t>& vertices, std::int32_t& status) {
+    triangles.resize(static_cast<std::size_t>(outer.triCount));
+    vertices.resize(static_cast<std::size_t>(outer.vertCount));
+    std::vector<double> work(static_cast<std::size_t>(InnerMesh::workRoom(outer)));
+    return inner.build(outer, work.data(), triangles.data(), vertices.data(), status);
+}
 
 // A block of 16 x 16 x 16 cells in a corner of the cube of 2048 that the curve fills: one stretch of it.
 TEST(InnerMesh, TheCurveGoesFromCellToCellWithoutAJump) {
@@ -71,12 +80,10 @@ TEST(InnerMesh, HoldsTheSameTrianglesAndFansInTheSameOrder) {
                 start = std::min(start, static_cast<std::int32_t>(cut));
         }
         const SurfaceMesh outer = meshOf(surface);
-        std::vector<std::int32_t> triangles(static_cast<std::size_t>(outer.triCount)),
-            vertices(static_cast<std::size_t>(outer.vertCount));
         InnerMesh inner;
+        std::vector<std::int32_t> triangles, vertices;
         std::int32_t status = 0;
-        std::vector<double> work(static_cast<std::size_t>(InnerMesh::workRoom(outer)));
-        ASSERT_TRUE(inner.build(outer, work.data(), triangles.data(), vertices.data(), status));
+        ASSERT_TRUE(renumber(inner, outer, triangles, vertices, status));
         const SurfaceMesh& mesh = inner.mesh();
         for (std::int32_t t = 1; t <= outer.triCount; ++t) {
             const std::int32_t renumbered = triangles[static_cast<std::size_t>(t - 1)];
@@ -93,6 +100,32 @@ TEST(InnerMesh, HoldsTheSameTrianglesAndFansInTheSameOrder) {
             for (std::int32_t k = 0; k < outer.fanEnd(v) - outer.fanBegin(v); ++k)
                 ASSERT_EQ(inner.outerTriangle(mesh.vertTriList[mesh.fanBegin(renumbered) + k]),
                           outer.vertTriList[outer.fanBegin(v) + k]);
+        }
+        inner.release(status);
+    }
+}
+
+// Triangles are sorted by buckets of vertices. The last vertex, the first of a triangle only where that names
+// no other, has its bucket too, also where one vertex less would have filled all buckets.
+TEST(InnerMesh, TheLastVertexHasATriangleToo) {
+    for (const int cells : {31, 63}) { // 1,024 and 4,096 vertices, and one
+        Surface surface = drape_test::squareMould(5.0, cells, drape_test::domeHeight(5.0));
+        surface.vertPos.insert(surface.vertPos.end(), {9.0, -9.0, -9.0}); // where the curve ends
+        const std::int32_t last = surface.vertCount();
+        surface.triVerts.insert(surface.triVerts.begin(), 3, last);
+        joinUp(surface);
+        const SurfaceMesh outer = meshOf(surface);
+        InnerMesh inner;
+        std::vector<std::int32_t> triangles, vertices;
+        std::int32_t status = 0;
+        ASSERT_TRUE(renumber(inner, outer, triangles, vertices, status));
+        EXPECT_EQ(vertices.back(), last);
+        EXPECT_EQ(triangles.front(), outer.triCount);
+        std::set<std::int32_t> numbers;
+        for (std::int32_t t = 1; t <= outer.triCount; ++t) {
+            const std::int32_t own = triangles[static_cast<std::size_t>(t - 1)];
+            EXPECT_TRUE(own >= 1 && own <= outer.triCount && numbers.insert(own).second) << t;
+            EXPECT_EQ(inner.outerTriangle(own), t);
         }
         inner.release(status);
     }

@@ -4,6 +4,7 @@
 
 #include "drape_case.h"
 #include "run/model.h"
+#include "surface/run_indices.h"
 
 #include <gtest/gtest.h>
 
@@ -40,9 +41,12 @@ void storeNode(std::int32_t triangle, std::int32_t status) {
     model->setStatus(*model->nodeCount, status);
 }
 
-Grid runWith(const std::function<LoopEnd(std::int32_t&)>& loop, const Surface& surface) {
+Grid runWith(const std::function<LoopEnd(std::int32_t&)>& loop, const Surface& surface, double stepA = 1.0,
+             double stepB = 1.0) {
     play = loop;
     Settings settings = seededAt(surface, 1.2, 1.3, 1.0);
+    settings.stepA = stepA;
+    settings.stepB = stepB;
     settings.capacity = 100;
     Grid grid = emptyGrid(settings.capacity);
     std::fill(grid.nodeTri.begin(), grid.nodeTri.end(), -7);
@@ -126,6 +130,27 @@ TEST(RunFrame, TriangleNumbersAreTheCallersAgainAlsoOfDroppedRows) {
         }
         EXPECT_EQ(grid.nodeTri[static_cast<std::size_t>(triangles + 2)], -7);
     }
+}
+
+// Circles have either side of a cell as their radius. The tree is there if the longer one can be squared in
+// single precision, whichever that is.
+TEST(RunFrame, TheTreeIsMadeForTheLongerSideOfACell) {
+    const auto hasTree = [](double stepA, double stepB) {
+        bool usable = false;
+        runWith(
+            [&](std::int32_t&) {
+                usable = drape::hasTriangleTree();
+                return LoopEnd::tableEmpty;
+            },
+            picture({"###", "###"}), stepA, stepB);
+        return usable;
+    };
+    EXPECT_TRUE(hasTree(1.0, 1.0));
+    EXPECT_TRUE(hasTree(1.0, 1e-16));
+    EXPECT_TRUE(hasTree(1e-16, 1.0));
+    EXPECT_FALSE(hasTree(1.0, 1e16));
+    EXPECT_FALSE(hasTree(1e16, 1.0));
+    EXPECT_FALSE(hasTree(1e-16, 1e-16));
 }
 
 } // namespace

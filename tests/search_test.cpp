@@ -137,6 +137,58 @@ TEST(Search, EqualHitsAreTakenInTheOrderOfTheFlood) {
     }
 }
 
+// Lists of triangles that lead one way only, which a caller may hand in: from one start the flood comes to a
+// wall near the point behind and to one a little further on, and drops both; from the other it comes to the
+// second alone, which is kept. A cell asks from both, with what the first told.
+TEST(Search, WhatOneStartDropsAnotherMayKeep) {
+    Surface surface;
+    surface.vertPos = {-0.3, -2, -2, -0.3, 2, -2, -0.3, 0,   3, 0.05, -2, -2, 0.05, 2, -2, 0.05, 0,   3,
+                       0,    0,  1,  0.1,  0, 1,  0,    0.1, 1, 0,    0,  -1, 0.1,  0, -1, 0,    0.1, -1};
+    surface.triVerts = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+    surface.vertBoundary.assign(12, 0);
+    const std::vector<std::int32_t> fans[] = {{1}, {2}, {1, 2, 3}, {2, 4}}; // at the corners of each triangle
+    for (std::size_t v = 0; v < 12; ++v) {
+        surface.vertTriStart.push_back(surface.vertTriCount());
+        const auto& fan = fans[v / 3];
+        surface.vertTriList.insert(surface.vertTriList.end(), fan.begin(), fan.end());
+    }
+    const OwnModel own;
+    model->mesh = meshOf(surface);
+    const double tolerance = model->tolerance = 0.4;
+    SurfaceMesh inner = model->mesh;
+    RunIndices indices;
+    std::int32_t status = 0;
+    ASSERT_TRUE(indices.build(inner, nullptr, tolerance, 2.0, status));
+    const Ball ball({}, 2.0, tolerance);
+    const CircleSearch asked{{}, {0.0, 0.0, 1.0}, {1.0, 0.0, 0.0}, 0.3, {-0.3, 0.0, 0.0}};
+    for (const bool fast : {false, true}) {
+        std::vector<std::int32_t> work(8);
+        SearchScratch plain(work.data());
+        if (fast) {
+            model->mesh = inner;
+            model->indices = &indices;
+        }
+        const auto outer = [&](std::int32_t triangle) {
+            return fast ? indices.innerMesh.outerTriangle(triangle) : triangle;
+        };
+        std::int32_t starts[2] = {3, 4};
+        for (std::int32_t t = 1; t <= 4; ++t)
+            if (outer(t) > 2)
+                starts[outer(t) - 3] = t;
+        CircleSearch question = asked;
+        SurfacePoint found;
+        SearchScratch& scratch = fast ? indices.scratch : plain;
+        ASSERT_TRUE(searchSurface(starts[0], &ball, 1, question, scratch, found, status));
+        EXPECT_EQ(found.triangle, 0) << fast;
+        ASSERT_TRUE(searchSurface(starts[1], &ball, 1, question, scratch, found, status));
+        ASSERT_NE(found.triangle, 0) << fast;
+        EXPECT_EQ(outer(found.triangle), 2) << fast;
+        EXPECT_EQ(cadis(found.point, {0.05, 0.0, 0.0}), 0.0) << fast;
+    }
+    model->indices = nullptr;
+    indices.release(status);
+}
+
 // A row of nodes anywhere about a mould, each with a node behind it.
 struct AnyRow {
     AnyRow(Random& random, double size, std::int32_t length) : record{4, 1, length} {
