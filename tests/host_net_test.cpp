@@ -290,7 +290,7 @@ TEST(HostNet, LargeTrianglesTakeTheShearOfTheirPieces) {
         const host::AreaByShear byShear = host::areaByShear(drape.mould, drape.grid, drape.measures);
         areas[k] = byShear.sum;
         EXPECT_GT(drape.measures.largestShear, 10.0);
-        EXPECT_NEAR(host::chordError(drape.measures, byShear).value_or(9.0), 0.0, 0.015);
+        EXPECT_NEAR(host::chordError(drape.measures, byShear).value_or(9.0), 0.0, 0.006);
     }
     EXPECT_NEAR(areas[0], areas[1], 2e-3 * areas[1]);
 }

@@ -161,8 +161,7 @@ void warnOfChords(const Work& work, const Story& story) {
         (isShort
              ? ": the cells' straight sides cut across its bends; " + half +
                    " leaves a half to a quarter of that"
-             : ": cells nearly fold there, or lie over each other on their sides; another start (--sweep), "
-               "a smaller patch (--within max) or " +
+             : ": cells there reach over places that are smaller than they are; another start (--sweep) or " +
                    half + " may do without"));
 }
 

@@ -1,6 +1,6 @@
 // How much cloth the mould asks for by its own area: that of each triangle over the cosine of the shear on
-// it. The net area falls short of it by what the chords of the cells cut off, so it tells whether the cells
-// are small enough for the mould.
+// it, for each layer of cloth. The net area falls short of it by what the chords of the cells cut off, so it
+// tells whether the cells are small enough for the mould.
 #pragma once
 
 #include "host/cloth/measure.h"
@@ -10,7 +10,7 @@
 namespace drape::host {
 
 struct AreaByShear {
-    double sum = 0.0; // in the mould's unit squared; each place under cloth counts once, whatever its layers
+    double sum = 0.0; // in the mould's unit squared; cloth that is folded back counts in each of its layers
     Point shortAt{};  // the node around which the pattern's cloth falls short of the mould's the most,
     Point longAt{};   // and the one around which there is the most too much
 };
@@ -18,9 +18,8 @@ struct AreaByShear {
 // `measures` are whole.
 AreaByShear areaByShear(const Mould& mould, const Grid& grid, const Measures& measures);
 
-// How much more the net area is than that sum, as a share of it; cloth that lies over other cloth counts in
-// both. Below 0 by what the chords cut off; above 0 where cells shear so far that they nearly fold, or lie
-// over each other on their sides. Nothing where there is no cloth.
+// How much more the net area is than that sum, as a share of it: below 0 by what the chords cut off, above 0
+// where cells at the rim or over steep places aren't like those beside them. Nothing where there is no cloth.
 std::optional<double> chordError(const Measures& measures, const AreaByShear& byShear);
 
 // A pattern that is further off than this share is drawn from cells that are too large for the mould.

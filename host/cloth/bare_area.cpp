@@ -5,6 +5,7 @@
 #include "host/cloth/bare_area.h"
 
 #include "host/cloth/cell_cover.h"
+#include "host/cloth/face_shadows.h"
 #include "host/mesh/nearest_point.h"
 
 #include <algorithm>
@@ -20,11 +21,8 @@ using namespace vec;
 namespace {
 
 // In cell lengths.
-constexpr double largestPiece = 1.0; // from the middle to a corner
 constexpr double margin = 0.1;       // between a triangle and an edge that doesn't cut it
 constexpr double partLength = 0.5;   // of the edge, at most
-constexpr double standOff = 1.0;     // of a cell's middle from the plane of a triangle that it lies over
-constexpr double reachOfCell = 1.0;  // from its middle to its corners
 constexpr double smallestCube = 2.5; // more than a piece, half a part of the edge and the margin reach
 constexpr int mostWidths = 24;
 constexpr double rounding = 1e-9; // of a piece's area
@@ -38,20 +36,12 @@ std::uint64_t keyOf(int width, const Cube& cube) {
     return key;
 }
 
-std::vector<Cell> cellsOf(const std::vector<NetFace>& faces, const std::vector<Cell>& measured) {
-    std::vector<Cell> cells;
-    for (const NetFace& face : faces) {
-        cells.push_back(measured[face.cell]);
-    }
-    return cells;
-}
-
 class BareArea {
 public:
     BareArea(const Mould& mould, const Grid& grid, const Measures& measures,
              const std::vector<NetFace>& faces)
-        : mould_(mould), grid_(grid), cover_(grid, measures.cells), step_(cover_.cellLength()), faces_(faces),
-          cells_(cellsOf(faces, measures.cells)), cubes_(grid, cells_, smallestCube * step_) {
+        : mould_(mould), cover_(grid, measures.cells), step_(cover_.cellLength()),
+          shadows_(grid, measures.cells, faces) {
         for (const NetLoop& loop : measures.net.loops) {
             markRim(loop);
         }
@@ -90,7 +80,9 @@ private:
         }
     }
 
-    bool isSmall(const Facet& facet) const { return facet.reach <= largestPiece * step_; }
+    bool isSmall(const Facet& facet) const {
+        return facet.reach <= FaceShadows::largestPiece * shadows_.cellLength();
+    }
 
     bool canMeetRim(const Facet& facet) {
         const double reach = facet.reach + margin * step_;
@@ -127,29 +119,16 @@ private:
         return parts_;
     }
 
-    double besideCells(const Triangle& corners, const Facet& facet) const {
-        const Point along = unit(corners[1] - corners[0]);
-        const Point across = cross(facet.normal, along);
-        const auto onPlane = [&](const Point& p) {
-            return FlatPoint{dot(p - corners[0], along), dot(p - corners[0], across)};
-        };
+    double besideCells(const Triangle& corners, const Facet& facet) {
+        const PlaneOfTriangle plane(corners, facet);
         std::vector<std::vector<std::vector<FlatPoint>>> shapes(2);
-        shapes[0].push_back({onPlane(corners[0]), onPlane(corners[1]), onPlane(corners[2])});
-        cubes_.around(facet.centroid, [&](std::uint32_t index) {
-            const Cell& cell = cells_[index];
-            const auto corner = [&](std::size_t k) { return nodePosition(grid_, cell.nodes[k]); };
-            const Point away = cellCentre(grid_, cell) - facet.centroid;
-            const Point normal = cross(corner(2) - corner(0), corner(3) - corner(1));
-            if (!(dot(normal, facet.normal) > 0.0) || length(away) > facet.reach + reachOfCell * step_ ||
-                std::abs(dot(away, facet.normal)) > standOff * step_) {
-                return;
+        shapes[0].push_back({plane.of(corners[0]), plane.of(corners[1]), plane.of(corners[2])});
+        shadows_.onto(plane, shadowHint_, [&](std::size_t face, bool showsBack) {
+            if (!showsBack) {
+                shadows_.polygonsOn(face, plane, polygons_);
+                shapes[1].insert(shapes[1].end(), polygons_.begin(), polygons_.end());
             }
-            for (const auto& polygon : polygonsOf(faces_[index])) {
-                auto& shadow = shapes[1].emplace_back();
-                for (const FlatPoint& place : polygon) {
-                    shadow.push_back(onPlane(pointIn(grid_, cell, place)));
-                }
-            }
+            return true;
         });
         double bare = facet.area;
         for (const auto& polygon : overlapOf(shapes)) {
@@ -165,29 +144,20 @@ private:
         if (isSmall(facet)) {
             return besideCells(corners, facet);
         }
-        std::size_t longest = 0;
-        for (std::size_t k = 1; k < 3; ++k) {
-            longest = distance(corners[k], corners[(k + 1) % 3]) >
-                              distance(corners[longest], corners[(longest + 1) % 3])
-                          ? k
-                          : longest;
+        double bare = 0.0;
+        for (const Triangle& half : halvesOf(corners)) {
+            bare += ofPiece(half, facetOf(half[0], half[1], half[2]));
         }
-        const Point& a = corners[longest];
-        const Point& b = corners[(longest + 1) % 3];
-        const Point& c = corners[(longest + 2) % 3];
-        const Point middle = mix(a, b, 0.5);
-        return ofPiece({a, middle, c}, facetOf(a, middle, c)) +
-               ofPiece({middle, b, c}, facetOf(middle, b, c));
+        return bare;
     }
 
     const Mould& mould_;
-    const Grid& grid_;
     CellCover cover_;
     CellCover::Hint hint_;
     double step_; // longest side of a cell
-    const std::vector<NetFace>& faces_;
-    std::vector<Cell> cells_; // of the faces
-    CellCubes cubes_;
+    FaceShadows shadows_;
+    FaceShadows::Hint shadowHint_;
+    std::vector<std::vector<FlatPoint>> polygons_;
     std::unordered_map<std::uint64_t, std::vector<Part>> rim_; // the edge of the cloth, by its smallest cubes
     std::unordered_set<std::uint64_t> wide_;                   // larger cubes in which the cloth ends
     std::optional<Cube> lastCube_;                             // that was asked for,
