@@ -217,6 +217,68 @@ TEST(Margins, BoundsSettleARangeAsTheExactDistanceDoes) {
     EXPECT_GT(open, 100000);
 }
 
+// The slack that holds for all triangles is no less than that of any, wherever among the others it stands,
+// and endless where one of them has none.
+TEST(Margins, TheLargestSlackHoldsForEachTriangle) {
+    Random random(57);
+    int bounded = 0, unbounded = 0;
+    for (int round = 0; round < 3000; ++round) {
+        const Scene scene(random);
+        Soup soup;
+        const double thin = random.below(2) == 0 ? 1.0 : 0.7; // share of triangles that are no slivers
+        for (int k = 1 + random.below(12); k > 0; --k) {
+            const double size = random.below(8) == 0 ? 1e-12 : power(random, -2.0, 2.0);
+            const Vec3 along = size * scene.size * randomDirection(random);
+            const Vec3 across = parvis(along, randomDirection(random));
+            const double height = random.unit() < thin ? 1.0 : 1e-4;
+            soup.add({{}, along, random.unit() * along + height * across});
+        }
+        const SurfaceMesh& mesh = soup.finished();
+        TriangleTree tree;
+        std::int32_t status = 0;
+        ASSERT_TRUE(built(tree, mesh, scene.tolerance, scene.size, status));
+        const double slack = tree.largestSlack().sum();
+        for (std::int32_t t = 1; t <= mesh.triCount; ++t) {
+            const Corners own = soup.triangle(t);
+            const double least =
+                margins::distanceSlack(TriangleShape(own.a, own.b, own.c), 0.0, scene.tolerance).sum();
+            ASSERT_GE(slack, least) << "triangle " << t << " of " << mesh.triCount;
+        }
+        ++(slack < margins::ENDLESS ? bounded : unbounded);
+        tree.release(status);
+    }
+    EXPECT_GT(bounded, 500);
+    EXPECT_GT(unbounded, 500);
+}
+
+// Triangles without a bound are visited whatever is asked for; more of them than the tree keeps, and there is
+// no tree.
+TEST(Margins, NeedlesAreAlwaysVisited) {
+    for (const int count : {1, 5, 64, 65, 90}) {
+        Soup soup;
+        for (int k = 0; k < count; ++k) {
+            const Vec3 a{3.0 * k, 0.0, 0.0};
+            soup.add({a, a + Vec3{1.0, 0.0, 0.0}, a + Vec3{0.5, 1e-9, 0.0}});
+            if (k % 3 == 0)
+                soup.add({a, a + Vec3{1.0, 0.0, 0.0}, a + Vec3{0.5, 1.0, 0.0}});
+        }
+        const SurfaceMesh& mesh = soup.finished();
+        TriangleTree tree;
+        std::int32_t status = 0;
+        ASSERT_TRUE(built(tree, mesh, 0.0, 1.0, status));
+        ASSERT_EQ(tree.usable(), count <= 64) << count;
+        if (tree.usable()) {
+            int visited = 0;
+            tree.forEachNearCircle({{0.0, 0.0, 1e3}, {0.0, 0.0, 1.0}, 1.0}, [&](std::int32_t t) {
+                visited += soup.triangle(t).c.y < 0.5 ? 1 : 0;
+                return true;
+            });
+            EXPECT_EQ(visited, count);
+        }
+        tree.release(status);
+    }
+}
+
 // A ball that a corner comes as near to as it has to, with a tolerance that is no more than the rounding of
 // the distance of a small triangle far off, or as large as the triangle, so that it snaps to another corner.
 TEST(Margins, ACornerSettlesARangeAsTheExactDistanceDoes) {

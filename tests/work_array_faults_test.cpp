@@ -32,7 +32,7 @@ Settings onTop() {
     return settings;
 }
 
-Curve ringOn(const Surface&, int points) {
+Curve ringOn(int points) {
     Curve curve;
     for (int k = 0; k < points; ++k) {
         const double angle = 6.283185307179586 * k / points;
@@ -41,6 +41,29 @@ Curve ringOn(const Surface&, int points) {
         curve.directions.insert(curve.directions.end(), {0.0, 0.0, 1.0});
     }
     return curve;
+}
+
+// Refuses each request of a curve's transfer in turn; returns the code that it ends with when none is.
+std::int32_t refuseEachRequest(const Grid& grid, const Curve& curve) {
+    beginRequests(0, 0x00);
+    Curve whole = curve;
+    transfer(grid, whole);
+    const std::int64_t total = requestsMade();
+    EXPECT_GE(total, 4); // the index among them
+    for (std::int64_t failing = 1; failing <= total; ++failing) {
+        beginRequests(failing, 0xA5);
+        Curve refused = curve;
+        transfer(grid, refused);
+        EXPECT_EQ(refused.status, DRAPE_NO_MEMORY) << "request " << failing << " of " << total;
+        EXPECT_EQ(refused.result, 1);
+        EXPECT_EQ(arraysHeld(), 0);
+    }
+    beginRequests(0, 0xA5);
+    Curve again = curve;
+    transfer(grid, again);
+    EXPECT_EQ(again.flat, whole.flat);
+    EXPECT_EQ(arraysHeld(), 0);
+    return whole.status;
 }
 
 // Refuses each request of a run in turn; returns how many there are.
@@ -114,29 +137,21 @@ TEST(WorkArrayFaults, TransferOfACurve) {
     beginRequests(0, 0x00);
     const Grid grid = run(surface, onTop());
     ASSERT_EQ(grid.status, DRAPE_OK);
-    const Curve curve = ringOn(surface, 41);
+    EXPECT_EQ(refuseEachRequest(grid, ringOn(41)), DRAPE_OK);
 
-    beginRequests(0, 0x00);
-    Curve whole = curve;
-    transfer(grid, whole);
-    ASSERT_EQ(whole.status, DRAPE_OK);
-    const std::int64_t total = requestsMade();
-    ASSERT_GE(total, 1);
-
-    for (std::int64_t failing = 1; failing <= total; ++failing) {
-        beginRequests(failing, 0xA5);
-        Curve refused = curve;
-        transfer(grid, refused);
-        ASSERT_EQ(refused.status, DRAPE_NO_MEMORY) << "request " << failing << " of " << total;
-        ASSERT_EQ(refused.result, 1);
-        ASSERT_EQ(arraysHeld(), 0);
+    // Two cells that don't touch: no point has two neighbours as its nearest cells, and every point is tried.
+    Grid apart = emptyGrid(8);
+    apart.count = 8;
+    for (std::size_t c = 0; c < 8; c += 4) {
+        const auto n = static_cast<std::int32_t>(c);
+        apart.link1[c] = n + 2;
+        apart.link4[c] = n + 3;
+        apart.link4[c + 1] = n + 4;
+        const double x = 4.0 + static_cast<double>(c);
+        const double corners[] = {x, 6.0, 0.0, x + 1.0, 6.0, 0.0, x, 7.0, 0.0, x + 1.0, 7.0, 0.0};
+        std::copy_n(corners, 12, &apart.nodePos[3 * c]);
     }
-
-    beginRequests(0, 0xA5);
-    Curve again = curve;
-    transfer(grid, again);
-    EXPECT_EQ(again.flat, whole.flat);
-    EXPECT_EQ(arraysHeld(), 0);
+    EXPECT_EQ(refuseEachRequest(apart, ringOn(41)), DRAPE_NO_CURVE_START);
 }
 
 // What an operation gives back itself; a release that isn't the operation's own may go unreported.
@@ -180,12 +195,14 @@ TEST(WorkArrayFaults, AFailedReleaseIsReported) {
     const Surface surface = notchedDome();
     const std::string run = reported([&] { return drape_test::run(surface, onTop()).status; });
     EXPECT_EQ(run.find('0'), std::string::npos) << run;
-    // Of several the last has its say, so the order counts: front table, boundary edges, their normals.
+    // Of several the last has its say, so the order counts: front table, boundary edges, their normals,
+    // and then the indices.
     beginRequests(0, 0xA5);
     drape_test::run(surface, onTop());
-    std::vector<std::int64_t> tables = releaseOrder();
-    std::erase_if(tables, [](std::int64_t request) { return request > 3; });
-    EXPECT_EQ(tables, (std::vector<std::int64_t>{1, 2, 3}));
+    const auto& order = releaseOrder();
+    const auto tables = std::find(order.begin(), order.end(), 1);
+    EXPECT_EQ(std::vector(tables, order.end()),
+              (std::vector<std::int64_t>{1, 2, 3, 10, 11, 12, 13, 14, 6, 7, 8, 9, 16, 17}));
 
     PlainModel model(surface, onTop());
     std::int32_t status = 0;
@@ -194,6 +211,7 @@ TEST(WorkArrayFaults, AFailedReleaseIsReported) {
                   return model.grid.status;
               }),
               "11");
+    EXPECT_EQ(releaseOrder(), (std::vector<std::int64_t>{1, 2}));
     beginRequests(2, 0xA5); // the second array is refused, and giving the first one back fails too
     failRelease(1);
     EXPECT_FALSE(model.walkBoundary());
@@ -243,22 +261,24 @@ TEST(WorkArrayFaults, AFailedReleaseIsReported) {
     beginRequests(0, 0xA5);
     const Grid grid = drape_test::run(surface, onTop());
     EXPECT_EQ(reported([&] {
-                  Curve curve = ringOn(surface, 5);
+                  Curve curve = ringOn(5);
                   uzftrt(&start, &front, curve.points.data(), curve.directions.data(), &status);
                   return status;
               }),
               "1");
     const std::string transferred = reported([&] {
-        Curve curve = ringOn(surface, 41);
+        Curve curve = ringOn(41);
         transfer(grid, curve);
         EXPECT_EQ(curve.result, curve.status == 0 ? 0 : 1);
         return curve.status;
     });
     EXPECT_EQ(transferred.find('0'), std::string::npos) << transferred;
+    // The index with its boxes first, and the cells of the points last.
+    EXPECT_EQ(releaseOrder(), (std::vector<std::int64_t>{3, 2, 1}));
 }
 
 TEST(WorkArrayFaults, RotationOfACurveAndLevelOrdering) {
-    Curve curve = ringOn({}, 5);
+    Curve curve = ringOn(5);
     const std::vector<double> before = curve.points;
     const std::int32_t step = 2, count = 5;
     std::int32_t status = 0;
