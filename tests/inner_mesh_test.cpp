@@ -149,9 +149,12 @@ TEST(InnerMesh, EveryTriangleOfANodeCountsAsWritten) {
     model->nodeCapacity = 4;
     std::int32_t count = 0, status = 0;
     model->nodeCount = &count;
-    ASSERT_TRUE(storeNode({}, {0.0, 0.0, 1.0}, 7, -1, {}, {}, status)); // as with no neighbour
-    EXPECT_EQ(model->nodeI[0], 0);
-    EXPECT_EQ(model->nodeJ[0], 0);
+    for (const std::int32_t links : {0, -1}) { // no neighbour
+        count = 0;
+        ASSERT_TRUE(storeNode({}, {0.0, 0.0, 1.0}, 7, links, {}, {}, status));
+        EXPECT_EQ(model->nodeI[0], 0) << links;
+        EXPECT_EQ(model->nodeJ[0], 0) << links;
+    }
     EXPECT_EQ(model->trianglesWritten, 1);
     ASSERT_TRUE(copyNode(1, status));
     EXPECT_EQ(model->trianglesWritten, 2);

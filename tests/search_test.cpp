@@ -9,6 +9,7 @@
 #include "surface/nearest_listed.h"
 #include "surface/point_triangle.h"
 #include "surface/run_indices.h"
+#include "surface/tree_search.h"
 #include "surfaces.h"
 
 #include <gtest/gtest.h>
@@ -135,6 +136,32 @@ TEST(Search, EqualHitsAreTakenInTheOrderOfTheFlood) {
                       0);
         indices.release(status);
     }
+}
+
+// The tree's cones go by cosines with the axis. Where a cross product is so short that squares lose their
+// bits, what was to be of unit length isn't, and the search goes without the tree.
+TEST(Search, TheTreeIsAskedOnlyWithAnAxisOfUnitLength) {
+    const Surface surface = drape_test::squareMould(5.0, 10, drape_test::domeHeight(5.0));
+    const OwnModel own;
+    model->mesh = meshOf(surface);
+    RunIndices indices;
+    std::int32_t status = 0;
+    ASSERT_TRUE(indices.build(model->mesh, nullptr, 0.0, 2.0, status));
+    model->indices = &indices;
+    const Vec3 centre = model->mesh.corner(1, 0), forward = {1.0, 0.0, 0.0};
+    const Ball ball(centre, 1.0, 0.0);
+    for (const double length : {0.0, 0.9, 1.0, 1.1}) {
+        const Circle circle{centre, length * Vec3{0.0, -1.0, 0.0}, 1.0};
+        SurfacePoint found;
+        const TreeAnswer answer =
+            searchByTree({1, &ball, 1, circle, forward, centre - forward}, indices.scratch, found, status);
+        EXPECT_EQ(answer == TreeAnswer::open, length != 1.0) << length;
+    }
+    const double tiny = 1.3e-162; // its square is one or two of the smallest number
+    const double length2 = vor(unitNormal({0.0, 0.0, 1.0}, {tiny, tiny, 0.0}));
+    EXPECT_TRUE(length2 < 0.999 || length2 > 1.001) << length2;
+    model->indices = nullptr;
+    indices.release(status);
 }
 
 // Lists of triangles that lead one way only, which a caller may hand in: from one start the flood comes to a

@@ -273,8 +273,11 @@ TEST(WorkArrayFaults, AFailedReleaseIsReported) {
         return curve.status;
     });
     EXPECT_EQ(transferred.find('0'), std::string::npos) << transferred;
-    // The index with its boxes first, and the cells of the points last.
-    EXPECT_EQ(releaseOrder(), (std::vector<std::int64_t>{3, 2, 1}));
+    // The sorting of the index, its boxes and its cells, and the cells of the points last.
+    beginRequests(0, 0xA5);
+    Curve curve = ringOn(41);
+    transfer(grid, curve);
+    EXPECT_EQ(releaseOrder(), (std::vector<std::int64_t>{3, 4, 2, 1}));
 }
 
 TEST(WorkArrayFaults, RotationOfACurveAndLevelOrdering) {
