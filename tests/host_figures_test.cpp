@@ -3,6 +3,8 @@
 // run on the flat pattern.
 #include "host_drape.h"
 
+#include "host/cloth/cloth_lines.h"
+#include "host/cloth/edge_image.h"
 #include "host/laminate/build_up.h"
 #include "host/mesh/edge_split.h"
 #include "host/search/candidates.h"
@@ -199,6 +201,66 @@ TEST(HostFigures, SeamsLieOnThePatternWhereTheClothDoes) {
             EXPECT_NEAR(lines[l][k][1], dot(arm, drape.choice.weft), 1e-6);
         }
     }
+}
+
+// Over a cell that is bent to a saddle, a level line is near the cell at both ends of its diagonal and too
+// far above it between them.
+TEST(HostFigures, EdgesHaveAPartForEachStretchThatComesNearACell) {
+    host::CellMap cell;
+    cell.corners = {{{0.0, 0.0, 0.9}, {1.3, 0.0, -0.9}, {1.3, 0.9, 0.9}, {0.0, 0.9, -0.9}}};
+    cell.normals.fill({0.0, 0.0, 1.0});
+    constexpr double step = 1.3;
+    const auto heightAt = [](double t) { return 0.9 * (1.0 - 2.0 * t) * (1.0 - 2.0 * t); };
+    const host::Segment line{{0.0, 0.0, 1.5}, {1.3, 0.9, 1.5}};
+    const host::Fence fence(cell, step);
+    const auto parts = host::insideOf(cell, fence, line, step);
+    ASSERT_EQ(parts.size(), 2U);
+    for (const host::Samples& part : parts) {
+        for (const host::Sample& sample : part) {
+            EXPECT_NEAR(sample.place[0], sample.share, 1e-6);
+            EXPECT_NEAR(sample.place[1], sample.share, 1e-6);
+            EXPECT_LE(1.5 - heightAt(sample.share), step + 1e-6);
+        }
+    }
+    EXPECT_LT(parts[0].back().share, 0.5);
+    EXPECT_GT(parts[1].front().share, 0.5);
+    const host::Segment lower{{0.0, 0.0, 1.2}, {1.3, 0.9, 1.2}};
+    ASSERT_EQ(host::insideOf(cell, fence, lower, step).size(), 1U);
+}
+
+// Where fibres part, each goes on in a line of its own, and each side of a cell belongs to one line.
+TEST(HostFigures, FibresThatPartAreFollowedOnceEach) {
+    host::Grid grid;
+    grid.count = 11;
+    grid.i = {0, 1, 2, 2, 2, 0, 1, 2, 2, 2, 2};
+    grid.j = {3, 3, 3, 3, 3, 4, 4, 4, 4, 4, 4};
+    const auto cell = [](std::int32_t a, std::int32_t b, std::int32_t c, std::int32_t d) {
+        return host::Cell{{a, b, c, d}, 0.0, true};
+    };
+    const std::vector<host::Cell> cells{cell(0, 1, 6, 5), cell(1, 2, 7, 6), cell(1, 3, 8, 6),
+                                        cell(1, 4, 9, 6)};
+    const auto lines = host::fibreLines(grid, cells, host::Fibre::warp, 1);
+    const std::vector<host::NodeChain> wanted{{0, 1, 2}, {5, 6, 7}, {1, 3}, {1, 4}, {6, 8}, {6, 9}};
+    EXPECT_EQ(lines, wanted);
+    EXPECT_EQ(host::fibreLines(grid, cells, host::Fibre::warp, 2),
+              (std::vector<host::NodeChain>{{5, 6, 7}, {6, 8}, {6, 9}}));
+    EXPECT_EQ(host::fibreLines(grid, cells, host::Fibre::weft, 1),
+              (std::vector<host::NodeChain>{{0, 5}, {1, 6}, {2, 7}, {3, 8}, {4, 9}}));
+}
+
+// A seed on a ridge goes toward a place within the facet that comes first, off the middle of any symmetry.
+TEST(HostFigures, SeedsOnARidgeMoveIntoTheFacetThatComesFirst) {
+    const std::array<double, 2> steps{1.3, 0.9};
+    const host::Mould mould =
+        host::mouldOf(meshOf({{0, 0, 0}, {9, 0, 0}, {4, -7, -2}, {5, 8, -3}}, {{0, 2, 1}, {0, 1, 3}}));
+    host::Notes notes;
+    const Point named{4.1, 0.0, 0.0};
+    const host::SurfacePoint seed = host::seedOn(mould, named, steps, notes);
+    const Point wanted = 0.5 * Point{4, -7, -2} + 0.31 * Point{0, 0, 0} + 0.19 * Point{9, 0, 0};
+    ASSERT_EQ(notes.size(), 1U);
+    EXPECT_LT(distance(unit(seed.position - named), unit(wanted - named)), 1e-3);
+    EXPECT_GE(-seed.position[1], 0.9 * 0.9 * 0.0015);
+    EXPECT_LT(distance(seed.position, named), 0.02 * 0.9);
 }
 
 TEST(HostFigures, ClothThatJustReachesTheEdgeDoublesNothing) {

@@ -24,7 +24,7 @@ def lasting(data):
 
 @pytest.fixture(scope="module")
 def ball():
-    return drape.Mould.read(SAMPLES / "hemisphere.obj")
+    return drape.Mould.read(SAMPLES / "hemisphere.obj", side=(1, 0.2, 3))
 
 
 @pytest.fixture(scope="module")
@@ -34,7 +34,15 @@ def pieces(ball):
 
 def test_pieces_are_the_programs(program, tmp_path, pieces):
     kinds = ["vtp", "fibres.vtp", "fibres.csv", "glb", "gltf", "pdf", "dxf", "svg", "json"]
-    options = ["--cover=0.97", f"--locking={LOCKING}", "--angle=10", f"--step={STEP}", "--overlap=4", "--allowance=3"]
+    options = [
+        "--side=1,0.2,3",
+        "--cover=0.97",
+        f"--locking={LOCKING}",
+        "--angle=10",
+        f"--step={STEP}",
+        "--overlap=4",
+        "--allowance=3",
+    ]
     options += ["-o", str(tmp_path / "a.pieces.obj")]
     report, files = program("hemisphere.obj", *options, outputs=[f"a.{kind}" for kind in kinds])
     assert len(pieces) == report["cover"]["count"] > 1 and pieces.covered_share == report["cover"]["coveredShare"]
@@ -56,6 +64,7 @@ def test_each_piece_drapes_by_itself_as_it_lies(ball, pieces):
     assert np.isclose(areas.sum(), ball.area)
     assert np.isclose(areas[on_top >= 0].sum() / ball.area, pieces.covered_share, atol=1e-3)
     for number, piece in enumerate(pieces):
+        assert piece.ply.mould.side == ball.side
         assert piece.ply.status == 0 and piece.ply.largest_shear <= LOCKING
         assert np.isclose(areas[on_top == number].sum(), piece.claimed)
         again = pickle.loads(pickle.dumps(piece.ply))

@@ -4,6 +4,7 @@ import multiprocessing
 import os
 import pickle
 import types
+from collections import OrderedDict
 from concurrent.futures import Executor, Future, ProcessPoolExecutor, ThreadPoolExecutor
 
 import numpy as np
@@ -163,7 +164,7 @@ def test_the_mould_travels_once_to_each_worker(plate, plain, monkeypatch):
     with ProcessPoolExecutor(2, initializer=count_moulds_unpacked) as processes:
         counting = Counting(processes)
         swept = drape.sweep(plate, many, ANGLES, counting, step=15)
-        assert counting.tasks >= 30 and counting.sent <= 3 and packed == [plate]
+        assert counting.tasks >= 30 and counting.sent <= 6 and packed == [plate]
         assert {(held, unpacked) for _, held, unpacked in processes.map(worker_state, range(8))} == {(1, 1)}
     assert swept.table.largest_shear.reshape(3, 20, 3)[:, 0].tobytes() == plain.largest_shear.tobytes()
 
@@ -182,6 +183,45 @@ def test_a_worker_without_the_mould_says_so_and_gets_it(plate, plain):
         late = Late(processes)
         assert rows(drape.sweep(plate, SEEDS, ANGLES, late, step=15).table) == rows(plain)
         assert late.tasks > 9
+
+
+class Forgetful(Executor):
+    """A worker in this process that loses its moulds before some tasks; `sent` numbers those that bring one."""
+
+    _max_workers = 1
+
+    def __init__(self, losses):
+        self.losses, self.tasks, self.sent = losses, 0, []
+
+    def submit(self, fn, *args):
+        self.tasks += 1
+        if self.tasks in self.losses:
+            _spread._moulds.clear()
+        if args[1] is not None:
+            self.sent.append(self.tasks)
+        future = Future()
+        future.set_result(fn(*args))
+        return future
+
+
+def test_a_share_that_comes_back_is_sent_again_with_the_mould(plate, plain, monkeypatch):
+    monkeypatch.setattr(_spread, "_moulds", OrderedDict())
+    worker = Forgetful({4, 9})
+    swept = drape.sweep(plate, SEEDS, ANGLES, worker, step=15)
+    assert rows(swept.table) == rows(plain)
+    assert worker.tasks > len(worker.sent) and worker.sent[0] == 1 and len(worker.sent) >= 3
+    assert list(_spread._moulds) == [plate.key]
+
+
+def test_workers_keep_the_moulds_that_they_used_last(monkeypatch):
+    monkeypatch.setattr(_spread, "_moulds", OrderedDict())
+    name = "abcdefg"
+    for k in (0, 1, 2, 3, 1, 4, 5):
+        packed = pickle.dumps(name[k]) if k != 1 or not _spread._moulds.get(b"1") else None
+        done = _spread._done_elsewhere(b"%d" % k, packed, lambda *given: given, "settings", k)
+        assert done == (name[k], "settings", k)
+    assert list(_spread._moulds.values()) == ["d", "b", "e", "f"]
+    assert _spread._done_elsewhere(b"0", None, lambda *given: given, "settings", 0) is None
 
 
 def test_what_a_worker_raises_comes_through_and_ends_the_sweep(plate):

@@ -159,12 +159,17 @@ class Cutting(Case):
             for x, y, lies in ((left - 1.5, 60, False), (left + 2, 62, True), (right - 2, 62, True), (right + 1.5, 60, False),
                                (60, top - 1.5, False), (60, top + 2, True), (60, bottom - 2, True), (60, bottom + 1.5, False)):
                 self.assertEqual(cloth(x, y), lies, (page, x, y))
+        # On sheets lower by 3 mm a third row would end within the border below the cloth.
+        self.drape(self.folder / "square.obj", "--units-mm", "90", "--step", "1", "--paper", "500,397", "-o", "p.pdf")
+        text = subprocess.run(["pdftotext", self.folder / "p.pdf", "-"], capture_output=True, text=True, check=True).stdout
+        self.assertIn("row 1 of 4, column 3 of 3", " ".join(text.split()))
         # Sheets that the pattern doesn't come to aren't printed.
         self.drape(self.file("angle.obj", obj(without(plate(12), lambda x, y: x >= 5 and y >= 5))), "--units-mm", "90", "--step", "1", "--paper", "500,400", "-o", "p.pdf")
         text = subprocess.run(["pdftotext", self.folder / "p.pdf", "-"], capture_output=True, text=True, check=True).stdout
         printed = set(re.findall(r"Sheet (\w+)", text))
         self.assertTrue(5 <= len(printed) < 9 and f" on {len(printed)} sheets" in text, printed)
-        self.drape(mesh, "--units-mm", "1000", "--step", "0.5", "-o", "p.pdf")
+        narrow = self.file("narrow.obj", obj(([(x, 0.1 * y, z) for x, y, z in plate(12)[0]], plate(12)[1])))
+        self.drape(narrow, "--units-mm", "1000", "--step", "0.4", "-o", "p.pdf")
         info = subprocess.run(["pdfinfo", self.folder / "p.pdf"], capture_output=True, text=True, check=True).stdout
         self.assertIn("Page size:       2383.9", info.replace("3370.39 x ", ""))
 

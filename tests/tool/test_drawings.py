@@ -175,18 +175,31 @@ class Drawings(Drapes):
         self.assertAlmostEqual(area / wanted, 1.0, delta=0.01)
 
     def check_yarns(self, drape, place, drawn, least, only=lambda a, b: True):
-        """Each drawn segment lies along the side of a cell, and together they are as long as the sides have cloth."""
-        grid, sides = drape.grid, []
+        """Each drawn segment lies along the side of a cell, where the pattern has cloth on one hand of it or both, and
+        together they are as long as the sides have cloth."""
+        grid, sides, ends = drape.grid, [], []
         for (a, b), share in drape.yarns.items():
             if only(a, b):
                 sides.append((place(grid.position[a]), place(grid.position[b]), share))
+                ends.append((grid.flat[a], grid.flat[b]))
         wanted = sum(math.dist(a, b) * share for a, b, share in sides)
         near_side = 1e-3 * wanted / len(sides)
+        along = lambda p, q, side: model.from_segments(p, [side[:2]]) < near_side and model.from_segments(q, [side[:2]]) < near_side
+        beside = []
         for p, q in drawn:
-            self.assertTrue(any(model.from_segments(p, [(a, b)]) < near_side and model.from_segments(q, [(a, b)]) < near_side
-                                for a, b, _ in sides), (p, q))
+            on = next((k for k, side in enumerate(sides) if along(p, q, side)), None)
+            self.assertIsNotNone(on, (p, q))
+            a, b, share = sides[on]
+            if share < 0.99 and math.dist(p, q) > 20 * near_side:
+                beside.append(self.has_cloth(drape, ends[on], math.dist(a, model.middle(p, q)) / math.dist(a, b)))
+        self.assertGreaterEqual(sum(beside), 0.95 * len(beside))
         length = sum(math.dist(p, q) for p, q in drawn)
         self.assertTrue(least * wanted <= length <= 1.01 * wanted, (length, wanted))
+
+    def has_cloth(self, drape, ends, part):
+        way = sub(ends[1], ends[0])
+        at, aside = add(ends[0], scaled(way, part)), [1e-4 * way[1], 1e-4 * way[0]]
+        return model.lies_inside(drape.loops, add(at, aside)) or model.lies_inside(drape.loops, sub(at, aside))
 
     @of_each
     def test_outline_arrow_and_seed_in_millimetres(self, name, drape):

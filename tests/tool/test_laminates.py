@@ -489,7 +489,7 @@ class Pieces(Laminates):
 
     def test_no_more_pieces_than_asked_for(self):
         plies = [{"name": n, "pieces": n, "width": 3} for n in ("2", "3", "cover", "1")]
-        report, done = self.laminate(self.file("m.obj", obj(plate(10))), plies, "--step", "1", "--start", "middle")
+        report, done = self.laminate(self.file("m.obj", obj(plate(10))), plies, "--step", "1,0.7", "--start", "middle")
         two, three, all_ = (p["cover"] for p in report["plies"][:3])
         self.assertEqual([len(two["pieces"]), len(three["pieces"]), report["plies"][3]["cover"]], [2, 3, None])
         self.assertGreater(len(all_["pieces"]), 3)

@@ -38,7 +38,9 @@ class SolverMeshes(Case):
         # What a free or large field of a deck holds.
         ten = ([tuple(float(f"{x:.10e}") for x in p) for p in mesh[0]], mesh[1])
         membranes = inp(mesh).replace("=S3", "=M3D3").replace("=s4r", "=SFM3D4R")
-        cases = [("a.inp", inp(mesh), mesh), ("m.inp", membranes, mesh), ("a.bdf", nastran(tidy, "small"), tidy), ("b.nas", nastran(ten, "large"), ten),
+        # A row that goes on after a comma and blanks, and a number with its sign.
+        spread = inp(mesh).replace(f"\n{element(2)},", f"\n +{element(2)} , \t\n ", 1)
+        cases = [("a.inp", inp(mesh), mesh), ("m.inp", membranes, mesh), ("s.inp", spread, mesh), ("a.bdf", nastran(tidy, "small"), tidy), ("b.nas", nastran(ten, "large"), ten),
                  ("c.fem", nastran(ten, "free"), ten), ("a.msh", gmsh22(mesh), mesh), ("b.msh", gmsh41(mesh), mesh)]
         cases += [(f"{form}.vtu", vtu(mesh, form), mesh) for form in ("text", "base64", "zlib", "raw")]
         short = [struct.unpack("3f", struct.pack("3f", *p)) for p in mesh[0]], mesh[1]
@@ -193,6 +195,9 @@ class SolverMeshes(Case):
                                      ("z.vtu", whole.replace("vtkZLib", "vtkLZ4"), "compressed by vtkLZ4DataCompressor"), ("c.vtu", vtu(mesh, "base64").replace('"offsets"', '"ends"'), "no array offsets"),
                                      ("d.vtu", vtu(mesh, "text").replace(" 4 ", " 400000 ", 1), "can't read"),
                                      ("e.inp", "*NODE\n1,0,0,0\n*ELEMENT, TYPE=C3D4\n1,1,1,1,1\n", "only 1 of type C3D4"),
+                                     ("o.vtu", re.sub(rb'offset="\d+"', b'offset="99999999"', vtu(mesh, "raw"), count=1), "an array stands outside of the data behind the XML"),
+                                     ("h.vtk", "# vtk DataFile Version 3.0\nt\nASCII\nDATASET UNSTRUCTURED_GRID\nPOINTS 4 double\n0 0 0 2 0 0 0 2 0 0 0 2\nCELLS 1 5\n4 0 1 2 3\nCELL_TYPES 1\n10\n",
+                                      "only 1 of type 10"),
                                      ("f.bdf", b"\0\1\2", "binary"), ("g.vtk", vtk(mesh, "5.1", True)[:-300], "line")):
             with self.subTest(name):
                 self.assertIn(words, self.drape(self.file(name, content), expect=INPUT).stderr)
