@@ -248,6 +248,18 @@ TEST(HostFigures, FibresThatPartAreFollowedOnceEach) {
               (std::vector<host::NodeChain>{{0, 5}, {1, 6}, {2, 7}, {3, 8}, {4, 9}}));
 }
 
+TEST(HostFigures, AHalfTurnOfTheWarpIsToldAsOneNumber) {
+    for (const double zero : {0.0, -0.0}) {
+        host::Choice choice;
+        choice.normal = {zero, zero, -1.0};
+        choice.rosette = {1.0, 0.0, 0.0};
+        choice.warp = {-1.0, 0.0, 0.0};
+        EXPECT_EQ(host::plyAngle(choice), 180.0) << zero;
+        choice.warp = choice.rosette;
+        EXPECT_FALSE(std::signbit(host::plyAngle(choice))) << zero;
+    }
+}
+
 // A seed on a ridge goes toward a place within the facet that comes first, off the middle of any symmetry.
 TEST(HostFigures, SeedsOnARidgeMoveIntoTheFacetThatComesFirst) {
     const std::array<double, 2> steps{1.3, 0.9};

@@ -67,7 +67,7 @@ def test_drawings_take_the_programs_wishes(program, tmp_path, dome):
         for name, expected in zip(("a.pdf", "a.dxf"), files):
             ply.write(tmp_path / ("our" + name), **wishes)
             assert same(tmp_path / ("our" + name), expected), (name, options)
-    for paper in ("A5", "", (99, 300), (300, 5081), (300,), (np.nan, 300), 300):
+    for paper in ("A5", "", (99, 300), (300, 5081), (300,), (300, 400, 500), (np.nan, 300), 300):
         with pytest.raises(drape.ArrayError, match="paper"):
             ply.write(tmp_path / "none.pdf", paper=paper)
     assert not (tmp_path / "none.pdf").exists()
@@ -144,8 +144,8 @@ def test_pages_carry_curves_and_say_where_there_is_none(program, page, tmp_path,
 def test_a_package_without_the_page_says_how_to_get_one(monkeypatch, tmp_path, dome):
     monkeypatch.setattr(drape.results, "__file__", str(tmp_path / "a" / "b" / "c" / "results.py"))
     with pytest.raises(drape.OutputError, match=r"docs/page\.md"):
-        dome.drape(step=20).write(tmp_path / "none.html")
-    assert not (tmp_path / "none.html").exists()
+        dome.drape(step=20).write(tmp_path / "none.Html")
+    assert not (tmp_path / "none.Html").exists()
 
 
 def test_the_hemisphere_is_the_published_one():
@@ -297,6 +297,9 @@ def test_pictures_show_every_cell(dome, tmp_path):
     ply = dome.drape(step=20)
     figure = ply.plot(tmp_path / "ply.png")
     assert (tmp_path / "ply.png").read_bytes().startswith(b"\x89PNG")
+    space = figure.axes[0]
+    for limits, along in zip((space.get_xlim(), space.get_ylim(), space.get_zlim()), dome.vertices.T):
+        assert limits[0] <= along.min() and limits[1] >= along.max()
     pattern = figure.axes[1].collections[0]
     assert len(pattern.get_paths()) == ply.on_surface.sum()
     assert len({tuple(colour) for colour in pattern.get_facecolor()}) > 10

@@ -211,7 +211,7 @@ class Openings(Case):
         )
         self.assertAlmostEqual(report["mould"]["area"], 3 * 4.0 + 0.5 * (4.0 + 3.0 + 3.0))
         done = self.drape(mesh, "--clip", "0,0,9,0,0,1", expect=INPUT)
-        self.assertIn("nothing of the surface", done.stderr)
+        self.assertIn("--clip: nothing of the surface", done.stderr)
 
     def test_within_a_distance(self):
         mesh = self.file("plate.obj", obj(plate(60, 0.2)))
@@ -642,6 +642,8 @@ class Refusals(Case):
             with self.subTest(words):
                 done = self.drape(*((mesh, *words) if words else ()), expect=USAGE)
                 self.assertTrue(done.stderr.startswith("drape: "), done.stderr)
+                if words and "upright" not in done.stderr:
+                    self.assertTrue(any(word in done.stderr for word in words if word.startswith("-")), done.stderr)
 
     def test_broken_files(self):
         good = plate()

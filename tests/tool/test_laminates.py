@@ -545,7 +545,7 @@ class Pieces(Laminates):
     def test_each_piece_goes_where_it_lies(self):
         mould = cup(0.6, 32, 12, 12)
         mesh = self.file("m.obj", obj(([tuple(100 * x for x in p) for p in mould[0]], mould[1])))
-        plies = [stiff("low", 30, 0.5, density=1500, pieces="0.97", locking=30), stiff("top", 0, 0.5, cloth="other", density=1500)]
+        plies = [stiff("low", 30, 0.5, density=1500, pieces="0.97", locking=30), stiff("top", 0, 0.5, cloth="another one whose name is longer than its column of the table", density=1500)]
         place = (70, 0, 70)
         report, done = self.laminate(mesh, plies, "--step", 16, "--overlap", 6, "--core", ",".join(map(str, place)), "-o", "book.pdf", "-o", "kit.dxf", "-o", "l.vtp",
                                      "-o", "l.inp", "-o", "c.core.csv", expect=None)
@@ -593,6 +593,12 @@ class Pieces(Laminates):
         self.assertEqual([p[:len(h)] for p, h in zip(pages[1:], heads)], heads)
         shares = [f"{100 * low['cover'][k]:.1f} %" for k in ("coveredShare", "overlapShare")]
         self.assertIn(f"{len(names)} pieces cover {shares[0]} of the mould, {shares[1]} under more than one", pages[1])
+        # A long name is set smaller, so that it ends before the numbers beside it begin.
+        box = subprocess.run(["pdftotext", "-bbox", "-l", "1", self.folder / "book.pdf", "-"], capture_output=True, text=True, check=True).stdout
+        words = [(float(x) * 25.4 / 72, float(y) * 25.4 / 72, word) for x, y, word in re.findall(r'xMax="([\d.]+)" yMax="([\d.]+)">([^<]*)<', box)]
+        (end, line), = [(x, y) for x, y, word in words if word == "table"]
+        self.assertTrue(90 < end < 118 - 10, end)
+        self.assertGreater(len([x for x, y, _ in words if x > end and abs(y - line) < 2]), 4)
         kit = (self.folder / "kit.dxf").read_text()
         for name in [*names, "top"]:
             self.assertIn(f"Ply {name}\n", kit)
@@ -734,6 +740,10 @@ class InTheSolver(Laminates):
         self.laminate(self.file("m.inp", saddle("S8", 4, 0.0)[0]), plies, "--side", "0,0,1", "--start", "middle", "-o", "l.inp", "-o", "l.abaqus.inp")
         one, other = (self.solved(deck, "DRAPE_RIM, 1, 6\n", "*DLOAD\nDRAPE_ELEMENTS, P, -0.01\n") for deck in ("l.inp", "l.abaqus.inp"))
         self.assertEqual(one, other)
+        # What each calls triangles with nodes in the middle of sides.
+        self.laminate(self.file("m.inp", saddle("S6", 4, 0.0)[0]), plies, "--side", "0,0,1", "--start", "middle", "-o", "l.inp", "-o", "l.abaqus.inp")
+        kinds = [set(re.findall(r"ELEMENT, TYPE=([^,\n]*)", (self.folder / deck).read_text())) for deck in ("l.inp", "l.abaqus.inp")]
+        self.assertEqual(kinds, [{"S6"}, {"STRI65"}])
         self.assertGreater(max(abs(u[2]) for u in one.values()), 1e-6)
 
 

@@ -73,6 +73,11 @@ class SolverMeshes(Case):
                     self.assertGreater(len(got), 1)  # the piece that hangs together
             done = self.drape(name, "--set", "nowhere", expect=INPUT)
             self.assertIn("there is no set nowhere of shell elements; the file has ", done.stderr)
+        # Elements keep their numbers in what is written of several pieces, too, which is shown by pieces.
+        self.drape("a.inp", "--cover", "0.4", "--step", "1", "-o", "c.fibres.vtp")
+        fibres = PolyData(self.folder / "c.fibres.vtp")
+        self.assertEqual(set(fibres.cell_data["face"]), {element(k) for k in range(len(mesh[1]))})
+        self.assertEqual(fibres.shown[1], "piece")
         report, _ = self.report("a.inp", "--seed-vertex", node(40), "--step", "1", expect=None)
         # A start where triangles meet is moved a little into one of them.
         self.assertLess(math.dist(report["choice"]["seed"], mesh[0][40]), 0.006)
@@ -159,6 +164,10 @@ class SolverMeshes(Case):
         text = "# vtk DataFile Version 3.0\nt\nASCII\nDATASET UNSTRUCTURED_GRID\nPOINTS 6 double\n0 0 0 2 0 0 5 0 0 0 1 0 2 1 0 5 1 0\n"
         self.mould("p.vtk", text + "CELLS 2 10\n4 0 1 3 4 4 1 2 4 5\nCELL_TYPES 2\n8 8\n", "--step", "0.5", "-o", "p.json")
         self.assertEqual(json.loads((self.folder / "p.json").read_text())["mould"]["area"], 5.0)
+        # A polygon keeps all its corners.
+        text = "# vtk DataFile Version 3.0\nt\nASCII\nDATASET UNSTRUCTURED_GRID\nPOINTS 7 double\n0 0 0 3 0 0 4 2 0 2 5 0 0 3 0 5 0 0 5 2 0\n"
+        self.mould("q.vtk", text + "CELLS 2 11\n5 0 1 2 3 4 4 1 5 6 2\nCELL_TYPES 2\n7 9\n", "--step", "0.5", "-o", "p.json")
+        self.assertEqual(json.loads((self.folder / "p.json").read_text())["mould"]["area"], 17.0)
         # An instance is moved, then turned about an axis that needn't go through the origin.
         turned = inp((points, faces)).split("*STEP")[0].replace("*Heading\nanything, 1, 2\n", "*PART, NAME=P\n")
         turned += "*END PART\n*ASSEMBLY, NAME=A\n*INSTANCE, NAME=I, PART=P\n1, 2, 3\n10, 20, 30, 10, 20, 35, 90\n*END INSTANCE\n*END ASSEMBLY\n"

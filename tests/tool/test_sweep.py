@@ -6,6 +6,7 @@ import csv
 import json
 import math
 import os
+import re
 import unittest
 
 import model
@@ -114,6 +115,9 @@ class Sweep(Case):
         rows, report, done = self.sweep(mesh, "--step", "0.2", "--sweep-seeds", seeds, "--sweep-angles", "0,25")
         self.assertGreater(sum(row["doubled_share"] > 0.05 or row["status"] != 0 for row in rows), 0)
         self.assertRanked(rows, report)
+        for line in done.stdout.split("\n\n")[0].splitlines()[1:]:
+            row = next(r for r in rows if r["candidate"] == int(line.split()[1]))
+            self.assertEqual(re.findall(r"  (\d+) % doubled", line), [f"{100 * row['doubled_share']:.0f}"] if row["doubled_share"] > 0.05 else [])
         self.assertRowsAreRuns(mesh, rows, seeds, "--step", "0.2")
         # With too few nodes for any of them, the one that came furthest is told and written.
         rows, report, done = self.sweep(mesh, "--step", "0.2", "--sweep-seeds", "2", "--sweep-angles", "0,25", "--max-nodes",
