@@ -134,6 +134,19 @@ public:
         return best;
     }
 
+    // The point of the cloth at `flat`, of several the one nearest to `guess`, which stands where there is
+    // none.
+    Point pointNear(const FlatPoint& flat, const Point& guess) const {
+        std::optional<Point> found;
+        around(flat, 0.0, [&](std::size_t index, double x, double y) {
+            const Point point = pointIn(cells_[index], x, y);
+            if (!found || distance(point, guess) < distance(*found, guess)) {
+                found = point;
+            }
+        });
+        return found.value_or(guess);
+    }
+
     // The point of the mould below a point.
     SurfacePoint below(const Point& point) const { return tree_.nearest(point); }
     Point normalAt(const SurfacePoint& point) const { return normalOf(surface_, point.triangle); }
@@ -416,6 +429,25 @@ std::vector<CurveStretch> cutStretches(const Carried& carried, const std::vector
     return stretches;
 }
 
+void addLine(const Cloth& cloth, CurveStretch& stretch) {
+    const std::size_t count = stretch.cloth.size();
+    for (std::size_t k = 0; k < count; ++k) {
+        stretch.line.push_back(stretch.cloth[k]);
+        const std::size_t next = (k + 1) % count;
+        const FlatPoint& a = stretch.flat[k];
+        const FlatPoint& b = stretch.flat[next];
+        const double parts = std::ceil(std::min(1e6, flatDistance(a, b) / (stride * cloth.cellLength())));
+        for (double part = 1.0; (next > 0 || stretch.closed) && part < parts; ++part) {
+            const double t = part / parts;
+            stretch.line.push_back(cloth.pointNear({a[0] + t * (b[0] - a[0]), a[1] + t * (b[1] - a[1])},
+                                                   mix(stretch.cloth[k], stretch.cloth[next], t)));
+        }
+    }
+    if (stretch.closed) {
+        stretch.line.push_back(stretch.cloth.front());
+    }
+}
+
 template <class Points, class Length>
 double lengthOf(const Points& points, bool closed, Length between) {
     double sum = 0.0;
@@ -430,7 +462,7 @@ double lengthOf(const Points& points, bool closed, Length between) {
 double lengthOnMould(const CurveResult& curve) {
     double sum = 0.0;
     for (const CurveStretch& stretch : curve.stretches) {
-        sum += lengthOf(stretch.cloth, stretch.closed, distance);
+        sum += lengthOf(stretch.line, false, distance);
     }
     return sum;
 }
@@ -471,11 +503,15 @@ CurveResult carryOver(const DrawnCurve& curve, const Mould& mould, const Choice&
         for (std::size_t k = 0; k < carried.rays.size(); ++k) {
             addPoint(whole, carried, k);
         }
+        addLine(cloth, whole);
         return result;
     }
     result.stretches = cut ? cutStretches(carried, runsOn) : result.stretches;
     if (result.stretches.empty()) {
         refuse(curve, carried, runsOn);
+    }
+    for (CurveStretch& stretch : result.stretches) {
+        addLine(cloth, stretch);
     }
     return result;
 }

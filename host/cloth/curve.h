@@ -22,7 +22,9 @@ struct CurveStretch {
     std::vector<Point> cloth;  // where the cloth carries them
     std::vector<FlatPoint> flat;
     std::vector<std::int32_t> numbers; // per point, its 1-based number in the curve, 0 where it was cut
-    bool closed = false;               // the whole curve
+    std::vector<Point> line; // as it runs on the cloth where it's straight on the pattern, closed ones to
+                             // their first point again
+    bool closed = false; // the whole curve
 };
 
 struct CurveResult {

@@ -21,7 +21,8 @@ namespace {
 
 constexpr double reachOfEdge = 2.0;     // cells from the middle of a cell to an edge that can cut it
 constexpr double edgeSampling = 0.5;    // cells between the points of an edge that look for cells
-constexpr double shortestLoop = 1e-4;   // cells; a shorter one is what rounding leaves of a touch
+constexpr double shortestLoop = 1e-4;   // cells
+constexpr double thinnestLoop = 1e-6;   // cells, its area over its length
 constexpr double straightEnough = 2e-4; // cells that a point left out may lie off the line
 
 // Per joined cell, the boundary edges that can cut it, rising.
@@ -144,6 +145,15 @@ NetLoop loopOf(const Outline& whole, double allowed) {
     return loop;
 }
 
+// What rounding leaves of a touch, and where cells of one sheet gape or lap over each other within the cloth:
+// there is nothing to cut out.
+bool isNothing(const NetLoop& loop, double step) {
+    return loop.length < shortestLoop * step ||
+           (std::abs(loop.area) < thinnestLoop * step * loop.length &&
+            std::all_of(loop.borders.begin(), loop.borders.end(),
+                        [](NetBorder border) { return border == NetBorder::cloth; }));
+}
+
 void addLoop(NetLoop loop, NetPattern& pattern) {
     for (std::size_t k = 0; k < loop.flat.size(); ++k) {
         const bool first = pattern.loops.empty() && k == 0;
@@ -254,9 +264,8 @@ NetPattern netPatternOf(const Mould& mould, const Grid& grid, const std::vector<
     }
     std::stable_sort(loops.begin(), loops.end(),
                      [](const NetLoop& a, const NetLoop& b) { return std::abs(a.area) > std::abs(b.area); });
-    std::erase_if(loops, [&](const NetLoop& loop) {
-        return loop.length < shortestLoop * std::min(cloth.stepA, cloth.stepB);
-    });
+    std::erase_if(loops,
+                  [&](const NetLoop& loop) { return isNothing(loop, std::min(cloth.stepA, cloth.stepB)); });
     for (NetLoop& loop : loops) {
         addLoop(std::move(loop), pattern);
     }

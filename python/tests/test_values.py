@@ -173,7 +173,8 @@ def test_curves_are_the_programs(program, tmp_path, dome):
     steps = np.linalg.norm(stretch.flat - np.roll(stretch.flat, -1, axis=0), axis=1)
     assert np.isclose(steps.sum(), given.length_on_pattern)
     around = np.linalg.norm(stretch.cloth - np.roll(stretch.cloth, -1, axis=0), axis=1).sum()
-    assert np.isclose(around, given.length_on_mould) and abs(around / steps.sum() - 1) > 1e-4
+    assert around < given.length_on_mould < 1.002 * around  # chords between its points are shorter
+    assert abs(around / steps.sum() - 1) > 1e-4
     assert [given.length_on_mould, given.length_on_pattern] == [
         theirs["curves"][0][k] for k in ("lengthOnMould", "lengthOnPattern")
     ]

@@ -239,11 +239,7 @@ void drawOutlines(Canvas& canvas, const Stage& stage, const DepthImage& image) {
     canvas.stroke(2.4);
     for (const CurveResult& curve : stage.scene.curves) {
         for (const CurveStretch& stretch : curve.stretches) {
-            std::vector<Point> points = stretch.cloth;
-            if (stretch.closed) {
-                points.push_back(points.front());
-            }
-            addVisible(canvas, stage.view, image, points, stage.lift + strokeLift);
+            addVisible(canvas, stage.view, image, stretch.line, stage.lift + strokeLift);
         }
     }
     canvas.colour(curveColour);
