@@ -16,6 +16,9 @@ ensure_packages "${TEST_PACKAGES[@]}" "${PYTHON_PACKAGES[@]}" "${CAD_PACKAGES[@]
 jobs=$(nproc)
 failed=0
 
+# What has been compiled once, here or in another folder, isn't compiled again.
+export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR=/ CCACHE_NOHASHDIR=1
+
 build() { # preset
     echo "== Building: $1"
     cmake --preset "$1" -G Ninja >/dev/null

@@ -3,7 +3,7 @@
 TOOL_PACKAGES=(cmake ninja-build g++ pkg-config libassimp-dev libcgal-dev libcli11-dev nlohmann-json3-dev
                libpugixml-dev libcairo2-dev libpolyclipping-dev zlib1g-dev fonts-dejavu-core python3)
 
-TEST_PACKAGES=("${TOOL_PACKAGES[@]}" clang libclang-rt-dev g++-multilib gfortran binutils valgrind libgtest-dev
+TEST_PACKAGES=("${TOOL_PACKAGES[@]}" ccache clang libclang-rt-dev g++-multilib gfortran binutils valgrind libgtest-dev
                libbenchmark-dev parallel poppler-utils python3-ezdxf)
 
 # Programs that the tests run beside ours; without them the program itself does all but read CAD files.
