@@ -214,6 +214,50 @@ TEST(Cover, PiecesDrapeByThemselvesToWhatTheyAre) {
     EXPECT_NEAR(claimed, lain, 1e-2 * claimed); // butt joints
 }
 
+// On a flat sheet how far the inside of a territory goes along warp and weft, and whether its seed is inside.
+struct Stretch {
+    std::array<double, 2> low{99.0, 99.0};
+    std::array<double, 2> high{-99.0, -99.0};
+    bool holdsSeed = false;
+
+    Stretch(const Territory& territory, const host::Ground& ground) {
+        const double angle = territory.start.angle * std::acos(-1.0) / 180.0;
+        for (std::size_t k = 0; k < territory.vertices.size(); ++k) {
+            if (territory.depths[k] > 0.0F) {
+                const Point& p = ground.mesh.positions[at(territory.vertices[k])];
+                const std::array<double, 2> flat{std::cos(angle) * p[0] + std::sin(angle) * p[1],
+                                                 std::cos(angle) * p[1] - std::sin(angle) * p[0]};
+                for (std::size_t axis = 0; axis < 2; ++axis) {
+                    low[axis] = std::min(low[axis], flat[axis]);
+                    high[axis] = std::max(high[axis], flat[axis]);
+                }
+                holdsSeed = holdsSeed || p == territory.start.seed;
+            }
+        }
+    }
+};
+
+TEST(Cover, AStripOfNarrowClothHoldsItsSeedWhereverThatIs) {
+    Part part(sheet(18, 18, 0.0), 1.0);
+    const std::array<double, 2> most{9.0, 3.5};
+    for (const std::array<double, 2> steps : {std::array<double, 2>{0.75, 0.75}, {1.0, 0.7}, {0.7, 1.0}}) {
+        part.surface.steps = steps;
+        const host::CoverGround cover = host::coverGroundOf(part.surface, part.wishes, most);
+        for (const double x : {-8.0, -5.0, 0.0, 3.0, 8.0}) {
+            for (const double y : {-8.0, -2.0, 0.0, 5.0, 8.0}) {
+                const Territory strip = host::territoryOf(cover, {{{x, y, 0.0}, 20.0}, nullptr, 0});
+                const Stretch stretch(strip, cover.ground);
+                EXPECT_TRUE(stretch.holdsSeed) << x << ' ' << y << ' ' << steps[0];
+                for (std::size_t axis = 0; axis < 2; ++axis) {
+                    const double length = stretch.high[axis] - stretch.low[axis];
+                    EXPECT_LE(length, most[axis]);
+                    EXPECT_GT(length, 0.7 * most[axis]) << x << ' ' << y << ' ' << steps[0];
+                }
+            }
+        }
+    }
+}
+
 TEST(Cover, NoMoreAreChosenThanAreNeeded) {
     const Part part(sheet(20, 10, 0.0), 1.0);
     host::TerritoryPool pool(*part.cover, 0.0);

@@ -23,6 +23,7 @@ using namespace vec;
 namespace {
 
 constexpr double standsOff = 0.5;     // cells between cloth and mould, at most
+constexpr double onSide = 1e-6;       // cells: no farther over a side, a place counts as on it
 constexpr double overRim = 0.6;       // cells that the mould may reach over the last cell at its own edge
 constexpr int longestWalk = 8;        // cells from one vertex to the next
 constexpr double mostStretch = 3.0;   // pattern between neighbouring vertices against the edge between them,
@@ -30,6 +31,7 @@ constexpr double stretchSlack = 0.7;  // and cells beside
 constexpr double withinLimit = 0.999; // of the cloth's width and length, for a piece to stay below them
 constexpr double atEnd = 0.95;        // of the most area, for a strip at an end of the region
 constexpr double pastEnd = 0.2;       // cells
+constexpr double besideSeed = 0.25;   // of the cloth's width, or a cell: no strip ends nearer to the seed
 constexpr int mostTears = 4;
 constexpr double mostGap = 1.0; // cells
 constexpr int smoothings = 4;
@@ -205,19 +207,21 @@ private:
         return rooms;
     }
 
-    // Lower end of the strip `width` wide that holds 0 and the most area; one that begins or ends where the
-    // region does is as good with a little less, as it leaves no narrow rest. `places` rise.
+    // Lower end of the strip `width` wide that holds the places around 0 and the most area; one that begins
+    // or ends where the region does is as good with a little less, as it leaves no narrow rest. `places`
+    // rise.
     double fullestStrip(const std::vector<std::pair<double, double>>& places, double width) const {
+        const double beside = std::min(besideSeed * width, std::max(lattice_.stepA, lattice_.stepB));
         double best = -0.5 * width;
         double most = -1.0;
         double held = 0.0;
         std::size_t end = 0;
-        for (std::size_t first = 0; first < places.size() && places[first].first <= 0.0; ++first) {
+        for (std::size_t first = 0; first < places.size() && places[first].first <= -beside; ++first) {
             const double low = places[first].first;
             for (; end < places.size() && places[end].first <= low + width; ++end) {
                 held += places[end].second;
             }
-            if (low + width > 0.0 && held > most) {
+            if (low + width >= beside && held > most) {
                 most = held;
                 best = low;
             }
@@ -230,7 +234,7 @@ private:
             for (const auto& [x, part] : places) {
                 area += x >= low && x <= low + width ? part : 0.0;
             }
-            if (low < 0.0 && low + width > 0.0 && area > enough) {
+            if (low <= -beside && low + width >= beside && area > enough) {
                 enough = area;
                 best = low;
             }
@@ -257,7 +261,7 @@ private:
             const std::array<double, 4> over{-spot->v, spot->u - 1.0, spot->v - 1.0, -spot->u};
             const auto side =
                 static_cast<std::size_t>(std::max_element(over.begin(), over.end()) - over.begin());
-            if (over[side] > 0.0) {
+            if (over[side] > onSide) {
                 const std::int32_t beyond = lattice_.beyond(cell, side);
                 const bool goesOn = beyond != none && (taken_[at(beyond)] != 0 || touchesMould(beyond));
                 if (goesOn && taken_[at(beyond)] != 0) {
