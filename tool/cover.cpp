@@ -91,6 +91,10 @@ void warnOfSet(const Settings& settings, const PieceSet& set, const Log& log) {
 
 int coverAndTell(const Settings& settings, const Surface& surface,
                  const std::vector<std::int64_t>& faceNumbers, const Log& log, Clock::time_point begin) {
+    {
+        ToldNotes notes(log);
+        tellOfSlenderCells(surface.steps, notes.list());
+    }
     const PieceSet set = searched(settings, surface, log);
     const double wall = std::chrono::duration<double>(Clock::now() - begin).count();
     if (!settings.quiet) {
@@ -99,7 +103,7 @@ int coverAndTell(const Settings& settings, const Surface& surface,
     warnOfSet(settings, set, log);
     log.detail("everything took " + number(wall, 3) + " s");
     if (set.pieces.empty()) {
-        std::cerr << "drape: no piece was found; smaller cells (--step) may drape\n";
+        std::cerr << "drape: no piece was found; smaller cells or cells nearer to square (--step) may drape\n";
         return exitRunEnded;
     }
     CoverScene scene{&set,           surface.mould.get(), {}, coverJson(settings, surface, set, wall),

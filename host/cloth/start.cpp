@@ -208,6 +208,15 @@ std::array<double, 2> stepsFor(const StartWishes& wishes, double area) {
     return {step, step};
 }
 
+void tellOfSlenderCells(const std::array<double, 2>& steps, Notes& notes) {
+    const double ratio = std::max(steps[0], steps[1]) / std::min(steps[0], steps[1]);
+    if (ratio > slenderRatio) {
+        tell(notes, NoteKind::slenderCells,
+             "cells of " + number(steps[0]) + " by " + number(steps[1]) + " are slender (" +
+                 number(ratio, 3) + " to 1); above 1.6 a row that leaves the mould may fold and end the run");
+    }
+}
+
 Choice choiceAt(const Mould& mould, const SurfacePoint& seed, const StartWishes& wishes, double angle,
                 const std::array<double, 2>& steps, Notes& notes) {
     Choice choice;
@@ -224,12 +233,7 @@ Choice choiceAt(const Mould& mould, const SurfacePoint& seed, const StartWishes&
     choice.stepB = steps[1];
     choice.tolerance = wishes.tolerance.value_or(toleranceShare * std::sqrt(steps[0] * steps[1]));
     choice.pivotByGridLine = wishes.pivotByGridLine;
-    const double ratio = std::max(steps[0], steps[1]) / std::min(steps[0], steps[1]);
-    if (ratio > slenderRatio) {
-        tell(notes, NoteKind::slenderCells,
-             "cells of " + number(steps[0]) + " by " + number(steps[1]) + " are slender (" +
-                 number(ratio, 3) + " to 1); above 1.6 a row that leaves the mould may fold and end the run");
-    }
+    tellOfSlenderCells(steps, notes);
     return choice;
 }
 

@@ -62,6 +62,9 @@ double finestOf(const std::array<double, 2>& steps);
 // Cell lengths: as wished, or about 40 cells across a surface of this area.
 std::array<double, 2> stepsFor(const StartWishes& wishes, double area);
 
+// Tells if one side of a cell is so much longer than the other that a row beyond the mould's edge may fold.
+void tellOfSlenderCells(const std::array<double, 2>& steps, Notes& notes);
+
 // Warp is the wanted direction laid into the seed triangle's plane and turned by `angle` degrees about its
 // normal; weft is square to it. Both are unit vectors. Throws InputError (upright) if a direction that was
 // asked for stands upright on the surface there.

@@ -134,9 +134,10 @@ private:
         CoverWishes wishes = coverWishes(ply);
         wishes.share = *ply.pieces;
         wishes.mostPieces = ply.mostPieces.value_or(wishes.mostPieces);
+        tellOfSlenderCells(surface.steps, job.notes);
         PieceSet set = coveredBy(surface, trial, wishes, spreadBy(forEach_), forEach_, nullptr, false);
         if (set.pieces.empty()) {
-            job.trouble = "no piece was found that drapes; smaller cells (step) may";
+            job.trouble = "no piece was found that drapes; smaller cells or cells nearer to square (step) may";
             return;
         }
         if (set.coveredShare < wishes.share) {

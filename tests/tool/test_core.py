@@ -479,6 +479,9 @@ class Start(Case):
         self.assertIn("1.7 to 1", done.stderr)
         _, done = self.choice("--step", "1,1.5")
         self.assertEqual(done.stderr, "")
+        done = self.drape(self.file("m.obj", obj(plate())), "--step", "1,2", "--cover", expect=RUN_ENDED)
+        self.assertIn("2 to 1", done.stderr)
+        self.assertIn("nearer to square", done.stderr)
 
 
 class EndOfRun(Case):
