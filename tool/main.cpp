@@ -36,7 +36,7 @@ namespace {
 using namespace tool;
 
 constexpr std::size_t sweepRowsShown = 10;
-constexpr double wellCovered = 0.85;
+constexpr double wellCovered = 0.95;
 constexpr const char* sweepEnding = ".sweep.csv";
 
 struct Work {
@@ -138,7 +138,11 @@ void warnOfPoorCloth(const Work& work, const Trial& trial) {
         work.log.warn("the flat pattern lies over itself in an area of " + number(m.net.overlapArea) +
                       "; it can't be cut in one piece");
     }
-    if (trial.grid.status == DRAPE_OK && m.coveredShare < wellCovered) {
+    if (trial.grid.status == DRAPE_OK && m.cellsOnSurface == 0) {
+        work.log.warn("no cell of " + number(trial.choice.stepA) + " by " + number(trial.choice.stepB) +
+                      " lies on the mould with all its corners, so the pattern says little; take a smaller "
+                      "--step");
+    } else if (trial.grid.status == DRAPE_OK && m.coveredShare < wellCovered) {
         work.log.warn("the cloth covers only " + number(100.0 * m.coveredShare, 2) +
                       " % of the mould; another seed may reach the rest (--seed, --sweep)" +
                       (trial.mould->loops.size() > 1 ? ", and --fill-holes lets it run on over holes" : ""));

@@ -267,7 +267,8 @@ std::string summaryOf(const Story& story) {
     }
     for (const CurveResult& curve : story.curves) {
         const bool whole = curve.stretches.front().closed;
-        text += line("curve", curve.name + ": " + counted(curve.drawnPoints, "point", "points") + ", " +
+        text += line("curve", curve.name + ": closed line through " +
+                                  counted(curve.drawnPoints, "point", "points") + ", " +
                                   number(lengthOnMould(curve)) + " long on the mould, " +
                                   number(lengthOnPattern(curve)) + " on the pattern" +
                                   (whole ? ""

@@ -342,7 +342,7 @@ std::vector<Ray> raysOf(const DrawnCurve& curve, const Cloth& cloth, Notes& note
     if (away > 0) {
         tell(notes, NoteKind::curveOffSurface,
              counted(away, "point", "points") + " of the curve " + curve.name +
-                 " lie more than a cell off the draped surface");
+                 (away == 1 ? " lies" : " lie") + " more than a cell off the draped surface");
     }
     return rays;
 }

@@ -16,7 +16,7 @@ from moulds import cup, obj, plate
 from readers import Gltf, Svg, dxf_entities, dxf_header, pdf_words, png_pixels
 
 INK, CURVE = (0.10, 0.12, 0.15), (0.85, 0.10, 0.40)
-ROOM, TALLEST, EDGE, CAPTION, LOWEST = 990.0, 760.0, 30.0, 116.0, 420.0  # pixels of a picture
+ROOM, TALLEST, EDGE, CAPTION, LOWEST = 990.0, 760.0, 30.0, 136.0, 420.0  # pixels of a picture
 MARGIN, LEGEND = 10.0, 42.0  # millimetres of a page at 1:1, before it grows with large patterns
 
 
@@ -237,7 +237,8 @@ class Drawings(Drapes):
         self.assertEqual([e["points"] for e in by("CUT")], [e["points"] for e in by("NET") + by("HOLE")])
         self.assertEqual([e["words"] for e in by("TEXT")], [
             "Ply sheet", "THIS SIDE UP: away from the mould, towards +z",
-            f"warp at {drape.report['choice']['plyAngle']:.4g} degrees from the rosette, anticlockwise seen from this side",
+            f"warp at {drape.report['choice']['plyAngle']:.4g} degrees from the rosette ({', '.join(f'{x:.4g}' for x in drape.report['choice']['rosette'])}), "
+            "anticlockwise seen from this side",
             f"mould sheet.obj, 1 unit = {mm:.4g} mm"])
 
     def check_loops(self, name, drape, loops):
@@ -274,7 +275,7 @@ class Drawings(Drapes):
                                  (name, len(points), True, 1))
                 self.assertAlmostEqual(told["lengthOnPattern"], closed(math.dist, [row[3:] for row in rows]), 6)
                 self.assertAlmostEqual(told["lengthOnMould"], closed(math.dist, nodes), delta=0.01)
-                self.assertIn(f"curve     {name}: {len(points)} points, {told['lengthOnMould']:.4g} long on the mould, "
+                self.assertIn(f"curve     {name}: closed line through {len(points)} points, {told['lengthOnMould']:.4g} long on the mould, "
                               f"{told['lengthOnPattern']:.4g} on the pattern", drape.stdout)
 
     def page(self, name, drape):
@@ -394,6 +395,13 @@ class Drawings(Drapes):
         seed = scaled(self.page(name, drape)[2], points)
         self.assertTrue(where["warp"][0] > seed[0] and abs(where["warp"][1] + where["warp"][3] - 2 * seed[1]) < 12 * growth)
         self.assertTrue(where["weft"][3] < seed[1] and abs(where["weft"][0] + where["weft"][2] - 2 * seed[0]) < 12 * growth)
+        # The rosette's 0, where the warp isn't at 0 itself, is the warp's angle clockwise from it.
+        angle = drape.report["choice"]["plyAngle"]
+        zeros = [box for word, *box in words if word == "0°" and box[3] < (size[1] - 30 * growth) * points]
+        self.assertEqual(len(zeros), 0 if angle == 0 else 1)
+        for box in zeros:
+            x, y = (box[0] + box[2]) / 2 - seed[0], seed[1] - (box[1] + box[3]) / 2
+            self.assertLess(abs(math.remainder(math.degrees(math.atan2(y, x)) + angle, 360)), 12)
         # The bar to check a print against is as long as it says, a round length up to half the page.
         drawing = Svg(drape.path["pattern.svg"])
         bars = [s for s in drawing.shapes if s["stroke"] and len(s["parts"]) == 3 and near(s["stroke"], INK, 1e-3)]
@@ -447,7 +455,8 @@ class Drawings(Drapes):
 
     def view(self, drape):
         """The view from its description: 28 degrees beside the longer axis of the mould, 38 above its level. Above is
-        where the mould faces, or the cloth at the seed if the mould closes around itself, but not far below."""
+        where the mould faces, or the cloth at the seed if the mould closes around itself, but not far below. Of the
+        sides before and behind, that one is taken from where nothing hides the seed."""
         mould = drape.mould
         above = add(*(scaled(n, a) for n, a in zip(mould.normals, mould.areas)))
         above = unit(above if math.hypot(*above) > 0.1 * mould.area else drape.grid.normal[0])
@@ -464,8 +473,9 @@ class Drawings(Drapes):
         most, least = moment(longest), moment(cross(above, longest))
         sign = longest[0] if abs(longest[0]) > 1e-6 else longest[1] + longest[2]
         across = level if most - least < 0.1 * (most + least) else scaled(longest, math.copysign(1, sign))
-        right = model.turned(across, above, 28)
-        eye = add(scaled(above, math.sin(math.radians(38))), scaled(cross(right, above), math.cos(math.radians(38))))
+        sides = [model.turned(across, above, turn) for turn in (28, -28, 208, 152)]
+        eyes = [add(scaled(above, math.sin(math.radians(38))), scaled(cross(r, above), math.cos(math.radians(38)))) for r in sides]
+        right, eye = next(((r, e) for r, e in zip(sides, eyes) if self.shows_seed(drape, e)), (sides[0], eyes[0]))
         up = cross(eye, right)
         xs, ys = ([dot(p, axis) for p in mould.points] for axis in (right, up))
         scale = min(ROOM / (max(xs) - min(xs)), TALLEST / (max(ys) - min(ys)))
@@ -474,6 +484,19 @@ class Drawings(Drapes):
         corner = math.floor(EDGE + (ROOM - size[0]) / 2), math.floor(EDGE + (inner - size[1]) / 2)
         see = lambda p: (corner[0] + scale * (dot(p, right) - min(xs)), corner[1] + scale * (max(ys) - dot(p, up)))
         return see, scale, (right, up, eye), (1200, math.ceil(inner + 2 * EDGE + CAPTION))
+
+    def shows_seed(self, drape, eye):
+        """Whether the seed isn't seen edge on and no triangle stands between it and the eye."""
+        seed, clear = drape.grid.position[0], 5e-3 * math.sqrt(drape.mould.area)
+        for a, b, c in drape.mould.corners:
+            normal = cross(sub(b, a), sub(c, a))
+            slope = dot(eye, normal)
+            way = dot(sub(a, seed), normal) / slope if slope else 0.0
+            at = add(seed, scaled(eye, way))
+            turns = [dot(cross(sub(q, p), sub(at, p)), normal) for p, q in ((a, b), (b, c), (c, a))]
+            if way > clear and min(turns) >= 0.0:
+                return False
+        return abs(dot(drape.grid.normal[0], eye)) > 0.15
 
     @of_each
     def test_words_are_in_ink_but_for_one_line(self, name, drape):
@@ -560,13 +583,16 @@ class Drawings(Drapes):
                 ("wall", [(0.2 * x * y / 6, 0.6 * x, 1.5 * y) for x, y, _ in flat], faces, ()),
                 ("beam", [(0.1 * y, 2.0 * x, y) for x, y, _ in flat], faces, ("--side", "-1,0,0")),
                 ("below", [(0.7 * x, y, 0.3 * x + 0.02 * y * y) for x, y, _ in flat], faces, ("--side", "0,0,-1")),
+                ("roof", [(x, y, -1.2 * abs(y - 3.0)) for x, y, _ in flat], faces, ("--seed", "2.6,4.7,-2.04")),
                 ("tube", band, [f[::-1] for f in rolled], ("--seed", "2,2,2.2", "--max-nodes", "60"))):
             with self.subTest(name):
                 mesh = self.folder / f"{name}.obj"
                 mesh.write_text(obj((points, these)))
                 drape = Drape(self.folder, mesh, "--step", "1", *words, outputs=("svg", "dxf"), stem=name,
                               expect=4 if name == "tube" else 0)
-                see, scale, _, size = self.view(drape)
+                see, scale, (_, _, eye), size = self.view(drape)
+                if name == "roof":
+                    self.assertTrue(self.shows_seed(drape, eye))
                 drawing = Svg(drape.path["svg"])
                 self.assertEqual(tuple(float(re.match(r"[\d.]+", s)[0]) for s in drawing.size), size)
                 # Corners of the mould and of cells, or on the lines at which cells are cut.

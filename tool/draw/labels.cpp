@@ -33,8 +33,15 @@ std::string sideLabel(const Scene& scene) {
 }
 
 std::string angleLabel(const Scene& scene) {
-    return "warp at " + number(plyAngle(*scene.choice)) +
-           " degrees from the rosette, anticlockwise seen from this side";
+    return "warp at " + number(plyAngle(*scene.choice)) + " degrees from the rosette " +
+           pointText(scene.choice->rosette) + ", anticlockwise seen from this side";
+}
+
+std::string sizeLabel(const Scene& scene) {
+    const double mm = scene.millimetresPerUnit;
+    const auto& e = scene.measures->net.extent;
+    return "net " + number((e[2] - e[0]) * mm) + " × " + number((e[3] - e[1]) * mm) + " mm" +
+           (scene.cut->allowance > 0.0 ? " + allowance " + number(scene.cut->allowance * mm) + " mm" : "");
 }
 
 std::string mouldLabel(const Scene& scene) {

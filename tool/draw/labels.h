@@ -18,8 +18,11 @@ std::string plyTitle(const Scene& scene);
 // "THIS SIDE UP: ..."
 std::string sideLabel(const Scene& scene);
 
-// "warp at 30 degrees from the rosette, ..."
+// "warp at 30 degrees from the rosette (1, 0, 0), ..."
 std::string angleLabel(const Scene& scene);
+
+// "net 437.7 × 281.2 mm + allowance 15 mm"
+std::string sizeLabel(const Scene& scene);
 
 // "mould part.stl, 1 unit = 25.4 mm"
 std::string mouldLabel(const Scene& scene);

@@ -23,7 +23,7 @@ constexpr double margin = 30.0;
 constexpr double barSpace = 120.0;
 constexpr double tallestMould = 760.0;
 constexpr double lowestPage = 420.0;
-constexpr double captionSpace = 116.0;
+constexpr double captionSpace = 136.0;
 constexpr double textSize = 17.0;
 
 constexpr double fibreSpacing = 5.0;        // pixels, at least
@@ -31,6 +31,7 @@ constexpr std::size_t mostPolygons = 60000; // in a vector file; beyond this its
 constexpr double creaseCosine = 0.77; // triangles that meet at more than about 40 degrees keep their edge
 constexpr double clothLift = 0.15;    // of cloth over the mould, in cells: chords cut into a convex mould
 constexpr double strokeLift = 2.0;    // of lines over what they lie on, in pixels
+constexpr double hiddenSeed = 0.45;   // opacity
 constexpr Colour mouldColour{0.74, 0.75, 0.77};
 constexpr Colour warningColour{0.75, 0.05, 0.10};
 
@@ -270,11 +271,14 @@ void drawWarpArrow(Canvas& canvas, const Stage& stage, const Seen& seed) {
     cairo_stroke_preserve(canvas.cairo());
     canvas.colour(ink);
     cairo_fill(canvas.cairo());
-    canvas.text(tip[0] + 10.0 * ux - 6.0, tip[1] + 14.0 * uy - 6.0, 0.85 * textSize, "warp");
+    const double aside = ux < 0.0 ? -1.0 : 1.0;
+    canvas.text(tip[0] + 10.0 * ux - 6.0 * aside, tip[1] + 14.0 * uy - 6.0, 0.85 * textSize, "warp",
+                ux < 0.0 ? Align::right : Align::left);
 }
 
-// Everything that lies in the mould's own pixels; the canvas stands at their corner.
-void drawScene(Canvas& canvas, const Stage& stage, bool asImage) {
+// Everything that lies in the mould's own pixels; the canvas stands at their corner. Returns whether the seed
+// is seen; one that is hidden is drawn pale.
+bool drawScene(Canvas& canvas, const Stage& stage, bool asImage) {
     const int width = std::max(1, static_cast<int>(std::ceil(stage.view.width)));
     const int height = std::max(1, static_cast<int>(std::ceil(stage.view.height)));
     DepthImage image(width, height, stage.view);
@@ -289,17 +293,25 @@ void drawScene(Canvas& canvas, const Stage& stage, bool asImage) {
     }
     drawFibres(canvas, stage, image);
     drawOutlines(canvas, stage, image);
-    if (stage.scene.grid->count > 0) {
-        const Seen seed = stage.view.see(nodePosition(*stage.scene.grid, 0));
-        if (image.sees(seed, stage.lift + 2.0 * strokeLift)) {
-            drawWarpArrow(canvas, stage, seed);
-            drawSeedMark(canvas, seed.x, seed.y, 6.5);
-        }
+    if (stage.scene.grid->count == 0) {
+        return true;
     }
+    const Seen seed = stage.view.see(nodePosition(*stage.scene.grid, 0));
+    const bool isSeen = image.sees(seed, stage.lift + 2.0 * strokeLift);
+    if (!isSeen) {
+        cairo_push_group(canvas.cairo());
+    }
+    drawWarpArrow(canvas, stage, seed);
+    drawSeedMark(canvas, seed.x, seed.y, 6.5);
+    if (!isSeen) {
+        cairo_pop_group_to_source(canvas.cairo());
+        cairo_paint_with_alpha(canvas.cairo(), hiddenSeed);
+    }
+    return isSeen;
 }
 
-void drawCaption(Canvas& canvas, const Stage& stage, double height) {
-    const double line = height - margin - 2.6 * textSize;
+void drawCaption(Canvas& canvas, const Stage& stage, double height, bool isSeedSeen) {
+    const double line = height - margin - 3.8 * textSize;
     const double perPixel = stage.scene.millimetresPerUnit / stage.view.scale;
     const double bar = roundLength(0.25 * pageWidth * perPixel);
     drawScaleBar(canvas, margin, line, bar / perPixel, bar, textSize);
@@ -308,15 +320,16 @@ void drawCaption(Canvas& canvas, const Stage& stage, double height) {
     canvas.text(pageWidth - margin, line + 0.3 * textSize, textSize, captionOf(stage.scene), Align::right);
     canvas.colour(warning.empty() ? paleInk : warningColour);
     canvas.text(pageWidth - margin, line + 1.7 * textSize, 0.85 * textSize,
-                warning.empty() ? "ring: seed   heavy lines: warp (arrow) and weft through the seed" +
+                warning.empty() ? std::string(isSeedSeen ? "ring: seed" : "pale ring: seed, hidden") +
+                                      "   heavy lines: warp (arrow) and weft through the seed" +
                                       std::string(stage.scene.curves.empty() ? "" : "   red: curve")
                                 : warning,
                 Align::right);
     canvas.colour(ink);
     canvas.textWithin(margin, line + 3.0 * textSize, 0.85 * textSize, pageWidth - 2.0 * margin,
-                      plyTitle(stage.scene) + ", " + mouldLabel(stage.scene) +
-                          "   The cloth lies on the side " + stage.scene.side + "; " +
-                          angleLabel(stage.scene));
+                      plyTitle(stage.scene) + ", " + mouldLabel(stage.scene));
+    canvas.textWithin(margin, line + 4.2 * textSize, 0.85 * textSize, pageWidth - 2.0 * margin,
+                      "The cloth lies on the side " + stage.scene.side + "; " + angleLabel(stage.scene));
 }
 
 Stage stageOf(const Scene& scene, double width, double height) {
@@ -354,7 +367,7 @@ std::string mouldPicture(const Scene& scene, Drawing drawing) {
     cairo_save(canvas.cairo());
     cairo_translate(canvas.cairo(), std::floor(margin + 0.5 * (room - view.width)),
                     std::floor(margin + 0.5 * (inner - view.height)));
-    drawScene(canvas, stage, canvas.isImage());
+    const bool isSeedSeen = drawScene(canvas, stage, canvas.isImage());
     cairo_restore(canvas.cairo());
     if (!scene.measures->cells.empty()) {
         const double left = pageWidth - margin - barSpace + 40.0;
@@ -364,7 +377,7 @@ std::string mouldPicture(const Scene& scene, Drawing drawing) {
         canvas.text(left, top - 1.0 * textSize, textSize, "shear");
         drawColourBar(canvas, {left, top, 24.0, bar}, stage.scale, textSize);
     }
-    drawCaption(canvas, stage, height);
+    drawCaption(canvas, stage, height, isSeedSeen);
     return canvas.bytes();
 }
 

@@ -1,6 +1,7 @@
 // "Above" is the mean normal of the mould, or the normal at the seed where the mould closes around itself.
 // The mould is turned so that its longer principal axis runs across the picture, then the eye is moved aside
-// and lowered: depth shows best when no principal direction points along the view.
+// and lowered: depth shows best when no principal direction points along the view. Of four such sides that
+// one is taken from which the seed can be seen.
 #include "tool/draw/mould_view.h"
 
 #include "host/cloth/grid.h"
@@ -16,6 +17,9 @@ namespace {
 
 constexpr double degree = std::numbers::pi / 180.0;
 constexpr double sideways = 28.0 * degree;
+constexpr double turns[] = {sideways, -sideways, std::numbers::pi + sideways, std::numbers::pi - sideways};
+constexpr double leastFacing = 0.15; // cosine between the eye and the seed's normal, for it to be seen
+constexpr double hidingShare = 5e-3; // of the mould's size by which what hides the seed stands before it
 constexpr double elevation = 38.0 * degree;
 
 struct Moments {
@@ -91,6 +95,39 @@ Point chooseAcross(const Mould& mould, const Moments& moments, const Point& abov
     return vec::scale(across, sign < 0.0 ? -1.0 : 1.0);
 }
 
+// Whether no triangle stands between the eye and the seed.
+bool showsSeed(const MouldView& view, const Mould& mould, const Grid& grid, double area) {
+    const Seen seed = view.see(nodePosition(grid, 0));
+    const double before = seed.near + hidingShare * std::sqrt(area);
+    const auto covers = [&](std::size_t t) {
+        const std::array<Seen, 3> s{view.see(mould.corner(t, 0)), view.see(mould.corner(t, 1)),
+                                    view.see(mould.corner(t, 2))};
+        if (!(std::max({s[0].near, s[1].near, s[2].near}) > before)) {
+            return false;
+        }
+        std::array<double, 3> parts{}; // of the triangle as seen, across from each corner
+        for (std::size_t k = 0; k < 3; ++k) {
+            const Seen& a = s[(k + 1) % 3];
+            const Seen& b = s[(k + 2) % 3];
+            parts[k] = (a.x - seed.x) * (b.y - seed.y) - (a.y - seed.y) * (b.x - seed.x);
+        }
+        const double sum = parts[0] + parts[1] + parts[2];
+        const auto [least, most] = std::minmax_element(parts.begin(), parts.end());
+        return sum != 0.0 && *least * *most >= 0.0 &&
+               (parts[0] * s[0].near + parts[1] * s[1].near + parts[2] * s[2].near > before * sum) ==
+                   (sum > 0.0);
+    };
+    if (!(std::abs(vec::dot(nodeNormal(grid, 0), view.toEye)) > leastFacing)) {
+        return false;
+    }
+    for (std::size_t t = 0; t < mould.triangleCount(); ++t) {
+        if (covers(t)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void fit(MouldView& view, const Mould& mould, double width, double height) {
     Box2 box;
     for (const Point& position : mould.positions) {
@@ -123,12 +160,22 @@ MouldView chooseView(const Mould& mould, const Grid& grid, double width, double 
     const Point above = chooseAbove(mould, grid, moments);
     const Point across = chooseAcross(mould, moments, above);
     const Point back = vec::cross(above, across);
-    MouldView view;
-    view.right = vec::add(vec::scale(across, std::cos(sideways)), vec::scale(back, std::sin(sideways)));
-    const Point ahead = vec::cross(above, view.right); // level, away from the eye
-    view.toEye =
-        vec::subtract(vec::scale(above, std::sin(elevation)), vec::scale(ahead, std::cos(elevation)));
-    view.up = vec::cross(view.toEye, view.right);
+    const auto turned = [&](double turn) {
+        MouldView view;
+        view.right = vec::add(vec::scale(across, std::cos(turn)), vec::scale(back, std::sin(turn)));
+        const Point ahead = vec::cross(above, view.right); // level, away from the eye
+        view.toEye =
+            vec::subtract(vec::scale(above, std::sin(elevation)), vec::scale(ahead, std::cos(elevation)));
+        view.up = vec::cross(view.toEye, view.right);
+        return view;
+    };
+    MouldView view = turned(turns[0]);
+    if (grid.count > 0) {
+        const auto* shown = std::find_if(std::begin(turns), std::end(turns), [&](double turn) {
+            return showsSeed(turned(turn), mould, grid, moments.area);
+        });
+        view = turned(shown == std::end(turns) ? turns[0] : *shown);
+    }
     fit(view, mould, width, height);
     return view;
 }

@@ -22,8 +22,9 @@ struct MouldView {
     Seen see(const Point& point) const;
 };
 
-// A view from obliquely above the draped side with the longer side of the mould running across, fitted into
-// at most `width` by `height` pixels with its corner at 0, 0.
+// A view from obliquely above the draped side with the longer side of the mould running across, from where
+// the seed can be seen if there is such a place, fitted into at most `width` by `height` pixels with its
+// corner at 0, 0.
 MouldView chooseView(const Mould& mould, const Grid& grid, double width, double height);
 
 } // namespace tool

@@ -22,8 +22,10 @@ constexpr std::size_t mostRectangles = 40000; // beyond this, neighbouring cells
 constexpr double mostFibres = 220.0;          // of one family across the page
 constexpr double textSize = 3.6;              // millimetres, as are all lengths below, before they grow
 constexpr double arrowReach = 14.0;
-constexpr double leastForSeed = 70.0; // of a pattern below which the seed's arrows and words shrink with it
-constexpr double yarnShare = 0.08;    // of the spacing of the yarns that are drawn, at most as wide
+constexpr double alongWarp = 0.1;      // degrees up to which the rosette isn't drawn beside the warp
+constexpr double leastOffArrow = 28.0; // degrees between an arrow and the rosette's 0
+constexpr double leastForSeed = 70.0;  // of a pattern below which the seed's arrows and words shrink with it
+constexpr double yarnShare = 0.08;     // of the spacing of the yarns that are drawn, at most as wide
 constexpr Colour overlapColour{0.90, 0.0, 0.85}; // of no shear
 constexpr double overlapRim = 0.6;
 constexpr Colour seamColour{0.0, 0.50, 0.15};
@@ -283,6 +285,23 @@ void drawArrow(Canvas& canvas, const FlatPoint& from, double dx, double dy) {
     cairo_fill(canvas.cairo());
 }
 
+// Where angles count from. Its 0 keeps off the arrows of warp and weft, whose words stand at their tips.
+void drawRosette(Canvas& canvas, const FlatPoint& seed, double turn, double reach, double size) {
+    const auto towards = [&](double degrees, double length) {
+        const double radians = degrees * std::numbers::pi / 180.0;
+        return FlatPoint{seed[0] + length * std::cos(radians), seed[1] - length * std::sin(radians)};
+    };
+    canvas.path({seed, towards(turn, reach)}, false);
+    canvas.stroke(0.02 * reach);
+    double word = turn;
+    for (const double arrow : {0.0, 90.0}) {
+        const double off = std::remainder(turn - arrow, 360.0);
+        word = std::abs(off) < leastOffArrow ? arrow + std::copysign(leastOffArrow, off) : word;
+    }
+    const FlatPoint at = towards(word, reach + 0.6 * size);
+    canvas.text(at[0], at[1] + 0.35 * size, 0.85 * size, "0°", Align::centre);
+}
+
 void drawSeed(Canvas& canvas, const Placement& page, const Scene& scene) {
     const FlatPoint seed = page.place({0.0, 0.0});
     const double span = spanOn(page, scene);
@@ -294,8 +313,15 @@ void drawSeed(Canvas& canvas, const Placement& page, const Scene& scene) {
     drawArrow(canvas, seed, 0.0, -reach);
     canvas.text(seed[0] + reach + 0.3 * size, seed[1] + 0.35 * size, size, "warp");
     canvas.text(seed[0], seed[1] - reach - 0.4 * size, size, "weft", Align::centre);
-    canvas.text(seed[0] + 0.8 * size, seed[1] + 1.6 * size, size, scene.ply);
-    canvas.text(seed[0] + 0.8 * size, seed[1] + 2.9 * size, size, "this side up");
+    const double turn = std::remainder(-plyAngle(*scene.choice), 360.0); // from the warp to the rosette
+    if (std::abs(turn) > alongWarp) {
+        drawRosette(canvas, seed, turn, 0.7 * reach, size);
+    }
+    const bool isRosetteBelow = turn < -alongWarp && turn > -90.0;
+    const double side = isRosetteBelow ? -1.0 : 1.0;
+    const Align align = isRosetteBelow ? Align::right : Align::left;
+    canvas.text(seed[0] + side * 0.8 * size, seed[1] + 1.6 * size, size, scene.ply, align);
+    canvas.text(seed[0] + side * 0.8 * size, seed[1] + 2.9 * size, size, "this side up", align);
     drawSeedMark(canvas, seed[0], seed[1], 1.6 * growth);
 }
 

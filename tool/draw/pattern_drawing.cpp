@@ -71,13 +71,6 @@ Page layOut(const Scene& scene, Drawing drawing) {
     return page;
 }
 
-std::string sizeText(const Scene& scene) {
-    const double mm = scene.millimetresPerUnit;
-    const auto& e = scene.measures->net.extent;
-    return "net " + number((e[2] - e[0]) * mm) + " × " + number((e[3] - e[1]) * mm) + " mm" +
-           (scene.cut->allowance > 0.0 ? " + allowance " + number(scene.cut->allowance * mm) + " mm" : "");
-}
-
 std::string overlapKey(const Scene& scene) {
     return liesOverItself(scene.measures->net) ? "Magenta: the pattern lies over itself. " : "";
 }
@@ -100,7 +93,7 @@ void drawLegend(Canvas& canvas, const Page& page, const Scene& scene, const Shea
     double line = page.legendTop + size;
     canvas.colour(ink);
     canvas.textWithin(left, line, size, room,
-                      plyTitle(scene) + "   " + sizeText(scene) + "   " + captionOf(scene));
+                      plyTitle(scene) + "   " + sizeLabel(scene) + "   " + captionOf(scene));
     line += 1.45 * size;
     canvas.textWithin(left, line, 0.85 * size, room, sideLabel(scene) + "   " + angleLabel(scene));
     line += 1.35 * size;

@@ -98,7 +98,7 @@ bool isUsed(const Scene& scene, const Tiles& tiles, std::size_t row, std::size_t
     return meets || inside;
 }
 
-void drawCross(Canvas& canvas, double x, double y, const std::string& name) {
+void drawCross(Canvas& canvas, double x, double y, const std::string& name, Align align = Align::left) {
     canvas.path({{x - crossSize, y}, {x + crossSize, y}}, false);
     canvas.path({{x, y - crossSize}, {x, y + crossSize}}, false);
     canvas.colour({1.0, 1.0, 1.0});
@@ -106,10 +106,11 @@ void drawCross(Canvas& canvas, double x, double y, const std::string& name) {
     cairo_stroke_preserve(canvas.cairo());
     canvas.colour(ink);
     canvas.stroke(0.25);
-    canvas.text(x + 0.6, y - 0.8, 2.2, name);
+    canvas.text(x + (align == Align::right ? -0.6 : 0.6), y - 0.8, 2.2, name, align);
 }
 
-// The crosses that a sheet shares with those around it.
+// The crosses that a sheet shares with those around it. A name stands on the sheet's side of its cross, so
+// that it isn't cut off along the frame.
 void drawJoins(Canvas& canvas, const Tiles& tiles, std::size_t row, std::size_t column) {
     for (const double part : {0.2, 0.5, 0.8}) {
         const double y = margin + part * tiles.height;
@@ -118,7 +119,8 @@ void drawJoins(Canvas& canvas, const Tiles& tiles, std::size_t row, std::size_t 
             if (after ? column + 1 < tiles.columns : column > 0) {
                 const std::size_t left = after ? column : column - 1;
                 drawCross(canvas, margin + (after ? tiles.stepX() : 0.0) + 0.5 * overlap, y,
-                          nameOf(row, left) + "-" + nameOf(row, left + 1));
+                          nameOf(row, left) + "-" + nameOf(row, left + 1),
+                          after ? Align::right : Align::left);
             }
             if (after ? row + 1 < tiles.rows : row > 0) {
                 const std::size_t upper = after ? row : row - 1;
@@ -158,7 +160,10 @@ void drawMap(Canvas& canvas, const Scene& scene, const Tiles& tiles, const Shear
                       plyTitle(scene) + " on " + counted(used.size(), "sheet", "sheets"));
     line += 0.6 * textSize;
     const std::vector<std::string> lines{
-        sideLabel(scene), angleLabel(scene), mouldLabel(scene),
+        sizeLabel(scene),
+        sideLabel(scene),
+        angleLabel(scene),
+        mouldLabel(scene),
         "Print at 100 %, not fitted to the page, and check the bar below. Cut each sheet along its frame on",
         "two sides, and lay the sheets so that crosses of the same name come to lie on each other."};
     for (const std::string& words : lines) {

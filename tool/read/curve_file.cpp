@@ -166,6 +166,9 @@ DrawnCurve readCurve(const std::string& path) {
         if (curve.points.empty()) {
             throw InputError("it holds no points");
         }
+        if (curve.points.size() == 1) {
+            throw InputError("it holds one point, which is no line");
+        }
         return curve;
     } catch (const InputError& error) {
         throw InputError("can't read the curve " + path + ": " + error.what());

@@ -96,6 +96,9 @@ public:
             grid.numbers = numbersOf(piece.child("CellData"));
         } else if (const auto polygons = root_.child("PolyData")) {
             const auto piece = onlyPiece(polygons);
+            if (piece.attribute("NumberOfStrips").as_llong() > 0) {
+                throw InputError("its triangle strips aren't read; write the mesh with polygons alone");
+            }
             grid.coordinates = reals(piece.child("Points").child("DataArray"));
             grid.connectivity = wholes(named(piece.child("Polys"), "connectivity"));
             grid.ends = wholes(named(piece.child("Polys"), "offsets"));
