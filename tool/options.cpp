@@ -254,9 +254,10 @@ void addOutputOptions(CLI::App& app, Settings& settings, Texts& texts) {
         ->type_name("FILE")
         ->take_all()
         ->group(group);
-    app.add_option(
-           "--curve", settings.curves,
-           "Closed curve to carry onto the pattern: x y z per line, or lines of an OBJ file; can be repeated")
+    app.add_option("--curve", settings.curves,
+                   "Closed curve to carry onto the pattern: x y z per line, the last joined to the first, or "
+                   "lines of an "
+                   "OBJ file; can be repeated")
         ->type_name("FILE")
         ->take_all()
         ->group(group);

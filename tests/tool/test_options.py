@@ -132,6 +132,8 @@ class Words(Case):
                           done.stderr)
             self.assertEqual("and --fill-holes lets it run on" in done.stderr.split("covers only")[1], hint)
         self.assertNotIn("covers only", self.say(plate(6), "--step", "1"))
+        for step, told in (("4", False), ("13", True)):
+            self.assertEqual(f"no cell of {step} by {step} lies on the mould" in self.say(plate(6), "--step", step), told)
         mesh = cup(1.0, 16, 6, 6)
         said = self.say(mesh, "--seed", "0.9,0.2,-0.4", "--step", "0.2")
         report, _ = self.report("m.obj", "--seed", "0.9,0.2,-0.4", "--step", "0.2", expect=None)
@@ -277,7 +279,7 @@ class Curves(Case):
                            ("1 2 3 0 0 1\n4 5 6 0 0 x\n", "line 2 isn't"), ("v 0 0 0\nv 1 0 0\nl 1 3\n", "line 3 names a vertex"),
                            ("v 0 0 0\nl 1 0\n", "line 2 names"), ("v 0 0 0\nl 1 -2\n", "line 2 names"),
                            ("v 0 0 0\nv 1 0 0\nv 2 0 0\nv 3 0 0\nl 1 2\nl 1 3\nl 1 4\n", "branch at vertex 1"),
-                           ("\n# nothing\n", "it holds no points"),
+                           ("\n# nothing\n", "it holds no points"), ("1 2 0\n1 2 0\n", "it holds one point"),
                            ("v 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nl 1 2\nl 3 4\n", "more than one curve")):
             done = self.drape(mesh, "--curve", self.file("c.obj", text), expect=INPUT)
             self.assertIn(told, done.stderr)
