@@ -103,7 +103,8 @@ int coverAndTell(const Settings& settings, const Surface& surface,
     warnOfSet(settings, set, log);
     log.detail("everything took " + number(wall, 3) + " s");
     if (set.pieces.empty()) {
-        std::cerr << "drape: no piece was found; smaller cells or cells nearer to square (--step) may drape\n";
+        std::cerr
+            << "drape: no piece was found; smaller cells or cells nearer to square (--step) may drape\n";
         return exitRunEnded;
     }
     CoverScene scene{&set,           surface.mould.get(), {}, coverJson(settings, surface, set, wall),
@@ -112,8 +113,7 @@ int coverAndTell(const Settings& settings, const Surface& surface,
     for (const CoverPiece& piece : set.pieces) {
         cuts.push_back(cutLinesOf(piece.drape.measures.net, settings.allowance));
         for (const std::string& remark : cuts.back().remarks) {
-            log.warn("piece " + std::to_string(cuts.size()) + ": the cut line with an allowance of " +
-                     number(settings.allowance) + ": " + remark);
+            log.warn("piece " + std::to_string(cuts.size()) + ": " + nameOf(cuts.back()) + ": " + remark);
         }
     }
     for (std::size_t p = 0; p < set.pieces.size(); ++p) {

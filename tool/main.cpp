@@ -172,7 +172,7 @@ void warnOfChords(const Work& work, const Story& story) {
 // What the allowance makes of the shape, and a size that tells of another unit, is said beside being drawn.
 void warnOfPattern(const Work& work, const Trial& trial, const CutLines& cut) {
     for (const std::string& remark : cut.remarks) {
-        work.log.warn("the cut line with an allowance of " + number(cut.allowance) + ": " + remark);
+        work.log.warn(nameOf(cut) + ": " + remark);
     }
     constexpr double least = 5.0; // millimetres
     constexpr double most = 2.0e4;

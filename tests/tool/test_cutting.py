@@ -127,6 +127,22 @@ class Cutting(Case):
         for words in (("--allowance", "-1"), ("--allowance", "x"), ("--paper", "A5"), ("--paper", "10,10"), ("--paper", "300")):
             self.drape(self.folder / "part.obj", *words, expect=USAGE)
 
+    def test_a_knot_of_the_net_line_is_not_cut(self):
+        points, faces = plate(40)
+        waves = [(x, y, 1.5 * math.sin(0.8 * x) * math.cos(0.8 * y)) for x, y, _ in points]
+        report, done, loops = self.cut((waves, faces), "--seed", "20.3,20.2,0", "--within", "6", "--step", "2")
+        turn = lambda p, q, r: (q[0] - p[0]) * (r[1] - p[1]) - (q[1] - p[1]) * (r[0] - p[0])
+        def knots(loop):
+            sides = list(zip(loop, loop[1:] + loop[:1]))
+            return sum(turn(a, b, c) * turn(a, b, d) < 0 and turn(c, d, a) * turn(c, d, b) < 0
+                       for k, (a, b) in enumerate(sides) for c, d in sides[:k])
+        (net,), (cut,) = loops["NET"], loops["CUT"]
+        self.assertEqual((knots(net), knots(cut)), (1, 0))
+        self.assertTrue(0.0 < flat_area(cut) - flat_area(net) < 1e-4 * flat_area(net))
+        self.assertAlmostEqual(report["cut"]["area"], flat_area(cut), 6)
+        self.assertLess(max(distance_to([net], p) for p in cut), 1e-6)
+        self.assertIn("the cut line: it leaves out 1 knot", done.stderr)
+
     def test_sheets_join_to_the_whole(self):
         long = [(x, 0.4 * y, z) for x, y, z in plate(12)[0]], plate(12)[1]
         mesh = self.file("part.obj", obj(long))

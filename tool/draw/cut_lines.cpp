@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <clipper.hpp>
 #include <cmath>
+#include <optional>
 
 namespace tool {
 namespace {
@@ -19,6 +20,8 @@ constexpr double closedArea = 0.1;      // of the allowance squared: a notch tha
 constexpr double leastLeft = 0.1;       // of the allowance: half the width of what is left of a hole
 constexpr double buriedLength = 6.0;    // of the allowance: along a slit whose sides run together
 constexpr double sharpestCorner = 10.0; // limit of mitres, of the allowance
+constexpr std::size_t longestKnot = 64; // points of a line between its crossing itself and coming back
+constexpr double largestKnot = 1e-4;    // of a loop's area
 constexpr std::size_t mostSamples = 3000; // of a loop, to look for buried stretches
 
 struct Scale {
@@ -186,21 +189,76 @@ std::vector<std::string> remarksOn(const NetPattern& net, const ClipperLib::Path
     return remarks;
 }
 
+// Where two lines cross each other, off their ends.
+std::optional<FlatPoint> crossing(const FlatPoint& a, const FlatPoint& b, const FlatPoint& c,
+                                  const FlatPoint& d) {
+    const double toC = signedArea({a, b, c});
+    const double toD = signedArea({a, b, d});
+    if (!(toC * toD < 0.0) || !(signedArea({c, d, a}) * signedArea({c, d, b}) < 0.0)) {
+        return std::nullopt;
+    }
+    const double part = toC / (toC - toD);
+    return FlatPoint{c[0] + part * (d[0] - c[0]), c[1] + part * (d[1] - c[1])};
+}
+
+// Takes knots out of a line: where the mould's edge has teeth much smaller than a cell, its line on the cloth
+// can cross itself and come back at once, running the wrong way round. Returns how many there were.
+std::size_t untie(std::vector<FlatPoint>& loop) {
+    const double area = signedArea(loop);
+    std::size_t knots = 0;
+    for (std::size_t i = 0; i + 3 < loop.size(); ++i) {
+        for (std::size_t k = i + 2; k + 1 < loop.size() && k < i + longestKnot; ++k) {
+            const auto meeting = crossing(loop[i], loop[i + 1], loop[k], loop[k + 1]);
+            if (!meeting) {
+                continue;
+            }
+            const auto first = loop.begin() + static_cast<std::ptrdiff_t>(i) + 1;
+            const auto last = loop.begin() + static_cast<std::ptrdiff_t>(k) + 1;
+            std::vector<FlatPoint> knot(first, last);
+            knot.push_back(*meeting);
+            const double share = signedArea(knot) / area;
+            if (share < 0.0 && share > -largestKnot) {
+                *first = *meeting;
+                loop.erase(first + 1, last);
+                ++knots;
+                break;
+            }
+        }
+    }
+    return knots;
+}
+
+// The net line itself, as far as it can be cut.
+CutLines untiedLinesOf(const NetPattern& net) {
+    CutLines lines = netLinesOf(net);
+    std::size_t knots = 0;
+    for (std::vector<FlatPoint>& loop : lines.loops) {
+        knots += untie(loop);
+    }
+    if (knots > 0) {
+        lines.area = 0.0;
+        for (const std::vector<FlatPoint>& loop : lines.loops) {
+            lines.area += signedArea(loop);
+        }
+        lines.remarks.push_back("it leaves out " + counted(knots, "knot", "knots") +
+                                " where the net line crosses itself, at teeth of the mould's edge");
+    }
+    return lines;
+}
+
 } // namespace
 
 CutLines cutLinesOf(const NetPattern& net, double allowance) {
-    CutLines lines = netLinesOf(net);
-    lines.allowance = allowance;
     if (!(allowance > 0.0) || net.loops.empty()) {
-        return lines;
+        return untiedLinesOf(net);
     }
+    CutLines lines;
+    lines.allowance = allowance;
     const Scale scale = scaleFor(net, allowance);
     const double by = allowance * scale.factor;
     const ClipperLib::Paths before = pathsOf(net, scale);
     ClipperLib::Paths after = offset(before, by, ClipperLib::jtRound, arcShare * by);
     dropCrumbs(after, by);
-    lines.area = 0.0;
-    lines.loops.clear();
     for (const ClipperLib::Path& path : after) {
         std::vector<FlatPoint>& loop = lines.loops.emplace_back();
         for (const ClipperLib::IntPoint& p : path) {
@@ -210,6 +268,11 @@ CutLines cutLinesOf(const NetPattern& net, double allowance) {
     }
     lines.remarks = remarksOn(net, before, after, by);
     return lines;
+}
+
+std::string nameOf(const CutLines& lines) {
+    return "the cut line" +
+           (lines.allowance > 0.0 ? " with an allowance of " + number(lines.allowance) : std::string());
 }
 
 } // namespace tool

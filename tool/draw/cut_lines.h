@@ -15,7 +15,7 @@ struct CutLines {
     double allowance = 0.0;
     std::vector<std::vector<FlatPoint>> loops; // as those of the net pattern: solid to the left
     double area = 0.0;
-    std::vector<std::string> remarks; // what the allowance does to the shape besides making it larger
+    std::vector<std::string> remarks; // what it does to the shape besides making it larger by the allowance
 };
 
 // Those of the net itself.
@@ -29,5 +29,8 @@ inline CutLines netLinesOf(const NetPattern& net) {
 }
 
 CutLines cutLinesOf(const NetPattern& net, double allowance);
+
+// "the cut line with an allowance of 5"
+std::string nameOf(const CutLines& lines);
 
 } // namespace tool
