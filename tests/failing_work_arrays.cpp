@@ -29,6 +29,7 @@ std::int64_t requests = 0;
 std::int64_t refused = 0;
 std::int64_t releases = 0;
 std::int64_t failingRelease = 0;
+std::int32_t failingResult = 1;
 unsigned char filling = 0;
 
 template <class T>
@@ -81,7 +82,7 @@ std::int32_t giares(const std::int32_t* handle, std::int32_t* status) {
     if (++releases != failingRelease)
         return 0;
     *status = drape_test::RELEASE_FAILED;
-    return 1;
+    return failingResult;
 }
 
 void crcmac(void* target, const std::int32_t* byteCount, const std::int32_t* fillValue) {
@@ -100,9 +101,10 @@ void beginRequests(std::int64_t failing, unsigned char fill) {
     releases = failingRelease = 0;
 }
 
-void failRelease(std::int64_t failing) {
+void failRelease(std::int64_t failing, std::int32_t result) {
     releases = 0;
     failingRelease = failing;
+    failingResult = result;
 }
 
 std::int64_t releasesMade() {

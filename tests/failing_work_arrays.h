@@ -11,9 +11,9 @@ namespace drape_test {
 void beginRequests(std::int64_t failing, unsigned char fill);
 
 // Lets release number `failing` (from 1, 0 for none) report a code of its own, though the array is given
-// back.
+// back; a layer may do so without the result of a failure.
 constexpr std::int32_t RELEASE_FAILED = 399;
-void failRelease(std::int64_t failing);
+void failRelease(std::int64_t failing, std::int32_t result = 1);
 
 std::int64_t releasesMade();
 // The numbers of the requests whose arrays have been given back since the count began, in that order.

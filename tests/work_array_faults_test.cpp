@@ -217,6 +217,10 @@ TEST(WorkArrayFaults, AFailedReleaseIsReported) {
     EXPECT_FALSE(model.walkBoundary());
     EXPECT_EQ(model.grid.status, RELEASE_FAILED);
     beginRequests(0, 0xA5);
+    failRelease(1, 0); // the code counts, whatever the result
+    EXPECT_FALSE(model.walkBoundary());
+    EXPECT_EQ(model.grid.status, RELEASE_FAILED);
+    beginRequests(0, 0xA5);
     model.grid.status = 0;
     ASSERT_TRUE(model.walkBoundary());
     const std::int32_t front = 1, start = 2;
