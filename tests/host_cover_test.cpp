@@ -5,6 +5,7 @@
 
 #include "host/search/cover.h"
 #include "host/search/cover_claims.h"
+#include "host/search/cover_layout.h"
 #include "host/search/territory_pool.h"
 #include "host/search/territory_shares.h"
 
@@ -186,6 +187,19 @@ TEST(Cover, WhatATerritoryCannotHaveGoesToItsNeighbour) {
     EXPECT_EQ(after.mesh.positions, before.mesh.positions);
     EXPECT_EQ(after.mesh.triangles, before.mesh.triangles);
     EXPECT_NEAR(host::mouldOf(claims.partUnder(0, 0.0, claims.reachOf(0, 0.0, {}))).area, 17.5, 0.25);
+}
+
+TEST(Cover, WhereNoClothStartsIsLeftBare) {
+    const Part part(sheet(20, 10, 0.0), 1.0);
+    host::TrialWishes upright;
+    upright.start.warp = Point{0.0, 0.0, 1.0};
+    const double any = std::numeric_limits<double>::infinity();
+    const host::CoverGround cover = host::coverGroundOf(part.surface, upright, {any, any});
+    const Territory left = part.box(-11.0, 3.0, -99.0, 99.0);
+    const Territory right = part.box(-5.5, 11.0, -99.0, 99.0);
+    const host::LaidOut none = host::laidOut(cover, {}, {&left, &right}, host::inTurn);
+    EXPECT_TRUE(none.set.pieces.empty());
+    EXPECT_EQ(none.set.coveredShare, 0.0);
 }
 
 TEST(Cover, PiecesDrapeByThemselvesToWhatTheyAre) {

@@ -153,6 +153,9 @@ private:
             std::any_of(starts.begin(), starts.end(),
                         [&](const PieceStart& start) { return drape(p, now, start, wanted); });
         }
+        if (now.mould && !now.drape && now.limit.empty()) {
+            now.limit.assign(now.lies.size(), -step_); // no cloth starts anywhere on it
+        }
         attempts_[p] = std::move(now);
     }
 
