@@ -315,7 +315,7 @@ std::vector<DrawnLine> linesOf(const Lying& piece) {
         lines.push_back({"CUT", piece.placed(loop)});
     }
     for (const NetLoop& loop : scene.measures->net.loops) {
-        lines.push_back({loop.area < 0.0 ? "HOLE" : "NET", piece.placed(loop.flat)});
+        lines.push_back({loop.area > 0.0 ? "NET" : "HOLE", piece.placed(loop.flat)});
     }
     for (const CurveResult& curve : scene.curves) {
         for (const CurveStretch& stretch : curve.stretches) {
