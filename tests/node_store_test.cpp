@@ -196,6 +196,12 @@ TEST(FrontTable, DroppingARowFreesTheFrontAndNothingElse) {
         for (int p = 0; p < 4; ++p)
             EXPECT_EQ(model.link(d, model.node(d, 0, p)) == 0, p > 0);
     }
+    Lattice model(4);
+    const std::int32_t position = model.addFront(1, model.node(1, 0, 1), -1);
+    const Grid before = model.grid;
+    uzprap(&position); // the length is taken as it stands, and no node is freed
+    EXPECT_EQ(model.grid.count, 17);
+    EXPECT_EQ(model.grid.link1, before.link1);
 }
 
 } // namespace
