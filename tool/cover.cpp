@@ -52,6 +52,10 @@ PieceSet searched(const Settings& settings, const Surface& surface, const Log& l
     const bool talkative = isatty(STDERR_FILENO) != 0 && log.talk() >= Talk::normal;
     const Clock::time_point begin = Clock::now();
     const std::optional<double>& seconds = settings.cover.seconds;
+    const IsOver isOver = [&] {
+        return interrupted ||
+               (seconds && std::chrono::duration<double>(Clock::now() - begin).count() >= *seconds);
+    };
     const GoOn heard = [&](const CoverProgress& progress) {
         if (talkative) {
             showProgress(progress);
@@ -59,8 +63,7 @@ PieceSet searched(const Settings& settings, const Surface& surface, const Log& l
         log.detail(counted(progress.tried, "candidate", "candidates") + " draped; " +
                    counted(progress.pieces, "piece", "pieces") + " cover " +
                    number(100.0 * progress.coveredShare, 4) + " %");
-        return !interrupted &&
-               (!seconds || std::chrono::duration<double>(Clock::now() - begin).count() < *seconds);
+        return !isOver();
     };
     const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
     SharedThreads threads(settings.sweep.jobs > 0 ? static_cast<std::size_t>(settings.sweep.jobs) : cores);
@@ -68,7 +71,7 @@ PieceSet searched(const Settings& settings, const Surface& surface, const Log& l
         threads.forEach(count, work);
     };
     PieceSet set = coveredBy(surface, settings.trial, settings.cover.wishes, spreadBy(forEach), forEach,
-                             heard, seconds.has_value());
+                             heard, seconds.has_value(), isOver);
     if (talkative) {
         std::fprintf(stderr, "\r\033[K");
     }

@@ -11,6 +11,7 @@
 #include "host/search/territory_shares.h"
 
 #include <algorithm>
+#include <atomic>
 #include <optional>
 #include <set>
 
@@ -87,10 +88,17 @@ bool savesPiece(const Worth& darted, const Worth& plain, double share) {
 
 class Search {
 public:
-    Search(const CoverGround& cover, const CoverWishes& wishes, const TerritorySpread& spread,
-           const ForEach& forEach, const GoOn& heard)
-        : cover_(cover), wishes_(wishes), spread_(spread), forEach_(forEach), heard_(heard), dice_(1),
-          pool_(cover, wishes.overlap), wanted_(std::min(1.0 - allButRounding, wishes.share + onTop)) {}
+    Search(CoverGround cover, const CoverWishes& wishes, const TerritorySpread& spread,
+           const ForEach& forEach, const GoOn& heard, const IsOver& isOver)
+        : cover_(std::move(cover)), wishes_(wishes), spread_(spread), forEach_(forEach), heard_(heard),
+          isOver_(isOver), dice_(1), pool_(cover_, wishes.overlap),
+          wanted_(std::min(1.0 - allButRounding, wishes.share + onTop)) {
+        if (isOver) {
+            cover_.isOver = [this] { return hasSet_ && isOver_(); };
+        }
+    }
+    Search(const Search&) = delete;
+    Search& operator=(const Search&) = delete;
 
     // The best set of all that were laid out, which are the first of one sequence that doesn't hang on when
     // it is stopped.
@@ -114,6 +122,8 @@ public:
 private:
     const Ground& ground() const { return cover_.ground; }
     const Point& place(std::size_t v) const { return ground().mesh.positions[v]; }
+
+    bool isOver() const { return cover_.isOver && cover_.isOver(); }
 
     // A choice, and what each of it would have.
     struct Option {
@@ -234,6 +244,9 @@ private:
     // True if that gives a better set.
     bool layOut(const Chosen& chosen, const TerritoryShares& shares) {
         LaidOut result = laidOut(cover_, wishes_, pool_.territories(chosen), forEach_);
+        if (isOver()) {
+            return false;
+        }
         // What layouts lose is asked for on top.
         const double lost = std::clamp(shares.coveredShare() - result.set.coveredShare, 0.0, mostOnTop);
         lost_ = best_.pieces.empty() ? lost : 0.5 * (lost_ + lost);
@@ -245,6 +258,7 @@ private:
             return false;
         }
         best_ = std::move(result.set);
+        hasSet_ = true;
         seams_ = shares.seamLength();
         chosen_.clear();
         for (const std::size_t k : result.territories) {
@@ -266,13 +280,28 @@ private:
                 tries.push_back({start, room, darts_});
             }
         }
-        for (Territory& territory :
-             spread_(tries, [&](const PieceTry& piece) { return dartedTerritory(cover_, piece, inTurn); })) {
+        std::vector<Territory> found =
+            spread_(tries, [&](const PieceTry& piece) { return territoryFrom(piece); });
+        if (isOver()) {
+            stopped_ = true;
+            return;
+        }
+        for (Territory& territory : found) {
             if (pool_.size() < mostInPool) {
                 pool_.add(std::move(territory));
             }
         }
         tried_ += tries.size();
+    }
+
+    // None if the search is over and others were found.
+    Territory territoryFrom(const PieceTry& piece) {
+        if (hasFound_ && isOver_ && isOver_()) {
+            return {};
+        }
+        Territory territory = dartedTerritory(cover_, piece, inTurn);
+        hasFound_ = hasFound_ || !territory.vertices.empty();
+        return territory;
     }
 
     // Tries pieces where the best set leaves the mould bare, or would without one to three of its pieces.
@@ -394,11 +423,12 @@ private:
         return starts;
     }
 
-    const CoverGround& cover_;
+    CoverGround cover_;
     const CoverWishes& wishes_;
     const TerritorySpread& spread_;
     const ForEach& forEach_;
     const GoOn& heard_;
+    const IsOver& isOver_;
     Dice dice_;
     TerritoryPool pool_;
     double wanted_;     // share, of a choice
@@ -414,6 +444,8 @@ private:
     std::set<Point> areTriedWithDarts_; // seeds
     std::size_t tried_ = 0;
     bool stopped_ = false;
+    std::atomic<bool> hasFound_ = false; // a territory; threads ask
+    std::atomic<bool> hasSet_ = false;   // the same
 };
 
 } // namespace
@@ -428,9 +460,10 @@ TerritorySpread spreadBy(const ForEach& forEach) {
 }
 
 PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
-                   const TerritorySpread& spread, const ForEach& forEach, const GoOn& heard, bool endless) {
-    const CoverGround cover = coverGroundOf(surface, trial, wishes.most);
-    return Search(cover, wishes, spread, forEach, heard).found(endless);
+                   const TerritorySpread& spread, const ForEach& forEach, const GoOn& heard, bool endless,
+                   const IsOver& isOver) {
+    return Search(coverGroundOf(surface, trial, wishes.most), wishes, spread, forEach, heard, isOver)
+        .found(endless);
 }
 
 PieceSet pieceFrom(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,

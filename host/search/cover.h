@@ -65,15 +65,20 @@ struct CoverProgress {
 // Told of each batch of candidates; the search ends when it returns false.
 using GoOn = std::function<bool(const CoverProgress&)>;
 
+// Asked from any thread whether the search has to end at once: what is under way then comes to nothing.
+using IsOver = std::function<bool()>;
+
 // `forEach` carries out what isn't spread. Each candidate is drawn from what the ones before it gave, batch
-// by batch, so the answer is the same for the same number of batches, whatever `spread` does. `heard` can be
-// empty. The search ends by itself when it gains next to nothing, unless it is `endless`; then only `heard`
-// ends it. What comes out is the best of all sets on the way, so more batches never give a worse one: one
-// that covers less where not enough is covered, else one of more pieces or, of as many, with longer seams and
-// gaps. Where pieces may have darts, these are looked for after the search without them, and a set with darts
-// has to save a piece of it, or to cover more where that isn't enough.
+// by batch, so the answer is the same for the same number of batches, whatever `spread` does. `heard` and
+// `isOver` can be empty; `isOver` isn't asked before there is a set. The search ends by itself when it gains
+// next to nothing, unless it is `endless`; then only `heard` ends it. What comes out is the best of all sets
+// on the way, so more batches never give a worse one: one that covers less where not enough is covered, else
+// one of more pieces or, of as many, with longer seams and gaps. Where pieces may have darts, these are
+// looked for after the search without them, and a set with darts has to save a piece of it, or to cover more
+// where that isn't enough.
 PieceSet coveredBy(const Surface& surface, const TrialWishes& trial, const CoverWishes& wishes,
-                   const TerritorySpread& spread, const ForEach& forEach, const GoOn& heard, bool endless);
+                   const TerritorySpread& spread, const ForEach& forEach, const GoOn& heard, bool endless,
+                   const IsOver& isOver = nullptr);
 
 // The good region around one start as a piece by itself; none if there is next to nothing. `forEach` carries
 // out the search for darts.

@@ -209,6 +209,7 @@ private:
 
     void runOnce(Attempt& attempt) const {
         try {
+            requireTime(cover_);
             const SlitCover slit(cover_, attempt.ways);
             const Check check = firstCheck(slit);
             const std::vector<double> inside =
@@ -222,6 +223,7 @@ private:
     }
 
     void tryInFull(Attempt& attempt, double least) const {
+        requireTime(cover_);
         const SlitCover slit(cover_, attempt.ways);
         Territory territory = territoryOf(slit.cover(), {piece_.start, slit.extended(piece_.room), 0});
         territory.slits = attempt.ways;

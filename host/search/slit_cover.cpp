@@ -24,7 +24,7 @@ Surface slitSurface(const Surface& whole, const TriangleMesh& mesh) {
 SlitCover::SlitCover(const CoverGround& whole, const std::vector<SlitWay>& ways)
     : slit_(slitAlong(whole.ground.mesh, ways)), surface_(slitSurface(whole.surface, slit_.mesh)),
       cover_{surface_, whole.wishes, whole.good,
-             groundOf(slit_.mesh, std::max(whole.surface.steps[0], whole.surface.steps[1]))} {}
+             groundOf(slit_.mesh, std::max(whole.surface.steps[0], whole.surface.steps[1])), whole.isOver} {}
 
 std::shared_ptr<const Room> SlitCover::extended(const std::shared_ptr<const Room>& room) const {
     if (!room) {

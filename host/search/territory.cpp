@@ -90,7 +90,7 @@ CoverGround coverGroundOf(const Surface& surface, const TrialWishes& wishes,
                          Refusal::tooFine);
     }
     return {surface, wishes, GoodWishes{std::max(0.0, wishes.lockingAngle - lockingMargin), most[0], most[1]},
-            groundOf(surface.mesh, std::max(surface.steps[0], surface.steps[1]))};
+            groundOf(surface.mesh, std::max(surface.steps[0], surface.steps[1])), nullptr};
 }
 
 TriangleMesh partAbove(const TriangleMesh& mesh, const std::vector<double>& field) {
@@ -141,7 +141,14 @@ void keepAround(const Ground& ground, const Point& seed, std::vector<double>& fi
     }
 }
 
+void requireTime(const CoverGround& cover) {
+    if (cover.isOver && cover.isOver()) {
+        throw InputError("the search is over");
+    }
+}
+
 Trial drapePart(const CoverGround& cover, std::shared_ptr<const Mould> mould, const PieceStart& start) {
+    requireTime(cover);
     Trial trial;
     Notes untold;
     trial.side = cover.surface.side;

@@ -6,6 +6,7 @@
 #include "host/mesh/slit.h"
 #include "host/search/trial.h"
 
+#include <functional>
 #include <memory>
 
 namespace drape::host {
@@ -27,18 +28,24 @@ struct PieceTry {
     std::size_t darts = 0;            // it may get, at most
 };
 
-// What all pieces of a surface share. It never changes once it is made, so threads may share it.
+// What all pieces of a surface share. It never changes once a search begins, so threads may share
+// it.
 struct CoverGround {
     const Surface& surface;
     TrialWishes wishes;
     GoodWishes good;
     Ground ground;
+    std::function<bool()> isOver = nullptr; // asked from any thread, if there is one; once it's true, no
+                                            // further cloth is laid and what is under way comes to nothing
 };
 
 // `most` are the farthest extents of a piece along warp and weft, infinite for no limit. Throws InputError
 // (tooFine) where there would be more cells than a search can take.
 CoverGround coverGroundOf(const Surface& surface, const TrialWishes& wishes,
                           const std::array<double, 2>& most);
+
+// Throws InputError once the search is over.
+void requireTime(const CoverGround& cover);
 
 // Plain values, so that a process can hand it to another.
 struct Territory {
@@ -71,7 +78,8 @@ TriangleMesh partAbove(const TriangleMesh& mesh, const std::vector<double>& fiel
 // Sets `field` below 0 on the vertices above 0 that don't hang together with the one nearest to `seed`.
 void keepAround(const Ground& ground, const Point& seed, std::vector<double>& field);
 
-// Drapes a mould that is a part of the surface, without measures. Throws InputError if that can't be done.
+// Drapes a mould that is a part of the surface, without measures. Throws InputError if that can't be done
+// or the search is over.
 Trial drapePart(const CoverGround& cover, std::shared_ptr<const Mould> mould, const PieceStart& start);
 
 // Values over the ground, above 0 where a piece can be cut out of a drape: at a distance from where its cloth
