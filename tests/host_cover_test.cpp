@@ -197,7 +197,7 @@ TEST(Cover, WhereNoClothStartsIsLeftBare) {
     const host::CoverGround cover = host::coverGroundOf(part.surface, upright, {any, any});
     const Territory left = part.box(-11.0, 3.0, -99.0, 99.0);
     const Territory right = part.box(-5.5, 11.0, -99.0, 99.0);
-    const host::LaidOut none = host::laidOut(cover, {}, {&left, &right}, host::inTurn);
+    const host::LaidOut none = host::laidOut(cover, {}, {&left, &right}, 0.0, host::inTurn);
     EXPECT_TRUE(none.set.pieces.empty());
     EXPECT_EQ(none.set.coveredShare, 0.0);
 }
@@ -283,6 +283,21 @@ TEST(Cover, NoMoreAreChosenThanAreNeeded) {
     const host::Chosen chosen = pool.carriedOn({0}, 0.99);
     EXPECT_EQ(std::set<std::size_t>(chosen.begin(), chosen.end()), (std::set<std::size_t>{1, 2}));
     EXPECT_EQ(pool.carriedOn({}, 0.99), pool.carriedOn({}, 0.99));
+}
+
+TEST(Cover, FewerAreFoundPastChoicesThatCoverLess) {
+    const Part part(sheet(20, 10, 0.0), 1.0);
+    host::TerritoryPool pool(*part.cover, 0.0);
+    // Three strips lie over all of it, and any exchange of one of them for a half loses a good part.
+    pool.add(part.box(-11.0, -2.9, -99.0, 99.0));
+    pool.add(part.box(-3.2, 3.2, -99.0, 99.0));
+    pool.add(part.box(2.9, 11.0, -99.0, 99.0));
+    pool.add(part.box(-99.0, 99.0, -11.0, 0.2));
+    pool.add(part.box(-99.0, 99.0, -0.2, 11.0));
+    const std::vector<host::Chosen> two = pool.choicesOf(2, {0, 1, 2}, 0.99);
+    ASSERT_EQ(two.size(), 1U);
+    EXPECT_EQ(std::set<std::size_t>(two[0].begin(), two[0].end()), (std::set<std::size_t>{3, 4}));
+    EXPECT_TRUE(pool.choicesOf(1, {3, 4}, 0.99).empty());
 }
 
 TEST(Cover, MoreBatchesNeverGiveAWorseSet) {

@@ -27,6 +27,7 @@ constexpr std::size_t usualTries = 100;  // after which no further are begun
 constexpr std::size_t triesInNeed = 250; // the same where not enough is covered
 constexpr std::size_t roundsInVain = 12;
 constexpr std::size_t mostInPool = 800;
+constexpr std::size_t fewerAtATime = 3; // choices with fewer pieces that are looked at
 constexpr double allButRounding = 1e-9; // of the area
 constexpr double leastBare = 1e-3;      // of the area, to look for pieces there
 constexpr double onTop = 1e-3;          // of the area, asked for beside what layouts lose
@@ -107,8 +108,7 @@ public:
         std::size_t inVain = 0;
         do {
             inVain = choose() ? 0 : inVain + 1;
-            const std::size_t enough = best_.coveredShare < wishes_.share ? triesInNeed : usualTries;
-            if (tried_ >= enough || inVain >= roundsInVain) {
+            if (inVain >= roundsInVain || hasTriedEnough()) {
                 lookForDarts();
                 if (!endless) {
                     break;
@@ -124,6 +124,9 @@ private:
     const Point& place(std::size_t v) const { return ground().mesh.positions[v]; }
 
     bool isOver() const { return cover_.isOver && cover_.isOver(); }
+    bool reaches() const { return best_.coveredShare >= wishes_.share; }
+
+    bool hasTriedEnough() const { return tried_ >= (reaches() ? usualTries : triesInNeed); }
 
     // A choice, and what each of it would have.
     struct Option {
@@ -170,11 +173,23 @@ private:
             froms.push_back({firsts[turn_++ % firsts.size()]});
         }
         std::vector<Option> options(froms.size());
-        forEach_(options.size(),
-                 [&](std::size_t k) { options[k].chosen = pool_.carriedOn(froms[k], wanted_); });
+        std::vector<Chosen> fewer;
+        forEach_(options.size() + 1, [&](std::size_t k) {
+            if (k < froms.size()) {
+                options[k].chosen = pool_.carriedOn(froms[k], wanted_);
+            } else {
+                fewer = choicesOfFewer();
+            }
+        });
         for (Option& option : options) {
             if (!isFirst(option.chosen, known_)) {
                 option.chosen.clear();
+            }
+        }
+        for (std::size_t added = 0; Chosen & chosen : fewer) {
+            if (added < fewerAtATime && isFirst(chosen, known_)) {
+                options.emplace_back().chosen = std::move(chosen);
+                ++added;
             }
         }
         forEach_(options.size(), [&](std::size_t k) {
@@ -188,10 +203,20 @@ private:
                }) > 0;
     }
 
+    // Choices with a piece less than the best set, or with as many where that doesn't cover enough.
+    std::vector<Chosen> choicesOfFewer() const {
+        const std::size_t count = chosen_.size() - (reaches() ? 1 : 0);
+        return chosen_.size() < 2
+                   ? std::vector<Chosen>{}
+                   : pool_.choicesOf(count, chosen_, std::min(best_.coveredShare, wishes_.share));
+    }
+
     // True if that gives a better set.
     bool take(const Option& option) {
         const TerritoryShares& shares = *option.shares;
-        const Worth hoped = worthOf(shares.coveredShare() - lost_, option.chosen.size(), shares.seamLength());
+        // Saving a piece is worth a layout that may lose less than the others did.
+        const double lost = option.chosen.size() < chosen_.size() ? 0.0 : lost_;
+        const Worth hoped = worthOf(shares.coveredShare() - lost, option.chosen.size(), shares.seamLength());
         return (best_.pieces.empty() ||
                 isBetter(hoped, worthOf(best_.coveredShare, chosen_.size(), seams_), wishes_.share)) &&
                isFirst(option.chosen, laidOut_) && layOut(option.chosen, shares);
@@ -243,7 +268,8 @@ private:
 
     // True if that gives a better set.
     bool layOut(const Chosen& chosen, const TerritoryShares& shares) {
-        LaidOut result = laidOut(cover_, wishes_, pool_.territories(chosen), forEach_);
+        const double least = std::min(best_.coveredShare, wishes_.share);
+        LaidOut result = laidOut(cover_, wishes_, pool_.territories(chosen), least, forEach_);
         if (isOver()) {
             return false;
         }
@@ -251,6 +277,9 @@ private:
         const double lost = std::clamp(shares.coveredShare() - result.set.coveredShare, 0.0, mostOnTop);
         lost_ = best_.pieces.empty() ? lost : 0.5 * (lost_ + lost);
         wanted_ = std::min(1.0 - allButRounding, wishes_.share + lost_ + onTop);
+        if (result.set.pieces.empty()) {
+            return false;
+        }
         const Worth now = worthOf(result.set);
         const bool isFirstWithDarts = hasDarts(result.set) && !hasDarts(best_);
         if (!best_.pieces.empty() && !(isFirstWithDarts ? savesPiece(now, worthOf(best_), wishes_.share)
@@ -470,7 +499,7 @@ PieceSet pieceFrom(const Surface& surface, const TrialWishes& trial, const Cover
                    const PieceStart& start, const ForEach& forEach) {
     const CoverGround cover = coverGroundOf(surface, trial, wishes.most);
     const Territory one = dartedTerritory(cover, {start, nullptr, wishes.darts}, forEach);
-    return one.vertices.empty() ? PieceSet{} : laidOut(cover, wishes, {&one}, forEach).set;
+    return one.vertices.empty() ? PieceSet{} : laidOut(cover, wishes, {&one}, 0.0, forEach).set;
 }
 
 } // namespace drape::host

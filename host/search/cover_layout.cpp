@@ -29,6 +29,7 @@ constexpr double wellInside = 0.3;   // of the most room in a piece, for other s
 constexpr double smallLoss = 0.02;   // of a piece, for which no other start is tried
 constexpr double nearlyAll = 0.985;  // of a piece under its cloth, if what is bare can be cut off
 constexpr double besideExtent = 1.5; // cells between a pattern's outline and the vertices under its cloth
+constexpr double mostGained = 0.01;  // of the area, by lines that run between vertices
 constexpr double sameArea = 1e-6;    // of a piece
 constexpr double infinite = std::numeric_limits<double>::infinity();
 constexpr std::int32_t bare = TerritoryShares::bare;
@@ -61,9 +62,12 @@ public:
         }
     }
 
-    LaidOut settled() {
+    LaidOut settled(double least) {
         for (int round = 0; round < roundsOfGiving && !areGood(); ++round) {
             giveAway();
+            if (isOver() || shares_.coveredShare() < least - mostGained) {
+                return {};
+            }
         }
         forEach_(attempts_.size(), [&](std::size_t p) { cutOff(p); });
         for (std::size_t p = 0; p < attempts_.size(); ++p) {
@@ -76,6 +80,7 @@ public:
 
 private:
     const Ground& ground() const { return cover_.ground; }
+    bool isOver() const { return cover_.isOver && cover_.isOver(); }
 
     bool isOwn(std::size_t p, std::size_t v) const {
         return shares_.labels()[v] == static_cast<std::int32_t>(p);
@@ -366,8 +371,8 @@ private:
 } // namespace
 
 LaidOut laidOut(const CoverGround& cover, const CoverWishes& wishes,
-                const std::vector<const Territory*>& territories, const ForEach& forEach) {
-    return Layout(cover, wishes, territories, forEach).settled();
+                const std::vector<const Territory*>& territories, double least, const ForEach& forEach) {
+    return Layout(cover, wishes, territories, forEach).settled(least);
 }
 
 } // namespace drape::host

@@ -12,8 +12,9 @@ struct LaidOut {
     std::vector<std::size_t> territories; // of each piece; one of which too little is left has none
 };
 
-// The claims' first vertices are the ground's.
+// The claims' first vertices are the ground's. Once it is clear that less than `least` of the area will be
+// covered, it is given up, without pieces.
 LaidOut laidOut(const CoverGround& cover, const CoverWishes& wishes,
-                const std::vector<const Territory*>& territories, const ForEach& forEach);
+                const std::vector<const Territory*>& territories, double least, const ForEach& forEach);
 
 } // namespace drape::host

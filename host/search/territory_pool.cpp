@@ -1,12 +1,15 @@
 // Which to take is the set cover problem, of sets that have to hang together when others are taken away from
 // them. The one that adds most is added again and again; exchanges then raise what is covered, and leaving
-// some out lowers their number.
+// some out lowers their number. Fewer are found where exchanges go on past choices that cover less, judged by
+// all that territories lie over, as that is quick to tell.
 #include "host/search/territory_pool.h"
 
 #include "host/search/ground_parts.h"
 
 #include <algorithm>
+#include <limits>
 #include <numeric>
+#include <set>
 
 namespace drape::host {
 
@@ -20,6 +23,9 @@ constexpr double rounding = 1e-9;        // of the area, in sums over its vertic
 constexpr std::size_t mostExchanges = 4; // of each
 constexpr std::size_t triedToGive = 4;
 constexpr std::size_t mostChosen = 99;
+constexpr std::size_t exchangesAround = 80; // of choices with a given number
+constexpr std::size_t restOfNew = 3;        // exchanges for which one that came stays, at most
+constexpr std::size_t restOfOld = 8;        // the same for one that went
 
 } // namespace
 
@@ -165,6 +171,92 @@ private:
     double covered_ = 0.0; // area
 };
 
+// What some cover together, each with all that it can claim. That changes with one of them in time that goes
+// with its size alone. Exchanges don't end where none is better: what came and what went rests for a while,
+// so that they go on to other places (tabu search).
+class TerritoryPool::Union {
+public:
+    explicit Union(const TerritoryPool& pool)
+        : pool_(&pool), counts_(pool.cover_.ground.vertexCount(), 0), restsUntil_(pool.size(), 0) {}
+
+    const Chosen& chosen() const { return chosen_; }
+    double share() const { return covered_ / pool_->cover_.ground.area; }
+
+    void add(std::size_t number) {
+        covered_ += areaWhere(number, 0);
+        for (const std::int32_t v : pool_->entries_[number].inside) {
+            ++counts_[at(v)];
+        }
+        chosen_.push_back(number);
+    }
+
+    // Gives the ones up that lose least, at least one, and adds those that gain most until there are `count`.
+    void exchange(std::size_t count) {
+        while (chosen_.size() >= count && giveLeast()) {
+        }
+        while (chosen_.size() < count && takeMost(count)) {
+        }
+        ++now_;
+    }
+
+private:
+    // False if all rest.
+    bool giveLeast() {
+        std::pair<double, std::size_t> least{std::numeric_limits<double>::infinity(), pool_->size()};
+        for (const std::size_t k : chosen_) {
+            if (restsUntil_[k] <= now_) {
+                least = std::min(least, {areaWhere(k, 1), k});
+            }
+        }
+        if (least.second < pool_->size()) {
+            remove(least.second);
+            restsUntil_[least.second] = now_ + restOfOld;
+        }
+        return least.second < pool_->size();
+    }
+
+    // False if none gains anything.
+    bool takeMost(std::size_t count) {
+        std::pair<double, std::size_t> most{0.0, pool_->size()};
+        for (std::size_t k = 0; k < pool_->size(); ++k) {
+            if (restsUntil_[k] <= now_ && pool_->entries_[k].area > most.first) {
+                const double gain = areaWhere(k, 0);
+                most = gain > most.first ? std::pair(gain, k) : most;
+            }
+        }
+        if (most.second < pool_->size()) {
+            add(most.second);
+            restsUntil_[most.second] = now_ + std::min(restOfNew, count - 1);
+        }
+        return most.second < pool_->size();
+    }
+
+    void remove(std::size_t number) {
+        for (const std::int32_t v : pool_->entries_[number].inside) {
+            --counts_[at(v)];
+        }
+        covered_ -= areaWhere(number, 0);
+        chosen_.erase(std::find(chosen_.begin(), chosen_.end(), number));
+    }
+
+    // The area of a territory that so many cover, itself included if it is one of them.
+    double areaWhere(std::size_t number, std::uint16_t count) const {
+        const std::vector<double>& areas = pool_->cover_.ground.areas;
+        double area = 0.0;
+        for (const std::int32_t v : pool_->entries_[number].inside) {
+            area += counts_[at(v)] == count ? areas[at(v)] : 0.0;
+        }
+        return area;
+    }
+
+    const TerritoryPool* pool_;
+    std::vector<std::uint16_t> counts_;   // per vertex, of those that cover it
+    std::vector<std::size_t> restsUntil_; // per territory, the exchange from which it can come or go again
+    std::size_t now_ = 0;                 // exchanges so far
+    Chosen chosen_;
+    double covered_ = 0.0; // area
+};
+
 TerritoryPool::TerritoryPool(const CoverGround& cover, double overlap) : cover_(cover), overlap_(overlap) {}
 
 void TerritoryPool::add(Territory territory) {
@@ -207,6 +299,37 @@ Chosen TerritoryPool::carriedOn(const Chosen& chosen, double share) const {
     choice.set(chosen);
     choice.improve();
     return choice.chosen();
+}
+
+Chosen TerritoryPool::byArea(Chosen chosen) const {
+    std::sort(chosen.begin(), chosen.end(), [&](std::size_t a, std::size_t b) {
+        return std::pair(-entries_[a].area, a) < std::pair(-entries_[b].area, b);
+    });
+    return chosen;
+}
+
+std::vector<Chosen> TerritoryPool::choicesOf(std::size_t count, const Chosen& chosen, double share) const {
+    Union all(*this);
+    std::for_each(chosen.begin(), chosen.end(), [&](std::size_t k) { all.add(k); });
+    std::set<Chosen> found;
+    for (std::size_t k = 0; k < exchangesAround; ++k) {
+        all.exchange(count);
+        if (all.chosen().size() == count && all.share() >= share) {
+            found.insert(byArea(all.chosen()));
+        }
+    }
+    std::vector<std::pair<double, Chosen>> ranked;
+    for (const Chosen& one : found) {
+        Choice choice(*this, 1.0);
+        choice.set(one);
+        ranked.emplace_back(-choice.share(), one);
+    }
+    std::sort(ranked.begin(), ranked.end());
+    std::vector<Chosen> choices;
+    for (auto& [negativeShare, one] : ranked) {
+        choices.push_back(std::move(one));
+    }
+    return choices;
 }
 
 std::vector<const Territory*> TerritoryPool::territories(const Chosen& chosen) const {

@@ -25,6 +25,10 @@ public:
     // claims what those before it leave of its territory, which is less than they can share out.
     Chosen carriedOn(const Chosen& chosen, double share) const;
 
+    // Choices of `count` each that together lie over at least `share` of the area, found by exchanges from
+    // `chosen` on; those first of which most hangs together after others have claimed theirs.
+    std::vector<Chosen> choicesOf(std::size_t count, const Chosen& chosen, double share) const;
+
     // The territories of a choice, as long as none is added.
     std::vector<const Territory*> territories(const Chosen& chosen) const;
 
@@ -36,6 +40,9 @@ private:
     };
 
     class Choice;
+    class Union;
+
+    Chosen byArea(Chosen chosen) const; // the largest first
 
     const CoverGround& cover_;
     double overlap_;
