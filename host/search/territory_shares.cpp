@@ -48,6 +48,9 @@ TerritoryShares::TerritoryShares(const CoverGround& cover, double overlap,
     label();
     giveWay();
     const double even = area();
+    if (mostWithout(bare) <= even + noLoss * cover_->ground.area) {
+        return; // no order could win as much
+    }
     State before = state();
     goInOrder();
     if (area() <= even + noLoss * cover_->ground.area) {
@@ -84,7 +87,7 @@ std::vector<double> TerritoryShares::areas() const {
     return areas;
 }
 
-double TerritoryShares::mostShareWithout(std::int32_t p) const {
+double TerritoryShares::mostWithout(std::int32_t p) const {
     double area = 0.0;
     for (std::size_t v = 0; v < labels_.size(); ++v) {
         bool isOthers = false;
@@ -94,7 +97,7 @@ double TerritoryShares::mostShareWithout(std::int32_t p) const {
         }
         area += isOthers ? cover_->ground.areas[v] : 0.0;
     }
-    return area / cover_->ground.area;
+    return area;
 }
 
 double TerritoryShares::seamLength() const {

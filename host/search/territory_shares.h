@@ -23,7 +23,7 @@ public:
     double coveredShare() const { return area() / cover_->ground.area; }
     std::vector<double> areas() const; // of each
     // The most that could be covered, by all but one of them; by all for `bare`.
-    double mostShareWithout(std::int32_t p) const;
+    double mostShareWithout(std::int32_t p) const { return mostWithout(p) / cover_->ground.area; }
     // About how long the lines between them are.
     double seamLength() const;
     // Per vertex, how deep inside a territory it is.
@@ -58,6 +58,7 @@ private:
 
     bool isCovered(std::size_t v) const;
     double area() const;
+    double mostWithout(std::int32_t p) const;
     void listClaimants();
     std::size_t claimantOf(std::int32_t p, std::int32_t v) const;
     std::int32_t deepestAt(std::size_t v) const;
