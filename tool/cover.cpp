@@ -3,6 +3,7 @@
 #include "tool/cover.h"
 
 #include "host/mesh/text.h"
+#include "host/search/piece_claims.h"
 #include "tool/cover_report.h"
 #include "tool/errors.h"
 #include "tool/scenes.h"
@@ -124,6 +125,7 @@ int coverAndTell(const Settings& settings, const Surface& surface,
                                        settings.ply + "-" + std::to_string(p + 1)));
         scene.pieces.back().faceNumbers = faceNumbers;
         scene.pieces.back().darts = set.pieces[p].darts;
+        scene.pieces.back().seams = seamsOnPattern(set, p);
     }
     std::string failures;
     for (const std::string& path : settings.outputs) {

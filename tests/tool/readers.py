@@ -120,14 +120,16 @@ def dxf_header(text):
 
 
 class Svg:
-    """The shapes of a drawing: fills and strokes with their colour (0 to 1), width and corners; and the colour of each
-    line of words."""
+    """The shapes of a drawing: fills and strokes with their colour (0 to 1), width and corners; and of each line of
+    words its colour and where each letter begins."""
 
     def __init__(self, path):
         root = ET.parse(path).getroot()
         self.size = root.get("width"), root.get("height")
-        self.words = [self.colour(group.get("style"), "fill") for group in root.iter()
-                      if any(child.tag.endswith("use") for child in group)]
+        written = [(self.colour(group.get("style"), "fill"), [child for child in group if child.tag.endswith("use")])
+                   for group in root.iter()]
+        self.words = [colour for colour, letters in written if letters]
+        self.places = [[(float(u.get("x")), float(u.get("y"))) for u in letters] for _, letters in written if letters]
         self.shapes = []
         for group in root:
             if group.tag.endswith("defs"):

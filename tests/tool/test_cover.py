@@ -305,6 +305,20 @@ class Cover(Case):
         self.assertIn("</svg>", (folder / "c.svg").read_text())
         self.assertTrue((folder / "c.png").read_bytes().startswith(b"\x89PNG"))
 
+    def test_each_pattern_shows_where_it_meets_its_neighbours(self):
+        """Each seam lies on two patterns, and where pieces don't overlap it's their edge."""
+        cover, _, folder = self.dome()
+        found = dxf_entities((folder / "c.dxf").read_text())
+        seams = [line["points"] for line in found if line["layer"] == "SEAM"]
+        self.assertFalse(any(line["closed"] for line in found if line["layer"] == "SEAM"))
+        length = sum(math.dist(p, q) for seam in seams for p, q in zip(seam, seam[1:])) / MM
+        self.assertTrue(0.85 < 0.5 * length / cover["seamLength"] < 1.15)
+        edges = [(p, q) for line in found if line["layer"] in ("NET", "HOLE")
+                 for p, q in zip(line["points"], line["points"][1:] + line["points"][:1])]
+        beside = [min(math.dist(place, [p[k] + t / 8 * (q[k] - p[k]) for k in (0, 1)]) for p, q in edges for t in range(9))
+                  for seam in seams for place in seam[::3]]
+        self.assertLess(sum(away > 0.1 * 0.22 * MM for away in beside), 0.1 * len(beside))
+
     def test_an_interrupt_leaves_the_best_so_far(self):
         path = self.file("m.obj", obj(cup(0.6)))
         run = subprocess.Popen([DRAPE, path, "--cover", "--step", "0.17", "--seconds", "200", "-v", "-o", "c.json"],

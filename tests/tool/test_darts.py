@@ -7,6 +7,9 @@ import unittest
 
 from moulds import cup, obj, plate
 from program import USAGE, Case
+from readers import Svg
+
+DART_COLOUR = (0.9, 0.3, 0.0)
 
 
 def polylines(text, layer):
@@ -33,7 +36,7 @@ class Darts(Case):
             (self.folder / (name + ".obj")).write_text(obj(mould))
 
     def test_a_ply_with_darts_and_its_drawings(self):
-        self.drape("cup.obj", "--darts", "--step", "0.14", "-o", "c.json", "-o", "c.dxf", "-o", "c.pattern.png")
+        self.drape("cup.obj", "--darts", "--step", "0.14", "-o", "c.json", "-o", "c.dxf", "-o", "c.pattern.svg")
         report = json.loads((self.folder / "c.json").read_text())
         self.assertTrue(report["good"]["kept"])
         self.assertLessEqual(report["shear"]["largest"], 45.0)
@@ -46,6 +49,18 @@ class Darts(Case):
                 self.assertLess(math.dist(end, place), 1e-6)
             # The sides keep the slit's length, as cloth does along its yarns and nearly so across.
             self.assertGreater(dart["length"], math.dist(dart["tip"], dart["mouth"]) - 1e-9)
+
+        # The words of each stand beside its tip, on the side away from the seed, and off each other.
+        drawing = Svg(self.folder / "c.pattern.svg")
+        words = [place for colour, place in zip(drawing.words, drawing.places) if colour == DART_COLOUR]
+        dots = [shape for shape in drawing.shapes if shape["fill"] == DART_COLOUR and shape["curved"]]
+        self.assertEqual(len(words), len(report["darts"]))
+        for dart, letters, dot in zip(report["darts"], words, dots, strict=True):
+            tip = [0.5 * (min(p[k] for p in dot["parts"][0]) + max(p[k] for p in dot["parts"][0])) for k in (0, 1)]
+            left = dart["tipOnPattern"][0] < 0.0
+            self.assertTrue(letters[-1][0] < tip[0] if left else letters[0][0] > tip[0])
+            self.assertLess(abs(letters[0][1] - tip[1]), 20.0)
+        self.assertTrue(any(dart["tipOnPattern"][0] < 0.0 for dart in report["darts"]))
 
     def test_no_dart_where_none_is_needed(self):
         self.drape("flat.obj", "--darts", "-o", "f.json")

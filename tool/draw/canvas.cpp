@@ -18,6 +18,7 @@ namespace tool {
 namespace {
 
 constexpr double pointsPerMillimetre = 72.0 / 25.4;
+constexpr double whiteRim = 0.3; // of the size of letters, half of it outside them
 
 cairo_status_t collect(void* target, const unsigned char* data, unsigned int length) {
     static_cast<std::string*>(target)->append(reinterpret_cast<const char*>(data), length);
@@ -140,14 +141,29 @@ void Canvas::stroke(double width) {
     cairo_stroke(cairo_);
 }
 
-void Canvas::text(double x, double y, double size, const std::string& words, Align align) {
+double Canvas::leftOf(double x, double size, const std::string& words, Align align) {
     cairo_set_font_size(cairo_, size);
     cairo_text_extents_t extents{};
     cairo_text_extents(cairo_, words.c_str(), &extents);
     const double share = align == Align::left ? 0.0 : align == Align::centre ? 0.5 : 1.0;
-    cairo_move_to(cairo_, x - share * extents.x_advance, y);
+    return x - share * extents.x_advance;
+}
+
+void Canvas::text(double x, double y, double size, const std::string& words, Align align) {
+    cairo_move_to(cairo_, leftOf(x, size, words, align), y);
     cairo_show_text(cairo_, words.c_str());
     cairo_new_path(cairo_);
+}
+
+void Canvas::textOnWhite(double x, double y, double size, const std::string& words, Align align) {
+    cairo_save(cairo_);
+    cairo_move_to(cairo_, leftOf(x, size, words, align), y);
+    cairo_text_path(cairo_, words.c_str());
+    colour({1.0, 1.0, 1.0});
+    cairo_set_line_join(cairo_, CAIRO_LINE_JOIN_ROUND);
+    stroke(whiteRim * size);
+    cairo_restore(cairo_);
+    text(x, y, size, words, align);
 }
 
 void Canvas::textWithin(double x, double y, double size, double room, const std::string& words) {

@@ -32,7 +32,10 @@ public:
     void stroke(double width);
     void text(double x, double y, double size, const std::string& words, Align align = Align::left);
 
-    // The same in smaller letters if need be, so that it ends within `room`.
+    // The same in the current colour with a white rim, to be read on cells and lines.
+    void textOnWhite(double x, double y, double size, const std::string& words, Align align = Align::left);
+
+    // The same as `text` in smaller letters if need be, so that it ends within `room`.
     void textWithin(double x, double y, double size, double room, const std::string& words);
 
     // Parted into lines that end within `room`, as far as single words do.
@@ -45,6 +48,9 @@ public:
     std::string bytes();
 
 private:
+    // Where words begin that are to lie at x.
+    double leftOf(double x, double size, const std::string& words, Align align);
+
     Drawing drawing_;
     std::string bytes_;
     cairo_surface_t* surface_ = nullptr;

@@ -24,7 +24,10 @@ constexpr double textSize = 3.6;              // millimetres, as are all lengths
 constexpr double arrowReach = 14.0;
 constexpr double alongWarp = 0.1;      // degrees up to which the rosette isn't drawn beside the warp
 constexpr double leastOffArrow = 28.0; // degrees between an arrow and the rosette's 0
-constexpr double leastForSeed = 70.0;  // of a pattern below which the seed's arrows and words shrink with it
+constexpr double leastForWords = 70.0; // of a pattern below which arrows, words and darts shrink with it
+constexpr double seedWordsReach = 6.5; // sizes of letters beside the seed that its words take
+constexpr double seedWordsEnd = 3.2;   // the same below it
+constexpr double lineHeight = 1.25;    // sizes of letters
 constexpr double yarnShare = 0.08;     // of the spacing of the yarns that are drawn, at most as wide
 constexpr Colour overlapColour{0.90, 0.0, 0.85}; // of no shear
 constexpr double overlapRim = 0.6;
@@ -255,22 +258,61 @@ void drawCutLineAndCurves(Canvas& canvas, const Placement& page, const Scene& sc
     cairo_set_dash(canvas.cairo(), nullptr, 0, 0.0);
 }
 
-// The sides of each dart; what it is stands at its tip.
+// What words are enlarged by: like the page, but less on patterns that they would hide.
+double growthOfWords(const Placement& page, const Scene& scene) {
+    const double span = spanOn(page, scene);
+    return span > 0.0 ? std::min(page.growth, span / leastForWords) : page.growth;
+}
+
+// Places for words beside points, off the words at the seed and each other.
+class WordPlaces {
+public:
+    WordPlaces(const FlatPoint& seed, double growth) : seed_(seed), size_(textSize * growth) {}
+
+    // Where the line of a word begins or, on the left, ends: on the side of the point away from the seed.
+    FlatPoint beside(const FlatPoint& point, double size, Align side) {
+        FlatPoint at{point[0] + (side == Align::right ? -size : size), point[1] + 0.35 * size};
+        const double below = at[1] - seed_[1];
+        if (std::abs(at[0] - seed_[0]) < seedWordsReach * size_ && below > -0.6 * size_ &&
+            below < seedWordsEnd * size_ + size) {
+            at[1] = seed_[1] + seedWordsEnd * size_ + size;
+        }
+        for (const auto& [taken, on] : taken_) {
+            const bool isNear = on == side && std::abs(taken[0] - at[0]) < seedWordsReach * size_;
+            at[1] = isNear && std::abs(taken[1] - at[1]) < lineHeight * size ? taken[1] + lineHeight * size
+                                                                             : at[1];
+        }
+        taken_.emplace_back(at, side);
+        return at;
+    }
+
+private:
+    FlatPoint seed_;
+    double size_;
+    std::vector<std::pair<FlatPoint, Align>> taken_;
+};
+
+// The sides of each dart; what it is stands beside its tip.
 void drawDarts(Canvas& canvas, const Placement& page, const Scene& scene, Painter& painter) {
+    const double growth = growthOfWords(page, scene);
     canvas.colour(dartColour);
     for (const Dart& dart : scene.darts) {
         painter.addPolygon(dart.legs[0], false);
         painter.addPolygon(dart.legs[1], false);
     }
-    canvas.stroke(0.6 * page.growth);
+    canvas.stroke(0.6 * growth);
+    const FlatPoint seed = page.place({0.0, 0.0});
+    const double size = 0.8 * textSize * growth;
+    WordPlaces places(seed, growth);
     for (std::size_t d = 0; d < scene.darts.size(); ++d) {
-        const Dart& dart = scene.darts[d];
-        const FlatPoint tip = page.place(dart.legs[0].front());
-        const double size = 0.8 * textSize * page.growth;
-        cairo_arc(canvas.cairo(), tip[0], tip[1], 0.8 * page.growth, 0.0, 2.0 * std::numbers::pi);
+        const FlatPoint tip = page.place(scene.darts[d].legs[0].front());
+        const Align side = tip[0] < seed[0] ? Align::right : Align::left;
+        cairo_arc(canvas.cairo(), tip[0], tip[1], 0.8 * growth, 0.0, 2.0 * std::numbers::pi);
+        canvas.colour(dartColour);
         cairo_fill(canvas.cairo());
-        canvas.text(tip[0] + size, tip[1] + 0.35 * size, size,
-                    dartLabel(dart, d + 1, scene.millimetresPerUnit));
+        const FlatPoint at = places.beside(tip, size, side);
+        canvas.textOnWhite(at[0], at[1], size, dartLabel(scene.darts[d], d + 1, scene.millimetresPerUnit),
+                           side);
     }
 }
 
@@ -304,8 +346,7 @@ void drawRosette(Canvas& canvas, const FlatPoint& seed, double turn, double reac
 
 void drawSeed(Canvas& canvas, const Placement& page, const Scene& scene) {
     const FlatPoint seed = page.place({0.0, 0.0});
-    const double span = spanOn(page, scene);
-    const double growth = span > 0.0 ? std::min(page.growth, span / leastForSeed) : page.growth;
+    const double growth = growthOfWords(page, scene);
     const double reach = arrowReach * growth;
     const double size = textSize * growth;
     canvas.colour(ink);

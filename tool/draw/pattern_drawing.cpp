@@ -81,7 +81,8 @@ std::string keyText(const Scene& scene, const Page& page, bool isImage) {
             : page.enlargement == 1.0 ? std::string("Drawn 1 : 1. ")
                                       : "Drawn " + number(page.enlargement) + " : 1. ") +
            (scene.cut->allowance > 0.0 ? "Heavy line: cut. Light line: net. " : "") +
-           (scene.curves.empty() ? "" : "Red line: transferred curve. ") + overlapKey(scene) +
+           (scene.curves.empty() ? "" : "Red line: transferred curve. ") +
+           (scene.seams.empty() ? "" : "Green dashes: seam. ") + overlapKey(scene) +
            (net.clothEdgeLength > 0.0 ? "Blue line: the cloth ends before the mould. " : "");
 }
 
