@@ -126,10 +126,10 @@ class Svg:
     def __init__(self, path):
         root = ET.parse(path).getroot()
         self.size = root.get("width"), root.get("height")
-        written = [(self.colour(group.get("style"), "fill"), [child for child in group if child.tag.endswith("use")])
-                   for group in root.iter()]
-        self.words = [colour for colour, letters in written if letters]
-        self.places = [[(float(u.get("x")), float(u.get("y"))) for u in letters] for _, letters in written if letters]
+        groups = [(group, [child for child in group if child.tag.endswith("use")]) for group in root.iter()]
+        written = [(self.colour(group.get("style"), "fill"), uses) for group, uses in groups if uses]
+        self.words = [colour for colour, _ in written]
+        self.places = [[(float(use.get("x", 0)), float(use.get("y", 0))) for use in uses] for _, uses in written]
         self.shapes = []
         for group in root:
             if group.tag.endswith("defs"):
