@@ -328,6 +328,13 @@ class Elements(Laminates):
         a, b, c, d = (path.read_bytes() for path in sorted(self.folder.glob("page*.pgm")))
         self.assertEqual(a, c)
         self.assertEqual(len({a, b, d}), 3)
+        # On the page of the ply at 45 degrees the rosette's warp goes up to the right and the thinner weft up to the left.
+        subprocess.run(["pdftocairo", "-svg", "-f", "3", "-l", "3", "book.pdf", "b.svg"], cwd=self.folder, check=True)
+        numbers = r"([-\d.]+) ([-\d.]+)"
+        lines = re.findall(rf'stroke-width:([\d.]+);[^"]*" d="M {numbers} L {numbers} "', (self.folder / "b.svg").read_text())
+        turns = {round(float(w) / 72 * 25.4, 2): math.degrees(math.atan2(float(y) - float(v), float(u) - float(x))) for w, x, y, u, v in lines}
+        self.assertAlmostEqual(turns[0.8], 45, 3)
+        self.assertAlmostEqual(turns[0.35], 135, 3)
 
     def test_tables_of_draping_give_the_fibres_again(self):
         """Triangles and quads with numbers of their own, some wound upward and some downward."""

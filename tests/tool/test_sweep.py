@@ -159,7 +159,8 @@ class Sweep(Case):
         flat = [turned((1.2 * x, 0.7 * y, 0.0)) for x, y, _ in points]
         mesh = self.file("plate.obj", obj((flat, faces)))
         mould = model.Mould(flat, faces)
-        rows, _, _ = self.sweep(mesh, "--step", "1", "--sweep", "--max-nodes", "30", expect=RUN_ENDED)
+        rows, report, _ = self.sweep(mesh, "--step", "1", "--sweep", "--max-nodes", "30", expect=RUN_ENDED)
+        self.assertEqual((len(rows), len(report["sweep"]["best"])), (54, 20))
         self.assertEqual([row["angle_deg"] for row in rows], [0, 15, 30, 45, 60, 75] * 9)
         seeds = [tuple(row[f"seed_{a}"] for a in "xyz") for row in rows[::6]]
         self.assertPoint(seeds[0], mould.centroid(), 6)
