@@ -3,7 +3,6 @@
 #include "tool/cover.h"
 
 #include "host/mesh/text.h"
-#include "host/search/piece_claims.h"
 #include "tool/cover_report.h"
 #include "tool/errors.h"
 #include "tool/scenes.h"
@@ -121,11 +120,8 @@ int coverAndTell(const Settings& settings, const Surface& surface,
         }
     }
     for (std::size_t p = 0; p < set.pieces.size(); ++p) {
-        scene.pieces.push_back(sceneOf(settings, set.pieces[p].drape, cuts[p], {}, scene.reportJson,
-                                       settings.ply + "-" + std::to_string(p + 1)));
+        scene.pieces.push_back(sceneOfPiece(settings, set, p, cuts[p], scene.reportJson));
         scene.pieces.back().faceNumbers = faceNumbers;
-        scene.pieces.back().darts = set.pieces[p].darts;
-        scene.pieces.back().seams = seamsOnPattern(set, p);
     }
     std::string failures;
     for (const std::string& path : settings.outputs) {

@@ -189,10 +189,7 @@ std::vector<std::string> writeCover(const HeldCover& held, const std::string& pa
             cuts.push_back(tool::cutLinesOf(piece.drape.measures.net, settings.allowance));
         }
         for (std::size_t p = 0; p < cuts.size(); ++p) {
-            scene.pieces.push_back(tool::sceneOf(settings, held.set.pieces[p].drape, cuts[p], {},
-                                                 scene.reportJson,
-                                                 settings.ply + "-" + std::to_string(p + 1)));
-            scene.pieces.back().darts = held.set.pieces[p].darts;
+            scene.pieces.push_back(tool::sceneOfPiece(settings, held.set, p, cuts[p], scene.reportJson));
         }
         return tool::writeCoverOutput(path, scene);
     });
